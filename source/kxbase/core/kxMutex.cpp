@@ -1,0 +1,54 @@
+#include "kxbase/core/kxMutex.h"
+
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/platform/kxPlatformThread.h"
+
+kxMutex::~kxMutex()
+{
+    if (lockCount() != 0) {
+        kxMessage(KX_MESSAGE_WARNING, "kxMutex (%x) deleted with unbalanced Lock/unLock",
+                  static_cast<const void*>(this));
+    }
+    kxPlatformLockDestroy(lock_);
+}
+
+void kxMutex::lock()
+{
+    const std::uint32_t thread = kxPlatformThreadId();
+    if (!isHeldBy(thread)) kxPlatformLockAcquire(lock_);
+    entered(thread);
+}
+
+bool kxMutex::tryLock()
+{
+    const std::uint32_t thread = kxPlatformThreadId();
+    if (!isHeldBy(thread) && !kxPlatformLockTryAcquire(lock_)) return false;
+    entered(thread);
+    return true;
+}
+
+void kxMutex::unlock()
+{
+    if (!isHeldBy(kxPlatformThreadId())) return;
+    const std::uint32_t left = lockCount() - 1;
+    lockCount_.store(left, std::memory_order_relaxed);
+    if (left != 0) return;
+    holder_.store(0, std::memory_order_relaxed);
+    kxPlatformLockRelease(lock_);
+}
+
+std::uint32_t kxMutex::owner() const noexcept
+{
+    return tracksOwner_ ? holder_.load(std::memory_order_relaxed) : 0;
+}
+
+bool kxMutex::isHeldBy(std::uint32_t thread) const noexcept
+{
+    return holder_.load(std::memory_order_relaxed) == thread;
+}
+
+void kxMutex::entered(std::uint32_t thread) noexcept
+{
+    holder_.store(thread, std::memory_order_relaxed);
+    lockCount_.store(lockCount() + 1, std::memory_order_relaxed);
+}

@@ -1,0 +1,14 @@
+// Allocation base: objects of derived classes live in tracked memory.
+#pragma once
+
+#include "kxbase/core/kxTrackedMemory.h"
+
+#include <new>
+
+class kxSharedMemory {
+public:
+    static void* operator new(std::size_t sizeBytes) { return kxTrackedAllocate(sizeBytes); }
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* block) noexcept { kxTrackedFree(block); }
+    static void operator delete(void*, void*) noexcept {}
+};
