@@ -1,0 +1,23 @@
+// The console: standard input and output of the process, and the terminal behind them.
+//
+// The terminal's mode belongs to the whole process. It is restored by kxPlatformConsoleRestore, at exit, on
+// terminating and crash signals that have no handler of the host's, and around a stop by the terminal.
+#pragma once
+
+#include "kxbase/platform/kxPlatformFile.h"
+
+// Opens standard streams that are closed on the null device, so that no file or socket takes their place.
+void kxPlatformConsoleOpenStreams();
+
+kxPlatformFileHandle kxPlatformConsoleInput();
+kxPlatformFileHandle kxPlatformConsoleOutput();
+bool kxPlatformConsoleIsTerminal(kxPlatformFileHandle stream);
+
+// Makes keys arrive at once, unechoed and unmapped; signals of the terminal stay on. Answers false, and
+// touches nothing, when standard input is no terminal or the process is not in its foreground. Cheap when
+// the mode is taken already. After a stop it has to be asked again.
+bool kxPlatformConsoleTakeRaw();
+// Gives the terminal back as it was found. May be called from a signal handler.
+void kxPlatformConsoleRestore();
+// The byte that the terminal's erase key sends in raw mode, or -1.
+int kxPlatformConsoleEraseKey();

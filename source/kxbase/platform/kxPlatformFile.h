@@ -1,0 +1,46 @@
+// Files and other byte streams that have a name or a descriptor.
+//
+// Calls that a signal interrupts are repeated. Opened handles are not inherited by child processes and are
+// never those of the standard streams. Offsets and sizes are 64 bits wide.
+#pragma once
+
+#include "kxbase/platform/kxPlatformIo.h"
+
+using kxPlatformFileHandle = std::intptr_t;
+constexpr kxPlatformFileHandle KX_PLATFORM_NO_FILE = -1;
+
+struct kxPlatformFileOpened {
+    kxPlatformFileHandle file;  // KX_PLATFORM_NO_FILE on failure, with `error` set
+    kxPlatformError error;
+    std::uint64_t sizeBytes;
+    // The size tells how much a reader gets. False for pipes, devices and files that the system makes up.
+    bool hasSize;
+};
+
+// What a reader finds without waiting.
+enum kxPlatformReadiness : std::uint8_t {
+    KX_PLATFORM_NOTHING_READY,
+    KX_PLATFORM_BYTES_READY,   // `count` of them
+    KX_PLATFORM_READ_TO_KNOW,  // a read returns at once, with data, the end or an error
+};
+struct kxPlatformReady {
+    kxPlatformReadiness readiness;
+    std::uint32_t count;
+};
+
+enum kxPlatformWriteMode : std::uint8_t { KX_PLATFORM_TRUNCATE, KX_PLATFORM_APPEND };
+
+// A directory is refused.
+kxPlatformFileOpened kxPlatformFileOpenRead(const char* path);
+// Makes the file when there is none; writing starts at the end.
+kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode);
+
+// One read of at most `sizeBytes`; 0 bytes is the end. Waits when nothing is there.
+kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, std::size_t sizeBytes);
+// Writes until everything is written or a failure stops it; then `count` is what was written and `error`
+// says why it stopped.
+kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
+// Looks for input, waiting at most the given time for the first byte.
+kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds);
+// Some systems report a failed write only here.
+kxPlatformError kxPlatformFileClose(kxPlatformFileHandle file);

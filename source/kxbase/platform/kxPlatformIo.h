@@ -1,0 +1,17 @@
+// Results of input and output in the library's terms.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// What the system said of a failure; 0 is no failure. Only kxPlatformErrorText can tell the others apart.
+using kxPlatformError = std::int32_t;
+
+// Writes the system's description of a failure as terminated text, cut to the buffer.
+void kxPlatformErrorText(kxPlatformError error, char* buffer, std::size_t sizeBytes);
+
+// Bytes moved, or -1 with `error` set.
+struct kxPlatformIoResult {
+    std::int64_t count;
+    kxPlatformError error;
+};

@@ -1,0 +1,134 @@
+#include "kxbase/platform/kxPlatformFile.h"
+#include "kxbase/platform/posix/kxPosixDescriptor.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kFirstOwnDescriptor = 3;
+constexpr mode_t kNewFileMode = 0666;
+constexpr std::size_t kLargestCall = 0x40000000;  // beyond 2 GB a call is cut by the system anyway
+
+int descriptorOf(kxPlatformFileHandle file)
+{
+    return static_cast<int>(file);
+}
+
+kxPlatformFileOpened failed(kxPlatformError error)
+{
+    return {KX_PLATFORM_NO_FILE, error, 0, false};
+}
+
+// Opens a path on a descriptor above those of the standard streams.
+int openDescriptor(const char* path, int flags)
+{
+    int descriptor;
+    do {
+        descriptor = ::open(path, flags | O_CLOEXEC | O_NOCTTY, kNewFileMode);
+    } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0 || descriptor >= kFirstOwnDescriptor) return descriptor;
+
+    const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstOwnDescriptor);
+    const int error = errno;
+    ::close(descriptor);
+    errno = error;
+    return moved;
+}
+
+kxPlatformFileOpened openFile(const char* path, int flags)
+{
+    const int descriptor = openDescriptor(path, flags);
+    if (descriptor < 0) return failed(errno);
+
+    struct stat status {};
+    kxPlatformError error = ::fstat(descriptor, &status) != 0 ? errno : 0;
+    if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
+    if (error != 0) {
+        ::close(descriptor);
+        return failed(error);
+    }
+    // Files that the system makes up (as below /proc) claim to be regular and empty.
+    const bool hasSize = S_ISREG(status.st_mode) && status.st_size > 0;
+    return {descriptor, 0, hasSize ? static_cast<std::uint64_t>(status.st_size) : 0, hasSize};
+}
+
+// True when a failed call is to be made again: after a signal, or when a descriptor that somebody set to
+// non-blocking is ready.
+bool isToBeRepeated(int descriptor, short events)
+{
+    if (errno == EINTR) return true;
+    if (errno != EAGAIN && errno != EWOULDBLOCK) return false;
+    kxPosixWait(descriptor, events, -1);
+    return true;
+}
+
+}  // namespace
+
+kxPlatformFileOpened kxPlatformFileOpenRead(const char* path)
+{
+    return openFile(path, O_RDONLY);
+}
+
+kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode)
+{
+    return openFile(path, O_WRONLY | O_CREAT | (mode == KX_PLATFORM_APPEND ? O_APPEND : O_TRUNC));
+}
+
+kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, std::size_t sizeBytes)
+{
+    const int descriptor = descriptorOf(file);
+    for (;;) {
+        const ssize_t count = ::read(descriptor, bytes, std::min(sizeBytes, kLargestCall));
+        if (count >= 0) return {count, 0};
+        if (!isToBeRepeated(descriptor, POLLIN)) return {-1, errno};
+    }
+}
+
+kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes)
+{
+    const int descriptor = descriptorOf(file);
+    const char* const begin = static_cast<const char*>(bytes);
+    std::size_t written = 0;
+    while (written < sizeBytes) {
+        const ssize_t count =
+            ::write(descriptor, begin + written, std::min(sizeBytes - written, kLargestCall));
+        if (count > 0)
+            written += static_cast<std::size_t>(count);
+        else if (count == 0)
+            return {static_cast<std::int64_t>(written), ENOSPC};
+        else if (!isToBeRepeated(descriptor, POLLOUT))
+            return {static_cast<std::int64_t>(written), errno};
+    }
+    return {static_cast<std::int64_t>(written), 0};
+}
+
+kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds)
+{
+    const int descriptor = descriptorOf(file);
+    // The count is an int: of a regular file beyond 2 GB it is a part of the truth or negative, and then
+    // the read tells.
+    int count = 0;
+    if (::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0) {
+        return {KX_PLATFORM_BYTES_READY, static_cast<std::uint32_t>(count)};
+    }
+    if (kxPosixWait(descriptor, POLLIN, static_cast<int>(waitMilliseconds)) == 0) {
+        return {KX_PLATFORM_NOTHING_READY, 0};
+    }
+    if (::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0) {
+        return {KX_PLATFORM_BYTES_READY, static_cast<std::uint32_t>(count)};
+    }
+    return {KX_PLATFORM_READ_TO_KNOW, 0};
+}
+
+kxPlatformError kxPlatformFileClose(kxPlatformFileHandle file)
+{
+    // After EINTR the descriptor is gone all the same; closing again could hit somebody else's.
+    return ::close(descriptorOf(file)) == 0 || errno == EINTR ? 0 : errno;
+}

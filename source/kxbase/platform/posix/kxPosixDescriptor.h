@@ -1,0 +1,9 @@
+// Descriptor calls shared by the POSIX files of this folder.
+#pragma once
+
+#include <cstdint>
+
+// Waits until the descriptor can be read or written, or the time has passed; a negative time is for ever.
+// `events` are those of poll. Signals do not cut the wait short when it is for ever.
+// Answers the events seen; 0 when the time passed.
+short kxPosixWait(int descriptor, short events, int milliseconds);
