@@ -24,9 +24,8 @@ void kxSendMessage(std::uint32_t level, std::string_view format, kxArgumentView 
 // Sends "Bad Alloc:" with the source position and throws std::bad_alloc. Safe while memory is short.
 [[noreturn]] void kxThrowBadAlloc(const char* file, std::uint32_t line);
 
-// The translation of an English text of the library, or the text itself when there is none. What it refers
-// to lives as long as `text` or, translated, until the program ends.
-std::string_view kxTranslate(std::string_view text);
+// The translation of an English text of the library, or the text itself when there is none.
+kxString kxTranslate(std::string_view text);
 
 template <typename... Arguments>
 void kxMessage(std::uint32_t level, std::string_view format, const Arguments&... arguments)

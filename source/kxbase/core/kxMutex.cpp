@@ -32,9 +32,20 @@ void kxMutex::unlock()
     if (!isHeldBy(kxPlatformThreadId())) return;
     const std::uint32_t left = lockCount() - 1;
     lockCount_.store(left, std::memory_order_relaxed);
-    if (left != 0) return;
-    holder_.store(0, std::memory_order_relaxed);
-    kxPlatformLockRelease(lock_);
+    if (left == 0) leave();
+}
+
+std::uint32_t kxMutex::unlockAll()
+{
+    const std::uint32_t count = lockCount();
+    lockCount_.store(0, std::memory_order_relaxed);
+    leave();
+    return count;
+}
+
+void kxMutex::lockTimes(std::uint32_t count)
+{
+    for (; count != 0; --count) lock();
 }
 
 std::uint32_t kxMutex::owner() const noexcept
@@ -45,6 +56,12 @@ std::uint32_t kxMutex::owner() const noexcept
 bool kxMutex::isHeldBy(std::uint32_t thread) const noexcept
 {
     return holder_.load(std::memory_order_relaxed) == thread;
+}
+
+void kxMutex::leave()
+{
+    holder_.store(0, std::memory_order_relaxed);
+    kxPlatformLockRelease(lock_);
 }
 
 void kxMutex::entered(std::uint32_t thread) noexcept

@@ -30,9 +30,16 @@ public:
     // Locks outstanding.
     std::uint32_t lockCount() const noexcept { return lockCount_.load(std::memory_order_relaxed); }
 
+protected:
+    // For waits: gives the lock up whatever its count and answers that count; the caller holds the lock.
+    std::uint32_t unlockAll();
+    // Takes the lock as often as asked.
+    void lockTimes(std::uint32_t count);
+
 private:
     bool isHeldBy(std::uint32_t thread) const noexcept;
     void entered(std::uint32_t thread) noexcept;
+    void leave();
 
     kxPlatformLock lock_;
     // Read by threads that do not hold the lock, hence atomic; written by the holder alone.

@@ -6,6 +6,8 @@
 
 // What the system said of a failure; 0 is no failure. Only kxPlatformErrorText can tell the others apart.
 using kxPlatformError = std::int32_t;
+// The failure that the system reports for a value that it cannot take.
+extern const kxPlatformError KX_PLATFORM_INVALID_ARGUMENT;
 
 // Writes the system's description of a failure as terminated text, cut to the buffer.
 void kxPlatformErrorText(kxPlatformError error, char* buffer, std::size_t sizeBytes);

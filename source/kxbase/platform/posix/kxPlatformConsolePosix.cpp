@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <iterator>
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -19,8 +18,7 @@ constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGPIPE, S
                                   SIGFPE,  SIGILL,  SIGABRT, SIGSYS,  SIGTRAP, SIGVTALRM};
 
 // State of the terminal, touched by the thread that uses the console and by signal handlers.
-termios foundMode;  // as it was before raw mode; valid while modeIsFound
-std::atomic<bool> modeIsFound{false};
+termios foundMode;                          // as it was before raw mode; valid while isRaw
 std::atomic<bool> isRaw{false};             // the terminal is in raw mode by our doing
 std::atomic<bool> isToBeTakenAgain{false};  // a stop lies between the last taking and now
 static_assert(std::atomic<bool>::is_always_lock_free, "used in signal handlers");

@@ -1,7 +1,10 @@
 #include "kxbase/platform/kxPlatformIo.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <system_error>
+
+const kxPlatformError KX_PLATFORM_INVALID_ARGUMENT = EINVAL;
 
 void kxPlatformErrorText(kxPlatformError error, char* buffer, std::size_t sizeBytes)
 {

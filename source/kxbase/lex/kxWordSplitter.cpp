@@ -1,0 +1,66 @@
+#include "kxbase/lex/kxWordSplitter.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
+
+bool isQuote(char character)
+{
+    return character == '\'' || character == '"';
+}
+
+bool isWhiteSpace(char character)
+{
+    return kWhiteSpace.find(character) != std::string_view::npos;
+}
+
+// Length of the quoted piece that the text begins with; 0 when it begins with none.
+std::size_t quotedLength(std::string_view text)
+{
+    if (!isQuote(text.front())) return 0;
+    const std::size_t partner = text.find(text.front(), 1);
+    return partner == std::string_view::npos ? 0 : partner + 1;
+}
+
+std::string_view withoutOuterQuotes(std::string_view token)
+{
+    if (!isQuote(token.front())) return token;
+    const char quote = token.front();
+    const std::size_t begin = token.find_first_not_of(quote);
+    if (begin == std::string_view::npos) return {};
+    return token.substr(begin, token.find_last_not_of(quote) + 1 - begin);
+}
+
+}  // namespace
+
+bool kxWordSplitter::next(std::string& word)
+{
+    word.clear();
+    while (!rest_.empty()) {
+        if (!isWhiteSpace(rest_.front())) {
+            word += withoutOuterQuotes(takeToken());
+        } else {
+            rest_.remove_prefix(1);
+            if (!word.empty()) return true;
+        }
+    }
+    return !word.empty();
+}
+
+// Takes a quoted piece whole, or everything up to white space or to the next quoted piece.
+std::string_view kxWordSplitter::takeToken()
+{
+    std::size_t length = quotedLength(rest_);
+    if (length == 0) {
+        length = 1;
+        while (length < rest_.size() && !isWhiteSpace(rest_[length]) &&
+               quotedLength(rest_.substr(length)) == 0) {
+            ++length;
+        }
+    }
+    const std::string_view token = rest_.substr(0, length);
+    rest_.remove_prefix(length);
+    return token;
+}

@@ -1,0 +1,67 @@
+#include "kxbase/core/kxMessage.h"
+
+#include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxVersion.h"
+#include "kxbase/message/kxMessageManager.h"
+
+#include <new>
+#include <string>
+
+// Definitions of the calls that every folder may make.
+
+namespace {
+
+thread_local bool isReportingBadAlloc = false;
+
+kxFatalError fatalError(std::string_view prefix, std::string_view format, kxArgumentView arguments)
+{
+    const kxString text = kxString::formatArguments(kxTranslate(format), arguments);
+    return kxFatalError(std::string(prefix).append(text.view()));
+}
+
+std::string_view fileName(std::string_view path)
+{
+    return path.substr(path.find_last_of("/\\") + 1);
+}
+
+void reportBadAlloc(const char* file, std::uint32_t line)
+{
+    const kxString position =
+        kxString::format("File: %s  Line: %d  Ver: %s", fileName(file), line, KX_LIBRARY_VERSION);
+    kxMessage(KX_MESSAGE_FATAL, "Bad Alloc:%s", position);
+}
+
+}  // namespace
+
+void kxSendMessage(std::uint32_t level, std::string_view format, kxArgumentView arguments)
+{
+    kxMessageManager::instance().send(level, format, arguments);
+}
+
+void kxThrowFatal(std::string_view format, kxArgumentView arguments)
+{
+    throw fatalError("", format, arguments);
+}
+
+void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments)
+{
+    throw fatalError("Template-", format, arguments);
+}
+
+void kxThrowBadAlloc(const char* file, std::uint32_t line)
+{
+    if (isReportingBadAlloc) throw std::bad_alloc();
+    isReportingBadAlloc = true;
+    try {
+        reportBadAlloc(file, line);
+    } catch (const std::exception&) {
+        // Memory is short; the failure itself is what the caller must learn of.
+    }
+    isReportingBadAlloc = false;
+    throw std::bad_alloc();
+}
+
+kxString kxTranslate(std::string_view text)
+{
+    return kxMessageManager::instance().translate(text, KX_MESSAGE_FATAL);
+}

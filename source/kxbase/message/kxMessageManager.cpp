@@ -1,0 +1,177 @@
+#include "kxbase/message/kxMessageManager.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxVersion.h"
+#include "kxbase/message/DefaultMessageReceiver.h"
+#include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/thread/kxBodyReadGuard.h"
+#include "kxbase/thread/kxBodyWriteGuard.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr const char* kLevelVariable = "KORVEX_MESSAGE_LEVEL";
+constexpr std::uint32_t kSetLevelMask = 0xF07F;
+constexpr std::uint32_t kDeepestNesting = 16;
+
+std::uint32_t levelFromEnvironment()
+{
+    const char* const setting = kxPlatformEnvironment(kLevelVariable);
+    return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
+}
+
+}  // namespace
+
+// A change of the receivers or of the sender.
+struct kxMessageManager::Change {
+    enum Kind : std::uint8_t { ADD, REMOVE, SENDER };
+
+    Kind kind;
+    kxMessageReceiverInterface* receiver = nullptr;
+    kxString sender = {};
+};
+
+// One send on the calling thread. The members of all threads are trivial, so that messages work while a
+// thread or the process ends.
+struct kxMessageManager::Delivery {
+    using Changes = std::vector<Change>;
+
+    static thread_local std::uint32_t depth;
+    static thread_local Changes* waiting;  // changes asked for by receivers
+
+    static bool isInside() { return depth != 0; }
+
+    static bool isRemoved(const kxMessageReceiverInterface* receiver)
+    {
+        if (waiting == nullptr) return false;
+        const auto last = std::find_if(waiting->rbegin(), waiting->rend(),
+                                       [=](const Change& change) { return change.receiver == receiver; });
+        return last != waiting->rend() && last->kind == Change::REMOVE;
+    }
+
+    static void wait(const Change& change)
+    {
+        if (waiting == nullptr) waiting = new Changes;
+        waiting->push_back(change);
+    }
+
+    explicit Delivery(kxMessageManager& owner) : manager(owner) { ++depth; }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+    ~Delivery()
+    {
+        if (--depth != 0 || waiting == nullptr) return;
+        const std::unique_ptr<Changes> changes(std::exchange(waiting, nullptr));
+        for (const Change& change : *changes) manager.apply(change);
+    }
+
+    kxMessageManager& manager;
+};
+
+thread_local std::uint32_t kxMessageManager::Delivery::depth = 0;
+thread_local kxMessageManager::Delivery::Changes* kxMessageManager::Delivery::waiting = nullptr;
+
+kxMessageManager& kxMessageManager::instance()
+{
+    static kxMessageManager* const manager = new kxMessageManager;
+    return *manager;
+}
+
+kxMessageManager::kxMessageManager() : level_(levelFromEnvironment()), sender_(KX_MODULE_NAME) {}
+
+bool kxMessageManager::passes(std::uint32_t level) const
+{
+    const std::uint32_t wanted = this->level();
+    const bool isHidden = (level & ~wanted & KX_MESSAGE_INTERNAL) != 0;
+    return level >= (wanted & kSetLevelMask) && !isHidden && enabled_.load(std::memory_order_relaxed);
+}
+
+void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
+{
+    if (!passes(level) || Delivery::depth >= kDeepestNesting) return;
+    const Delivery delivery(*this);
+    while (!deliver(level, format, arguments)) makeDefaultReceiver();
+}
+
+// Answers false when there is nobody to deliver to.
+bool kxMessageManager::deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments)
+{
+    const kxBodyReadGuard guard(receiversLock_);
+    if (receivers_.empty()) return false;
+    const kxString text = finishedText(level, format, arguments);
+    for (kxMessageReceiverInterface* const receiver : receivers_) {
+        if (!Delivery::isRemoved(receiver)) receiver->receive(sender_, level, text);
+    }
+    return true;
+}
+
+kxString kxMessageManager::finishedText(std::uint32_t level, std::string_view format,
+                                        kxArgumentView arguments)
+{
+    const bool isTranslated = (level & KX_MESSAGE_UNTRANSLATED) == 0 && level >= KX_MESSAGE_NOTICE;
+    const kxString text = isTranslated ? translate(format, level) : kxString(format);
+    if ((level & KX_MESSAGE_RAW) != 0) return text;
+    try {
+        return kxString::formatArguments(text, arguments);
+    } catch (const kxFatalError&) {
+        return text;
+    }
+}
+
+kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
+{
+    kxMessageTranslatorInterface* const translator = translator_.load();
+    if (translator == nullptr) return kxString(text);
+    kxString translated = translator->translate(text, sender_, level);
+    return translated.isEmpty() ? kxString(text) : translated;
+}
+
+void kxMessageManager::makeDefaultReceiver()
+{
+    const kxBodyGuard guard(defaultReceiverLock_);
+    if (defaultReceiver_ == nullptr) defaultReceiver_ = new DefaultMessageReceiver;
+    const kxBodyWriteGuard writing(receiversLock_);
+    if (receivers_.empty()) receivers_.push_back(defaultReceiver_);
+}
+
+void kxMessageManager::setSender(const kxString& sender)
+{
+    change({Change::SENDER, nullptr, sender});
+}
+
+void kxMessageManager::addReceiver(kxMessageReceiverInterface& receiver)
+{
+    change({Change::ADD, &receiver});
+}
+
+void kxMessageManager::removeReceiver(kxMessageReceiverInterface& receiver)
+{
+    change({Change::REMOVE, &receiver});
+}
+
+void kxMessageManager::change(const Change& change)
+{
+    if (Delivery::isInside())
+        Delivery::wait(change);
+    else
+        apply(change);
+}
+
+void kxMessageManager::apply(const Change& change)
+{
+    const kxBodyWriteGuard guard(receiversLock_);
+    const auto place = std::find(receivers_.begin(), receivers_.end(), change.receiver);
+    if (change.kind == Change::SENDER)
+        sender_ = change.sender;
+    else if (change.kind == Change::ADD && place == receivers_.end())
+        receivers_.push_back(change.receiver);
+    else if (change.kind == Change::REMOVE && place != receivers_.end())
+        receivers_.erase(place);
+}

@@ -1,0 +1,67 @@
+// The process-wide message service: filters messages by level, translates and formats them, and hands them to
+// its receivers in the order in which they were added. With none added, the first message makes a
+// DefaultMessageReceiver.
+//
+// Ownership: refers to receivers and to the translator; their owners remove them before destroying them. When
+//            a removal returns, the receiver is not called any more.
+// Threads:   every operation may be called from any thread, also before main and after it. A removal waits for
+//            deliveries on other threads. From inside a receiver, additions and removals take effect when the
+//            outermost delivery of that thread is over; a receiver removed there is not called again by it.
+// Errors:    sending never throws because of the message; a fault in the formatting becomes a further message.
+//            Receivers that send are nested at most 16 deep, deeper messages are dropped.
+#pragma once
+
+#include "kxbase/core/kxArgumentView.h"
+#include "kxbase/core/kxMutex.h"
+#include "kxbase/message/kxMessageReceiverInterface.h"
+#include "kxbase/message/kxMessageTranslatorInterface.h"
+#include "kxbase/thread/kxReadWriteMutex.h"
+
+#include <atomic>
+#include <vector>
+
+class kxMessageManager {
+public:
+    // Made on first use and never destroyed.
+    static kxMessageManager& instance();
+
+    void send(std::uint32_t level, std::string_view format, kxArgumentView arguments);
+
+    // Messages below this level are dropped, and those from inside the library unless it carries
+    // KX_MESSAGE_INTERNAL. At first it is Notice, or what KORVEX_MESSAGE_LEVEL says.
+    void setLevel(std::uint32_t level) { level_.store(level, std::memory_order_relaxed); }
+    std::uint32_t level() const { return level_.load(std::memory_order_relaxed); }
+    // Switches all messages off and on.
+    void setEnabled(bool enabled) { enabled_.store(enabled, std::memory_order_relaxed); }
+    // The name handed to receivers; "KorvexSDK" at first.
+    void setSender(const kxString& sender);
+
+    // Adding a receiver that is there already changes nothing.
+    void addReceiver(kxMessageReceiverInterface& receiver);
+    void removeReceiver(kxMessageReceiverInterface& receiver);
+    // Null for none. Set before other threads send.
+    void setTranslator(kxMessageTranslatorInterface* translator) { translator_.store(translator); }
+    // The translation of a text, or the text itself when there is none.
+    kxString translate(std::string_view text, std::uint32_t level);
+
+private:
+    struct Change;
+    struct Delivery;
+
+    kxMessageManager();
+    bool passes(std::uint32_t level) const;
+    kxString finishedText(std::uint32_t level, std::string_view format, kxArgumentView arguments);
+    bool deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments);
+    void makeDefaultReceiver();
+    void change(const Change& change);
+    void apply(const Change& change);
+
+    std::atomic<std::uint32_t> level_;
+    std::atomic<bool> enabled_{true};
+    std::atomic<kxMessageTranslatorInterface*> translator_{nullptr};
+    kxString sender_;  // guarded as the receivers are
+    kxReadWriteMutex receiversLock_;
+    std::vector<kxMessageReceiverInterface*> receivers_;
+    kxMutex defaultReceiverLock_;  // taken before receiversLock_ for writing
+    kxMessageReceiverInterface* defaultReceiver_ = nullptr;
+};

@@ -1,0 +1,13 @@
+// Translates texts of the library.
+//
+// Threads: called on any thread, by several threads at once.
+// Errors:  a text without a translation gives the empty string.
+#pragma once
+
+#include "kxbase/string/kxString.h"
+
+class kxMessageTranslatorInterface {
+public:
+    virtual ~kxMessageTranslatorInterface() = default;
+    virtual kxString translate(std::string_view text, const kxString& sender, std::uint32_t level) = 0;
+};

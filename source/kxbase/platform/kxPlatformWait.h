@@ -1,0 +1,13 @@
+// Sleeping on a number until somebody changes it.
+//
+// Holds no state besides the number itself: a thread that is killed while it waits leaves nothing behind.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+// Sleeps while the word holds the value, at most the given time. Answers whether the word holds another value.
+bool kxPlatformWaitWhile(const std::atomic<std::uint32_t>& word, std::uint32_t value,
+                         std::uint32_t milliseconds);
+// Wakes everybody who sleeps on the word.
+void kxPlatformWakeAll(std::atomic<std::uint32_t>& word);

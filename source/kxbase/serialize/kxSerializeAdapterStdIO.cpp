@@ -1,0 +1,135 @@
+#include "kxbase/serialize/kxSerializeAdapterStdIO.h"
+
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/object/kxTypeTable.h"
+#include "kxbase/platform/kxPlatformConsole.h"
+#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/serialize/kxSystemError.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint8_t kBackspace = 8;
+constexpr std::uint8_t kErase[] = {kBackspace, ' ', kBackspace};
+// While the terminal is somebody else's, a key is awaited with pauses of this length.
+constexpr std::uint32_t kBackgroundPauseMilliseconds = 10;
+
+}  // namespace
+
+kxSerializeAdapterStdIO::kxSerializeAdapterStdIO()
+    : input_(kxPlatformConsoleInput()), readsTerminal_(kxPlatformConsoleIsTerminal(kxPlatformConsoleInput())),
+      writesTerminal_(kxPlatformConsoleIsTerminal(kxPlatformConsoleOutput()))
+{}
+
+kxSerializeAdapterStdIO::~kxSerializeAdapterStdIO() noexcept(false)
+{
+    if (hasTakenTerminal_) kxPlatformConsoleRestore();
+}
+
+const kxType& kxSerializeAdapterStdIO::getType() const
+{
+    return kxTypeTable::find("kxSerializeAdapterStdIO");
+}
+
+void kxSerializeAdapterStdIO::writeBlock(const void* bytes, std::uint32_t count)
+{
+    pace_.moved();
+    // What the program itself has printed so far comes before.
+    std::fflush(stdout);
+    if (writesTerminal_)
+        writeErasing(static_cast<const std::uint8_t*>(bytes), count);
+    else
+        writeOut(bytes, count);
+}
+
+void kxSerializeAdapterStdIO::writeByte(std::uint8_t byte)
+{
+    writeBlock(&byte, 1);
+}
+
+void kxSerializeAdapterStdIO::writeErasing(const std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint8_t* const end = bytes + count;
+    while (bytes != end) {
+        const std::uint8_t* const backspace = std::find(bytes, end, kBackspace);
+        writeOut(bytes, static_cast<std::uint32_t>(backspace - bytes));
+        bytes = backspace;
+        if (bytes == end) return;
+        writeOut(kErase, sizeof(kErase));
+        ++bytes;
+    }
+}
+
+void kxSerializeAdapterStdIO::writeOut(const void* bytes, std::uint32_t count)
+{
+    if (count == 0) return;
+    const kxPlatformIoResult written = kxPlatformFileWrite(kxPlatformConsoleOutput(), bytes, count);
+    if (written.error == 0) return;
+    const bool isFirst = !hasError();
+    setError(kxWithSystemError(kxTranslate("Could not write to the console"), written.error));
+    if (isFirst) kxMessage(KX_MESSAGE_WARNING, "%s", getError());
+}
+
+std::uint32_t kxSerializeAdapterStdIO::getDataLength()
+{
+    const std::uint32_t ready = look(pace_.waitMilliseconds());
+    if (ready == 0)
+        pace_.foundNothing();
+    else
+        pace_.moved();
+    return readsTerminal_ ? std::min(ready, 1U) : ready;
+}
+
+std::uint32_t kxSerializeAdapterStdIO::look(std::uint32_t waitMilliseconds)
+{
+    if (input_.hasEnded() || (readsTerminal_ && !kxPlatformConsoleTakeRaw())) {
+        if (waitMilliseconds != 0) kxPlatformSleep(waitMilliseconds);
+        return 0;
+    }
+    hasTakenTerminal_ = readsTerminal_;
+    const std::uint32_t ready = input_.look(waitMilliseconds);
+    noticeEnd();
+    return ready;
+}
+
+std::uint32_t kxSerializeAdapterStdIO::readBlock(void* bytes, std::uint32_t count)
+{
+    auto* const begin = static_cast<std::uint8_t*>(bytes);
+    std::uint32_t taken = 0;
+    while (taken < count) {
+        const std::uint32_t ready = look(0);
+        if (ready == 0) break;
+        taken += readReady(begin + taken, std::min(ready, count - taken));
+    }
+    return taken;
+}
+
+std::uint8_t kxSerializeAdapterStdIO::readByte()
+{
+    while (readsTerminal_ && !kxPlatformConsoleTakeRaw()) kxPlatformSleep(kBackgroundPauseMilliseconds);
+    hasTakenTerminal_ = readsTerminal_;
+    std::uint8_t byte = 0;
+    readReady(&byte, 1);
+    return byte;
+}
+
+std::uint32_t kxSerializeAdapterStdIO::readReady(std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint32_t taken = input_.read(bytes, count);
+    noticeEnd();
+    const int eraseKey = readsTerminal_ ? kxPlatformConsoleEraseKey() : -1;
+    if (eraseKey >= 0) std::replace(bytes, bytes + taken, static_cast<std::uint8_t>(eraseKey), kBackspace);
+    return taken;
+}
+
+void kxSerializeAdapterStdIO::noticeEnd()
+{
+    if (!input_.hasEnded() || hasError()) return;
+    if (input_.error() == 0 || readsTerminal_)
+        setError(kxTranslate("End of file"));
+    else
+        setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
+}

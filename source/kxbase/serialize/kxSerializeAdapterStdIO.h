@@ -1,0 +1,47 @@
+// The console: reads keys or standard input, writes to the terminal or standard output.
+//
+// On a terminal, keys arrive one at a time as they are typed, unechoed: Enter is 13 and the erase key is 8.
+// A backspace that is written erases the character before the cursor. Where standard input or output is no
+// terminal, that direction carries plain bytes in blocks, exactly as they are.
+//
+// Ownership: uses the standard streams of the process and closes nothing. The terminal's mode is taken at
+//            the first look for input and given back by the destructor.
+// Threads:   takes no lock; one thread at a time.
+// Errors:    the end of the input is noticed by looking for data, never by opening; the error text is then
+//            "End of file". In the background no key is seen. A failed write sets the error text and is told
+//            in a Warning.
+//
+// After a hundred looks in a row that found nothing, each further look waits up to a millisecond.
+#pragma once
+
+#include "kxbase/serialize/kxIdlePace.h"
+#include "kxbase/serialize/kxSerializeAdapter.h"
+#include "kxbase/serialize/kxStreamInput.h"
+
+class kxSerializeAdapterStdIO : public kxSerializeAdapter {
+public:
+    kxSerializeAdapterStdIO();
+    ~kxSerializeAdapterStdIO() noexcept(false) override;
+    const kxType& getType() const override;
+
+    void writeBlock(const void* bytes, std::uint32_t count) override;
+    void writeByte(std::uint8_t byte) override;
+    std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
+    // Waits for a byte; answers 0 when the input has ended.
+    std::uint8_t readByte() override;
+    // On a terminal 1 when a key is waiting, else 0; elsewhere the bytes that are ready.
+    std::uint32_t getDataLength() override;
+
+private:
+    std::uint32_t look(std::uint32_t waitMilliseconds);
+    std::uint32_t readReady(std::uint8_t* bytes, std::uint32_t count);
+    void writeErasing(const std::uint8_t* bytes, std::uint32_t count);
+    void writeOut(const void* bytes, std::uint32_t count);
+    void noticeEnd();
+
+    kxStreamInput input_;
+    kxIdlePace pace_;
+    bool readsTerminal_;
+    bool writesTerminal_;
+    bool hasTakenTerminal_ = false;
+};

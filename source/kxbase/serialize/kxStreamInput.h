@@ -1,0 +1,38 @@
+// The reading side of a stream whose length nobody knows: a pipe, a device, a terminal, standard input.
+//
+// Looking tells how much a read delivers at once. Where the system cannot count, a block is read ahead, which
+// also is how the end is noticed.
+//
+// Ownership: refers to the handle, which belongs to the adapter.
+// Threads:   takes no lock; one thread at a time.
+// Errors:    a failed read ends the stream; error() says why.
+// Units:     counts are in bytes, waits in milliseconds.
+#pragma once
+
+#include "kxbase/containers/kxArray.h"
+#include "kxbase/platform/kxPlatformFile.h"
+
+class kxStreamInput {
+public:
+    explicit kxStreamInput(kxPlatformFileHandle source, std::uint32_t readAheadBytes = 65536);
+
+    // Bytes that can be read without waiting. Waits up to the given time for the first of them.
+    std::uint32_t look(std::uint32_t waitMilliseconds);
+    // Takes what is ready, up to `count` bytes; waits when nothing is. 0 means that the stream has ended.
+    std::uint32_t read(void* bytes, std::uint32_t count);
+
+    bool hasEnded() const { return hasEnded_; }
+    // Why the stream ended; 0 when there simply was no more.
+    kxPlatformError error() const { return error_; }
+
+private:
+    std::uint32_t readSource(void* bytes, std::uint32_t count);
+
+    kxPlatformFileHandle source_;
+    std::uint32_t readAheadBytes_;
+    kxArray<std::uint8_t> ahead_;  // storage of the bytes read ahead, made on first use
+    std::uint32_t aheadBegin_ = 0;
+    std::uint32_t aheadEnd_ = 0;
+    bool hasEnded_ = false;
+    kxPlatformError error_ = 0;
+};

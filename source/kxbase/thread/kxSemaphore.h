@@ -1,0 +1,40 @@
+// Counting lock whose holders share a key: holders of one key come in together, another key waits until all
+// have left.
+//
+// Threads: every operation may be called from any thread.
+// Errors:  releasing what nobody holds only wakes the waiters.
+#pragma once
+
+#include "kxbase/core/kxMutex.h"
+#include "kxbase/thread/kxEvent.h"
+
+// What a semaphore starts with.
+struct kxSemaphoreStart {
+    std::uint32_t ownerKey = 0;
+    std::uint32_t holderCount = 0;
+    std::uint32_t maximum = 0;  // 0 is unlimited
+};
+
+class kxSemaphore {
+public:
+    explicit kxSemaphore(const kxSemaphoreStart& start = {});
+    virtual ~kxSemaphore() = default;
+
+    // Waits until nobody holds the lock, or only holders of the same key do, and the maximum leaves room.
+    void acquire(std::uint32_t key);
+    void release();
+
+protected:
+    // The key a reader comes in with: its own thread's while that thread holds the lock for itself.
+    void acquireShared(std::uint32_t ownKey);
+
+private:
+    bool tryEnter(std::uint32_t key);
+    void waitForChange();
+
+    const std::uint32_t maximum_;
+    kxMutex mutex_;  // guards the fields below; never held across a wait
+    std::uint32_t ownerKey_;
+    std::uint32_t holderCount_;
+    kxEvent changed_;
+};

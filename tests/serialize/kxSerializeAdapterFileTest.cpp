@@ -1,0 +1,291 @@
+#include "kxbase/serialize/kxSerializeAdapterFile.h"
+
+#include "support/kxMessageRecorder.h"
+#include "support/kxTempDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using File = kxRefPointer<kxSerializeAdapterFile>;
+
+constexpr const char* kFileName = "the file";
+
+std::string patternOf(std::size_t count)
+{
+    std::string bytes(count, '\0');
+    for (std::size_t index = 0; index < count; ++index) bytes[index] = static_cast<char>(index * 31 / 7);
+    return bytes;
+}
+
+class kxSerializeAdapterFileTest : public testing::Test {
+protected:
+    File open(std::uint32_t mode, bool append = false)
+    {
+        return File(new kxSerializeAdapterFile(directory.path(kFileName).c_str(), mode, append));
+    }
+    File openWith(const std::string& bytes)
+    {
+        directory.write(kFileName, bytes);
+        return open(KX_SERIALIZE_INPUT);
+    }
+    std::string content() { return directory.read(kFileName); }
+
+    kxTempDirectory directory;
+};
+
+std::string readAll(kxSerializeAdapter& adapter)
+{
+    std::string bytes;
+    while (const std::uint32_t ready = adapter.length()) {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + ready);
+        bytes.resize(before + adapter.read(bytes.data() + before, ready));
+    }
+    return bytes;
+}
+
+}  // namespace
+
+TEST_F(kxSerializeAdapterFileTest, FetchesAMillionBytesAtATime)
+{
+    const std::string bytes = patternOf(2500000);
+    const File byByte = openWith(bytes);
+    for (const std::uint64_t left : {1500000U, 500000U, 0U}) {
+        byByte->readByte();
+        EXPECT_EQ(byByte->getRemaining(), left);
+        byByte->read(nullptr, 999999);
+    }
+    const File whole = openWith(bytes);
+    EXPECT_EQ(whole->length(), 2500000U);
+    EXPECT_TRUE(readAll(*whole) == bytes);
+
+    const File single = openWith(bytes);
+    single->setBlockReading(false);
+    EXPECT_EQ(single->readByte(), static_cast<std::uint8_t>(bytes[0]));
+    EXPECT_EQ(single->getRemaining(), 2499999U);
+}
+
+TEST_F(kxSerializeAdapterFileTest, BlocksOfAnySizeReadTheSameBytes)
+{
+    const std::string bytes = patternOf(2500000);
+    for (const std::uint32_t step : {1U, 7U, 65536U, 999999U, 1000000U, 1000001U, 2000000U}) {
+        SCOPED_TRACE(step);
+        const File file = openWith(step == 1 ? bytes.substr(0, 5000) : bytes);
+        const std::string expected = step == 1 ? bytes.substr(0, 5000) : bytes;
+        std::string got;
+        std::string block(step, '\0');
+        while (const std::uint32_t count = file->read(block.data(), step)) got.append(block, 0, count);
+        EXPECT_TRUE(got == expected);
+    }
+}
+
+TEST_F(kxSerializeAdapterFileTest, NoticesItsEndByLookingAndNotByOpening)
+{
+    const File empty = openWith("");
+    EXPECT_FALSE(empty->hasError());
+    EXPECT_EQ(empty->length(), 0U);
+    EXPECT_TRUE(empty->hasError());
+    EXPECT_EQ(empty->getError(), "End of file");
+
+    const File file = openWith("ab");
+    EXPECT_EQ(file->readByte(), 'a');
+    EXPECT_EQ(file->readByte(), 'b');
+    EXPECT_FALSE(file->hasError()) << "nobody has asked for more";
+    EXPECT_EQ(file->readByte(), 0);
+    file->pushBack('c');
+    EXPECT_FALSE(file->hasError()) << "a byte was given back";
+    EXPECT_EQ(file->readChar(), 'c');
+    EXPECT_TRUE(file->hasError());
+}
+
+TEST_F(kxSerializeAdapterFileTest, WritingHoldsBytesUntilAMillionArePending)
+{
+    const std::string bytes = patternOf(1000001);
+    const File file = open(KX_SERIALIZE_OUTPUT);
+    for (std::size_t index = 0; index < 1000000; ++index) file->writeByte(static_cast<std::uint8_t>(bytes[index]));
+    EXPECT_EQ(content().size(), 0U);
+    file->writeByte(static_cast<std::uint8_t>(bytes[1000000]));
+    EXPECT_EQ(content().size(), 1000000U);
+    EXPECT_EQ(file->flush(), 0U);
+    EXPECT_TRUE(content() == bytes);
+    EXPECT_EQ(file->getRemaining(), 1000001U);
+}
+
+TEST_F(kxSerializeAdapterFileTest, BlocksWriteWhatTheirBytesWould)
+{
+    const std::string bytes = patternOf(3500000);
+    for (const std::uint32_t step : {1000U, 333333U, 1000000U, 1000001U, 2000000U, 3500000U}) {
+        SCOPED_TRACE(step);
+        const File file = open(KX_SERIALIZE_OUTPUT);
+        for (std::uint32_t at = 0; at < bytes.size(); at += step) {
+            file->write(bytes.data() + at, std::min(step, static_cast<std::uint32_t>(bytes.size()) - at));
+        }
+        EXPECT_EQ(file->getRemaining(), 3000000U) << "as many whole blocks as are followed by a byte";
+        file->flush();
+        EXPECT_TRUE(content() == bytes);
+    }
+}
+
+TEST_F(kxSerializeAdapterFileTest, OpensForWritingAsAsked)
+{
+    const struct {
+        const char* why;
+        std::uint32_t mode;
+        bool append;
+        const char* expected;
+    } cases[] = {
+        {"both modes are writing with append", KX_SERIALIZE_OUTPUT | KX_SERIALIZE_INPUT, false, "oldnew"},
+        {"append asked for", KX_SERIALIZE_OUTPUT, true, "oldnew"},
+        {"writing alone starts empty", KX_SERIALIZE_OUTPUT, false, "new"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        directory.write(kFileName, "old");
+        {
+            const File file = open(c.mode, c.append);
+            EXPECT_EQ(file->getMode(), KX_SERIALIZE_OUTPUT);
+            EXPECT_EQ(file->getDataLength(), 0U);
+            EXPECT_FALSE(file->hasData());
+            file->write("new", 3);
+        }
+        EXPECT_EQ(content(), c.expected) << "the destructor flushes";
+    }
+}
+
+TEST_F(kxSerializeAdapterFileTest, SaysWhyItCouldNotOpen)
+{
+    const std::string place = directory.path();
+    const struct {
+        const char* why;
+        std::string name;
+        std::uint32_t mode;
+        std::string expected;
+    } cases[] = {
+        {"missing", place + "/a%s b", KX_SERIALIZE_INPUT,
+         "Could not open '" + place + "/a%s b' for reading (No such file or directory)"},
+        {"no name", "", KX_SERIALIZE_INPUT, "Could not open '' for reading (No such file or directory)"},
+        {"a directory to read", place, KX_SERIALIZE_INPUT,
+         "Could not open '" + place + "' for reading (Is a directory)"},
+        {"a directory to write", place, KX_SERIALIZE_OUTPUT,
+         "Could not open '" + place + "' for writing (Is a directory)"},
+        {"a place that is not there", place + "/x/y", 3,
+         "Could not open '" + place + "/x/y' for writing (No such file or directory)"},
+        {"no such mode", place, 4, "Could not open '" + place + "' for reading (Invalid argument)"},
+        {"a zero byte would cut the name", std::string("/dev/null\0x", 11), KX_SERIALIZE_INPUT,
+         std::string("Could not open '/dev/null\0x' for reading (Invalid argument)", 59)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        const kxMessageRecorder messages;
+        const File file(new kxSerializeAdapterFile(kxString(std::string_view(c.name)), c.mode, false));
+        EXPECT_EQ(file->getError(), std::string_view(c.expected));
+        EXPECT_EQ(file->readByte(), 0);
+        EXPECT_EQ(file->length(), 0U);
+    }
+    const File file(new kxSerializeAdapterFile((place + "/x/y").c_str(), KX_SERIALIZE_OUTPUT, false));
+    file->writeByte('x');
+    file->flush();
+    EXPECT_EQ(file->getError(), std::string_view("Could not flush to file '" + place + "/x/y'"));
+}
+
+TEST_F(kxSerializeAdapterFileTest, WarnsOncePerCallInTheWrongDirection)
+{
+    const kxMessageRecorder messages;
+    const File reading = openWith("abc");
+    reading->writeByte('x');
+    reading->write("xyz", 3);
+    EXPECT_EQ(messages.texts(), std::vector<std::string>(
+                                    2, "Can use KX_SERIALIZE_INPUT on a file opened for writing !\n"));
+    EXPECT_EQ(readAll(*reading), "abc") << "nothing is delivered, nothing is lost";
+
+    const kxMessageRecorder others;
+    const File writing = open(KX_SERIALIZE_OUTPUT);
+    char bytes[4];
+    EXPECT_EQ(writing->readByte(), 0);
+    EXPECT_EQ(writing->readBlock(bytes, 4), 0U);
+    EXPECT_EQ(others.texts(), std::vector<std::string>(
+                                  2, "Can use KX_SERIALIZE_OUTPUT on a file opened for reading !\n"));
+    EXPECT_FALSE(writing->hasError());
+}
+
+TEST_F(kxSerializeAdapterFileTest, TellsWhatAFullDiskLost)
+{
+    const kxMessageRecorder messages;
+    {
+        const File full(new kxSerializeAdapterFile("/dev/full", KX_SERIALIZE_OUTPUT, false));
+        const std::string bytes = patternOf(1500000);
+        full->write(bytes.data(), 1500000);
+        EXPECT_EQ(full->getError(), "Could not flush to file '/dev/full' (No space left on device)");
+        EXPECT_EQ(full->flush(), 1U);
+        full->write(bytes.data(), 7);
+    }
+    const std::vector<std::string> expected = {
+        "Could not flush to file '/dev/full' (No space left on device)",
+        "1500007 bytes could not be written to file '/dev/full' and are lost",
+    };
+    EXPECT_EQ(messages.texts(), expected);
+}
+
+TEST_F(kxSerializeAdapterFileTest, EndsWhereAFileWasCutShort)
+{
+    const File file = openWith(patternOf(2500000));
+    std::string block(1000000, '\0');
+    EXPECT_EQ(file->read(block.data(), 1000000), 1000000U);
+    std::filesystem::resize_file(directory.path(kFileName), 1200000);
+    EXPECT_EQ(file->read(block.data(), 1000000), 200000U);
+    EXPECT_EQ(file->length(), 0U);
+    EXPECT_EQ(file->getError(), "");
+    EXPECT_TRUE(file->hasError());
+    EXPECT_EQ(file->getError(), "End of file");
+}
+
+TEST_F(kxSerializeAdapterFileTest, LengthBeyondFourGigabytesIsSaturated)
+{
+    directory.write(kFileName, "x");
+    std::filesystem::resize_file(directory.path(kFileName), (5ULL << 30) + 3);
+    const File file = open(KX_SERIALIZE_INPUT);
+    EXPECT_EQ(file->getRemaining(), (5ULL << 30) + 3);
+    EXPECT_EQ(file->length(), std::numeric_limits<std::uint32_t>::max());
+    EXPECT_EQ(file->readByte(), 'x');
+    EXPECT_EQ(file->length(), std::numeric_limits<std::uint32_t>::max());
+}
+
+TEST_F(kxSerializeAdapterFileTest, ReadsFilesWhoseSizeNobodyKnows)
+{
+    const File made(new kxSerializeAdapterFile("/proc/self/comm", KX_SERIALIZE_INPUT, false));
+    EXPECT_EQ(readAll(*made), "kxtest_serializ\n");
+    EXPECT_TRUE(made->hasError());
+
+    const File endless(new kxSerializeAdapterFile("/dev/zero", KX_SERIALIZE_INPUT, false));
+    EXPECT_GT(endless->length(), 0U);
+    EXPECT_FALSE(endless->hasError());
+}
+
+TEST_F(kxSerializeAdapterFileTest, ReadsANamedPipeAsItFillsAndEndsWithItsWriter)
+{
+    const std::string path = directory.path("pipe");
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    int writer = -1;
+    std::thread opener([&] { writer = ::open(path.c_str(), O_WRONLY | O_CLOEXEC); });
+    const File pipe(new kxSerializeAdapterFile(path.c_str(), KX_SERIALIZE_INPUT, false));
+    opener.join();
+    EXPECT_EQ(pipe->length(), 0U);
+    EXPECT_FALSE(pipe->hasError()) << "a pipe that is empty for now has not ended";
+    ASSERT_EQ(::write(writer, "abc", 3), 3);
+    EXPECT_EQ(pipe->length(), 3U);
+    EXPECT_EQ(pipe->readByte(), 'a');
+    ::close(writer);
+    EXPECT_EQ(readAll(*pipe), "bc");
+    EXPECT_TRUE(pipe->hasError());
+    EXPECT_EQ(pipe->getError(), "End of file");
+}

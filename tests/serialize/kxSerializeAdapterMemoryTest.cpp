@@ -1,0 +1,100 @@
+#include "kxbase/serialize/kxSerializeAdapterMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace {
+
+using Memory = kxRefPointer<kxSerializeAdapterMemory>;
+
+constexpr const char* kWritten = "Memory Adapter written beyond end";
+constexpr const char* kRead = "Memory Adapter read beyond end";
+constexpr const char* kMovedEnd = "Memory Adapter moved beyond end";
+
+}  // namespace
+
+TEST(kxSerializeAdapterMemory, KeepsWhatFitsWhenWrittenBeyondItsEnd)
+{
+    char block[] = "....#";
+    Memory byByte(new kxSerializeAdapterMemory(block, 4));
+    for (const char byte : {'a', 'b', 'c', 'd'}) byByte->writeByte(static_cast<std::uint8_t>(byte));
+    EXPECT_FALSE(byByte->hasError());
+    byByte->writeByte('e');
+    EXPECT_EQ(byByte->getError(), kWritten);
+    EXPECT_STREQ(block, "abcd#");
+
+    Memory byBlock(new kxSerializeAdapterMemory(block, 4));
+    byBlock->writeByte('1');
+    byBlock->write("2345", 4);
+    EXPECT_EQ(byBlock->getError(), kWritten);
+    EXPECT_STREQ(block, "1234#");
+    EXPECT_EQ(byBlock->getDataLength(), 0U);
+}
+
+TEST(kxSerializeAdapterMemory, ReadsWhatIsThereAndWorksOnAfterAnError)
+{
+    char block[] = "abcd";
+    Memory memory(new kxSerializeAdapterMemory(block, 4));
+    char bytes[8] = {};
+    EXPECT_EQ(memory->readByte(), 'a');
+    EXPECT_EQ(memory->read(bytes, 8), 3U);
+    EXPECT_STREQ(bytes, "bcd");
+    EXPECT_EQ(memory->getError(), kRead);
+    EXPECT_EQ(memory->readByte(), 0);
+    memory->move(-2);
+    EXPECT_EQ(memory->readByte(), 'c');
+    EXPECT_EQ(memory->getError(), kRead) << "the text stays";
+}
+
+TEST(kxSerializeAdapterMemory, MovesWithinTheBlockOnly)
+{
+    const struct {
+        const char* why;
+        std::uint32_t start;
+        std::int32_t offset;
+        const char* error;
+        std::uint32_t leftAfter;
+    } cases[] = {
+        {"forward", 2, 3, "", 5},
+        {"backward to the beginning", 2, -2, "", 10},
+        {"the last byte", 2, 7, "", 1},
+        {"the end itself counts as beyond", 2, 8, kMovedEnd, 8},
+        {"nowhere, at the end", 10, 0, kMovedEnd, 0},
+        {"before the beginning wraps", 2, -5, kMovedEnd, 8},
+        {"far before the beginning wraps", 2, std::numeric_limits<std::int32_t>::min(), kMovedEnd, 8},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        char block[10] = {};
+        Memory memory(new kxSerializeAdapterMemory(block, 10));
+        char bytes[10];
+        memory->read(bytes, c.start);
+        memory->move(c.offset);
+        EXPECT_EQ(memory->getError(), c.error);
+        EXPECT_EQ(memory->getDataLength(), c.leftAfter);
+    }
+}
+
+TEST(kxSerializeAdapterMemory, MoveBeforeTheBeginningIsToldWhereTheSumDoesNotWrapOut)
+{
+    // Only a block beyond 2 GB lets the wrapped sum fall inside; the block itself is never touched.
+    char byte = 0;
+    Memory memory(new kxSerializeAdapterMemory(&byte, 0xFFFFFFFF));
+    memory->move(-5);
+    EXPECT_EQ(memory->getError(), "Memory Adapter moved before beginning");
+    EXPECT_EQ(memory->getDataLength(), 0xFFFFFFFF);
+}
+
+TEST(kxSerializeAdapterMemory, FlushEmptiesIt)
+{
+    char block[] = "abcd";
+    Memory memory(new kxSerializeAdapterMemory(block, 4));
+    memory->pushBack('x');
+    EXPECT_EQ(memory->flush(), 0U);
+    EXPECT_EQ(memory->length(), 0U);
+    memory->writeByte('z');
+    EXPECT_EQ(memory->getError(), kWritten);
+    EXPECT_STREQ(block, "abcd");
+}

@@ -1,0 +1,156 @@
+#include "kxbase/serialize/kxSerializeAdapter.h"
+
+#include "kxbase/core/kxFatalError.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace {
+
+// Supplies bytes one by one, so that the base's block operations are what is tested.
+class ByteSource : public kxSerializeAdapter {
+public:
+    explicit ByteSource(std::string bytes, std::size_t readyAtOnce = std::string::npos)
+        : bytes_(std::move(bytes)), readyAtOnce_(readyAtOnce)
+    {}
+    void writeByte(std::uint8_t byte) override { written += static_cast<char>(byte); }
+    std::uint8_t readByte() override
+    {
+        return next_ < bytes_.size() ? static_cast<std::uint8_t>(bytes_[next_++]) : 0;
+    }
+    std::uint32_t getDataLength() override
+    {
+        return static_cast<std::uint32_t>(std::min(bytes_.size() - next_, readyAtOnce_));
+    }
+    // More may arrive while nothing is ready.
+    bool hasData() override { return next_ < bytes_.size(); }
+
+    std::string written;
+
+private:
+    std::string bytes_;
+    std::size_t readyAtOnce_;
+    std::size_t next_ = 0;
+};
+
+std::string take(kxSerializeAdapter& adapter, std::uint32_t count)
+{
+    std::string bytes(count, '?');
+    bytes.resize(adapter.read(bytes.data(), count));
+    return bytes;
+}
+
+class HugeSource : public ByteSource {
+public:
+    HugeSource() : ByteSource("") {}
+    std::uint32_t getDataLength() override { return std::numeric_limits<std::uint32_t>::max(); }
+};
+
+}  // namespace
+
+TEST(kxSerializeAdapter, ReadsPushedBackBytesBeforeAnyOther)
+{
+    kxRefPointer<ByteSource> source(new ByteSource("def"));
+    for (const char byte : {'c', 'b', 'a'}) source->pushBack(static_cast<std::uint8_t>(byte));
+    EXPECT_EQ(source->length(), 6U);
+    EXPECT_EQ(source->readChar(), 'a');
+    EXPECT_EQ(take(*source, 3), "bcd");
+    source->pushBack("xyz", 3);
+    EXPECT_EQ(source->read(nullptr, 2), 2U) << "skipping takes pushed-back bytes first";
+    EXPECT_EQ(take(*source, 9), "zef") << "and a block read ends with the data";
+    EXPECT_EQ(source->read(nullptr, 5), 5U) << "skipping past the end still answers the count";
+}
+
+TEST(kxSerializeAdapter, LengthCountsPushedBackBytesAndSaturates)
+{
+    kxRefPointer<ByteSource> empty(new ByteSource(""));
+    EXPECT_FALSE(empty->hasData());
+    empty->pushBack(1);
+    EXPECT_EQ(empty->length(), 1U);
+
+    kxRefPointer<HugeSource> huge(new HugeSource);
+    huge->pushBack("ab", 2);
+    EXPECT_EQ(huge->length(), std::numeric_limits<std::uint32_t>::max());
+}
+
+TEST(kxSerializeAdapter, FlushThrowsPushedBackBytesAway)
+{
+    kxRefPointer<ByteSource> source(new ByteSource("x"));
+    source->pushBack("abc", 3);
+    EXPECT_EQ(source->flush(), 0U);
+    EXPECT_EQ(take(*source, 4), "x");
+}
+
+TEST(kxSerializeAdapter, EnsureDataReadsAheadAndGivesBackInOrder)
+{
+    const struct {
+        const char* why;
+        const char* bytes;
+        std::uint32_t count;
+        bool expected;
+    } cases[] = {
+        {"ready already", "abcd", 2, true},
+        {"arrives while waiting", "abcd", 4, true},
+        {"more than ever comes", "abcd", 5, false},
+        {"one byte asks for data", "a", 1, true},
+        {"one byte of none", "", 1, false},
+        {"none asks whether the adapter is active", "", 0, true},
+        {"a count that no memory holds costs only what is there", "abcd", 0xFFFFFFFF, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxRefPointer<ByteSource> source(new ByteSource(c.bytes, 2));
+        EXPECT_EQ(source->ensureData(c.count), c.expected);
+        EXPECT_EQ(take(*source, 100), c.bytes);
+    }
+}
+
+TEST(kxSerializeAdapter, EnsureDataKeepsOrderAcrossItsReadingSteps)
+{
+    std::string bytes;
+    for (int index = 0; index < 2500000; ++index) bytes += static_cast<char>(index * 7 / 5);
+    kxRefPointer<ByteSource> source(new ByteSource(bytes, 10));
+    EXPECT_TRUE(source->ensureData(2400000));
+    EXPECT_EQ(source->length(), 2400010U);
+    EXPECT_TRUE(take(*source, 2500000) == bytes);
+}
+
+TEST(kxSerializeAdapter, CountsInstancesAndForgetsThem)
+{
+    kxRefPointer<ByteSource> adapter(new ByteSource(""));
+    EXPECT_EQ(adapter->nextInstanceId(), 0U);
+    EXPECT_EQ(adapter->nextInstanceId(), 1U);
+    kxRefPointer<ByteSource> object(new ByteSource(""));
+    adapter->getInstanceDictionary().add(object.get(), 7);
+    EXPECT_EQ(&adapter->getInstanceTable(), &adapter->getInstanceTable());
+    adapter->resetInstances();
+    EXPECT_EQ(adapter->nextInstanceId(), 0U);
+    EXPECT_EQ(adapter->getInstanceDictionary().count(), 0U);
+    EXPECT_EQ(object->getReferenceCount(), 1U);
+}
+
+TEST(kxSerializeAdapter, AttachesOneObjectAtATime)
+{
+    kxRefPointer<ByteSource> adapter(new ByteSource(""));
+    kxRefPointer<ByteSource> first(new ByteSource(""));
+    kxRefPointer<ByteSource> second(new ByteSource(""));
+    adapter->attachData(first.get());
+    adapter->attachData(first.get());
+    EXPECT_EQ(first->getReferenceCount(), 2U);
+    adapter->attachData(nullptr);
+    EXPECT_EQ(adapter->getAttachedData().get(), first.get());
+    adapter->attachData(second.get());
+    EXPECT_EQ(first->getReferenceCount(), 1U);
+}
+
+TEST(kxSerializeAdapter, KeepsItsErrorText)
+{
+    kxRefPointer<ByteSource> adapter(new ByteSource("abc"));
+    EXPECT_FALSE(adapter->hasError());
+    adapter->setError("broken");
+    EXPECT_TRUE(adapter->hasError());
+    EXPECT_EQ(take(*adapter, 3), "abc") << "an error does not stop reading";
+    EXPECT_EQ(adapter->getError(), "broken");
+}

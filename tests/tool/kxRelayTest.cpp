@@ -1,0 +1,77 @@
+#include "tool/kxRelay.h"
+
+#include "support/kxScriptedAdapter.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class kxRelayTest : public testing::Test {
+protected:
+    kxScriptedAdapter::Journal journal;
+    kxRefPointer<kxScriptedAdapter> input{new kxScriptedAdapter("in", journal)};
+    kxRefPointer<kxScriptedAdapter> output{new kxScriptedAdapter("out", journal)};
+    kxRelay relay{*input, "from:%s", *output, "to:"};
+};
+
+using Journal = kxScriptedAdapter::Journal;
+
+}  // namespace
+
+TEST_F(kxRelayTest, ServesInputToOutputFirstWithOneReadAndOneWriteEach)
+{
+    input->ready = "question";
+    output->ready = "answer";
+    EXPECT_TRUE(relay.turn());
+    EXPECT_EQ(journal, Journal({"in.read 8", "out.write question", "out.flush", "out.read 6",
+                                "in.write answer", "in.flush"}));
+    journal.clear();
+    EXPECT_TRUE(relay.turn());
+    EXPECT_EQ(journal, Journal()) << "a side that has nothing ready is not read";
+}
+
+TEST_F(kxRelayTest, WritesOnlyWhatAShortReadDelivered)
+{
+    input->ready = "abcdef";
+    input->shortRead = 4;
+    relay.turn();
+    EXPECT_EQ(output->written, "abcd");
+    relay.turn();
+    EXPECT_EQ(output->written, "abcdef");
+    journal.clear();
+    input->ready = "x";
+    input->shortRead = 0;
+    relay.turn();
+    EXPECT_EQ(journal, Journal({"in.read 1"})) << "a read of nothing is neither written nor flushed";
+}
+
+TEST_F(kxRelayTest, PassesOnWhatWasGivenBack)
+{
+    input->pushBack("ab", 2);
+    input->ready = "c";
+    relay.turn();
+    EXPECT_EQ(output->written, "abc");
+}
+
+TEST_F(kxRelayTest, OnlyAnErrorOfTheInputEndsIt)
+{
+    output->setError("gone");
+    input->ready = "abc";
+    input->turnsBeforeError = 1;
+    relay.run();
+    EXPECT_EQ(output->written, "Opened URL 'from:%s' with output 'to:'\r\nabc");
+    EXPECT_EQ(journal[1], "out.flush") << "the notice is flushed";
+
+    journal.clear();
+    input->ready = "late";
+    input->setError("broken");
+    EXPECT_FALSE(relay.turn());
+    EXPECT_EQ(journal, Journal()) << "nothing moves any more";
+}
+
+TEST_F(kxRelayTest, APingIsSixCharactersAndAZeroByteUnflushed)
+{
+    kxRelay::writePing(*output);
+    EXPECT_EQ(output->written, std::string("Ping\r\n\0", 7));
+    EXPECT_EQ(journal, Journal({"out.write Ping\r\n"}));
+}
