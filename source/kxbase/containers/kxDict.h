@@ -1,0 +1,276 @@
+// Hashed dictionary from keys to values that are referred to by pointer; equal keys may be stored many times.
+//
+// Structure: each bucket is a singly linked list of entries in ascending order of hash, entries of one hash in
+// the order of insertion. The links lie in the entries themselves instead of in list nodes beside them, which
+// saves a step through memory for each entry looked at. A dictionary that grows by itself goes to four times
+// its buckets plus 3 when an insertion finds two entries a bucket.
+//
+// Ownership: owns copies of the keys; values belong to the caller and must live while they are stored.
+// Threads:   takes no lock. A lookup remembers what it found, so that several threads that only look up still
+//            need an exclusive lock, unless the dictionary has been told not to remember.
+// Errors:    null values are refused. A failed allocation throws std::bad_alloc and changes nothing.
+#pragma once
+
+#include "kxbase/containers/kxBucketIndex.h"
+#include "kxbase/containers/kxDictEntry.h"
+#include "kxbase/containers/kxDictPool.h"
+#include "kxbase/containers/kxKeyTraits.h"
+#include "kxbase/containers/kxStorage.h"
+
+#include <iterator>
+#include <limits>
+
+constexpr std::uint32_t KX_DICT_BUCKETS = 10;
+
+template <typename Key, typename Value, typename Traits = kxInstanceCompareInterface,
+          typename Storage = kxTrackedStorage, typename Links = kxDictNoLinks>
+class kxDict {
+public:
+    using Entry = kxDictEntry<Key, Value, Links>;
+
+    // A dictionary of 0 buckets gets its first ones when it grows, or 1 at once when it does not grow.
+    explicit kxDict(std::uint32_t bucketCount = KX_DICT_BUCKETS, bool autoGrow = true)
+        : bucketOf_(bucketCount == 0 && !autoGrow ? 1 : bucketCount), autoGrow_(autoGrow)
+    {}
+    ~kxDict()
+    {
+        clear();
+        Storage::free(buckets_);
+    }
+    kxDict(const kxDict&) = delete;
+    kxDict& operator=(const kxDict&) = delete;
+
+    // Adds an entry behind those of equal keys. False when the value is null, which changes nothing.
+    bool insert(Key key, Value* value)
+    {
+        if (value != nullptr) insertEntry(std::move(key), value);
+        return value != nullptr;
+    }
+
+    // The first value stored under the key, or null. With a previous value: the next one behind the last
+    // entry of this key that holds the previous value.
+    Value* find(const Key& key) const
+    {
+        const Entry* const entry = findEntry(key);
+        return entry != nullptr ? entry->value_ : nullptr;
+    }
+    Value* find(const Key& key, const Value* previous) const
+    {
+        const Entry* const entry = previous != nullptr ? findEntryAfter(key, previous) : findEntry(key);
+        return entry != nullptr ? entry->value_ : nullptr;
+    }
+
+    // Each removes one entry and returns its value, or null when there was none: the first of the key, the
+    // first of the key that holds the value, or any one. `bucket` starts at 0 and tells takeAny where to go
+    // on.
+    Value* remove(const Key& key)
+    {
+        Entry** const link = linkTo(key, nullptr);
+        return link != nullptr ? removeAt(link) : nullptr;
+    }
+    Value* remove(const Key& key, const Value* value)
+    {
+        Entry** const link = value != nullptr ? linkTo(key, value) : nullptr;
+        return link != nullptr ? removeAt(link) : nullptr;
+    }
+    Value* takeAny(std::uint32_t& bucket)
+    {
+        if (entryCount_ == 0) return nullptr;
+        while (bucket < bucketCount() && buckets_[bucket] == nullptr) ++bucket;
+        if (bucket >= bucketCount()) return takeAny(bucket = 0);
+        return removeAt(&buckets_[bucket]);
+    }
+    void clear()
+    {
+        std::uint32_t bucket = 0;
+        while (takeAny(bucket) != nullptr) {
+        }
+    }
+
+    bool isEmpty() const noexcept { return entryCount_ == 0; }
+    std::uint32_t count() const noexcept { return entryCount_; }
+    std::uint32_t bucketCount() const noexcept { return bucketOf_.divisor(); }
+
+    // Keeps the records of removed entries for the next ones.
+    void setReuse(bool reuse) noexcept { pool_.setReuse(reuse); }
+    std::uint32_t spareCount() const noexcept { return pool_.spareCount(); }
+    // Makes lookups remember nothing.
+    void setNoCache(bool noCache) noexcept
+    {
+        noCache_ = noCache;
+        forget();
+    }
+
+    // Walks all entries, bucket after bucket; insertion and removal end the walk's validity.
+    class const_iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = Entry;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const Entry*;
+        using reference = const Entry&;
+
+        const_iterator() noexcept = default;
+        const Entry& operator*() const noexcept { return *entry_; }
+        const Entry* operator->() const noexcept { return entry_; }
+        const_iterator& operator++() noexcept
+        {
+            entry_ = entry_->next_;
+            skipEmpty();
+            return *this;
+        }
+        const_iterator operator++(int) noexcept
+        {
+            const const_iterator before = *this;
+            ++*this;
+            return before;
+        }
+        friend bool operator==(const const_iterator& left, const const_iterator& right) noexcept
+        {
+            return left.entry_ == right.entry_;
+        }
+
+    private:
+        friend class kxDict;
+        const_iterator(Entry* const* bucket, Entry* const* end) noexcept : bucket_(bucket), end_(end)
+        {
+            skipEmpty();
+        }
+        void skipEmpty() noexcept
+        {
+            while (entry_ == nullptr && bucket_ != end_) entry_ = *bucket_++;
+        }
+
+        const Entry* entry_ = nullptr;
+        Entry* const* bucket_ = nullptr;  // the next one to look into
+        Entry* const* end_ = nullptr;
+    };
+    using iterator = const_iterator;
+    const_iterator begin() const noexcept
+    {
+        return buckets_ != nullptr ? const_iterator(buckets_, buckets_ + bucketCount()) : const_iterator();
+    }
+    const_iterator end() const noexcept { return const_iterator(); }
+
+protected:
+    Entry* insertEntry(Key&& key, Value* value)
+    {
+        const std::uint32_t hash = Traits::hash(key);
+        if (autoGrow_ && entryCount_ >= std::uint64_t{bucketCount()} * 2) grow();
+        if (buckets_ == nullptr) buckets_ = newBuckets(bucketCount());
+        const auto piece = pool_.take();
+        Entry* const entry = ::new (piece.room) Entry(std::move(key), value, hash, piece.inBlock);
+        const bool hashExists = link(entry);
+        lastFound_ = hashExists || noCache_ ? nullptr : entry;
+        ++entryCount_;
+        return entry;
+    }
+
+    Entry* findEntry(const Key& key) const
+    {
+        if (entryCount_ == 0) return nullptr;
+        const std::uint32_t hash = Traits::hash(key);
+        if (lastFound_ != nullptr && isMatch(*lastFound_, hash, key)) return lastFound_;
+        for (Entry* entry = buckets_[bucketOf_(hash)]; entry != nullptr; entry = entry->next_) {
+            if (entry->hash_ < hash) continue;
+            if (entry->hash_ > hash) break;
+            if (!Traits::isEqual(entry->key_, key)) continue;
+            if (!noCache_) lastFound_ = entry;
+            return entry;
+        }
+        return nullptr;
+    }
+    Entry* findEntryAfter(const Key& key, const Value* previous) const
+    {
+        if (entryCount_ == 0) return nullptr;
+        const std::uint32_t hash = Traits::hash(key);
+        Entry* follower = nullptr;
+        bool isBehind = false;
+        for (Entry* entry = buckets_[bucketOf_(hash)]; entry != nullptr && entry->hash_ <= hash;
+             entry = entry->next_) {
+            if (!isMatch(*entry, hash, key)) continue;
+            if (entry->value_ == previous) {
+                // Not the last entry so far that holds it: a value stored twice must not send a walk back.
+                isBehind = true;
+                follower = nullptr;
+            } else if (isBehind && follower == nullptr) {
+                follower = entry;
+            }
+        }
+        return follower;
+    }
+
+    // The link that points at the first entry of the key (that holds the value), or null.
+    Entry** linkTo(const Key& key, const Value* value)
+    {
+        if (entryCount_ == 0) return nullptr;
+        const std::uint32_t hash = Traits::hash(key);
+        for (Entry** link = &buckets_[bucketOf_(hash)]; *link != nullptr; link = &(*link)->next_) {
+            Entry& entry = **link;
+            if (entry.hash_ > hash) break;
+            if (isMatch(entry, hash, key) && (value == nullptr || entry.value_ == value)) return link;
+        }
+        return nullptr;
+    }
+    Value* removeAt(Entry** link)
+    {
+        Entry* const entry = *link;
+        Value* const value = entry->value_;
+        *link = entry->next_;
+        --entryCount_;
+        if (lastFound_ == entry) forget();
+        const bool inBlock = entry->inBlock_;
+        entry->~Entry();
+        pool_.give(entry, inBlock);
+        return value;
+    }
+
+private:
+    static bool isMatch(const Entry& entry, std::uint32_t hash, const Key& key)
+    {
+        return entry.hash_ == hash && Traits::isEqual(entry.key_, key);
+    }
+    void forget() const noexcept { lastFound_ = nullptr; }
+
+    // Puts the entry behind all with a smaller or equal hash; answers whether its hash was there already.
+    bool link(Entry* entry) noexcept
+    {
+        bool hashExists = false;
+        Entry** place = &buckets_[bucketOf_(entry->hash_)];
+        while (*place != nullptr && (*place)->hash_ <= entry->hash_) {
+            hashExists = (*place)->hash_ == entry->hash_;
+            place = &(*place)->next_;
+        }
+        entry->next_ = *place;
+        *place = entry;
+        return hashExists;
+    }
+
+    static Entry** newBuckets(std::uint32_t count)
+    {
+        auto** const buckets = static_cast<Entry**>(Storage::allocate(std::size_t{count} * sizeof(Entry*)));
+        std::fill_n(buckets, count, nullptr);
+        return buckets;
+    }
+    // Entries of one hash come from one bucket, one after the other, and so keep their order.
+    void grow()
+    {
+        const std::uint64_t wanted = std::uint64_t{bucketCount()} * 4 + 3;
+        if (wanted > std::numeric_limits<std::uint32_t>::max()) return;
+        const auto count = static_cast<std::uint32_t>(wanted);
+        Entry** const old = std::exchange(buckets_, newBuckets(count));
+        const std::uint32_t oldCount = old != nullptr ? bucketCount() : 0;
+        bucketOf_ = kxBucketIndex(count);
+        for (std::uint32_t bucket = 0; bucket < oldCount; ++bucket)
+            for (Entry* entry = old[bucket]; entry != nullptr;) link(std::exchange(entry, entry->next_));
+        Storage::free(old);
+    }
+
+    kxBucketIndex bucketOf_;
+    std::uint32_t entryCount_ = 0;
+    mutable Entry* lastFound_ = nullptr;
+    Entry** buckets_ = nullptr;  // made by the first insertion
+    kxDictPool<Entry, Storage> pool_;
+    const bool autoGrow_;
+    bool noCache_ = false;
+};

@@ -1,0 +1,32 @@
+// One entry of a dictionary as its users see it: key, value and hash.
+//
+// The fields that a walk along a bucket touches stand in front, so that they share a cache line.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+// What an entry carries beyond its dictionary's needs: nothing.
+struct kxDictNoLinks {};
+
+template <typename Key, typename Value, typename Links = kxDictNoLinks> class kxDictEntry {
+public:
+    kxDictEntry(Key&& key, Value* value, std::uint32_t hash, bool inBlock)
+        : hash_(hash), inBlock_(inBlock), key_(std::move(key)), value_(value)
+    {}
+
+    const Key& key() const noexcept { return key_; }
+    Value* value() const noexcept { return value_; }
+    std::uint32_t hash() const noexcept { return hash_; }
+
+private:
+    template <typename, typename, typename, typename, typename> friend class kxDict;
+    template <typename, typename, typename, typename> friend class kxDictList;
+
+    kxDictEntry* next_ = nullptr;  // in the bucket
+    std::uint32_t hash_;
+    bool inBlock_;  // lies in a block of the dictionary's pool, so it cannot be freed by itself
+    Key key_;
+    Value* value_;
+    [[no_unique_address]] Links links_{};
+};

@@ -1,0 +1,59 @@
+// Room for a number of items, of which the container that owns the block knows which exist.
+//
+// Ownership: owns the room, never the items; the container destroys them.
+// Threads:   a plain value.
+// Errors:    a failed allocation throws std::bad_alloc and leaves room and items as they were; a move of an
+//            item that throws loses the items not yet moved.
+// Units:     capacities and positions are in items.
+#pragma once
+
+#include "kxbase/core/kxTrackedMemory.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+template <typename T> class kxItemBlock {
+public:
+    static_assert(alignof(T) <= alignof(std::max_align_t),
+                  "over-aligned items need an allocator of their own");
+
+    kxItemBlock() noexcept = default;
+    kxItemBlock(kxItemBlock&& other) noexcept
+        : items_(std::exchange(other.items_, nullptr)), capacity_(std::exchange(other.capacity_, 0U))
+    {}
+    ~kxItemBlock() { kxTrackedFree(items_); }
+    kxItemBlock(const kxItemBlock&) = delete;
+    kxItemBlock& operator=(const kxItemBlock&) = delete;
+
+    T* data() noexcept { return items_; }
+    const T* data() const noexcept { return items_; }
+    std::uint32_t capacity() const noexcept { return capacity_; }
+
+    // Changes the room; the items from `first` up to `last` exist and keep their positions.
+    void reallocate(std::uint32_t capacity, std::uint32_t first, std::uint32_t last)
+    {
+        const std::size_t sizeBytes = std::size_t{capacity} * sizeof(T);
+        if constexpr (std::is_trivially_copyable_v<T>) {
+            items_ = static_cast<T*>(kxTrackedReallocate(items_, sizeBytes));
+        } else {
+            T* const fresh = static_cast<T*>(kxTrackedAllocate(sizeBytes));
+            if (last > first) std::uninitialized_move(items_ + first, items_ + last, fresh + first);
+            if (last > first) std::destroy(items_ + first, items_ + last);
+            kxTrackedFree(std::exchange(items_, fresh));
+        }
+        capacity_ = capacity;
+    }
+
+    void swap(kxItemBlock& other) noexcept
+    {
+        std::swap(items_, other.items_);
+        std::swap(capacity_, other.capacity_);
+    }
+
+private:
+    T* items_ = nullptr;
+    std::uint32_t capacity_ = 0;
+};

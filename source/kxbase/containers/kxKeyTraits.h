@@ -1,0 +1,23 @@
+// How the keys of a dictionary are hashed and compared. A traits class has two static functions:
+//   std::uint32_t hash(const Key&)         the same for equal keys
+//   bool isEqual(const Key&, const Key&)   asked only for keys of equal hash
+#pragma once
+
+#include <cstdint>
+
+// Keys that are addresses: two keys are equal when they are the same object. Objects lie at multiples of 16
+// and far apart, so all bits of the address are mixed into the hash.
+struct kxInstanceCompareInterface {
+    static std::uint32_t hash(const void* key) noexcept
+    {
+        const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(key));
+        return static_cast<std::uint32_t>((address * 0x9E3779B97F4A7C15U) >> 32);
+    }
+    static bool isEqual(const void* left, const void* right) noexcept { return left == right; }
+};
+
+// Keys that are 32-bit numbers; the number is its own hash.
+struct kxUInt32CompareInterface {
+    static std::uint32_t hash(std::uint32_t key) noexcept { return key; }
+    static bool isEqual(std::uint32_t left, std::uint32_t right) noexcept { return left == right; }
+};

@@ -1,0 +1,20 @@
+#include "kxbase/containers/kxRefInstanceDictionary.h"
+
+bool kxRefInstanceDictionary::add(const kxReference* object, std::uint32_t id)
+{
+    if (object == nullptr || index_.find(object) != nullptr) return false;
+    return index_.insert(object, &instances_.append({object, id}));
+}
+
+bool kxRefInstanceDictionary::find(const kxReference* object, std::uint32_t& id) const
+{
+    const Instance* const instance = index_.find(object);
+    if (instance != nullptr) id = instance->id;
+    return instance != nullptr;
+}
+
+void kxRefInstanceDictionary::clear()
+{
+    index_.clear();
+    instances_.clear();
+}

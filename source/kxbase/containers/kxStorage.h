@@ -1,0 +1,28 @@
+// Where a container takes its memory from.
+//
+// Threads: every function may be called from any thread.
+// Errors:  a failed allocation reports "Bad Alloc:" and throws std::bad_alloc.
+#pragma once
+
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxTrackedMemory.h"
+
+#include <cstddef>
+#include <cstdlib>
+
+// Tracked memory, the rule.
+struct kxTrackedStorage {
+    static void* allocate(std::size_t sizeBytes) { return kxTrackedAllocate(sizeBytes); }
+    static void free(void* block) noexcept { kxTrackedFree(block); }
+};
+
+// Memory that the memory check does not see, for process-wide objects that are never destroyed.
+struct kxUntrackedStorage {
+    static void* allocate(std::size_t sizeBytes)
+    {
+        void* const block = std::malloc(sizeBytes);
+        if (block == nullptr) kxThrowBadAlloc(__FILE__, __LINE__);
+        return block;
+    }
+    static void free(void* block) noexcept { std::free(block); }
+};

@@ -1,0 +1,80 @@
+#include "kxbase/object/kxReference.h"
+
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/object/kxDestruction.h"
+#include "kxbase/object/kxTypeTable.h"
+
+#include <exception>
+
+namespace {
+
+constexpr const char* kDeletedReferenced =
+    "REFERENCE MISMATCH ! Deleted referenced object with nonzero reference count";
+
+}  // namespace
+
+kxReference::~kxReference() noexcept(false)
+{
+    if (referenceCount_ == 0) return;
+    if (std::uncaught_exceptions() == 0) kxRaiseFatal(kDeletedReferenced);
+    kxMessage(KX_MESSAGE_FATAL, kDeletedReferenced);
+}
+
+const kxType& kxReference::getType() const
+{
+    return kxTypeTable::find("kxReference");
+}
+
+kxReference* kxReference::clone() const
+{
+    kxRaiseFatal("Unimplemented clone called for type '%s'", getType().name());
+}
+
+std::uint32_t kxReference::setTag(const std::uint32_t& tag)
+{
+    return tag_ = tag;
+}
+
+bool kxReference::isTagClear() const
+{
+    return tag_ == 0;
+}
+
+void kxReference::ref() const
+{
+    ++referenceCount_;
+}
+
+void kxReference::unref() const
+{
+    if (referenceCount_ == 0) kxRaiseFatal("REFERENCE MISMATCH ! Unref an object with zero reference count.");
+    if (--referenceCount_ == 0) destroy(this);
+}
+
+std::uint32_t kxReference::unrefWithoutDelete() const
+{
+    if (referenceCount_ == 0) kxRaiseFatal("REFRENCE MISMATCH ! Unref an object with zero reference count.");
+    return --referenceCount_;
+}
+
+bool kxReference::deleteIfUnreferenced() const
+{
+    if (referenceCount_ != 0) return false;
+    destroy(this);
+    return true;
+}
+
+bool kxReference::isShareable() const
+{
+    return true;
+}
+
+std::uint32_t kxReference::getReferenceCount() const
+{
+    return referenceCount_;
+}
+
+void kxReference::destroy(const kxReference* object)
+{
+    kxDestruction::run(object, [](const void* dying) { delete static_cast<const kxReference*>(dying); });
+}

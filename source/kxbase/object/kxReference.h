@@ -1,0 +1,56 @@
+// Base of everything that is reference counted: the count and the checks that catch counting mistakes.
+//
+// Ownership: a new object has count 0; the first kxRefPointer raises it to 1, and the object destroys itself
+//            when its last reference goes. Objects that are never referenced may be deleted or live on the
+//            stack.
+// Threads:   the count is a plain number; one thread at a time. See kxThreadSafeReference.
+// Errors:    every mismatch is fatal. Destructors may throw for that reason, hence noexcept(false); while
+//            another exception passes the mismatch is a Fatal message instead.
+//
+// Copies start with a count and a tag of 0; assignment leaves count and tag of both sides as they are.
+// Constness is that of the object's value: a constant object can be referenced.
+#pragma once
+
+#include "kxbase/core/kxSharedMemory.h"
+#include "kxbase/object/kxTypeInterface.h"
+
+#include <cstdint>
+
+class kxReference : public kxSharedMemory, public kxTypeInterface {
+public:
+    kxReference() noexcept = default;
+    kxReference(const kxReference&) noexcept : kxSharedMemory(), kxTypeInterface() {}
+    kxReference& operator=(const kxReference&) noexcept { return *this; }
+
+    const kxType& getType() const override;
+    virtual ~kxReference() noexcept(false);
+
+    // A new object with the same value and count 0, for the caller to reference. Fatal unless overridden.
+    [[nodiscard]] virtual kxReference* clone() const;
+    // Stores the value in the tag word, which is the user's own, and returns it.
+    virtual std::uint32_t setTag(const std::uint32_t& tag);
+    virtual bool isTagClear() const;
+
+    virtual void ref() const;
+    // Releases one reference and destroys the object with the last one. Objects that hold each other in a
+    // long chain are destroyed one after the other, not one inside the other; all of them are gone when the
+    // outermost call returns.
+    virtual void unref() const;
+    // Releases one reference, keeps the object in any case and returns what is left.
+    virtual std::uint32_t unrefWithoutDelete() const;
+    // Destroys an object that has no references; answers whether this call did.
+    virtual bool deleteIfUnreferenced() const;
+    // True unless a class says otherwise; the library itself does not ask.
+    virtual bool isShareable() const;
+    virtual std::uint32_t getReferenceCount() const;
+
+protected:
+    // Deletes through the virtual destructor, in bounded stack depth.
+    static void destroy(const kxReference* object);
+
+    // Of the thread-safe variant under its mutex.
+    mutable std::uint32_t referenceCount_ = 0;
+
+private:
+    std::uint32_t tag_ = 0;
+};

@@ -1,0 +1,61 @@
+#include "kxbase/object/kxThreadSafeReference.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxMessage.h"
+
+namespace {
+
+constexpr std::uint32_t kMismatch = 0xFFFFFFFFU;
+
+}  // namespace
+
+void kxThreadSafeReference::ref() const
+{
+    const kxBodyGuard guard(mutex_);
+    ++referenceCount_;
+}
+
+void kxThreadSafeReference::unref() const
+{
+    if (release(true) == 0) destroyIfLast(true);
+}
+
+std::uint32_t kxThreadSafeReference::unrefWithoutDelete() const
+{
+    return release(false);
+}
+
+bool kxThreadSafeReference::deleteIfUnreferenced() const
+{
+    return destroyIfLast(false);
+}
+
+std::uint32_t kxThreadSafeReference::getReferenceCount() const
+{
+    const kxBodyGuard guard(mutex_);
+    return referenceCount_;
+}
+
+std::uint32_t kxThreadSafeReference::release(bool checksLater) const
+{
+    std::uint32_t left = kMismatch;
+    {
+        const kxBodyGuard guard(mutex_);
+        if (referenceCount_ != 0) left = --referenceCount_;
+        if (left == 0 && checksLater) ++pendingChecks_;
+    }
+    if (left == kMismatch) kxRaiseFatal("REFRENCE MISMATCH ! Unref an object with zero reference count.");
+    return left;
+}
+
+bool kxThreadSafeReference::destroyIfLast(bool isPendingCheck) const
+{
+    bool isLast = false;
+    {
+        const kxBodyGuard guard(mutex_);
+        if (isPendingCheck) --pendingChecks_;
+        isLast = referenceCount_ == 0 && pendingChecks_ == 0;
+    }
+    if (isLast) destroy(this);
+    return isLast;
+}

@@ -1,0 +1,47 @@
+// The reading end of a pipe or terminal: collects what arrives and finds texts in it, in order.
+//
+// Ownership: owns the descriptor and makes it non-blocking.
+// Threads:   one thread at a time.
+// Errors:    none; a descriptor that fails counts as ended.
+// Units:     bytes; what arrives after 64 MB is read and dropped.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// No wait of the test fixtures lasts longer than this unless the test says so.
+inline constexpr std::chrono::milliseconds KX_TEST_TIMEOUT{20000};
+
+class kxCapturedStream {
+public:
+    kxCapturedStream() = default;
+    ~kxCapturedStream();
+    kxCapturedStream(const kxCapturedStream&) = delete;
+    kxCapturedStream& operator=(const kxCapturedStream&) = delete;
+
+    void open(int descriptor);
+
+    // Takes in what is there now, without waiting.
+    void drain();
+
+    // The text stands behind everything found before; the next search begins after it.
+    bool find(std::string_view text);
+
+    // The descriptor while more can arrive, else -1.
+    int descriptor() const { return descriptor_; }
+
+    // All that has arrived.
+    const std::string& text() const { return text_; }
+
+    // What has arrived behind the last text found.
+    std::string_view rest() const { return std::string_view(text_).substr(mark_); }
+
+private:
+    void close();
+
+    int descriptor_ = -1;
+    std::string text_;
+    std::size_t mark_ = 0;
+};
