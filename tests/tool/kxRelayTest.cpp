@@ -8,6 +8,8 @@ namespace {
 
 class kxRelayTest : public testing::Test {
 protected:
+    ~kxRelayTest() noexcept override {}
+
     kxScriptedAdapter::Journal journal;
     kxRefPointer<kxScriptedAdapter> input{new kxScriptedAdapter("in", journal)};
     kxRefPointer<kxScriptedAdapter> output{new kxScriptedAdapter("out", journal)};

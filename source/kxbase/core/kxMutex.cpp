@@ -3,7 +3,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
-kxMutex::~kxMutex()
+kxMutex::~kxMutex() noexcept(false)
 {
     if (lockCount() != 0) {
         kxMessage(KX_MESSAGE_WARNING, "kxMutex (%x) deleted with unbalanced Lock/unLock",

@@ -16,7 +16,7 @@ class kxMutex {
 public:
     // With owner tracking, owner() names the thread that holds the lock.
     constexpr explicit kxMutex(bool tracksOwner = false) noexcept : tracksOwner_(tracksOwner) {}
-    virtual ~kxMutex();
+    virtual ~kxMutex() noexcept(false);
     kxMutex(const kxMutex&) = delete;
     kxMutex& operator=(const kxMutex&) = delete;
 

@@ -10,6 +10,7 @@
 
 class DefaultMessageReceiver : public kxMessageReceiverInterface {
 public:
+    ~DefaultMessageReceiver() noexcept override {}
     void receive(const kxString& sender, std::uint32_t level, const kxString& text) override;
 
     // A receiver that is switched off drops everything.

@@ -6,12 +6,12 @@
 std::uint8_t* kxFileQueue::room(std::uint32_t count)
 {
     if (begin_ == end_) begin_ = end_ = 0;
-    if (storage_.length() - end_ < count && begin_ != 0) {
+    if (storage_.size() - end_ < count && begin_ != 0) {
         std::memmove(storage_.data(), data(), length());
         end_ = length();
         begin_ = 0;
     }
-    if (storage_.length() - end_ < count) storage_.resize(std::max(end_ + count, 2 * storage_.length()));
+    if (storage_.size() - end_ < count) storage_.resize(std::max(end_ + count, 2 * storage_.size()));
     return storage_.data() + end_;
 }
 

@@ -14,7 +14,7 @@ std::uint32_t kxStreamInput::look(std::uint32_t waitMilliseconds)
 
     const kxPlatformReady ready = kxPlatformFileLook(source_, waitMilliseconds);
     if (ready.readiness != KX_PLATFORM_READ_TO_KNOW) return ready.count;
-    if (ahead_.length() == 0) ahead_.resize(readAheadBytes_);
+    if (ahead_.isEmpty()) ahead_.resize(readAheadBytes_);
     aheadBegin_ = 0;
     aheadEnd_ = readSource(ahead_.data(), readAheadBytes_);
     return aheadEnd_;

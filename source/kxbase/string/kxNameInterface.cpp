@@ -31,7 +31,7 @@ kxNameInterface& kxNameInterface::operator=(const kxNameInterface& other)
     return *this;
 }
 
-kxNameInterface::~kxNameInterface() = default;
+kxNameInterface::~kxNameInterface() noexcept(false) = default;
 
 const kxString& kxNameInterface::getName() const noexcept
 {

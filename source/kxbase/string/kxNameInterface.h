@@ -15,7 +15,7 @@ public:
     explicit kxNameInterface(const kxString& name);
     kxNameInterface(const kxNameInterface& other);
     kxNameInterface& operator=(const kxNameInterface& other);
-    virtual ~kxNameInterface();
+    virtual ~kxNameInterface() noexcept(false);
 
     // The empty string when there is no name; valid until the name changes.
     const kxString& getName() const noexcept;
