@@ -1,0 +1,51 @@
+// One record for each thread that asks; the part of kxThreadData that does not depend on the item type.
+//
+// Ownership: owns the records; a thread's record goes when the thread ends, or with this object.
+// Threads:   record() may be called from any thread. Records are destroyed while no lock is held.
+// Errors:    a failed allocation throws std::bad_alloc.
+//
+// A record asked for while the thread's own objects are being destroyed stays until this object goes or
+// another thread gets the same id.
+#pragma once
+
+#include "kxbase/containers/kxDict.h"
+#include "kxbase/core/kxMutex.h"
+
+class kxThreadRecords {
+public:
+    class Record {
+    public:
+        virtual ~Record() = default;
+
+    private:
+        friend class kxThreadRecords;
+        Record* nextEnded_ = nullptr;
+    };
+    using MakeRecord = Record* (*)();
+
+    kxThreadRecords();
+    ~kxThreadRecords();
+    kxThreadRecords(const kxThreadRecords&) = delete;
+    kxThreadRecords& operator=(const kxThreadRecords&) = delete;
+
+    // The calling thread's record, made by `make` when it has none yet.
+    Record& record(MakeRecord make);
+    // Threads that have a record now.
+    std::uint32_t count() const;
+
+private:
+    friend class kxThreadEnd;
+
+    Record* find(std::uint32_t thread);
+    Record* take(std::uint32_t thread);
+    static void dropEverywhere(std::uint32_t thread);
+
+    mutable kxMutex mutex_;
+    // Outside the memory check, since most objects of this class live as long as the process.
+    kxDict<std::uint32_t, Record, kxUInt32CompareInterface, kxUntrackedStorage> records_;
+    std::uint32_t lastThread_ = 0;
+    Record* lastRecord_ = nullptr;
+    // All living objects of this class, under a lock that is taken before mutex_.
+    kxThreadRecords* previousLiving_ = nullptr;
+    kxThreadRecords* nextLiving_ = nullptr;
+};
