@@ -49,7 +49,7 @@ kxString::kxString(const char16_t* text) : kxString(viewOfWide(text)) {}
 kxString::kxString(std::u16string_view text)
 {
     text = fitting(text);
-    *this = built(kxUtfLengthOfWide(text), [&](char* buffer, std::size_t) { kxUtfFromWide(text, buffer); });
+    build(kxUtfLengthOfWide(text), [&](char* buffer) { kxUtfFromWide(text, buffer); });
 }
 
 std::uint32_t kxString::characterCount() const noexcept
