@@ -33,6 +33,8 @@ struct Number {
 void writeNumber(const kxFormatSpec& spec, Number number, kxFormatOutput& output)
 {
     const std::size_t width = number.width();
+    // Most numbers stand alone.
+    if (width == number.digits.size() && width >= spec.width) return output.append(number.digits);
     std::size_t padding = spec.width > width ? spec.width - width : 0;
     if (spec.zeroPad && !spec.leftJustify) number.leadingZeros += std::exchange(padding, 0U);
     if (!spec.leftJustify) output.append(padding, ' ');

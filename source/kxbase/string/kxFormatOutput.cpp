@@ -5,7 +5,6 @@
 #include "kxbase/string/kxUtf.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -26,16 +25,8 @@ kxFormatOutput::~kxFormatOutput()
     if (data_ != stack_) kxTrackedFree(data_);
 }
 
-void kxFormatOutput::append(std::string_view text)
+void kxFormatOutput::fill(std::size_t count, char character) noexcept
 {
-    const std::size_t count = makeRoom(text.size());
-    if (count != 0) std::memcpy(data_ + size_, text.data(), count);
-    size_ += count;
-}
-
-void kxFormatOutput::append(std::size_t count, char character)
-{
-    count = makeRoom(count);
     std::memset(data_ + size_, character, count);
     size_ += count;
 }

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 class kxFormatOutput {
@@ -17,8 +18,16 @@ public:
     kxFormatOutput(const kxFormatOutput&) = delete;
     kxFormatOutput& operator=(const kxFormatOutput&) = delete;
 
-    void append(std::string_view text);
-    void append(std::size_t count, char character);
+    void append(std::string_view text)
+    {
+        const std::size_t count = text.size() <= capacity_ - size_ ? text.size() : makeRoom(text.size());
+        if (count != 0) std::memcpy(data_ + size_, text.data(), count);
+        size_ += count;
+    }
+    void append(std::size_t count, char character)
+    {
+        if (count != 0) fill(makeRoom(count), character);
+    }
     // UTF-16, which is written as UTF-8.
     void appendWide(std::u16string_view text);
 
@@ -31,6 +40,7 @@ private:
     // Room for `count` more bytes or as many as are kept; answers how many.
     std::size_t makeRoom(std::size_t count);
     void grow(std::size_t size);
+    void fill(std::size_t count, char character) noexcept;
 
     static constexpr std::size_t kStackBytes = 512;
 

@@ -36,11 +36,8 @@ public:
     std::string_view run();
 
 private:
-    struct Rule;
-    static const Rule kRules[];
-    static std::uint8_t ruleFor(std::uint8_t state, char32_t character) noexcept;
-
-    void perform(const Rule& rule, char32_t character);
+    // An action of kxFormatTable.
+    void perform(std::uint8_t action, char32_t character);
     void copyText();
     void setPosition(std::int64_t number) noexcept;
     void setWidth(std::int64_t width) noexcept;

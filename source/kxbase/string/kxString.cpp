@@ -56,9 +56,10 @@ kxString::kxString(const char* text) : kxString(viewOf(text)) {}
 kxString::kxString(const char* bytes, std::size_t length) : kxString(std::string_view(bytes, length)) {}
 
 kxString::kxString(std::string_view text)
-    : kxString(built(std::min<std::size_t>(text.size(), KX_STRING_MAX_LENGTH),
-                     [&](char* buffer, std::size_t length) { std::memcpy(buffer, text.data(), length); }))
-{}
+{
+    const std::size_t length = std::min<std::size_t>(text.size(), KX_STRING_MAX_LENGTH);
+    build(length, [&](char* buffer) { std::memcpy(buffer, text.data(), length); });
+}
 
 kxString::kxString(const kxString& other)
     : kxSerializeData(other), text_(other.text_), length_(other.length_), uniqueId_(other.uniqueId_),
@@ -166,7 +167,7 @@ kxString kxString::joined(const kxString& left, std::string_view right)
     if (right.empty()) return left;
     const std::uint64_t sum = std::uint64_t{left.length_} + right.size();
     if (sum > KX_STRING_MAX_LENGTH) raiseTooLong();
-    return built(static_cast<std::size_t>(sum), [&](char* buffer, std::size_t) {
+    return built(static_cast<std::size_t>(sum), [&](char* buffer) {
         std::memcpy(buffer, left.text(), left.length_);
         std::memcpy(buffer + left.length_, right.data(), right.size());
     });

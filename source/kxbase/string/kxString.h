@@ -179,8 +179,9 @@ private:
     friend class kxUniqueString;
 
     static std::string_view viewOf(const char* text) noexcept;
-    // A string whose buffer is `length` bytes that `fill` writes.
+    // A string whose buffer is `length` bytes that `fill` writes, which must not throw.
     template <typename Fill> static kxString built(std::size_t length, const Fill& fill);
+    template <typename Fill> void build(std::size_t length, const Fill& fill);
     static kxString joined(const kxString& left, std::string_view right);
 
     bool ownsText() const noexcept { return text_ != nullptr && uniqueId_ == 0; }

@@ -42,12 +42,12 @@ char* copyTo(char* to, std::string_view text) noexcept
 
 kxString kxString::lowerCase() const
 {
-    return built(length_, [this](char* to, std::size_t) { std::transform(begin(), end(), to, lowered); });
+    return built(length_, [this](char* to) { std::transform(begin(), end(), to, lowered); });
 }
 
 kxString kxString::upperCase() const
 {
-    return built(length_, [this](char* to, std::size_t) { std::transform(begin(), end(), to, raised); });
+    return built(length_, [this](char* to) { std::transform(begin(), end(), to, raised); });
 }
 
 bool kxString::equalsIgnoreCase(std::string_view other) const noexcept
@@ -102,7 +102,7 @@ kxString kxString::replaced(std::string_view what, std::string_view with) const
     if (matches == 0) return *this;
     const std::uint64_t length = length_ - matches * what.size() + matches * std::uint64_t{with.size()};
     if (length > KX_STRING_MAX_LENGTH) kxRaiseFatal("Too many characters in kxString");
-    return built(static_cast<std::size_t>(length), [&](char* to, std::size_t) {
+    return built(static_cast<std::size_t>(length), [&](char* to) {
         std::string_view left = view();
         for (std::size_t at = left.find(what); at != std::string_view::npos; at = left.find(what)) {
             to = copyTo(copyTo(to, left.substr(0, at)), with);

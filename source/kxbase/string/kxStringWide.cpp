@@ -36,6 +36,12 @@ std::u16string_view fitting(std::u16string_view units) noexcept
     return units;
 }
 
+// Once for a conversion that stops, with the text of the decoder.
+void warnMalformed()
+{
+    kxMessage(KX_MESSAGE_WARNING, "Utf encoding on faulty data set");
+}
+
 }  // namespace
 
 kxString::kxString(const char16_t* text) : kxString(viewOfWide(text)) {}
@@ -43,10 +49,19 @@ kxString::kxString(const char16_t* text) : kxString(viewOfWide(text)) {}
 kxString::kxString(std::u16string_view text)
 {
     text = fitting(text);
-    *this = built(kxUtfLengthOfWide(text), [&](char* buffer, std::size_t) { kxUtfFromWide(text, buffer); });
+    build(kxUtfLengthOfWide(text), [&](char* buffer) { kxUtfFromWide(text, buffer); });
 }
 
 std::uint32_t kxString::characterCount() const noexcept
 {
     return static_cast<std::uint32_t>(kxUtfCharacterCount(view()));
+}
+
+std::uint32_t kxString::copyWide(char16_t* buffer, bool terminate) const
+{
+    if (buffer == nullptr) return 0;
+    const kxUtfProgress progress = kxUtfToWide(view(), buffer, length_);
+    if (progress.read != length_) warnMalformed();
+    if (terminate) buffer[progress.written] = 0;
+    return static_cast<std::uint32_t>(progress.written);
 }
