@@ -181,12 +181,11 @@ TEST(kxDtoA, GivesWrittenDecimalsBack)
 {
     std::mt19937_64 random(21);
     for (int round = 0; round < 40000; ++round) {
-        const int places = static_cast<int>(random() % 10);
+        const std::size_t places = random() % 10;
         const auto digits = static_cast<std::int64_t>(random() % 1000000000000000U);
         std::string written = std::to_string(digits);
-        if (written.size() <= static_cast<std::size_t>(places))
-            written.insert(0, places + 1 - written.size(), '0');
-        if (places != 0) written.insert(written.size() - static_cast<std::size_t>(places), ".");
+        if (written.size() <= places) written.insert(0, places + 1 - written.size(), '0');
+        if (places != 0) written.insert(written.size() - places, ".");
         double value = 0;
         std::from_chars(written.data(), written.data() + written.size(), value);
         if (places != 0) written.erase(written.find_last_not_of('0') + 1);

@@ -73,3 +73,34 @@ TEST(kxStringWide, TruncatesToUnitsAndTerminatesOnRequest)
     EXPECT_EQ(kxString("xy").copyWide(units, true), 2U);
     EXPECT_EQ(units[2], 0);
 }
+
+TEST(kxStringWideBuffers, AreUsedInTurnByEachThread)
+{
+    const char16_t* const first = kxString("first").wide();
+    EXPECT_EQ(std::u16string(first), u"first");
+    std::thread([&] {
+        for (std::uint32_t i = 0; i <= KX_STRING_WIDE_BUFFERS; ++i)
+            EXPECT_NE(kxString("other").wide(), first);
+    }).join();
+    for (std::uint32_t i = 1; i < KX_STRING_WIDE_BUFFERS; ++i) kxString("next").wide();
+    EXPECT_EQ(std::u16string(first), u"first") << "ten results are valid at the same time";
+    EXPECT_EQ(kxString("last").wide(), first);
+    EXPECT_EQ(std::u16string(first), u"last");
+}
+
+TEST(kxStringWideBuffers, HoldTheConvertedPart)
+{
+    kxMessageRecorder recorder;
+    EXPECT_EQ(std::u16string(kxString("h\xC3\xA9llo").wide(2)), u"h\u00E9");
+    EXPECT_EQ(std::u16string(kxString("ab").wide(100)), u"ab");
+    EXPECT_EQ(std::u16string(kxString().wide()), u"");
+    EXPECT_EQ(std::u16string(kxString("a\xFF").wide(1)), u"a") << "stopped by the length, not by the fault";
+    EXPECT_THAT(recorder.takeTexts(), IsEmpty());
+    EXPECT_EQ(std::u16string(kxString("a\xFF"
+                                      "b")
+                                 .wide()),
+              u"a");
+    EXPECT_THAT(recorder.takeTexts(), ElementsAre("Utf encoding on faulty data set"));
+    const std::string longText(60000, 'x');
+    EXPECT_EQ(kxString(longText).wide()[59999], u'x');
+}
