@@ -88,7 +88,8 @@ void eachValue(benchmark::State& state, const std::vector<Value>& values, const 
 
 void integerKx(benchmark::State& state)
 {
-    eachValue(state, someIntegers(), [](char* text, std::int64_t value) { return kxIntegerToText(text, value); });
+    eachValue(state, someIntegers(),
+              [](char* text, std::int64_t value) { return kxIntegerToText(text, value); });
 }
 BENCHMARK(integerKx);
 
@@ -121,8 +122,14 @@ BENCHMARK(doubleToChars);
 std::string mixedText(std::size_t size)
 {
     std::mt19937 random(3);
-    const char* const words[] = {"relay ", "gr\xC3\xB6\xC3\x9F" "er ", "datagram from ", "\xE6\x97\xA5\xE6\x9C\xAC ",
-                                 "the channel ", "na\xC3\xAFve ", "\xE2\x82\xAC 12.50 "};
+    const char* const words[] = {"relay ",
+                                 "gr\xC3\xB6\xC3\x9F"
+                                 "er ",
+                                 "datagram from ",
+                                 "\xE6\x97\xA5\xE6\x9C\xAC ",
+                                 "the channel ",
+                                 "na\xC3\xAFve ",
+                                 "\xE2\x82\xAC 12.50 "};
     std::string text;
     while (text.size() < size) text += words[random() % std::size(words)];
     text.resize(kxUtfWholeLength(std::string_view(text).substr(0, size)));

@@ -7,6 +7,7 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 class kxMessageRecorder : private kxMessageReceiverInterface {
@@ -16,8 +17,18 @@ public:
         std::string text;
     };
 
-    kxMessageRecorder() { kxMessageManager::instance().addReceiver(*this); }
-    ~kxMessageRecorder() override { kxMessageManager::instance().removeReceiver(*this); }
+    kxMessageRecorder() : kxMessageRecorder(kxMessageManager::instance().level()) {}
+    // Sets the level of the manager until the recorder goes.
+    explicit kxMessageRecorder(std::uint32_t level) : levelBefore_(kxMessageManager::instance().level())
+    {
+        kxMessageManager::instance().setLevel(level);
+        kxMessageManager::instance().addReceiver(*this);
+    }
+    ~kxMessageRecorder() override
+    {
+        kxMessageManager::instance().removeReceiver(*this);
+        kxMessageManager::instance().setLevel(levelBefore_);
+    }
     kxMessageRecorder(const kxMessageRecorder&) = delete;
     kxMessageRecorder& operator=(const kxMessageRecorder&) = delete;
 
@@ -28,6 +39,13 @@ public:
         for (const Entry& entry : entries_) texts.push_back(entry.text);
         return texts;
     }
+    // The texts so far, which are then forgotten.
+    std::vector<std::string> takeTexts()
+    {
+        std::vector<std::string> texts = this->texts();
+        entries_.clear();
+        return texts;
+    }
 
 private:
     void receive(const kxString&, std::uint32_t level, const kxString& text) override
@@ -36,6 +54,7 @@ private:
         entries_.push_back({level, std::string(text.view())});
     }
 
+    const std::uint32_t levelBefore_;
     std::mutex lock_;
     std::vector<Entry> entries_;
 };

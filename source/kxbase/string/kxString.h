@@ -25,6 +25,8 @@
 #include <vector>
 
 constexpr std::uint32_t KX_STRING_MAX_LENGTH = 65535;
+// Results of kxString::wide() that stay valid at the same time on one thread.
+constexpr std::uint32_t KX_STRING_WIDE_BUFFERS = 10;
 // What a search answers that found nothing.
 constexpr std::uint32_t KX_STRING_NOT_FOUND = 0xFFFFFFFFU;
 
@@ -163,8 +165,8 @@ public:
     // sends a Warning; returns the units written without the terminator. The buffer needs length() units and
     // one for the terminator; a null buffer takes nothing.
     std::uint32_t copyWide(char16_t* buffer, bool terminate) const;
-    // The same, terminated, in a buffer of the calling thread that its tenth next call uses again. At most
-    // `length` units when that is not 0.
+    // The same, terminated, in one of the calling thread's KX_STRING_WIDE_BUFFERS buffers, which are used in
+    // turn. At most `length` units when that is not 0.
     const char16_t* wide(std::uint32_t length = 0) const;
 
     // As a kxSerializeString with a terminator of 0.

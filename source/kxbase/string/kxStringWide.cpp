@@ -1,4 +1,6 @@
 // Strings from wide text and wide text from strings.
+#include "kxbase/containers/kxDynamicArray.h"
+#include "kxbase/containers/kxThreadData.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxStringBuild.h"
@@ -36,6 +38,20 @@ std::u16string_view fitting(std::u16string_view units) noexcept
     return units;
 }
 
+constexpr std::uint32_t kGrowthUnits = 64;
+
+struct WideBuffer {
+    kxDynamicArray<char16_t> units{kGrowthUnits};
+};
+using WideBuffers = kxThreadData<WideBuffer, KX_STRING_WIDE_BUFFERS>;
+
+// Never destroyed, so that strings can be converted until the very end of the process.
+WideBuffers& wideBuffers()
+{
+    static WideBuffers* const buffers = new WideBuffers;
+    return *buffers;
+}
+
 // Once for a conversion that stops, with the text of the decoder.
 void warnMalformed()
 {
@@ -64,4 +80,16 @@ std::uint32_t kxString::copyWide(char16_t* buffer, bool terminate) const
     if (progress.read != length_) warnMalformed();
     if (terminate) buffer[progress.written] = 0;
     return static_cast<std::uint32_t>(progress.written);
+}
+
+const char16_t* kxString::wide(std::uint32_t length) const
+{
+    const std::uint32_t limit = length != 0 ? std::min<std::uint32_t>(length, length_) : length_;
+    const std::uint32_t room = length != 0 ? limit : characterCount();
+    kxDynamicArray<char16_t>& buffer = wideBuffers().next().units;
+    if (buffer.size() <= room) buffer.resize(room + 1);
+    const kxUtfProgress progress = kxUtfToWide(view(), buffer.data(), room);
+    buffer.data()[progress.written] = 0;
+    if (progress.read != length_ && progress.written != limit) warnMalformed();
+    return buffer.data();
 }
