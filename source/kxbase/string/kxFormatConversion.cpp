@@ -1,0 +1,337 @@
+#include "kxbase/string/kxFormatConversion.h"
+
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/string/kxNumberText.h"
+#include "kxbase/string/kxUtf.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kIntegerRoom = 65;  // 64 binary digits and the terminator
+constexpr std::int32_t kDefaultPrecision = 6;
+
+// A number in its parts, in the order in which they are written.
+struct Number {
+    std::string_view prefix = {};  // sign or base
+    std::size_t leadingZeros = 0;
+    std::string_view digits = {};
+    std::size_t trailingZeros = 0;
+    std::string_view exponent = {};
+
+    std::size_t width() const noexcept
+    {
+        return prefix.size() + leadingZeros + digits.size() + trailingZeros + exponent.size();
+    }
+};
+
+void writeNumber(const kxFormatSpec& spec, Number number, kxFormatOutput& output)
+{
+    const std::size_t width = number.width();
+    // Most numbers stand alone.
+    if (width == number.digits.size() && width >= spec.width) return output.append(number.digits);
+    std::size_t padding = spec.width > width ? spec.width - width : 0;
+    if (spec.zeroPad && !spec.leftJustify) number.leadingZeros += std::exchange(padding, 0U);
+    if (!spec.leftJustify) output.append(padding, ' ');
+    output.append(number.prefix);
+    output.append(number.leadingZeros, '0');
+    output.append(number.digits);
+    output.append(number.trailingZeros, '0');
+    output.append(number.exponent);
+    if (spec.leftJustify) output.append(padding, ' ');
+}
+
+// Characters of a text, as far as they matter for a width.
+std::size_t charactersUpTo(std::string_view text, std::size_t limit) noexcept
+{
+    std::size_t characters = 0;
+    for (; characters < limit && !text.empty(); ++characters) text.remove_prefix(kxUtfPrefix(text, 1));
+    return characters;
+}
+
+void writeText(const kxFormatSpec& spec, std::string_view text, kxFormatOutput& output)
+{
+    if (spec.precision >= 0)
+        text = text.substr(0, kxUtfPrefix(text, static_cast<std::size_t>(spec.precision)));
+    if (spec.width == 0) return output.append(text);
+    const std::size_t padding = spec.width - charactersUpTo(text, spec.width);
+    if (!spec.leftJustify) output.append(padding, ' ');
+    output.append(text);
+    if (spec.leftJustify) output.append(padding, ' ');
+}
+
+void writeCharacter(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+                    kxFormatOutput& output)
+{
+    const std::uint64_t value = std::min<std::uint64_t>(argument.toUnsigned(), 0xFFFFFFFFU);
+    char bytes[KX_UTF_MAX_BYTES];
+    const std::uint32_t length = kxUtfEncode(static_cast<std::uint32_t>(value), bytes);
+    kxFormatSpec whole = spec;
+    whole.precision = -1;
+    writeText(whole, {bytes, length}, output);
+}
+
+void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+                 kxFormatOutput& output)
+{
+    if (argument.hasText()) return writeText(spec, argument.text(), output);
+    kxMessage(KX_MESSAGE_WARNING, "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
+}
+
+void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+               kxFormatOutput& output)
+{
+    if (!argument.hasWideText()) {
+        kxMessage(KX_MESSAGE_WARNING, "Using kxString::format(\"%%S\",arg) where arg is no valid pointer");
+        return;
+    }
+    if (spec.width == 0 && spec.precision < 0) return output.appendWide(argument.wideText());
+    kxFormatOutput text;
+    text.appendWide(argument.wideText());
+    writeText(spec, text.text(), output);
+}
+
+std::int64_t signedOfSize(std::int64_t value, std::uint8_t sizeBytes) noexcept
+{
+    if (sizeBytes == 2) return static_cast<std::int16_t>(value);
+    return sizeBytes == 4 ? static_cast<std::int32_t>(value) : value;
+}
+
+std::uint64_t unsignedOfSize(std::uint64_t value, std::uint8_t sizeBytes) noexcept
+{
+    if (sizeBytes == 2) return static_cast<std::uint16_t>(value);
+    return sizeBytes == 4 ? static_cast<std::uint32_t>(value) : value;
+}
+
+std::string_view signOf(const kxFormatSpec& spec, bool negative) noexcept
+{
+    if (negative) return "-";
+    if (spec.plus) return "+";
+    return spec.space ? " " : "";
+}
+
+void writeInteger(const kxFormatConversion& conversion, const kxFormatSpec& spec, std::string_view prefix,
+                  std::uint64_t value, kxFormatOutput& output)
+{
+    char digits[kIntegerRoom];
+    const kxDigitCase digitCase = conversion.letter <= 'Z' ? KX_DIGITS_UPPER : KX_DIGITS_LOWER;
+    const bool silent = value == 0 && spec.precision == 0;
+    const std::size_t length =
+        silent ? 0 : kxUnsignedToText(digits, value, {.base = conversion.base, .digitCase = digitCase});
+    const auto minimum = static_cast<std::size_t>(std::max(spec.precision, 0));
+    writeNumber(spec,
+                {.prefix = prefix,
+                 .leadingZeros = minimum > length ? minimum - length : 0,
+                 .digits = {digits, length}},
+                output);
+}
+
+void writeSigned(const kxFormatConversion& conversion, const kxFormatSpec& spec, const kxArgument& argument,
+                 kxFormatOutput& output)
+{
+    const std::int64_t value = signedOfSize(argument.toSigned(), spec.sizeBytes);
+    const auto bits = static_cast<std::uint64_t>(value);
+    writeInteger(conversion, spec, signOf(spec, value < 0), value < 0 ? ~bits + 1 : bits, output);
+}
+
+void writeUnsigned(const kxFormatConversion& conversion, const kxFormatSpec& spec, const kxArgument& argument,
+                   kxFormatOutput& output)
+{
+    const std::uint64_t value = unsignedOfSize(argument.toUnsigned(), spec.sizeBytes);
+    writeInteger(conversion, spec, spec.alternate && value != 0 ? conversion.prefix : "", value, output);
+}
+
+// The text of kxDtoA with its sign apart, and the zeros that follow what it can give.
+class Digits {
+public:
+    Digits(double value, std::int32_t decimals)
+        : zeros_(static_cast<std::size_t>(std::max(decimals - KX_DTOA_MAX_DECIMALS, 0)))
+    {
+        const auto given =
+            static_cast<std::int16_t>(std::clamp<std::int32_t>(decimals, -1, KX_DTOA_MAX_DECIMALS));
+        kxDtoA(text_, value, given, &length_);
+    }
+
+    bool isNegative() const noexcept { return length_ != 0 && text_[0] == '-'; }
+    std::size_t zeros() const noexcept { return zeros_; }
+    std::string_view view() const noexcept
+    {
+        return std::string_view(text_, length_).substr(isNegative() ? 1 : 0);
+    }
+    // Without the zeros that end the decimals, and without a point that then ends the text.
+    void dropZeros() noexcept
+    {
+        zeros_ = 0;
+        if (view().find('.') == std::string_view::npos) return;
+        while (text_[length_ - 1] == '0') --length_;
+        if (text_[length_ - 1] == '.') --length_;
+    }
+    void appendPoint() noexcept
+    {
+        if (view().find('.') == std::string_view::npos) text_[length_++] = '.';
+    }
+
+private:
+    char text_[kxDtoARoom(KX_DTOA_MAX_DECIMALS)];
+    std::uint32_t length_ = 0;
+    std::size_t zeros_;
+};
+
+bool isSilent(const kxFormatSpec& spec, double value) noexcept
+{
+    return spec.precision == 0 && value == 0;
+}
+
+void writeDigits(const kxFormatSpec& spec, const Digits& digits, std::string_view exponent,
+                 kxFormatOutput& output)
+{
+    writeNumber(spec,
+                {.prefix = signOf(spec, digits.isNegative()),
+                 .digits = digits.view(),
+                 .trailingZeros = digits.zeros(),
+                 .exponent = exponent},
+                output);
+}
+
+void writeNoDigits(const kxFormatSpec& spec, kxFormatOutput& output)
+{
+    writeNumber(spec, {.prefix = signOf(spec, false)}, output);
+}
+
+void writeFixed(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+                kxFormatOutput& output)
+{
+    const double value = argument.toDouble();
+    if (isSilent(spec, value)) return writeNoDigits(spec, output);
+    Digits digits(value, spec.precision);
+    if (spec.alternate) digits.appendPoint();
+    writeDigits(spec, digits, "", output);
+}
+
+// A value as mantissa * 10 to the power of exponent, 1 <= |mantissa| < 10; zero has the exponent 0.
+struct Scaled {
+    double mantissa;
+    std::int32_t exponent;
+};
+
+Scaled scaled(double value) noexcept
+{
+    if (value == 0 || !std::isfinite(value)) return {value, 0};
+    // Keeps the powers below away from the ends of the table.
+    constexpr std::int32_t kLift = 100;
+    std::int32_t lifted = 0;
+    if (std::fabs(value) < 1e-200) {
+        value *= kxPowerOfTen(kLift);
+        lifted = -kLift;
+    }
+    if (std::fabs(value) < 1e-200) {
+        value *= kxPowerOfTen(kLift);
+        lifted -= kLift;
+    }
+    auto exponent = static_cast<std::int32_t>(std::floor(std::log10(std::fabs(value))));
+    double mantissa = exponent < 0 ? value * kxPowerOfTen(-exponent) : value / kxPowerOfTen(exponent);
+    if (std::fabs(mantissa) >= 10) {
+        mantissa /= 10;
+        ++exponent;
+    } else if (std::fabs(mantissa) < 1) {
+        mantissa *= 10;
+        --exponent;
+    }
+    return {mantissa, exponent + lifted};
+}
+
+// The same after rounding to `decimals` places of the mantissa, which can carry into the next power.
+Scaled roundedScale(double value, std::int32_t decimals) noexcept
+{
+    Scaled result = scaled(value);
+    if (std::isfinite(value) && std::fabs(result.mantissa) + 0.5 * kxPowerOfTen(-decimals) >= 10)
+        result = {result.mantissa / 10, result.exponent + 1};
+    return result;
+}
+
+// "e", a sign and at least two digits.
+std::size_t exponentText(char* text, std::int32_t exponent) noexcept
+{
+    text[0] = 'e';
+    text[1] = exponent < 0 ? '-' : '+';
+    return 2 + kxIntegerToText(text + 2, std::abs(exponent), {.minimumDigits = 2});
+}
+
+void writeScaled(const kxFormatSpec& spec, Scaled value, Digits& digits, kxFormatOutput& output)
+{
+    char exponent[16];
+    const std::size_t length = std::isfinite(value.mantissa) ? exponentText(exponent, value.exponent) : 0;
+    writeDigits(spec, digits, {exponent, length}, output);
+}
+
+void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+                   kxFormatOutput& output)
+{
+    const double value = argument.toDouble();
+    if (isSilent(spec, value)) return writeNoDigits(spec, output);
+    const std::int32_t decimals = spec.precision >= 0 ? spec.precision : kDefaultPrecision;
+    const Scaled rounded = roundedScale(value, decimals);
+    Digits digits(rounded.mantissa, decimals);
+    if (spec.alternate) digits.appendPoint();
+    writeScaled(spec, rounded, digits, output);
+}
+
+// The shorter of both forms: plain digits for exponents from -4 up to the significant digits.
+void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+                  kxFormatOutput& output)
+{
+    constexpr double kLargestPlain = 18446744073709551616.0;  // what kxDtoA writes
+    const double value = argument.toDouble();
+    if (isSilent(spec, value)) return writeNoDigits(spec, output);
+    const std::int32_t significant = spec.precision >= 0 ? std::max(spec.precision, 1) : kDefaultPrecision;
+    const Scaled rounded = roundedScale(value, significant - 1);
+    const bool plain =
+        !(std::fabs(value) > kLargestPlain) && rounded.exponent >= -4 && rounded.exponent < significant;
+    Digits digits(plain ? value : rounded.mantissa, significant - 1 - (plain ? rounded.exponent : 0));
+    if (!spec.alternate)
+        digits.dropZeros();
+    else
+        digits.appendPoint();
+    if (plain) return writeDigits(spec, digits, "", output);
+    writeScaled(spec, rounded, digits, output);
+}
+
+constexpr kxFormatConversion kConversions[] = {
+    {'c', writeCharacter, 0, ""},    // one character by its code point
+    {'s', writeNarrow, 0, ""},       // text in UTF-8
+    {'S', writeWide, 0, ""},         // text in UTF-16
+    {'d', writeSigned, 10, ""},      //
+    {'u', writeUnsigned, 10, ""},    //
+    {'x', writeUnsigned, 16, "0x"},  //
+    {'X', writeUnsigned, 16, "0X"},  //
+    {'o', writeUnsigned, 8, "0"},    //
+    {'O', writeUnsigned, 8, "0"},    //
+    {'b', writeUnsigned, 2, "0b"},   //
+    {'B', writeUnsigned, 2, "0B"},   //
+    {'f', writeFixed, 0, ""},        // plain digits
+    {'e', writeExponent, 0, ""},     // one digit, decimals and a power of ten
+    {'g', writeGeneral, 0, ""},      // whichever of both fits the size
+};
+
+constexpr std::uint8_t kNone = 0xFF;
+
+constexpr auto kRowOfLetter = [] {
+    std::array<std::uint8_t, 128> rows{};
+    rows.fill(kNone);
+    for (std::uint8_t i = 0; i < std::size(kConversions); ++i)
+        rows[static_cast<std::size_t>(kConversions[i].letter)] = i;
+    return rows;
+}();
+
+}  // namespace
+
+const kxFormatConversion* kxFindFormatConversion(char32_t letter) noexcept
+{
+    const std::uint8_t row = letter < kRowOfLetter.size() ? kRowOfLetter[letter] : kNone;
+    return row != kNone ? &kConversions[row] : nullptr;
+}

@@ -1,0 +1,61 @@
+// Reads a format text character by character, with one step back.
+//
+// Ownership: refers to the caller's text.
+// Threads:   one thread at a time.
+// Errors:    a malformed byte is a character of its own, so that every text can be walked.
+#pragma once
+
+#include "kxbase/string/kxUtf.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+class kxFormatCursor {
+public:
+    explicit kxFormatCursor(std::string_view text) noexcept
+        : at_(text.data()), last_(at_), end_(at_ + text.size())
+    {}
+
+    bool atEnd() const noexcept { return at_ == end_; }
+    // At least one byte, and all further ones up to the next percent sign. Requires !atEnd().
+    std::string_view takeText() noexcept
+    {
+        last_ = at_++;
+        const void* const found = std::memchr(at_, '%', left());
+        at_ = found != nullptr ? static_cast<const char*>(found) : end_;
+        return {last_, static_cast<std::size_t>(at_ - last_)};
+    }
+    // Requires !atEnd().
+    char32_t next() noexcept
+    {
+        last_ = at_;
+        const auto byte = static_cast<unsigned char>(*at_);
+        if (byte >= 0x80) return nextLong();
+        ++at_;
+        return byte;
+    }
+    // Gives the character that next() returned last back.
+    void unget() noexcept { at_ = last_; }
+    // Takes what comes next when it is the given text.
+    bool skip(std::string_view text) noexcept
+    {
+        if (!std::string_view(at_, left()).starts_with(text)) return false;
+        last_ = at_;
+        at_ += text.size();
+        return true;
+    }
+
+private:
+    std::size_t left() const noexcept { return static_cast<std::size_t>(end_ - at_); }
+    char32_t nextLong() noexcept
+    {
+        const kxUtfSequence sequence = kxUtfPeek({at_, left()});
+        at_ += std::max(sequence.length, 1U);
+        return sequence.length != 0 ? sequence.codePoint : static_cast<unsigned char>(*last_);
+    }
+
+    const char* at_;
+    const char* last_;  // start of what was read last
+    const char* end_;
+};

@@ -1,0 +1,58 @@
+// Builds a text from a format text and up to sixteen arguments, in the manner of printf.
+//
+//   %[n$][flags][width][.precision][size]letter
+//
+//   n$          the argument by its number, 1 to 16; "*$" takes the number from the next argument
+//   flags       - left-justify, + sign always, 0 zeros before a number, blank before what is not negative,
+//               # alternate form (0x, 0, 0b before an integer that is not 0)
+//   width       least number of characters, or * for the next argument (negative: left-justify)
+//   precision   least number of digits of an integer, decimals of f and e, significant digits of g, most
+//               characters of a text; or * for the next argument
+//   size        h 2 bytes, l 4 bytes, ll 8 bytes; an integer has 8 bytes without it
+//   letter      c s S d u x X o O b B f e g
+//
+// A precision of 0 with the value 0 gives no digits. f without precision writes as many decimals as the value
+// has; e and g have six. Text that is no conversion is copied as it is.
+//
+// Ownership: refers to the caller's text and arguments.
+// Threads:   no state outside the object; a fault found here may be formatted by another one meanwhile.
+// Errors:    faults in the format are Warnings, and the text is built from all that can be converted.
+#pragma once
+
+#include "kxbase/core/kxArgumentView.h"
+#include "kxbase/string/kxFormatConversion.h"
+#include "kxbase/string/kxFormatCursor.h"
+#include "kxbase/string/kxFormatOutput.h"
+
+#include <string_view>
+
+class kxFormatter {
+public:
+    kxFormatter(std::string_view format, kxArgumentView arguments) noexcept
+        : format_(format), cursor_(format), arguments_(arguments)
+    {}
+
+    // Formats once; what it answers refers to the formatter.
+    std::string_view run();
+
+private:
+    // An action of kxFormatTable.
+    void perform(std::uint8_t action, char32_t character);
+    void copyText();
+    void setPosition(std::int64_t number) noexcept;
+    void setWidth(std::int64_t width) noexcept;
+    void setPrecision(std::int64_t precision) noexcept;
+    void convert(char32_t letter);
+    const kxArgument& nextArgument() noexcept;
+    void warnPosition() const;
+    void warnUnknown() const;
+
+    std::string_view format_;
+    kxFormatCursor cursor_;
+    kxArgumentView arguments_;
+    std::uint32_t nextSlot_ = 0;
+    std::uint32_t number_ = 0;    // digits read so far
+    std::int64_t starValue_ = 0;  // of a '*' that may be a width or a position
+    kxFormatSpec spec_;
+    kxFormatOutput output_;
+};

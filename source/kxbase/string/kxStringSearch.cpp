@@ -1,0 +1,128 @@
+// Searching in strings, and the strings that are made by searching.
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/string/kxString.h"
+#include "kxbase/string/kxStringBuild.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
+
+constexpr char lowered(char c) noexcept
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+constexpr char raised(char c) noexcept
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+std::uint32_t indexOf(std::size_t found) noexcept
+{
+    return found == std::string_view::npos ? KX_STRING_NOT_FOUND : static_cast<std::uint32_t>(found);
+}
+
+std::size_t countMatches(std::string_view text, std::string_view what) noexcept
+{
+    if (what.empty()) return 0;
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string_view::npos; at += what.size()) ++count;
+    return count;
+}
+
+char* copyTo(char* to, std::string_view text) noexcept
+{
+    return std::copy(text.begin(), text.end(), to);
+}
+
+}  // namespace
+
+kxString kxString::lowerCase() const
+{
+    return built(length_, [this](char* to) { std::transform(begin(), end(), to, lowered); });
+}
+
+kxString kxString::upperCase() const
+{
+    return built(length_, [this](char* to) { std::transform(begin(), end(), to, raised); });
+}
+
+bool kxString::equalsIgnoreCase(std::string_view other) const noexcept
+{
+    return std::equal(begin(), end(), other.begin(), other.end(),
+                      [](char left, char right) { return lowered(left) == lowered(right); });
+}
+
+std::uint32_t kxString::find(char character, std::uint32_t from) const noexcept
+{
+    return indexOf(view().find(character, from));
+}
+
+std::uint32_t kxString::find(std::string_view part, std::uint32_t from) const noexcept
+{
+    return indexOf(view().find(part, from));
+}
+
+std::uint32_t kxString::findLast(char character, std::uint32_t from) const noexcept
+{
+    return indexOf(view().rfind(character, from));
+}
+
+std::uint32_t kxString::findLast(std::string_view part, std::uint32_t from) const noexcept
+{
+    return indexOf(view().rfind(part, from));
+}
+
+kxString kxString::trimmedLeft() const
+{
+    const std::size_t first = view().find_first_not_of(kBlanks);
+    return first == 0 ? *this : kxString(view().substr(std::min<std::size_t>(first, length_)));
+}
+
+kxString kxString::trimmedRight() const
+{
+    const std::size_t kept = view().find_last_not_of(kBlanks) + 1;  // the sum is 0 when only blanks are there
+    return kept == length_ ? *this : kxString(view().substr(0, kept));
+}
+
+kxString kxString::trimmed() const
+{
+    const std::size_t kept = view().find_last_not_of(kBlanks) + 1;
+    const std::string_view left = view().substr(0, kept);
+    const std::size_t first = std::min(left.find_first_not_of(kBlanks), kept);
+    return first == 0 && kept == length_ ? *this : kxString(left.substr(first));
+}
+
+kxString kxString::replaced(std::string_view what, std::string_view with) const
+{
+    const std::uint64_t matches = countMatches(view(), what);
+    if (matches == 0) return *this;
+    const std::uint64_t length = length_ - matches * what.size() + matches * std::uint64_t{with.size()};
+    if (length > KX_STRING_MAX_LENGTH) kxRaiseFatal("Too many characters in kxString");
+    return built(static_cast<std::size_t>(length), [&](char* to) {
+        std::string_view left = view();
+        for (std::size_t at = left.find(what); at != std::string_view::npos; at = left.find(what)) {
+            to = copyTo(copyTo(to, left.substr(0, at)), with);
+            left.remove_prefix(at + what.size());
+        }
+        copyTo(to, left);
+    });
+}
+
+std::vector<kxString> kxString::split(std::string_view separator) const
+{
+    std::vector<kxString> pieces;
+    pieces.reserve(countMatches(view(), separator) + 1);
+    std::string_view left = view();
+    while (!separator.empty()) {
+        const std::size_t at = left.find(separator);
+        if (at == std::string_view::npos) break;
+        pieces.emplace_back(left.substr(0, at));
+        left.remove_prefix(at + separator.size());
+    }
+    pieces.emplace_back(left);
+    return pieces;
+}

@@ -1,0 +1,228 @@
+#include "kxbase/string/kxUtf.h"
+
+#include "kxbase/core/kxMessage.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+constexpr std::size_t kBlock = 16;  // bytes of plain ASCII moved at a time
+
+// Row n - 1 holds the first code point that n bytes do not reach, and the lead byte's fixed bits.
+constexpr struct {
+    std::uint32_t limit;
+    std::uint8_t lead;
+} kForms[] = {
+    {0x80, 0x00}, {0x800, 0xC0}, {0x10000, 0xE0}, {0x200000, 0xF0}, {0x4000000, 0xF8}, {0x80000000U, 0xFC},
+};
+static_assert(std::size(kForms) == KX_UTF_MAX_BYTES);
+
+// 0 above the largest code point.
+std::uint32_t byteCount(std::uint32_t codePoint) noexcept
+{
+    for (std::uint32_t bytes = 1; bytes <= KX_UTF_MAX_BYTES; ++bytes)
+        if (codePoint < kForms[bytes - 1].limit) return bytes;
+    return 0;
+}
+
+// Bytes of the sequence that a lead byte starts; 0 for a continuation byte, 0xFE and 0xFF.
+std::uint32_t sequenceLength(std::uint8_t lead) noexcept
+{
+    const int ones = std::countl_one(lead);
+    if (ones == 0) return 1;
+    return ones == 1 || ones > 6 ? 0 : static_cast<std::uint32_t>(ones);
+}
+
+constexpr bool isContinuation(std::uint8_t byte) noexcept
+{
+    return (byte & 0xC0U) == 0x80U;
+}
+
+constexpr std::uint8_t byteAt(const char* bytes, std::size_t index) noexcept
+{
+    return static_cast<std::uint8_t>(bytes[index]);
+}
+
+void writeSequence(std::uint32_t codePoint, std::uint32_t count, char* bytes) noexcept
+{
+    for (std::uint32_t i = count - 1; i != 0; --i) {
+        bytes[i] = static_cast<char>(0x80U | (codePoint & 0x3FU));
+        codePoint >>= 6U;
+    }
+    bytes[0] = static_cast<char>(kForms[count - 1].lead | codePoint);
+}
+
+bool isAsciiBlock(const char* bytes) noexcept
+{
+    std::uint64_t halves[2];
+    std::memcpy(halves, bytes, kBlock);
+    return ((halves[0] | halves[1]) & 0x8080808080808080U) == 0;
+}
+
+// Two and three bytes are what texts mostly hold; answers the length, 0 for any other or malformed sequence.
+std::uint32_t decodeShort(const char* bytes, std::size_t left, std::uint32_t& codePoint) noexcept
+{
+    const std::uint32_t lead = byteAt(bytes, 0);
+    if ((lead & 0xE0U) == 0xC0U && left >= 2 && isContinuation(byteAt(bytes, 1))) {
+        codePoint = ((lead & 0x1FU) << 6U) | (byteAt(bytes, 1) & 0x3FU);
+        return 2;
+    }
+    if ((lead & 0xF0U) == 0xE0U && left >= 3 && isContinuation(byteAt(bytes, 1)) &&
+        isContinuation(byteAt(bytes, 2))) {
+        codePoint = ((lead & 0x0FU) << 12U) | ((byteAt(bytes, 1) & 0x3FU) << 6U) | (byteAt(bytes, 2) & 0x3FU);
+        return 3;
+    }
+    return 0;
+}
+
+constexpr bool isHighSurrogate(char16_t unit) noexcept
+{
+    return (unit & 0xFC00U) == 0xD800U;
+}
+
+constexpr bool isLowSurrogate(char16_t unit) noexcept
+{
+    return (unit & 0xFC00U) == 0xDC00U;
+}
+
+// The code point at an index, which moves behind it.
+std::uint32_t takeWide(std::u16string_view units, std::size_t& index) noexcept
+{
+    const char16_t first = units[index++];
+    if (!isHighSurrogate(first) || index == units.size() || !isLowSurrogate(units[index])) return first;
+    return 0x10000U + ((first & 0x3FFU) << 10U) + (units[index++] & 0x3FFU);
+}
+
+bool isAsciiUnits(const char16_t* units) noexcept
+{
+    std::uint64_t quarters[4];
+    std::memcpy(quarters, units, sizeof quarters);
+    return ((quarters[0] | quarters[1] | quarters[2] | quarters[3]) & 0xFF80FF80FF80FF80U) == 0;
+}
+
+}  // namespace
+
+std::uint32_t kxUtfByteCount(std::uint32_t codePoint)
+{
+    const std::uint32_t bytes = byteCount(codePoint);
+    if (bytes == 0) kxMessage(KX_MESSAGE_WARNING, "Utf decoding on faulty data input");
+    return bytes;
+}
+
+std::uint32_t kxUtfEncode(std::uint32_t codePoint, char* bytes)
+{
+    const std::uint32_t count = kxUtfByteCount(codePoint);
+    if (count != 0) writeSequence(codePoint, count, bytes);
+    return count;
+}
+
+std::uint32_t kxUtfDecode(std::string_view bytes, std::uint32_t& length)
+{
+    const kxUtfSequence sequence = kxUtfPeek(bytes);
+    if (sequence.length == 0) kxMessage(KX_MESSAGE_WARNING, "Utf encoding on faulty data set");
+    length = sequence.length;
+    return sequence.codePoint;
+}
+
+kxUtfSequence kxUtfPeek(std::string_view bytes) noexcept
+{
+    if (bytes.empty()) return {0, 0};
+    const std::uint8_t lead = byteAt(bytes.data(), 0);
+    const std::uint32_t count = sequenceLength(lead);
+    if (count == 1) return {lead, 1};
+    if (count == 0 || count > bytes.size()) return {0, 0};
+    std::uint32_t codePoint = lead & (0x7FU >> count);
+    for (std::uint32_t i = 1; i < count; ++i) {
+        if (!isContinuation(byteAt(bytes.data(), i))) return {0, 0};
+        codePoint = (codePoint << 6U) | (byteAt(bytes.data(), i) & 0x3FU);
+    }
+    return {codePoint, count};
+}
+
+std::size_t kxUtfCharacterCount(std::string_view bytes) noexcept
+{
+    std::size_t characters = 0;
+    while (const std::uint32_t length = kxUtfPeek(bytes).length) {
+        bytes.remove_prefix(length);
+        ++characters;
+    }
+    return characters;
+}
+
+std::size_t kxUtfPrefix(std::string_view bytes, std::size_t characters) noexcept
+{
+    std::size_t prefix = 0;
+    for (; characters != 0 && prefix < bytes.size(); --characters)
+        prefix += std::max(kxUtfPeek(bytes.substr(prefix)).length, 1U);
+    return prefix;
+}
+
+std::size_t kxUtfWholeLength(std::string_view bytes) noexcept
+{
+    const std::size_t reach = std::min<std::size_t>(bytes.size(), KX_UTF_MAX_BYTES);
+    for (std::size_t back = 1; back <= reach; ++back) {
+        const std::uint8_t byte = byteAt(bytes.data(), bytes.size() - back);
+        if (isContinuation(byte)) continue;
+        return sequenceLength(byte) > back ? bytes.size() - back : bytes.size();
+    }
+    return bytes.size();
+}
+
+kxUtfProgress kxUtfToWide(std::string_view bytes, char16_t* units, std::size_t room) noexcept
+{
+    const char* const data = bytes.data();
+    const std::size_t size = bytes.size();
+    std::size_t read = 0;
+    std::size_t written = 0;
+    while (read < size && written < room) {
+        if (byteAt(data, read) < 0x80) {
+            while (size - read >= kBlock && room - written >= kBlock && isAsciiBlock(data + read)) {
+                for (std::size_t i = 0; i < kBlock; ++i) units[written + i] = byteAt(data, read + i);
+                read += kBlock;
+                written += kBlock;
+            }
+            while (read < size && written < room && byteAt(data, read) < 0x80)
+                units[written++] = byteAt(data, read++);
+            continue;
+        }
+        std::uint32_t codePoint = 0;
+        std::uint32_t length = decodeShort(data + read, size - read, codePoint);
+        if (length == 0) {
+            const kxUtfSequence sequence = kxUtfPeek(bytes.substr(read));
+            if (sequence.length == 0) break;
+            codePoint = sequence.codePoint;
+            length = sequence.length;
+        }
+        units[written++] = static_cast<char16_t>(codePoint);
+        read += length;
+    }
+    return {read, written};
+}
+
+std::size_t kxUtfLengthOfWide(std::u16string_view units) noexcept
+{
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < units.size();) bytes += byteCount(takeWide(units, i));
+    return bytes;
+}
+
+std::size_t kxUtfFromWide(std::u16string_view units, char* bytes) noexcept
+{
+    std::size_t written = 0;
+    for (std::size_t i = 0; i < units.size();) {
+        while (units.size() - i >= kBlock && isAsciiUnits(units.data() + i)) {
+            for (std::size_t k = 0; k < kBlock; ++k) bytes[written + k] = static_cast<char>(units[i + k]);
+            i += kBlock;
+            written += kBlock;
+        }
+        if (i == units.size()) break;
+        const std::uint32_t codePoint = takeWide(units, i);
+        const std::uint32_t count = byteCount(codePoint);
+        writeSequence(codePoint, count, bytes + written);
+        written += count;
+    }
+    return written;
+}

@@ -1,0 +1,307 @@
+#include "kxbase/string/kxFormatter.h"
+
+#include "kxbase/core/kxFatalError.h"
+#include "kxbase/string/kxString.h"
+#include "support/kxMessageRecorder.h"
+
+#include <cmath>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <string>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+struct Case {
+    const char* why;
+    const char* format;
+    const char* expected;
+};
+
+// Every case is formatted with the same arguments and must send exactly the given messages.
+template <std::size_t Count, typename... Arguments>
+void expectFormats(const Case (&cases)[Count], const std::vector<std::string>& messages,
+                   const Arguments&... arguments)
+{
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.why) + ": " + c.format);
+        kxMessageRecorder recorder;
+        EXPECT_EQ(kxString::format(c.format, arguments...), c.expected);
+        EXPECT_EQ(recorder.takeTexts(), messages);
+    }
+}
+
+const std::string kBadPosition = "Using kxString::format(\"%n$\") where n<1 or n>16";
+
+}  // namespace
+
+TEST(kxFormatter, GoesThroughEveryRowOfItsTable)
+{
+    // The arguments are 1 to 5.
+    const Case cases[] = {
+        {"text", "plain \xE2\x82\xAC", "plain \xE2\x82\xAC"},
+        {"percent twice", "a%%b%%", "a%b%"},
+        {"star then $: position from the first argument", "%*$d", "1"},
+        {"star position does not move on further", "%*$d %d", "1 2"},
+        {"star then other: width from the first argument", "%*d", "2"},
+        {"star width, then the dot", "%*.2d", "02"},
+        {"number then $", "%3$d %d", "3 1"},
+        {"number of two digits then $ beyond the arguments", "%16$d", "0"},
+        {"number then other: width", "%3d", "  1"},
+        {"number then dot", "%3.2d", " 01"},
+        {"a sign behind a width is no flag", "%3+d", "d"},
+        {"flags after a position", "%2$-3d|", "2  |"},
+        {"left", "%-3d|", "1  |"},
+        {"plus", "%+d", "+1"},
+        {"zero", "%03d", "001"},
+        {"blank", "% d", " 1"},
+        {"alternate", "%#x", "0x1"},
+        {"plus beats blank before it", "% +d", "+1"},
+        {"plus beats blank behind it", "%+ d", "+1"},
+        {"left beats zero before it", "%0-3d|", "1  |"},
+        {"left beats zero behind it", "%-03d|", "1  |"},
+        {"width star after flags", "%+*d", "+2"},
+        {"width digits after flags", "%+12d", "          +1"},
+        {"precision star", "%.*d", "2"},
+        {"precision digits", "%.12d", "000000000001"},
+        {"a dot alone is no precision", "%.d", "1"},
+        {"width star and precision star", "%-*.*d|", "03|"},
+        {"sizes", "%hd%Hd%ld%Ld%lld", "12345"},
+        {"mixed long letters", "%lLd", "1"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.why) + ": " + c.format);
+        EXPECT_EQ(kxString::format(c.format, 1, 2, 3, 4, 5), c.expected);
+    }
+}
+
+TEST(kxFormatter, TakesNumbersOfTheGivenSize)
+{
+    const Case negative[] = {
+        {"64 bits without a size", "%d", "-4294967297"},
+        {"64 bits", "%lld", "-4294967297"},
+        {"32 bits", "%ld", "-1"},
+        {"16 bits", "%hd", "-1"},
+        {"unsigned 64", "%u", "18446744069414584319"},
+        {"unsigned 32", "%lu", "4294967295"},
+        {"unsigned 16", "%hu", "65535"},
+        {"hexadecimal", "%x", "fffffffeffffffff"},
+        {"octal 16", "%ho", "177777"},
+        {"binary 16", "%hb", "1111111111111111"},
+    };
+    expectFormats(negative, {}, -4294967297);
+}
+
+TEST(kxFormatter, LaysIntegersOutAsPrintfDoes)
+{
+    const char* const formats[] = {"%d",    "%5d",     "%-5d|", "%05d",  "%+d",   "% d",  "%.3d",
+                                   "%8.3d", "%-8.3d|", "%+.3d", "%x",    "%X",    "%#x",  "%#X",
+                                   "%8x",   "%-8x|",   "%o",    "%#10x", "%u",    "%.0d", "%+.0d",
+                                   "%5.0d", "%.1d",    "%-+5d", "%+05d", "%# 08x"};
+    for (const char* format : formats) {
+        for (const int value : {0, 1, -1, 42, -42, 255, 123456, std::numeric_limits<int>::min()}) {
+            // Sizes differ: an integer has 8 bytes here, so the twin gets "ll".
+            std::string twin(format);
+            twin.insert(twin.find_first_of("dxXou"), "ll");
+            char expected[64];
+            std::snprintf(expected, sizeof expected, twin.c_str(), static_cast<long long>(value));
+            EXPECT_EQ(kxString::format(format, value), expected) << format << ' ' << value;
+        }
+    }
+    EXPECT_EQ(kxString::format("%08.3d", 5), "00000005") << "zero pad stays with a precision";
+    EXPECT_EQ(kxString::format("%#b %#B %#o %#O", 5, 5, 8, 0), "0b101 0B101 010 0");
+}
+
+TEST(kxFormatter, WritesFloatingValues)
+{
+    const struct {
+        const char* format;
+        double value;
+        const char* expected;
+    } cases[] = {
+        {"%f", 0.1, "0.1"},
+        {"%f", 3, "3"},
+        {"%.3f", 3.14159, "3.142"},
+        {"%.0f", 2.5, "3"},
+        {"%.0f", 0, ""},
+        {"%5.0f|", 0, "     |"},
+        {"%.0f", -0.4, "-0"},
+        {"%+.1f", 1, "+1.0"},
+        {"% .1f", 1, " 1.0"},
+        {"%08.2f", -1.5, "-0001.50"},
+        {"%-8.2f|", 1.5, "1.50    |"},
+        {"%#.0f", 1, "1."},
+        {"%e", 12345.678, "1.234568e+04"},
+        {"%.2e", 9.999e-5, "1.00e-04"},
+        {"%.0e", 15.0, "2e+01"},
+        {"%e", 0, "0.000000e+00"},
+        {"%.3e", 5e-324, "4.941e-324"},
+        {"%.3e", -1.7976931348623157e308, "-1.798e+308"},
+        {"%12.2e", 1e100, "   1.00e+100"},
+        {"%g", 0.0001, "0.0001"},
+        {"%g", 0.00001, "1e-05"},
+        {"%g", 100000, "100000"},
+        {"%g", 1000000, "1e+06"},
+        {"%g", 999999.5, "1e+06"},
+        {"%g", 0, "0"},
+        {"%.3g", 1234.5, "1.23e+03"},
+        {"%#g", 1.5, "1.50000"},
+        {"%.30g", 1e22, "1e+22"},
+        {"%010g", -2.5, "-0000002.5"},
+    };
+    kxMessageRecorder recorder;
+    for (const auto& c : cases) EXPECT_EQ(kxString::format(c.format, c.value), c.expected) << c.format;
+    EXPECT_EQ(kxString::format("%.1000f", 0.5).view(), "0.5" + std::string(999, '0'));
+    EXPECT_THAT(recorder.messages(), IsEmpty());
+    EXPECT_EQ(kxString::format("<%f|%e|%g>", 1e20, std::nan(""), -std::numeric_limits<double>::infinity()),
+              "<||->");
+    EXPECT_THAT(recorder.takeTexts(), testing::SizeIs(3));
+}
+
+TEST(kxFormatter, WritesTextByCharacters)
+{
+    const char16_t* const wide = u"h\u00E9\U0001F600";
+    const struct {
+        const char* why;
+        const char* format;
+        const char* expected;
+    } cases[] = {
+        {"narrow", "%s", "h\xC3\xA9\xE2\x82\xAC"},
+        {"width counts characters", "%5s|%-5s|", "  h\xC3\xA9\xE2\x82\xAC|x    |"},
+        {"precision counts characters", "%.2s", "h\xC3\xA9"},
+        {"precision 0", "%.0s", ""},
+        {"no zeros before text", "%05s", "  h\xC3\xA9\xE2\x82\xAC"},
+        {"sign flags mean nothing", "%+ s", "h\xC3\xA9\xE2\x82\xAC"},
+        {"wide", "%3$S", "h\xC3\xA9\xF0\x9F\x98\x80"},
+        {"wide with width", "%3$5S", "  h\xC3\xA9\xF0\x9F\x98\x80"},
+        {"wide with precision", "%3$.2S", "h\xC3\xA9"},
+        {"character by its code", "%4$c%4$3c|", "\xE2\x82\xAC  \xE2\x82\xAC|"},
+        {"size has no meaning", "%ls", "h\xC3\xA9\xE2\x82\xAC"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        EXPECT_EQ(kxString::format(c.format, kxString("h\xC3\xA9\xE2\x82\xAC"), "x", wide, 0x20AC),
+                  c.expected);
+    }
+    EXPECT_EQ(kxString::format("a%cb", 0), kxString("a\0b", 3));
+    EXPECT_EQ(kxString::format("%s%s%s", kxString(), std::string_view("a\0b", 3), ""), kxString("a\0b", 3));
+    const std::u16string longWide = std::u16string(127, u'x') + u"\U0001F600" + std::u16string(300, u'y');
+    EXPECT_EQ(kxString::format("%S", longWide.c_str()), kxString(longWide)) << "a pair is not split";
+}
+
+TEST(kxFormatter, ConvertsArgumentsToWhatIsAsked)
+{
+    EXPECT_EQ(kxString::format("%d %u %x", 2.9, -1.0, 255.5), "2 18446744073709551615 ff");
+    EXPECT_EQ(kxString::format("%f %.1f", 7, -7), "7 -7.0");
+    EXPECT_EQ(kxString::format("%d %d %d", 1e30, -1e30, std::nan("")),
+              "9223372036854775807 -9223372036854775808 0");
+    EXPECT_EQ(kxString::format("%d %f %d", "text", u"wide"), "0 0 0") << "text and nothing are 0";
+    EXPECT_EQ(kxString::format("%*d|%*d|", 3.9, 1, -3, 2), "  1|2  |");
+    EXPECT_EQ(kxString::format("%.*d|%.*d", -1, 5, -7, 0), "5|0");
+}
+
+TEST(kxFormatter, WarnsOfFaultsAndGoesOn)
+{
+    const std::string noText = "Using kxString::format(\"%s\",arg) where arg is no valid pointer";
+    const std::string noWide = "Using kxString::format(\"%S\",arg) where arg is no valid pointer";
+    const Case positions[] = {
+        {"too large", "%17$d,%d", "1,2"},
+        {"zero", "%0$d,%d", "1,2"},
+        {"zero is no flag then", "%0$3d,%d", "  1,2"},
+        {"far too large", "%99999999999999999999$d,%d", "1,2"},
+    };
+    expectFormats(positions, {kBadPosition}, 1, 2);
+    const Case silent[] = {{"a star position out of range is ignored", "%*$d", "1"}};
+    expectFormats(silent, {}, 17, 1);
+    expectFormats(silent, {}, std::numeric_limits<std::int64_t>::min(), 1);
+
+    const Case noTexts[] = {{"a number", "<%s>%d", "<>2"}};
+    expectFormats(noTexts, {noText}, 1, 2);
+    expectFormats(noTexts, {noText}, static_cast<const char*>(nullptr), 2);
+    expectFormats(noTexts, {noText}, u"wide", 2);
+    const Case noWides[] = {{"narrow text", "<%S>%d", "<>2"}};
+    expectFormats(noWides, {noWide}, "narrow", 2);
+    expectFormats(noWides, {noWide}, static_cast<const char16_t*>(nullptr), 2);
+
+    const Case characters[] = {{"no character", "<%c%c>", "<a>"}};
+    expectFormats(characters, {"Utf decoding on faulty data input"}, -1, 'a');
+    const kxArgument number(1);
+    EXPECT_THROW(number.text(), kxFatalError);
+    EXPECT_THROW(number.wideText(), kxFatalError);
+}
+
+TEST(kxFormatter, WarnsOfUnknownAndUnfinishedConversions)
+{
+    const Case cases[] = {
+        {"unknown letter", "a%qb%d", "ab7"},
+        {"takes no argument and is consumed whole", "%\xE2\x82\xAC%d", "7"},
+        {"malformed byte", "%\xFF%d", "7"},
+        {"size after size", "%hh%d", "7"},
+        {"ends after the percent sign", "a%", "a"},
+        {"ends in the flags", "a%-", "a"},
+        {"ends in the digits", "a%5", "a"},
+        {"ends in the precision", "a%5.", "a"},
+        {"ends in the size", "a%ll", "a"},
+        {"a percent sign that is a letter", "%5%d", "d"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxMessageRecorder recorder;
+        EXPECT_EQ(kxString::format(c.format, 7), c.expected);
+        EXPECT_THAT(recorder.takeTexts(),
+                    ElementsAre("Unknown format option in string '" + std::string(c.format) + "'"));
+    }
+}
+
+TEST(kxFormatter, EndsAtSixteenArgumentsAndTheLongestString)
+{
+    EXPECT_EQ(kxString::format("%16$d%15$d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16), "1615");
+    EXPECT_EQ(kxString::format("%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5,
+                               6, 7),
+              "12345678912345670")
+        << "past the sixteenth is nothing";
+    const std::string longText(65534, 'x');
+    EXPECT_EQ(kxString::format("%s", longText).length(), 65534);
+    EXPECT_EQ(kxString::format("%s%s", longText, "\xC3\xA9").length(), 65534)
+        << "the last character is whole";
+    EXPECT_EQ(kxString::format("%s\xE2\x82\xACtail", longText).length(), 65534);
+    EXPECT_EQ(kxString::format("%s%s", longText, "abc").length(), 65535);
+    EXPECT_EQ(kxString::format("%99999d%99999d", 1, 2).length(), 65535);
+    EXPECT_EQ(kxString::format("%.99999999999d", 1).length(), 65535);
+    EXPECT_EQ(kxString::format("%.99999f", 1.0).length(), 65535);
+    EXPECT_EQ(kxString::format(std::string(70000, '%')).length(), 35000);
+}
+
+TEST(kxFormatter, SurvivesRandomFormats)
+{
+    std::mt19937 random(17);
+    const std::string alphabet = "%%%%%*$.0123456789-+ #lhLHcsSduxXoObBfegq\xC3\xA9";
+    const kxArgument values[] = {{},
+                                 1,
+                                 -1,
+                                 1e300,
+                                 std::nan(""),
+                                 "text",
+                                 "\xC3",
+                                 static_cast<const char*>(nullptr),
+                                 u"w",
+                                 1e-5,
+                                 70000,
+                                 1234,
+                                 std::numeric_limits<std::int64_t>::min()};
+    kxMessageRecorder recorder;
+    for (int round = 0; round < 20000; ++round) {
+        std::string format;
+        for (auto count = random() % 24; count != 0; --count) format += alphabet[random() % alphabet.size()];
+        std::array<kxArgument, 16> arguments;
+        for (auto& argument : arguments) argument = values[random() % std::size(values)];
+        const kxString text = kxString::formatArguments(format, arguments);
+        ASSERT_EQ(text.hash(), kxString::hashOf(text.view())) << format;
+        ASSERT_TRUE(format.find('%') != std::string::npos || text == format) << format;
+        recorder.takeTexts();
+    }
+}
