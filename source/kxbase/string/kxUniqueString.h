@@ -1,0 +1,29 @@
+// Text with a process-wide 16-bit id: the same text always has the same id, and the same id always the same
+// text, which is stored once. Copies share it, and two such strings compare by id.
+//
+// Ownership: the text belongs to a process-wide table and is never freed.
+// Threads:   strings may be made unique from any thread, also before main and after it; the text is read
+//            without a lock.
+// Errors:    the same text under two ids, or two texts under one id, is fatal; so is a table that has no free
+//            id left.
+#pragma once
+
+#include "kxbase/string/kxString.h"
+#include "kxbase/string/kxUniqueId.h"
+
+class kxUniqueString : public kxString {
+public:
+    // Makes the text unique under the id, or under the first free one when the id is 0. An empty text gets
+    // what `make` gives it.
+    explicit kxUniqueString(std::string_view text, std::uint16_t id = 0) : kxString(text) { make(*this, id); }
+    // A text of the library itself; takes no lock.
+    explicit kxUniqueString(kxUniqueId id);
+
+    // Makes a string unique in place; one that has an id already stays as it is. The empty string asks for
+    // the text of the id, which is "Unique(id)" when nobody has registered one; without an id it stays empty
+    // and the answer is false, else true.
+    static bool make(kxString& string, std::uint16_t id = 0);
+
+    // Texts in the table.
+    static std::uint32_t count();
+};

@@ -1,0 +1,77 @@
+// The process-wide table behind kxUniqueString: one slot for each id and an index from text to slot.
+//
+// Ownership: created on first use with the library's own texts in it, never destroyed; owns copies of the
+//            texts. Outside the memory check, like all objects that live as long as the process.
+// Threads:   any; one mutex guards the table, and nothing is raised or freed under it. A slot that has been
+//            filled never changes.
+#pragma once
+
+#include "kxbase/containers/kxDict.h"
+#include "kxbase/core/kxMutex.h"
+
+#include <string_view>
+
+// One slot.
+struct kxUniqueStringData {
+    const char* text;
+    std::uint32_t lengthPlusOne;  // 0 for a free slot; 32 bits, since the longest text has 65535 bytes
+    std::uint32_t hash;
+    bool hasFixedId;  // the id was asked for, not assigned
+
+    std::string_view view() const noexcept { return {text, lengthPlusOne - 1}; }
+};
+
+class kxUniqueStringTable {
+public:
+    static constexpr std::uint32_t kSlots = 65535;
+
+    enum class Outcome : std::uint8_t {
+        kAdopt,        // the text has this slot now
+        kOtherId,      // the text has this slot, but another id was asked for
+        kIdTaken,      // the slot of the id asked for holds another text
+        kFull,         // no slot is free
+        kOutOfMemory,  // the text could not be copied
+    };
+    struct Answer {
+        Outcome outcome;
+        const kxUniqueStringData* slot;
+    };
+
+    static kxUniqueStringTable& instance();
+
+    // Looks the text up, and adds it under the id when it is not there; id 0 means any. The text is not empty.
+    Answer enter(std::string_view text, std::uint32_t hash, std::uint16_t id);
+    // The slot of an id other than 0, or null when it is free.
+    const kxUniqueStringData* slotInUse(std::uint16_t id);
+    // The slot of one of the library's own texts, without a lock.
+    const kxUniqueStringData& slotOfOwn(std::uint16_t id) const noexcept { return slots_[id - 1]; }
+    std::uint16_t idOf(const kxUniqueStringData& slot) const noexcept
+    {
+        return static_cast<std::uint16_t>(&slot - slots_ + 1);
+    }
+    std::uint32_t count();
+
+private:
+    struct Key {
+        const char* text;
+        std::uint32_t length;
+        std::uint32_t hash;
+    };
+    struct KeyTraits {
+        static std::uint32_t hash(const Key& key) noexcept { return key.hash; }
+        static bool isEqual(const Key& left, const Key& right) noexcept
+        {
+            return std::string_view(left.text, left.length) == std::string_view(right.text, right.length);
+        }
+    };
+
+    kxUniqueStringTable();
+    Answer add(std::string_view text, std::uint32_t hash, std::uint16_t id);
+    kxUniqueStringData* freeSlot(std::uint16_t id) noexcept;
+
+    kxMutex mutex_;
+    kxUniqueStringData* slots_;
+    kxDict<Key, kxUniqueStringData, KeyTraits, kxUntrackedStorage> index_;
+    std::uint32_t usedCount_ = 0;
+    std::uint32_t firstFree_ = 0;  // no slot below it is free
+};
