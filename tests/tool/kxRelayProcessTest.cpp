@@ -90,7 +90,10 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
         std::string warning;
         std::string fatal;
     } cases[] = {
-        {"no arguments at all", {}, "Could not create URL Adapter '" + udp + "'", "Error in input adapter " + udp},
+        {"no arguments at all",
+         {},
+         "Could not create URL Adapter '" + udp + "'",
+         "Error in input adapter " + udp},
         {"unknown scheme",
          {"-URL", "abc:x%d"},
          "Could not create URL Adapter 'abc:x%d'",
@@ -110,8 +113,8 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        EXPECT_EQ(run(c.arguments, kxExited(99)), "\rKorvexSDK Warning::" + c.warning +
-                                                      "\n\rKorvexSDK Fatal::" + c.fatal + "\n");
+        EXPECT_EQ(run(c.arguments, kxExited(99)),
+                  "\rKorvexSDK Warning::" + c.warning + "\n\rKorvexSDK Fatal::" + c.fatal + "\n");
     }
     run({"-URL", "none:", "-output", "file:made"}, kxExited(99));
     EXPECT_EQ(::access(directory.path("made").c_str(), F_OK), 0) << "the output is opened all the same";
@@ -167,9 +170,11 @@ TEST_F(kxRelayProcessTest, PingsOnceASecondAndNeverReadsItsInput)
 TEST_F(kxRelayProcessTest, AFullDiskAndABrokenPipeDoNotPassSilently)
 {
     directory.write("in", patternOf(100));
+    const std::size_t lost = noticeOf("file:in", "file:/dev/full").size() + 100;
     EXPECT_EQ(run({"-URL", "file:in", "-output", "file:/dev/full"}),
               "\rKorvexSDK Warning::Could not flush to file '/dev/full' (No space left on device)\n"
-              "\rKorvexSDK Warning::152 bytes could not be written to file '/dev/full' and are lost\n");
+              "\rKorvexSDK Warning::" +
+                  std::to_string(lost) + " bytes could not be written to file '/dev/full' and are lost\n");
 
     int ends[2];
     ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
@@ -239,7 +244,7 @@ TEST_F(kxRelayTerminalTest, ABackspaceErasesTheCharacterBeforeTheCursor)
     directory.write("in", "ab\bc");
     kxProcess tool(KX_TEST_TOOL, onTerminal({"-URL", "file:in"}));
     EXPECT_EQ(tool.wait(), kxExited(0));
-    EXPECT_EQ(terminal.screen(), noticeOf("file:in", "con:") + "ab\b \bc");
+    EXPECT_TRUE(terminal.readUntil("with output 'con:'\r\r\nab\b \bc")) << "the terminal adds its own return";
     expectFoundAgain();
 }
 

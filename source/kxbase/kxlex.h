@@ -1,0 +1,4 @@
+// Everything of the unit kxlex: the argument parser.
+#pragma once
+
+#include "kxbase/lex/kxArgumentParser.h"

@@ -1,0 +1,67 @@
+#include "kxbase/core/kxMutex.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/platform/kxPlatformThread.h"
+#include "support/kxMessageRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+TEST(kxMutex, CountsItsLocksAndRemembersItsOwner)
+{
+    kxMutex mutex(true);
+    mutex.lock();
+    mutex.lock();
+    mutex.unlock();
+    EXPECT_EQ(mutex.lockCount(), 1U);
+    EXPECT_EQ(mutex.owner(), kxPlatformThreadId());
+    std::thread([&] {
+        EXPECT_FALSE(mutex.tryLock());
+        mutex.unlock();  // holds nothing, changes nothing
+    }).join();
+    EXPECT_EQ(mutex.lockCount(), 1U);
+    mutex.unlock();
+    EXPECT_EQ(mutex.owner(), 0U);
+    mutex.unlock();
+    EXPECT_EQ(mutex.lockCount(), 0U);
+    std::thread([&] {
+        EXPECT_TRUE(mutex.tryLock());
+        mutex.unlock();
+    }).join();
+    kxMutex untracked;
+    const kxBodyGuard guard(untracked);
+    EXPECT_EQ(untracked.owner(), 0U);
+}
+
+TEST(kxMutex, ExcludesOtherThreads)
+{
+    kxMutex mutex;
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 4; ++index) {
+        threads.emplace_back([&] {
+            for (int turn = 0; turn < 20000; ++turn) {
+                const kxBodyGuard outer(mutex);
+                const kxBodyGuard inner(mutex);
+                ++count;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(count, 80000);
+}
+
+TEST(kxMutex, WarnsWhenDestroyedLocked)
+{
+    const kxMessageRecorder messages;
+    auto mutex = std::make_unique<kxMutex>();
+    mutex->lock();
+    char expected[80];
+    std::snprintf(expected, sizeof(expected), "kxMutex (%zx) deleted with unbalanced Lock/unLock",
+                  reinterpret_cast<std::size_t>(mutex.get()));
+    mutex.reset();
+    EXPECT_EQ(messages.texts(), std::vector<std::string>{expected});
+}

@@ -1,0 +1,246 @@
+#include "kxbase/message/kxMessageManager.h"
+
+#include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/message/kxMessagePrefix.h"
+#include "support/kxMessageRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+// Restores what a test changes in the process-wide manager.
+class kxMessageManagerTest : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        manager.setLevel(KX_MESSAGE_NOTICE);
+        manager.setTranslator(nullptr);
+        manager.setEnabled(true);
+    }
+
+    kxMessageManager& manager = kxMessageManager::instance();
+};
+
+// Hands every message to a function.
+class Receiver : public kxMessageReceiverInterface {
+public:
+    explicit Receiver(std::function<void(const std::string&)> action) : action_(std::move(action)) {}
+    void receive(const kxString&, std::uint32_t, const kxString& text) override
+    {
+        action_(std::string(text.view()));
+    }
+
+private:
+    std::function<void(const std::string&)> action_;
+};
+
+class Translator : public kxMessageTranslatorInterface {
+public:
+    kxString translate(std::string_view text, const kxString&, std::uint32_t) override
+    {
+        asked.emplace_back(text);
+        return text == "hello %s" ? "bonjour %s" : "";
+    }
+    Texts asked;
+};
+
+}  // namespace
+
+TEST_F(kxMessageManagerTest, FiltersByLevelAndFlags)
+{
+    const struct {
+        const char* why;
+        std::uint32_t set;
+        std::uint32_t sent;
+        bool expected;
+    } cases[] = {
+        {"the level itself", 0x3000, 0x3000, true},
+        {"a higher one", 0x3000, 0x4000, true},
+        {"a lower one", 0x3000, 0x2000, false},
+        {"low bits refine", 0x1001, 0x1000, false},
+        {"internal unasked", 0x3000, 0x4800, false},
+        {"internal asked for", 0x3800, 0x4800, true},
+        {"asking for internal hides nothing else", 0x3800, 0x3000, true},
+        {"flags of the message count, so raw lifts it above its level", 0x4001, 0x4400, true},
+        {"other flags of the set level do not", 0x3600, 0x3000, true},
+        {"always", 0x6000, 0x7000, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        manager.setLevel(c.set);
+        const kxMessageRecorder messages;
+        kxMessage(c.sent, "x");
+        EXPECT_EQ(messages.entries().size(), c.expected ? 1U : 0U);
+    }
+    manager.setEnabled(false);
+    const kxMessageRecorder messages;
+    kxMessage(KX_MESSAGE_ALWAYS, "x");
+    EXPECT_EQ(messages.texts(), Texts());
+}
+
+TEST_F(kxMessageManagerTest, FormatsUnlessRawAndTranslatesFromNoticeOn)
+{
+    Translator translator;
+    manager.setTranslator(&translator);
+    manager.setLevel(KX_MESSAGE_MEMORY);
+    const kxMessageRecorder messages;
+    kxMessage(KX_MESSAGE_NOTICE, "hello %s", "you");
+    kxMessage(KX_MESSAGE_DEBUG, "hello %s", "debug");
+    kxMessage(KX_MESSAGE_WARNING | KX_MESSAGE_UNTRANSLATED, "hello %s", "plain");
+    kxMessage(KX_MESSAGE_WARNING | KX_MESSAGE_RAW, "100%d");
+    kxMessage(KX_MESSAGE_NOTICE, "unknown %d", 5);
+    EXPECT_EQ(messages.texts(), Texts({"bonjour you", "hello debug", "hello plain", "100%d", "unknown 5"}));
+    EXPECT_EQ(translator.asked, Texts({"hello %s", "100%d", "unknown %d"}));
+    EXPECT_EQ(kxTranslate("none"), "none");
+}
+
+TEST_F(kxMessageManagerTest, FaultsOfAMessageBecomeFurtherMessages)
+{
+    const kxMessageRecorder messages;
+    kxMessage(KX_MESSAGE_NOTICE, "a%qb");
+    EXPECT_EQ(messages.texts(), Texts({"Unknown format option in string 'a%qb'", "ab"}));
+}
+
+TEST_F(kxMessageManagerTest, DeliversInOrderAndLimitsNesting)
+{
+    Texts order;
+    Receiver first([&](const std::string& text) { order.push_back("first " + text); });
+    Receiver second([&](const std::string& text) { order.push_back("second " + text); });
+    manager.addReceiver(first);
+    manager.addReceiver(second);
+    manager.addReceiver(first);
+    kxMessage(KX_MESSAGE_NOTICE, "x");
+    EXPECT_EQ(order, Texts({"first x", "second x"}));
+    manager.removeReceiver(first);
+    manager.removeReceiver(second);
+
+    int received = 0;
+    Receiver echoing([&](const std::string&) {
+        ++received;
+        kxMessage(KX_MESSAGE_NOTICE, "again");
+    });
+    manager.addReceiver(echoing);
+    kxMessage(KX_MESSAGE_NOTICE, "once");
+    manager.removeReceiver(echoing);
+    EXPECT_EQ(received, 16);
+}
+
+TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelivery)
+{
+    Texts order;
+    Receiver added([&](const std::string& text) { order.push_back("added " + text); });
+    Receiver leaving([&](const std::string& text) { order.push_back("leaving " + text); });
+    Receiver changing([&](const std::string& text) {
+        order.push_back("changing " + text);
+        if (text != "one") return;
+        manager.addReceiver(added);
+        manager.removeReceiver(leaving);
+        kxMessage(KX_MESSAGE_NOTICE, "nested");
+    });
+    manager.addReceiver(changing);
+    manager.addReceiver(leaving);
+    kxMessage(KX_MESSAGE_NOTICE, "one");
+    kxMessage(KX_MESSAGE_NOTICE, "two");
+    manager.removeReceiver(changing);
+    manager.removeReceiver(added);
+    EXPECT_EQ(order, Texts({"changing one", "changing nested", "changing two", "added two"}));
+}
+
+TEST_F(kxMessageManagerTest, ARemovedReceiverIsNotCalledWhateverOtherThreadsSend)
+{
+    std::atomic<bool> stop{false};
+    const kxMessageRecorder quiet;
+    std::thread sender([&] {
+        while (!stop) kxMessage(KX_MESSAGE_NOTICE, "%d", 1);
+    });
+    for (int round = 0; round < 50; ++round) {
+        std::atomic<int> calls{0};
+        bool alive = true;
+        Receiver receiver([&](const std::string&) {
+            EXPECT_TRUE(alive);
+            ++calls;
+        });
+        manager.addReceiver(receiver);
+        while (calls == 0) std::this_thread::yield();
+        manager.removeReceiver(receiver);
+        alive = false;
+    }
+    stop = true;
+    sender.join();
+}
+
+TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
+{
+    const kxMessageRecorder messages;
+    const auto textOf = [](auto raise) -> std::string {
+        try {
+            raise();
+        } catch (const kxFatalError& error) {
+            return error.what();
+        } catch (const std::bad_alloc&) {
+            return "bad_alloc";
+        }
+        return "nothing";
+    };
+    Translator translator;
+    manager.setTranslator(&translator);
+    EXPECT_EQ(textOf([] { kxRaiseFatal("hello %s", "you"); }), "bonjour you");
+    EXPECT_EQ(textOf([] { kxRaiseTemplateFatal("x%d", 1); }), "Template-x1");
+    EXPECT_EQ(messages.texts(), Texts()) << "raising sends nothing by itself";
+    EXPECT_EQ(textOf([] { kxThrowBadAlloc("/a/b/c.cpp", 7); }), "bad_alloc");
+    EXPECT_EQ(messages.texts(), Texts({"Bad Alloc:File: c.cpp  Line: 7  Ver: 2.10.5"}));
+    EXPECT_EQ(messages.entries()[0].level, KX_MESSAGE_FATAL);
+}
+
+TEST(kxMessagePrefix, NamesLevelsAndFindsThem)
+{
+    const struct {
+        std::uint32_t level;
+        const char* prefix;
+    } prefixes[] = {
+        {0x1000, " Memory::"},
+        {0x1001, " Perf::"},
+        {0x2800, " Internal Debug::"},
+        {0x3600, " Notice::"},
+        {0x4800, " Internal Warning::"},
+        {0x5000, " Fatal::"},
+        {0x6000, " Assert::"},
+        {0x7E00, " Internal Always::"},
+        {0x4002, ""},
+        {0x4802, " Internal::"},
+    };
+    for (const auto& row : prefixes) EXPECT_EQ(kxMessagePrefix(row.level), row.prefix) << row.level;
+
+    const struct {
+        const char* setting;
+        std::uint32_t expected;
+    } settings[] = {
+        {"Warning", 0x4000}, {"internal perf", 0x1801}, {"0x2800", 0x2800}, {"8192", 0x2000},
+        {"", 0x3000},        {"Internal", 0x3000},      {"Warn", 0x3000},   {"99999999999", 0x3000},
+    };
+    for (const auto& row : settings) {
+        EXPECT_EQ(kxMessageLevelNamed(row.setting, 0x3000), row.expected) << row.setting;
+    }
+}
+
+TEST(DefaultMessageReceiverDeathTest, IsMadeByTheFirstMessageAndWritesToStandardOutput)
+{
+    const auto send = [] {
+        ::dup2(2, 1);  // death tests look at standard error
+        kxMessage(KX_MESSAGE_WARNING, "%s", "text");
+        kxMessage(KX_MESSAGE_INTERNAL_WARNING, "unseen");
+        kxMessageManager::instance().setSender(std::string(2000, 's').c_str());
+        kxMessage(KX_MESSAGE_FATAL, "x");
+        ::_exit(0);
+    };
+    EXPECT_EXIT(send(), testing::ExitedWithCode(0), "^\rKorvexSDK Warning::text\n\rs{1023}x\n$");
+}

@@ -1,0 +1,119 @@
+#include "kxbase/thread/kxReadWriteMutex.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/thread/kxBodyReadGuard.h"
+#include "kxbase/thread/kxBodyWriteGuard.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Starts an action on a thread of its own; tells whether it has finished within the time.
+class Attempt {
+public:
+    template <typename Action>
+    explicit Attempt(Action action)
+        : thread_([this, action] {
+              action();
+              done_ = true;
+          })
+    {}
+    ~Attempt() { thread_.join(); }
+    bool isDoneWithin(std::chrono::milliseconds time) const
+    {
+        const auto end = Clock::now() + time;
+        while (!done_ && Clock::now() < end) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return done_;
+    }
+
+private:
+    std::atomic<bool> done_{false};
+    std::thread thread_;
+};
+
+constexpr std::chrono::milliseconds kShort{20};
+constexpr std::chrono::milliseconds kLong{5000};
+
+}  // namespace
+
+TEST(kxReadWriteMutex, ReadersShareAndAWriterExcludes)
+{
+    kxReadWriteMutex mutex;
+    mutex.readLock();
+    EXPECT_TRUE(Attempt([&] { kxBodyReadGuard guard(mutex); }).isDoneWithin(kLong));
+    {
+        Attempt writer([&] { kxBodyWriteGuard guard(mutex); });
+        EXPECT_FALSE(writer.isDoneWithin(kShort));
+        mutex.unlock();
+        EXPECT_TRUE(writer.isDoneWithin(kLong));
+    }
+    mutex.writeLock();
+    mutex.writeLock();
+    mutex.readLock();
+    {
+        Attempt reader([&] { kxBodyReadGuard guard(mutex); });
+        mutex.unlock();
+        mutex.unlock();
+        EXPECT_FALSE(reader.isDoneWithin(kShort)) << "the writer holds one lock still";
+        mutex.unlock();
+        EXPECT_TRUE(reader.isDoneWithin(kLong));
+    }
+}
+
+TEST(kxSemaphore, AMaximumMakesTheNextHolderWait)
+{
+    kxSemaphore semaphore({.maximum = 2});
+    semaphore.acquire(0);
+    semaphore.acquire(0);
+    Attempt third([&] { semaphore.acquire(0); });
+    EXPECT_FALSE(third.isDoneWithin(kShort));
+    const auto released = Clock::now();
+    semaphore.release();
+    EXPECT_TRUE(third.isDoneWithin(kLong));
+    EXPECT_LT(Clock::now() - released, std::chrono::milliseconds(80)) << "woken, not timed out";
+}
+
+TEST(kxReadWriteMutex, WritersSeeEachOthersWorkUnderLoad)
+{
+    kxReadWriteMutex mutex;
+    int first = 0;
+    int second = 0;
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 4; ++index) {
+        threads.emplace_back([&, index] {
+            for (int turn = 0; turn < 3000; ++turn) {
+                if (index % 2 == 0) {
+                    const kxBodyWriteGuard guard(mutex);
+                    ++first;
+                    ++second;
+                } else {
+                    const kxBodyReadGuard guard(mutex);
+                    EXPECT_EQ(first, second);
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(first, 6000);
+}
+
+TEST(kxEvent, WakesWaitersAndConsumesTheLockThatTheyHold)
+{
+    kxEvent event;
+    EXPECT_FALSE(event.wait(1, false));
+    event.lock();
+    event.lock();
+    Attempt signaller([&] {
+        const kxBodyGuard guard(event);  // free only while the waiter sleeps
+        event.signal();
+    });
+    EXPECT_TRUE(event.wait(5000, true));
+    EXPECT_EQ(event.lockCount(), 1U);
+    event.unlock();
+}
