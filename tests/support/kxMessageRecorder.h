@@ -3,6 +3,7 @@
 // Threads: messages may come from any thread; they are looked at when those threads are done.
 #pragma once
 
+#include "kxbase/core/kxMessageLevel.h"
 #include "kxbase/message/kxMessageManager.h"
 
 #include <mutex>
