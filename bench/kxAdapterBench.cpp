@@ -94,7 +94,8 @@ void readBlocks(benchmark::State& state)
     std::vector<char> block(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
         const File file(new kxSerializeAdapterFile(source.path(), KX_SERIALIZE_INPUT, false));
-        while (file->read(block.data(), static_cast<std::uint32_t>(block.size())) != 0) {}
+        while (file->read(block.data(), static_cast<std::uint32_t>(block.size())) != 0) {
+        }
     }
     state.SetBytesProcessed(state.iterations() * kFileBytes);
 }
@@ -105,7 +106,8 @@ void readBlocksFread(benchmark::State& state)
     std::vector<char> block(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
         const Stream file(std::fopen(source.path(), "rb"));
-        while (std::fread(block.data(), 1, block.size(), file.get()) != 0) {}
+        while (std::fread(block.data(), 1, block.size(), file.get()) != 0) {
+        }
     }
     state.SetBytesProcessed(state.iterations() * kFileBytes);
 }
