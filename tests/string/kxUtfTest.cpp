@@ -32,21 +32,19 @@ TEST(kxUtf, EncodesAndDecodesTheEndsOfEveryForm)
     const struct {
         std::uint32_t codePoint;
         std::string bytes;
-    } cases[] = {
-        {0x00, std::string(1, '\0')},
-        {0x7F, "\x7F"},
-        {0x80, "\xC2\x80"},
-        {0x7FF, "\xDF\xBF"},
-        {0x800, "\xE0\xA0\x80"},
-        {0xD800, "\xED\xA0\x80"},
-        {0xFFFF, "\xEF\xBF\xBF"},
-        {0x10000, "\xF0\x90\x80\x80"},
-        {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
-        {0x200000, "\xF8\x88\x80\x80\x80"},
-        {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
-        {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
-        {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"},
-    };
+    } cases[] = {{0x00, std::string(1, '\0')},
+                 {0x7F, "\x7F"},
+                 {0x80, "\xC2\x80"},
+                 {0x7FF, "\xDF\xBF"},
+                 {0x800, "\xE0\xA0\x80"},
+                 {0xD800, "\xED\xA0\x80"},
+                 {0xFFFF, "\xEF\xBF\xBF"},
+                 {0x10000, "\xF0\x90\x80\x80"},
+                 {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
+                 {0x200000, "\xF8\x88\x80\x80\x80"},
+                 {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
+                 {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
+                 {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"}};
     kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.codePoint);

@@ -112,39 +112,43 @@ inline constexpr Rule kRules[] = {
 
 inline constexpr std::size_t kAsciiCount = 128;
 
-// The number of the rule for each state and character. Column 0 is "other", also for all beyond ASCII.
-using RuleNumbers = std::array<std::array<std::uint8_t, kAsciiCount>, kStateCount>;
+// What a rule says, for each state and character. Column 0 is "other", also for all beyond ASCII.
+struct Step {
+    Action action;
+    Take take;
+    State next;
+};
+using Steps = std::array<std::array<Step, kAsciiCount>, kStateCount>;
 
-constexpr RuleNumbers numberRules()
+constexpr Steps stepsOfRules()
 {
-    RuleNumbers numbers{};
+    Steps steps{};
     for (std::size_t i = std::size(kRules); i-- != 0;) {
-        auto& row = numbers[kRules[i].state];
-        if (kRules[i].characters == kOther) row.fill(static_cast<std::uint8_t>(i));
-        for (const char* c = kRules[i].characters; c != kOther && *c != 0; ++c)
-            row[static_cast<std::size_t>(*c)] = static_cast<std::uint8_t>(i);
+        const Rule& rule = kRules[i];
+        const Step step{rule.action, rule.take, rule.next};
+        if (rule.characters == kOther) steps[rule.state].fill(step);
+        for (const char* c = rule.characters; c != kOther && *c != 0; ++c)
+            steps[rule.state][static_cast<std::size_t>(*c)] = step;
     }
-    return numbers;
+    return steps;
 }
 
-// A rule that only hands the character on is replaced by the one that it ends at, so that the letter of "%d"
+// A step that only hands the character on is replaced by the one that it leads to, so that the letter of "%d"
 // takes one step instead of seven.
-constexpr RuleNumbers shortenWays(RuleNumbers numbers)
+constexpr Steps shortened(Steps steps)
 {
-    for (auto& row : numbers) {
-        for (std::size_t c = 0; c < kAsciiCount; ++c) {
-            while (kRules[row[c]].action == kNothing && kRules[row[c]].take == kUnget)
-                row[c] = numbers[kRules[row[c]].next][c];
-        }
+    for (auto& row : steps) {
+        for (std::size_t c = 0; c < kAsciiCount; ++c)
+            while (row[c].action == kNothing && row[c].take == kUnget) row[c] = steps[row[c].next][c];
     }
-    return numbers;
+    return steps;
 }
 
-inline constexpr RuleNumbers kRuleNumbers = shortenWays(numberRules());
+inline constexpr Steps kSteps = shortened(stepsOfRules());
 
-constexpr const Rule& ruleFor(State state, char32_t character) noexcept
+constexpr Step stepFor(State state, char32_t character) noexcept
 {
-    return kRules[kRuleNumbers[state][character < kAsciiCount ? character : 0]];
+    return kSteps[state][character < kAsciiCount ? character : 0];
 }
 
 }  // namespace kxFormatTable

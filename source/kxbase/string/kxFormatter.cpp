@@ -13,10 +13,18 @@ std::string_view kxFormatter::run()
     State state = kText;
     while (!cursor_.atEnd()) {
         const char32_t character = cursor_.next();
-        const Rule& rule = ruleFor(state, character);
-        if (rule.take == kUnget) cursor_.unget();
-        perform(rule.action, character);
-        state = rule.next;
+        const Step step = stepFor(state, character);
+        if (step.take == kUnget) cursor_.unget();
+        // The three that most formats are made of are tested first.
+        if (step.action == kAppend)
+            copyText();
+        else if (step.action == kReset)
+            spec_ = {};
+        else if (step.action == kConvert)
+            convert(character);
+        else
+            perform(step.action, character);
+        state = step.next;
     }
     if (state != kText) warnUnknown();
     return output_.stringText();
@@ -25,14 +33,6 @@ std::string_view kxFormatter::run()
 void kxFormatter::perform(std::uint8_t action, char32_t character)
 {
     switch (action) {
-    case kNothing:
-        break;
-    case kReset:
-        spec_ = {};
-        break;
-    case kAppend:
-        copyText();
-        break;
     case kReadStar:
         starValue_ = nextArgument().toSigned();
         break;
@@ -93,8 +93,7 @@ void kxFormatter::perform(std::uint8_t action, char32_t character)
     case kSize8Bytes:
         spec_.sizeBytes = 8;
         break;
-    case kConvert:
-        convert(character);
+    default:  // nothing, or done above
         break;
     }
 }

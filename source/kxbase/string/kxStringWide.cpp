@@ -27,10 +27,12 @@ constexpr bool isSurrogate(char16_t unit, char16_t kind) noexcept
 // The part whose UTF-8 form a string holds, cut between characters.
 std::u16string_view fitting(std::u16string_view units) noexcept
 {
+    constexpr std::size_t kBytesPerUnit = 3;
+    if (units.size() * kBytesPerUnit <= KX_STRING_MAX_LENGTH) return units;
     units = units.substr(0, KX_STRING_MAX_LENGTH + 1);
     while (kxUtfLengthOfWide(units) > KX_STRING_MAX_LENGTH) {
-        // Every unit is at most three bytes, so this many must go at least.
-        const std::size_t excess = (kxUtfLengthOfWide(units) - KX_STRING_MAX_LENGTH + 2) / 3;
+        // So many must go at least.
+        const std::size_t excess = (kxUtfLengthOfWide(units) - KX_STRING_MAX_LENGTH + 2) / kBytesPerUnit;
         std::size_t kept = units.size() - excess;
         if (kept != 0 && isSurrogate(units[kept], 0xDC00) && isSurrogate(units[kept - 1], 0xD800)) --kept;
         units = units.substr(0, kept);

@@ -9,7 +9,9 @@
 
 namespace {
 
-constexpr std::size_t kBlock = 16;  // bytes of plain ASCII moved at a time
+constexpr std::size_t kBlock = 16;     // characters of plain ASCII moved at a time
+constexpr std::size_t kByteGroup = 8;  // bytes looked at together
+constexpr std::size_t kUnitGroup = 4;  // units looked at together
 
 // Row n - 1 holds the first code point that n bytes do not reach, and the lead byte's fixed bits.
 constexpr struct {
@@ -55,11 +57,74 @@ void writeSequence(std::uint32_t codePoint, std::uint32_t count, char* bytes) no
     bytes[0] = static_cast<char>(kForms[count - 1].lead | codePoint);
 }
 
+// How many items of `bits` bits stand before the first that has a bit in the mask, in memory order.
+std::size_t itemsBefore(std::uint64_t mask, std::size_t bits) noexcept
+{
+    const bool little = std::endian::native == std::endian::little;
+    return static_cast<std::size_t>(little ? std::countr_zero(mask) : std::countl_zero(mask)) / bits;
+}
+
+std::size_t asciiBytes(const char* group) noexcept
+{
+    std::uint64_t bytes;
+    std::memcpy(&bytes, group, sizeof bytes);
+    return itemsBefore(bytes & 0x8080808080808080U, 8);
+}
+
+std::size_t asciiUnits(const char16_t* group) noexcept
+{
+    std::uint64_t units;
+    std::memcpy(&units, group, sizeof units);
+    return itemsBefore(units & 0xFF80FF80FF80FF80U, 16);
+}
+
 bool isAsciiBlock(const char* bytes) noexcept
 {
-    std::uint64_t halves[2];
-    std::memcpy(halves, bytes, kBlock);
-    return ((halves[0] | halves[1]) & 0x8080808080808080U) == 0;
+    return asciiBytes(bytes) + asciiBytes(bytes + kByteGroup) == kBlock;
+}
+
+bool isAsciiBlock(const char16_t* units) noexcept
+{
+    std::uint64_t groups[kBlock / kUnitGroup];
+    std::memcpy(groups, units, sizeof groups);
+    return ((groups[0] | groups[1] | groups[2] | groups[3]) & 0xFF80FF80FF80FF80U) == 0;
+}
+
+// Moves a run of ASCII; the group that ends it is written whole, since what follows writes over the rest.
+kxUtfProgress copyAscii(std::string_view bytes, char16_t* units, std::size_t room) noexcept
+{
+    const std::size_t limit = std::min(bytes.size(), room);
+    std::size_t at = 0;
+    while (limit - at >= kBlock && isAsciiBlock(bytes.data() + at)) {
+        for (std::size_t i = 0; i < kBlock; ++i) units[at + i] = byteAt(bytes.data(), at + i);
+        at += kBlock;
+    }
+    while (limit - at >= kByteGroup) {
+        const std::size_t count = asciiBytes(bytes.data() + at);
+        for (std::size_t i = 0; i < kByteGroup; ++i) units[at + i] = byteAt(bytes.data(), at + i);
+        at += count;
+        if (count != kByteGroup) return {at, at};
+    }
+    for (; at < limit && byteAt(bytes.data(), at) < 0x80; ++at) units[at] = byteAt(bytes.data(), at);
+    return {at, at};
+}
+
+// The same from units; each of those left becomes a byte at least, so that there is room for the whole group.
+std::size_t copyAscii(std::u16string_view units, char* bytes) noexcept
+{
+    std::size_t at = 0;
+    while (units.size() - at >= kBlock && isAsciiBlock(units.data() + at)) {
+        for (std::size_t i = 0; i < kBlock; ++i) bytes[at + i] = static_cast<char>(units[at + i]);
+        at += kBlock;
+    }
+    while (units.size() - at >= kUnitGroup) {
+        const std::size_t count = asciiUnits(units.data() + at);
+        for (std::size_t i = 0; i < kUnitGroup; ++i) bytes[at + i] = static_cast<char>(units[at + i]);
+        at += count;
+        if (count != kUnitGroup) return at;
+    }
+    for (; at < units.size() && units[at] < 0x80; ++at) bytes[at] = static_cast<char>(units[at]);
+    return at;
 }
 
 // Two and three bytes are what texts mostly hold; answers the length, 0 for any other or malformed sequence.
@@ -96,11 +161,18 @@ std::uint32_t takeWide(std::u16string_view units, std::size_t& index) noexcept
     return 0x10000U + ((first & 0x3FFU) << 10U) + (units[index++] & 0x3FFU);
 }
 
-bool isAsciiUnits(const char16_t* units) noexcept
+// Single units below the surrogates and above them, which most text is made of.
+std::size_t writeUnit(char16_t unit, char* bytes) noexcept
 {
-    std::uint64_t quarters[4];
-    std::memcpy(quarters, units, sizeof quarters);
-    return ((quarters[0] | quarters[1] | quarters[2] | quarters[3]) & 0xFF80FF80FF80FF80U) == 0;
+    if (unit < 0x800) {
+        bytes[0] = static_cast<char>(0xC0U | (unit >> 6U));
+        bytes[1] = static_cast<char>(0x80U | (unit & 0x3FU));
+        return 2;
+    }
+    bytes[0] = static_cast<char>(0xE0U | (unit >> 12U));
+    bytes[1] = static_cast<char>(0x80U | ((unit >> 6U) & 0x3FU));
+    bytes[2] = static_cast<char>(0x80U | (unit & 0x3FU));
+    return 3;
 }
 
 }  // namespace
@@ -145,11 +217,16 @@ kxUtfSequence kxUtfPeek(std::string_view bytes) noexcept
 std::size_t kxUtfCharacterCount(std::string_view bytes) noexcept
 {
     std::size_t characters = 0;
-    while (const std::uint32_t length = kxUtfPeek(bytes).length) {
+    while (true) {
+        while (bytes.size() >= kBlock && isAsciiBlock(bytes.data())) {
+            bytes.remove_prefix(kBlock);
+            characters += kBlock;
+        }
+        const std::uint32_t length = kxUtfPeek(bytes).length;
+        if (length == 0) return characters;
         bytes.remove_prefix(length);
         ++characters;
     }
-    return characters;
 }
 
 std::size_t kxUtfPrefix(std::string_view bytes, std::size_t characters) noexcept
@@ -173,23 +250,17 @@ std::size_t kxUtfWholeLength(std::string_view bytes) noexcept
 
 kxUtfProgress kxUtfToWide(std::string_view bytes, char16_t* units, std::size_t room) noexcept
 {
-    const char* const data = bytes.data();
-    const std::size_t size = bytes.size();
     std::size_t read = 0;
     std::size_t written = 0;
-    while (read < size && written < room) {
-        if (byteAt(data, read) < 0x80) {
-            while (size - read >= kBlock && room - written >= kBlock && isAsciiBlock(data + read)) {
-                for (std::size_t i = 0; i < kBlock; ++i) units[written + i] = byteAt(data, read + i);
-                read += kBlock;
-                written += kBlock;
-            }
-            while (read < size && written < room && byteAt(data, read) < 0x80)
-                units[written++] = byteAt(data, read++);
+    while (read < bytes.size() && written < room) {
+        if (byteAt(bytes.data(), read) < 0x80) {
+            const kxUtfProgress run = copyAscii(bytes.substr(read), units + written, room - written);
+            read += run.read;
+            written += run.written;
             continue;
         }
         std::uint32_t codePoint = 0;
-        std::uint32_t length = decodeShort(data + read, size - read, codePoint);
+        std::uint32_t length = decodeShort(bytes.data() + read, bytes.size() - read, codePoint);
         if (length == 0) {
             const kxUtfSequence sequence = kxUtfPeek(bytes.substr(read));
             if (sequence.length == 0) break;
@@ -204,25 +275,33 @@ kxUtfProgress kxUtfToWide(std::string_view bytes, char16_t* units, std::size_t r
 
 std::size_t kxUtfLengthOfWide(std::u16string_view units) noexcept
 {
-    std::size_t bytes = 0;
-    for (std::size_t i = 0; i < units.size();) bytes += byteCount(takeWide(units, i));
+    std::size_t bytes = units.size();
+    char16_t before = 0;
+    for (const char16_t unit : units) {
+        bytes += (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
+        // The two halves of a pair were counted as three bytes each, but are four together.
+        if (isLowSurrogate(unit) && isHighSurrogate(before)) bytes -= 2;
+        before = unit;
+    }
     return bytes;
 }
 
 std::size_t kxUtfFromWide(std::u16string_view units, char* bytes) noexcept
 {
-    std::size_t written = 0;
+    char* end = bytes;
     for (std::size_t i = 0; i < units.size();) {
-        while (units.size() - i >= kBlock && isAsciiUnits(units.data() + i)) {
-            for (std::size_t k = 0; k < kBlock; ++k) bytes[written + k] = static_cast<char>(units[i + k]);
-            i += kBlock;
-            written += kBlock;
+        if (units[i] < 0x80) {
+            const std::size_t run = copyAscii(units.substr(i), end);
+            end += run;
+            i += run;
+        } else if ((units[i] & 0xF800U) != 0xD800U) {
+            end += writeUnit(units[i++], end);
+        } else {
+            const std::uint32_t codePoint = takeWide(units, i);
+            const std::uint32_t count = byteCount(codePoint);
+            writeSequence(codePoint, count, end);
+            end += count;
         }
-        if (i == units.size()) break;
-        const std::uint32_t codePoint = takeWide(units, i);
-        const std::uint32_t count = byteCount(codePoint);
-        writeSequence(codePoint, count, bytes + written);
-        written += count;
     }
-    return written;
+    return static_cast<std::size_t>(end - bytes);
 }
