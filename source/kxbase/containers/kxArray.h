@@ -64,8 +64,9 @@ public:
     void resize(std::uint32_t size)
     {
         if (size > size_) {
+            const std::uint32_t added = size - size_;
             reserve(size);
-            std::uninitialized_value_construct(data() + size_, data() + size);
+            std::uninitialized_value_construct_n(data() + size_, added);
         }
         cutTo(size);
         size_ = size;

@@ -83,7 +83,7 @@ public:
         else
             std::move(std::make_reverse_iterator(places + taken), std::make_reverse_iterator(places), items);
         (order_ == KX_QUEUE_FIFO ? head_ : tail_) = order_ == KX_QUEUE_FIFO ? head_ + taken : first;
-        discard(places, taken);
+        if (taken != 0) discard(places, taken);
         if (taken < count) raiseOutOfData();
     }
 
