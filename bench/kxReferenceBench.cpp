@@ -15,6 +15,7 @@
 namespace {
 
 class PlainObject : public kxReference {};
+class FinalObject final : public kxReference {};
 class SharedObject : public kxThreadSafeReference {};
 
 // Makes the standard pointer count with atomics, as it does in any program that uses threads.
@@ -37,6 +38,10 @@ void copyPlain(benchmark::State& state)
 {
     copyAndDrop(state, kxRefPointer<kxReference>(new PlainObject));
 }
+void copyPlainOfFinalClass(benchmark::State& state)
+{
+    copyAndDrop(state, kxRefPointer<FinalObject>(new FinalObject));
+}
 void copyThreadSafe(benchmark::State& state)
 {
     copyAndDrop(state, kxRefPointer<kxReference>(new SharedObject));
@@ -46,6 +51,7 @@ void copyStandard(benchmark::State& state)
     copyAndDrop(state, std::make_shared<int>(1));
 }
 BENCHMARK(copyPlain);
+BENCHMARK(copyPlainOfFinalClass);
 BENCHMARK(copyThreadSafe);
 BENCHMARK(copyStandard);
 
