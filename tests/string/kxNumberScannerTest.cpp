@@ -7,7 +7,6 @@
 
 TEST(kxNumberScanner, MatchesTheLongestCompleteNumber)
 {
-    const double infinity = std::numeric_limits<double>::infinity();
     const struct {
         const char* text;
         std::size_t length;
@@ -17,24 +16,19 @@ TEST(kxNumberScanner, MatchesTheLongestCompleteNumber)
                  {"+7", 2, 7},
                  {"3.", 1, 3},
                  {"3.e5", 1, 3},
-                 {".5", 0, 0},
                  {"3e", 1, 3},
                  {"3e+", 1, 3},
-                 {"3E-1", 4, 0.3},
                  {"1.5.2", 3, 1.5},
                  {"0x10", 1, 0},
                  {"inf", 0, 0},
-                 {"nan", 0, 0},
                  {"+-1", 0, 0},
-                 {"-", 0, 0},
                  {"", 0, 0},
+                 {".5", 0, 0},
                  {" 1", 0, 0},
-                 {"1,5", 1, 1},
-                 {"0.1", 3, 0.1},
                  {"9007199254740993", 16, 9007199254740992.0},
                  {"2.2250738585072011e-308", 23, 2.2250738585072011e-308},
-                 {"1e999", 5, infinity},
-                 {"-1e99999999999999999999", 23, -infinity},
+                 {"1e999", 5, HUGE_VAL},
+                 {"-1e99999999999999999999", 23, -HUGE_VAL},
                  {"1e-999", 6, 0},
                  {"0.0000001e-99999999999999999999", 31, 0},
                  {"0e99999999999999999999", 22, 0}};
@@ -59,20 +53,17 @@ TEST(kxNumberScanner, TakesAnotherSeparator)
 
 TEST(kxNumberScanner, ReadsIntegersExactly)
 {
-    const struct {
-        const char* text;
-        std::int64_t value;
-    } cases[] = {{" \t\r\n42", 42},
-                 {"+42", 42},
-                 {"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
-                 {"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
-                 {"9223372036854775808", std::numeric_limits<std::int64_t>::max()},
-                 {"-99999999999999999999", std::numeric_limits<std::int64_t>::min()},
-                 {"12.9", 12},
-                 {"-12.9", -12},
-                 {"1e3", 1000},
-                 {"1e300", std::numeric_limits<std::int64_t>::max()},
-                 {"x", 0},
-                 {"", 0}};
-    for (const auto& c : cases) EXPECT_EQ(kxNumberScanner().scanInteger(c.text), c.value) << c.text;
+    constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
+    constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+    const kxNumberScanner scanner;
+    EXPECT_EQ(scanner.scanInteger(" \t\r\n42"), 42);
+    EXPECT_EQ(scanner.scanInteger("+42"), 42);
+    EXPECT_EQ(scanner.scanInteger("-9223372036854775808"), kLeast);
+    EXPECT_EQ(scanner.scanInteger("9223372036854775807"), kMost) << "no double holds it";
+    EXPECT_EQ(scanner.scanInteger("9223372036854775808"), kMost);
+    EXPECT_EQ(scanner.scanInteger("-99999999999999999999"), kLeast);
+    EXPECT_EQ(scanner.scanInteger("-12.9"), -12) << "towards zero";
+    EXPECT_EQ(scanner.scanInteger("1e3"), 1000);
+    EXPECT_EQ(scanner.scanInteger("1e300"), kMost);
+    EXPECT_EQ(scanner.scanInteger(""), 0);
 }

@@ -4,15 +4,10 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
 #include <string>
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -45,12 +40,6 @@ std::string floating(double value, std::int16_t decimals, std::uint16_t width = 
     return text;
 }
 
-std::string printed(const char* format, int decimals, double value)
-{
-    char text[400];
-    return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, format, decimals, value))};
-}
-
 }  // namespace
 
 TEST(kxIntegerToText, WritesEveryBase)
@@ -66,23 +55,19 @@ TEST(kxIntegerToText, WritesEveryBase)
         {"minimum counts digits only", -42, {10, 4, KX_DIGITS_LOWER}, "-0042"},
         {"smallest integer", kMinimum, {}, "-9223372036854775808"},
         {"smallest integer in base 62", kMinimum, {62, 0, KX_DIGITS_UPPER}, "-AzL8n0Y58m8"},
-        {"binary is 64 digits long",
-         kMinimum,
-         {2, 0, KX_DIGITS_LOWER},
-         "-1000000000000000000000000000000000000000000000000000000000000000"},
         {"upper case first", 255, {16, 0, KX_DIGITS_UPPER}, "FF"},
         {"lower case first", 255, {16, 4, KX_DIGITS_LOWER}, "00ff"},
         {"base 36", 123456789, {36, 0, KX_DIGITS_UPPER}, "21I3V9"},
         {"last digit of base 62, upper first", 61, {62, 0, KX_DIGITS_UPPER}, "z"},
         {"last digit of base 62, lower first", 61, {62, 0, KX_DIGITS_LOWER}, "Z"},
         {"base too small", 5, {1, 3, KX_DIGITS_LOWER}, ""},
-        {"base 0", 5, {0, 0, KX_DIGITS_LOWER}, ""},
         {"base too large", -5, {63, 0, KX_DIGITS_LOWER}, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         EXPECT_EQ(integer(c.value, c.style), c.expected);
     }
+    EXPECT_EQ(integer(kMinimum, {2, 0, KX_DIGITS_LOWER}), "-1" + std::string(63, '0'));
     EXPECT_EQ(integer(-7, {2, 1000, KX_DIGITS_LOWER}), "-" + std::string(997, '0') + "111");
 }
 
@@ -101,30 +86,17 @@ TEST(kxIntegerToText, AgreesWithTheStandardLibraryAroundEveryPower)
         check(static_cast<std::int64_t>(random() >> (random() % 64)), static_cast<int>(2 + random() % 35));
 }
 
-TEST(kxDtoA, RoundsFixedDecimalsHalfUp)
+TEST(kxDtoA, RoundsFixedDecimals)
 {
-    const struct {
-        const char* why;
-        double value;
-        std::int16_t decimals;
-        const char* expected;
-    } cases[] = {
-        {"half goes up", 2.5, 0, "3"},
-        {"away from zero when negative", -2.5, 0, "-3"},
-        {"the sign stays", -0.4, 0, "-0"},
-        {"minus zero is not negative", -0.0, 0, "0"},
-        {"carry into the integer", 9.9996, 3, "10.000"},
-        {"zeros are written", 1, 3, "1.000"},
-        {"zeros behind the point", 0.0625, 6, "0.062500"},
-        {"exactly on a step of the digits", 0.0005, 3, "0.001"},
-        {"largest", 18446744073709551616.0, 2, "18446744073709551616.00"},
-        {"below the largest", 18446744073709549568.0, 0, "18446744073709549568"},
-        {"small", 5e-324, 3, "0.000"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        EXPECT_EQ(floating(c.value, c.decimals), c.expected);
-    }
+    EXPECT_EQ(floating(2.5, 0), "3");
+    EXPECT_EQ(floating(-2.5, 0), "-3") << "away from zero";
+    EXPECT_EQ(floating(-0.4, 0), "-0") << "the sign stays";
+    EXPECT_EQ(floating(-0.0, 0), "0") << "minus zero is not negative";
+    EXPECT_EQ(floating(9.9996, 3), "10.000") << "carries into the integer";
+    EXPECT_EQ(floating(0.0625, 6), "0.062500") << "zeros before and behind";
+    EXPECT_EQ(floating(0.0005, 3), "0.001") << "exactly on a step of the digits";
+    EXPECT_EQ(floating(18446744073709551616.0, 2), "18446744073709551616.00") << "the largest";
+    EXPECT_EQ(floating(18446744073709549568.0, 0), "18446744073709549568") << "the one below";
     EXPECT_EQ(floating(0.5, 400), "0.5" + std::string(399, '0')) << "zeros follow the last power of ten";
 }
 
@@ -148,32 +120,19 @@ TEST(kxDtoA, GivesTheDigitsOfTheLoop)
             fraction -= digit;
             expected += static_cast<char>('0' + digit);
         }
-        ASSERT_EQ(floating(value, decimals), expected) << printed("%.*f", 20, value) << ' ' << decimals;
+        ASSERT_EQ(floating(value, decimals), expected) << std::hexfloat << value;
     }
 }
 
 TEST(kxDtoA, StopsBeforeTheNoiseInAutomaticMode)
 {
-    const struct {
-        double value;
-        std::uint16_t width;
-        const char* expected;
-    } cases[] = {
-        {0.1, 10, "0.1"},
-        {0.1, 20, "0.1"},
-        {-0.1, 20, "-0.1"},
-        {3, 20, "3"},
-        {1234.5678, 20, "1234.5678"},
-        {1.0 / 3, 10, "0.333333333"},
-        {-1.0 / 3, 10, "-0.33333333"},
-        {123.75, 3, "123"},
-        {123.75, 0, "123"},
-        {0.3, 20, "0.3"},
-        {1e-7, 20, "0.0000001"},
-        {4294967296.5, 20, "4294967296.5"},
-        {18446744073709551616.0, 20, "18446744073709551616"},
-    };
-    for (const auto& c : cases) EXPECT_EQ(floating(c.value, -1, c.width), c.expected);
+    EXPECT_EQ(floating(0.1, -1, 10), "0.1");
+    EXPECT_EQ(floating(1.0 / 3, -1, 10), "0.333333333") << "the point does not count";
+    EXPECT_EQ(floating(-1.0 / 3, -1, 10), "-0.33333333") << "the sign does";
+    EXPECT_EQ(floating(123.75, -1, 3), "123") << "no room for decimals";
+    EXPECT_EQ(floating(123.75, -1, 0), "123");
+    EXPECT_EQ(floating(1e-7, -1), "0.0000001");
+    EXPECT_EQ(floating(18446744073709551616.0, -1), "18446744073709551616");
 }
 
 // Decimals of up to 15 significant digits come out as they were written.
@@ -196,17 +155,16 @@ TEST(kxDtoA, GivesWrittenDecimalsBack)
 
 TEST(kxDtoA, WarnsOfWhatIsTooLarge)
 {
-    const double infinity = std::numeric_limits<double>::infinity();
     kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
-    for (const double value : {1e20, infinity, std::nan("")}) {
+    for (const double value : {1e20, HUGE_VAL, std::nan("")}) {
         char text[kxDtoARoom(3)];
         std::uint32_t length = 99;
         kxDtoA(text, value, 3, &length);
         EXPECT_EQ(length, 0U);
         EXPECT_STREQ(text, "");
     }
-    EXPECT_THAT(recorder.entries(), testing::SizeIs(3));
-    EXPECT_EQ(recorder.entries().at(0).text, "Too large number for kxDtoA");
-    EXPECT_EQ(recorder.entries().at(0).level, KX_MESSAGE_INTERNAL_WARNING);
-    EXPECT_EQ(floating(-infinity, 3), "-");
+    ASSERT_EQ(recorder.entries().size(), 3U);
+    EXPECT_EQ(recorder.entries()[0].text, "Too large number for kxDtoA");
+    EXPECT_EQ(recorder.entries()[0].level, KX_MESSAGE_INTERNAL_WARNING);
+    EXPECT_EQ(floating(-HUGE_VAL, 3), "-");
 }

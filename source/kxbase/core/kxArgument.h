@@ -28,9 +28,10 @@ class kxArgument {
 public:
     constexpr kxArgument() noexcept : integer_(0) {}
     constexpr kxArgument(double value) noexcept : kind_(KX_ARGUMENT_DOUBLE), double_(value) {}
-    template <std::integral T>
+    template <typename T>
+        requires std::integral<T> || (std::is_enum_v<T> && std::is_convertible_v<T, int>)
     constexpr kxArgument(T value) noexcept
-        : kind_(std::is_signed_v<T> ? KX_ARGUMENT_SIGNED : KX_ARGUMENT_UNSIGNED),
+        : kind_(T(-1) < T(0) ? KX_ARGUMENT_SIGNED : KX_ARGUMENT_UNSIGNED),
           integer_(static_cast<std::uint64_t>(value))
     {}
     // Text up to its terminating zero; a null pointer is no valid text.

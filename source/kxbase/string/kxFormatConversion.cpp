@@ -281,7 +281,7 @@ void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kx
     writeScaled(spec, rounded, digits, output);
 }
 
-// The shorter of both forms: plain digits for exponents from -4 up to the significant digits.
+// The form that suits the size: plain digits for exponents from -4 up to the significant digits.
 void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                   kxFormatOutput& output)
 {
@@ -302,20 +302,23 @@ void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxA
 }
 
 constexpr kxFormatConversion kConversions[] = {
-    {'c', writeCharacter, 0, ""},    // one character by its code point
-    {'s', writeNarrow, 0, ""},       // text in UTF-8
-    {'S', writeWide, 0, ""},         // text in UTF-16
-    {'d', writeSigned, 10, ""},      //
-    {'u', writeUnsigned, 10, ""},    //
-    {'x', writeUnsigned, 16, "0x"},  //
-    {'X', writeUnsigned, 16, "0X"},  //
-    {'o', writeUnsigned, 8, "0"},    //
-    {'O', writeUnsigned, 8, "0"},    //
-    {'b', writeUnsigned, 2, "0b"},   //
-    {'B', writeUnsigned, 2, "0B"},   //
-    {'f', writeFixed, 0, ""},        // plain digits
-    {'e', writeExponent, 0, ""},     // one digit, decimals and a power of ten
-    {'g', writeGeneral, 0, ""},      // whichever of both fits the size
+    // Text
+    {'c', writeCharacter, 0, ""},
+    {'s', writeNarrow, 0, ""},
+    {'S', writeWide, 0, ""},
+    // Integers
+    {'d', writeSigned, 10, ""},
+    {'u', writeUnsigned, 10, ""},
+    {'x', writeUnsigned, 16, "0x"},
+    {'X', writeUnsigned, 16, "0X"},
+    {'o', writeUnsigned, 8, "0"},
+    {'O', writeUnsigned, 8, "0"},
+    {'b', writeUnsigned, 2, "0b"},
+    {'B', writeUnsigned, 2, "0B"},
+    // Floating values
+    {'f', writeFixed, 0, ""},
+    {'e', writeExponent, 0, ""},
+    {'g', writeGeneral, 0, ""},
 };
 
 constexpr std::uint8_t kNone = 0xFF;

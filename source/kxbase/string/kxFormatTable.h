@@ -12,20 +12,20 @@ namespace kxFormatTable {
 
 // What comes next in the format text.
 enum State : std::uint8_t {
-    kText,             // plain text
-    kPercent,          // a second percent sign or a conversion
-    kStart,            // the first character of a conversion
-    kStar,             // what follows a '*': says whether it was a position or a width
-    kNumber,           // digits that are a position or a width
-    kFlags,            //
-    kWidth,            //
-    kWidthDigits,      //
-    kDot,              //
-    kPrecision,        //
-    kPrecisionDigits,  //
-    kSize,             //
-    kSize2,            // the second letter of "ll"
-    kConversion,       // the letter
+    kText,     // plain text
+    kPercent,  // a second percent sign or a conversion
+    kStart,    // the first character of a conversion
+    kStar,     // what follows a '*': says whether it was a position or a width
+    kNumber,   // digits that are a position or a width
+    kFlags,
+    kWidth,
+    kWidthDigits,
+    kDot,
+    kPrecision,
+    kPrecisionDigits,
+    kSize,
+    kSize2,       // the second letter of "ll"
+    kConversion,  // the letter
     kStateCount
 };
 

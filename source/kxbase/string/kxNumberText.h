@@ -42,10 +42,11 @@ constexpr std::size_t kxDtoARoom(std::int16_t decimals, std::uint16_t maximumWid
     return 24U + (decimals >= 0 ? static_cast<std::size_t>(decimals) : maximumWidth);
 }
 
-// Writes a floating value and a terminating zero. Decimals at or above 0 are written all, the last one
-// rounded half up; with negative decimals the digits end where only the noise of the binary form is left, and
-// at the maximum width at the latest. Magnitudes up to 2^64; larger ones and what is no number send
-// "Too large number for kxDtoA".
+// Writes a floating value and a terminating zero. Decimals at or above 0 are written all, after half a unit of
+// the last one was added; the sum is a double, so that a tie such as 2.25 with one decimal may fall to either
+// side. With negative decimals the digits end where only the noise of the binary form is left, and at the
+// maximum width at the latest. Magnitudes up to 2^64; larger ones and what is no number send "Too large number
+// for kxDtoA".
 void kxDtoA(char16_t* text, double value, std::int16_t decimals, std::uint32_t* length = nullptr,
             std::uint16_t maximumWidth = KX_DTOA_WIDTH);
 void kxDtoA(char* text, double value, std::int16_t decimals, std::uint32_t* length = nullptr,

@@ -80,7 +80,9 @@ std::size_t asciiUnits(const char16_t* group) noexcept
 
 bool isAsciiBlock(const char* bytes) noexcept
 {
-    return asciiBytes(bytes) + asciiBytes(bytes + kByteGroup) == kBlock;
+    std::uint64_t groups[kBlock / kByteGroup];
+    std::memcpy(groups, bytes, sizeof groups);
+    return ((groups[0] | groups[1]) & 0x8080808080808080U) == 0;
 }
 
 bool isAsciiBlock(const char16_t* units) noexcept
@@ -90,18 +92,33 @@ bool isAsciiBlock(const char16_t* units) noexcept
     return ((groups[0] | groups[1] | groups[2] | groups[3]) & 0xFF80FF80FF80FF80U) == 0;
 }
 
+// Through a local copy: characters may alias anything, which would keep the loop from becoming one instruction.
+template <std::size_t Count> void widen(const char* bytes, char16_t* units) noexcept
+{
+    std::uint8_t group[Count];
+    std::memcpy(group, bytes, Count);
+    for (std::size_t i = 0; i < Count; ++i) units[i] = group[i];
+}
+
+template <std::size_t Count> void narrow(const char16_t* units, char* bytes) noexcept
+{
+    char16_t group[Count];
+    std::memcpy(group, units, sizeof group);
+    for (std::size_t i = 0; i < Count; ++i) bytes[i] = static_cast<char>(group[i]);
+}
+
 // Moves a run of ASCII; the group that ends it is written whole, since what follows writes over the rest.
 kxUtfProgress copyAscii(std::string_view bytes, char16_t* units, std::size_t room) noexcept
 {
     const std::size_t limit = std::min(bytes.size(), room);
     std::size_t at = 0;
     while (limit - at >= kBlock && isAsciiBlock(bytes.data() + at)) {
-        for (std::size_t i = 0; i < kBlock; ++i) units[at + i] = byteAt(bytes.data(), at + i);
+        widen<kBlock>(bytes.data() + at, units + at);
         at += kBlock;
     }
     while (limit - at >= kByteGroup) {
         const std::size_t count = asciiBytes(bytes.data() + at);
-        for (std::size_t i = 0; i < kByteGroup; ++i) units[at + i] = byteAt(bytes.data(), at + i);
+        widen<kByteGroup>(bytes.data() + at, units + at);
         at += count;
         if (count != kByteGroup) return {at, at};
     }
@@ -114,12 +131,12 @@ std::size_t copyAscii(std::u16string_view units, char* bytes) noexcept
 {
     std::size_t at = 0;
     while (units.size() - at >= kBlock && isAsciiBlock(units.data() + at)) {
-        for (std::size_t i = 0; i < kBlock; ++i) bytes[at + i] = static_cast<char>(units[at + i]);
+        narrow<kBlock>(units.data() + at, bytes + at);
         at += kBlock;
     }
     while (units.size() - at >= kUnitGroup) {
         const std::size_t count = asciiUnits(units.data() + at);
-        for (std::size_t i = 0; i < kUnitGroup; ++i) bytes[at + i] = static_cast<char>(units[at + i]);
+        narrow<kUnitGroup>(units.data() + at, bytes + at);
         at += count;
         if (count != kUnitGroup) return at;
     }
