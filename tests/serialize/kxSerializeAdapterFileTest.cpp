@@ -112,7 +112,8 @@ TEST_F(kxSerializeAdapterFileTest, WritingHoldsBytesUntilAMillionArePending)
 {
     const std::string bytes = patternOf(1000001);
     const File file = open(KX_SERIALIZE_OUTPUT);
-    for (std::size_t index = 0; index < 1000000; ++index) file->writeByte(static_cast<std::uint8_t>(bytes[index]));
+    for (std::size_t index = 0; index < 1000000; ++index)
+        file->writeByte(static_cast<std::uint8_t>(bytes[index]));
     EXPECT_EQ(content().size(), 0U);
     file->writeByte(static_cast<std::uint8_t>(bytes[1000000]));
     EXPECT_EQ(content().size(), 1000000U);
@@ -204,8 +205,8 @@ TEST_F(kxSerializeAdapterFileTest, WarnsOncePerCallInTheWrongDirection)
     const File reading = openWith("abc");
     reading->writeByte('x');
     reading->write("xyz", 3);
-    EXPECT_EQ(messages.texts(), std::vector<std::string>(
-                                    2, "Can use KX_SERIALIZE_INPUT on a file opened for writing !\n"));
+    EXPECT_EQ(messages.texts(),
+              std::vector<std::string>(2, "Can use KX_SERIALIZE_INPUT on a file opened for writing !\n"));
     EXPECT_EQ(readAll(*reading), "abc") << "nothing is delivered, nothing is lost";
 
     const kxMessageRecorder others;
@@ -213,8 +214,8 @@ TEST_F(kxSerializeAdapterFileTest, WarnsOncePerCallInTheWrongDirection)
     char bytes[4];
     EXPECT_EQ(writing->readByte(), 0);
     EXPECT_EQ(writing->readBlock(bytes, 4), 0U);
-    EXPECT_EQ(others.texts(), std::vector<std::string>(
-                                  2, "Can use KX_SERIALIZE_OUTPUT on a file opened for reading !\n"));
+    EXPECT_EQ(others.texts(),
+              std::vector<std::string>(2, "Can use KX_SERIALIZE_OUTPUT on a file opened for reading !\n"));
     EXPECT_FALSE(writing->hasError());
 }
 
@@ -265,6 +266,13 @@ TEST_F(kxSerializeAdapterFileTest, ReadsFilesWhoseSizeNobodyKnows)
     const File made(new kxSerializeAdapterFile("/proc/self/comm", KX_SERIALIZE_INPUT, false));
     EXPECT_EQ(readAll(*made), "kxtest_serializ\n");
     EXPECT_TRUE(made->hasError());
+
+    const File broken(new kxSerializeAdapterFile("/proc/self/mem", KX_SERIALIZE_INPUT, false));
+    const kxMessageRecorder messages;
+    EXPECT_EQ(readAll(*broken), "");
+    EXPECT_TRUE(broken->hasError());
+    EXPECT_EQ(broken->getError(), "Could not read from file '/proc/self/mem' (Input/output error)");
+    EXPECT_EQ(messages.texts().size(), 1U);
 
     const File endless(new kxSerializeAdapterFile("/dev/zero", KX_SERIALIZE_INPUT, false));
     EXPECT_GT(endless->length(), 0U);

@@ -153,6 +153,15 @@ TEST_F(kxRelayProcessTest, RunsOnWithoutStandardInputWhenItOnlyWrites)
     EXPECT_EQ(tool.wait(), kxExited(0));
 }
 
+TEST_F(kxRelayProcessTest, AFileThatIsItsOwnOutputIsCopiedOnce)
+{
+    for (const std::string bytes : {"", "abc"}) {
+        directory.write("self", bytes);
+        EXPECT_EQ(run({"-URL", "file:self", "-output", "file:self"}), "");
+        EXPECT_EQ(directory.read("self"), bytes + noticeOf("file:self", "file:self") + bytes);
+    }
+}
+
 TEST_F(kxRelayProcessTest, PingsOnceASecondAndNeverReadsItsInput)
 {
     directory.write("in", "unread");
@@ -250,7 +259,7 @@ TEST_F(kxRelayTerminalTest, ABackspaceErasesTheCharacterBeforeTheCursor)
 
 TEST_F(kxRelayTerminalTest, EverySignalThatEndsItGivesTheTerminalBack)
 {
-    for (const int signal : {SIGTERM, SIGHUP, SIGQUIT, SIGSEGV, SIGABRT}) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGQUIT, SIGSEGV, SIGABRT, SIGPROF, SIGRTMIN}) {
         SCOPED_TRACE(signal);
         kxProcess tool(KX_TEST_TOOL, onTerminal({"-URL", "con:"}));
         waitForRaw();

@@ -63,5 +63,5 @@ void kxThrowBadAlloc(const char* file, std::uint32_t line)
 
 kxString kxTranslate(std::string_view text)
 {
-    return kxMessageManager::instance().translate(text, KX_MESSAGE_FATAL);
+    return kxMessageManager::instance().translate(text, KX_MESSAGE_WARNING);
 }

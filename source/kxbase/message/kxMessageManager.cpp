@@ -129,7 +129,7 @@ kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
 {
     kxMessageTranslatorInterface* const translator = translator_.load();
     if (translator == nullptr) return kxString(text);
-    kxString translated = translator->translate(text, sender_, level);
+    kxString translated = translator->translate(text, KX_MODULE_NAME, level);
     return translated.isEmpty() ? kxString(text) : translated;
 }
 

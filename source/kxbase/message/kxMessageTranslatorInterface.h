@@ -9,5 +9,6 @@
 class kxMessageTranslatorInterface {
 public:
     virtual ~kxMessageTranslatorInterface() = default;
-    virtual kxString translate(std::string_view text, const kxString& sender, std::uint32_t level) = 0;
+    // `module` names the unit that the text belongs to.
+    virtual kxString translate(std::string_view text, const kxString& module, std::uint32_t level) = 0;
 };

@@ -32,7 +32,7 @@ enum kxPlatformWriteMode : std::uint8_t { KX_PLATFORM_TRUNCATE, KX_PLATFORM_APPE
 
 // A directory is refused.
 kxPlatformFileOpened kxPlatformFileOpenRead(const char* path);
-// Makes the file when there is none; writing starts at the end.
+// Makes the file when there is none. Every write goes to the end of the file as it then is.
 kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode);
 
 // One read of at most `sizeBytes`; 0 bytes is the end. Waits when nothing is there.

@@ -103,6 +103,7 @@ protected:
     // For adapters layered on another: takes over where the parent came from, its name and its flags.
     explicit kxSerializeAdapter(const kxRefPointer<kxSerializeAdapter>& parent);
 
+    bool hasPushBack() const { return !pushBack_.isEmpty(); }
     // Throws every pushed-back byte away.
     void discardPushBack() { pushBack_.clear(); }
 

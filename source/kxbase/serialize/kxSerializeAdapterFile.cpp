@@ -12,7 +12,6 @@ namespace {
 
 // The one threshold of both directions.
 constexpr std::uint32_t kBlockBytes = 1000000;
-constexpr std::uint32_t kStreamBlockBytes = 65536;
 
 }  // namespace
 
@@ -53,7 +52,7 @@ void kxSerializeAdapterFile::open()
     if (opened.file == KX_PLATFORM_NO_FILE) return couldNotOpen(purpose, opened.error);
     file_ = opened.file;
     remaining_ = opened.sizeBytes;
-    if (!isWriting() && !opened.hasSize) stream_.emplace(file_, kStreamBlockBytes);
+    if (!isWriting() && !opened.hasSize) stream_.emplace(file_);
 }
 
 void kxSerializeAdapterFile::couldNotOpen(std::string_view purpose, kxPlatformError error)
@@ -62,11 +61,20 @@ void kxSerializeAdapterFile::couldNotOpen(std::string_view purpose, kxPlatformEr
         kxString::format("%s%s%s", kxTranslate("Could not open '"), fileName_, kxTranslate(purpose)), error));
 }
 
+void kxSerializeAdapterFile::setBlockReading(bool reads)
+{
+    blockReading_ = reads;
+    if (stream_) stream_->setReadAhead(reads ? kxStreamInput::kReadAheadBytes : 1);
+}
+
 bool kxSerializeAdapterFile::hasError()
 {
     if (kxSerializeAdapter::hasError()) return true;
     if (!endWasMet_ || length() != 0) return false;
-    setError(kxTranslate("End of file"));
+    if (readError_ != 0)
+        tellReadError();
+    else
+        setError(kxTranslate("End of file"));
     return true;
 }
 
@@ -145,10 +153,12 @@ void kxSerializeAdapterFile::couldNotWrite(kxPlatformError error)
 
 void kxSerializeAdapterFile::close()
 {
-    if (!isOpen()) return;
-    if (isWriting() && !flushQueue()) lostBytes_ += queue_.length();
-    const kxPlatformError error = kxPlatformFileClose(std::exchange(file_, KX_PLATFORM_NO_FILE));
-    if (isWriting() && error != 0) couldNotWrite(error);
+    if (isOpen()) {
+        if (isWriting()) flushQueue();
+        const kxPlatformError error = kxPlatformFileClose(std::exchange(file_, KX_PLATFORM_NO_FILE));
+        if (isWriting() && error != 0) couldNotWrite(error);
+    }
+    if (isWriting()) lostBytes_ += queue_.length();
     if (lostBytes_ != 0) {
         kxMessage(KX_MESSAGE_WARNING, "%u bytes could not be written to file '%s' and are lost", lostBytes_,
                   fileName_);
@@ -239,9 +249,9 @@ std::uint32_t kxSerializeAdapterFile::readStream(std::uint8_t* bytes, std::uint3
 
 void kxSerializeAdapterFile::noticeStreamEnd()
 {
-    if (!stream_->hasEnded() || endWasMet_) return;
+    if (!stream_->hasEnded()) return;
     endWasMet_ = true;
-    if (stream_->error() != 0) couldNotRead(stream_->error());
+    readError_ = stream_->error();
 }
 
 // Bytes that the next fetch asks the file for.
@@ -266,13 +276,13 @@ std::uint32_t kxSerializeAdapterFile::fetchInto(std::uint8_t* bytes, std::uint32
         if (result.count > 0) got += static_cast<std::uint32_t>(result.count);
     } while (result.count > 0 && got < wanted);
     remaining_ = got == wanted ? remaining_ - got : 0;
-    if (result.error != 0) couldNotRead(result.error);
+    readError_ = result.error;
     return got;
 }
 
-void kxSerializeAdapterFile::couldNotRead(kxPlatformError error)
+void kxSerializeAdapterFile::tellReadError()
 {
     setError(kxWithSystemError(
-        kxString::format("%s%s'", kxTranslate("Could not read from file '"), fileName_), error));
+        kxString::format("%s%s'", kxTranslate("Could not read from file '"), fileName_), readError_));
     kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }

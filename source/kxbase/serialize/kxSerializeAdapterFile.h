@@ -7,8 +7,8 @@
 // Ownership: owns the open file. The destructor of a writing file flushes and closes it.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    a file that cannot be opened, read or written leaves the system's reason in the error text. The
-//            end of the input is noticed by reading or by asking for the length, never by opening: from then
-//            on hasError() is true and the text is "End of file". When a write fails, a Warning says so, up to
+//            end of the input is noticed by reading or by asking for the length, never by opening: when
+//            everything before has been taken, hasError() is true and the text is "End of file". When a write fails, a Warning says so, up to
 //            1,000,000 bytes are kept for another try, and bytes that come on top are lost; their number is
 //            told in a Warning when the file is closed.
 //            Reading a file opened for writing, or the converse, sends a Warning and moves nothing.
@@ -45,7 +45,7 @@ public:
     std::uint32_t getDataLength() override;
 
     // Whether reading fetches up to 1,000,000 bytes at a time, as it does at first, or single bytes.
-    void setBlockReading(bool reads) { blockReading_ = reads; }
+    void setBlockReading(bool reads);
     const kxString& getFileName() const { return fileName_; }
     // KX_SERIALIZE_OUTPUT or KX_SERIALIZE_INPUT.
     std::uint32_t getMode() const { return mode_; }
@@ -73,7 +73,7 @@ private:
     std::uint32_t streamLength();
     std::uint32_t readStream(std::uint8_t* bytes, std::uint32_t count);
     void noticeStreamEnd();
-    void couldNotRead(kxPlatformError error);
+    void tellReadError();
 
     kxFileQueue queue_;
     kxString fileName_;
@@ -85,6 +85,7 @@ private:
     std::optional<kxStreamInput> stream_;  // reading: the source, when its size is not known
     kxIdlePace pace_;                      // of the looks at a stream
     bool endWasMet_ = false;               // reading: nothing was left when somebody asked
+    kxPlatformError readError_ = 0;        // reading: why the file ended early
     bool writeHasFailed_ = false;
     std::uint64_t lostBytes_ = 0;
 };

@@ -44,7 +44,7 @@ void kxSerializeAdapterMemory::writeBlock(const void* bytes, std::uint32_t count
 {
     const std::uint32_t moved = fitting(count, kWrittenBeyondEnd);
     if (moved == 0) return;
-    std::memcpy(block_ + position_, bytes, moved);
+    std::memmove(block_ + position_, bytes, moved);
     position_ += moved;
 }
 
@@ -57,7 +57,7 @@ std::uint32_t kxSerializeAdapterMemory::readBlock(void* bytes, std::uint32_t cou
 {
     const std::uint32_t moved = fitting(count, kReadBeyondEnd);
     if (moved == 0) return 0;
-    std::memcpy(bytes, block_ + position_, moved);
+    std::memmove(bytes, block_ + position_, moved);
     position_ += moved;
     return moved;
 }

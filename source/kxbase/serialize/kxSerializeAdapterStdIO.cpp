@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::uint8_t kBackspace = 8;
 constexpr std::uint8_t kErase[] = {kBackspace, ' ', kBackspace};
-// While the terminal is somebody else's, a key is awaited with pauses of this length.
-constexpr std::uint32_t kBackgroundPauseMilliseconds = 10;
+// How long one look for a key waits.
+constexpr std::uint32_t kKeyWaitMilliseconds = 100;
 
 }  // namespace
 
@@ -83,6 +83,7 @@ std::uint32_t kxSerializeAdapterStdIO::getDataLength()
     return readsTerminal_ ? std::min(ready, 1U) : ready;
 }
 
+// Bytes that can be read now.
 std::uint32_t kxSerializeAdapterStdIO::look(std::uint32_t waitMilliseconds)
 {
     if (input_.hasEnded() || (readsTerminal_ && !kxPlatformConsoleTakeRaw())) {
@@ -90,9 +91,7 @@ std::uint32_t kxSerializeAdapterStdIO::look(std::uint32_t waitMilliseconds)
         return 0;
     }
     hasTakenTerminal_ = readsTerminal_;
-    const std::uint32_t ready = input_.look(waitMilliseconds);
-    noticeEnd();
-    return ready;
+    return input_.look(waitMilliseconds);
 }
 
 std::uint32_t kxSerializeAdapterStdIO::readBlock(void* bytes, std::uint32_t count)
@@ -102,34 +101,37 @@ std::uint32_t kxSerializeAdapterStdIO::readBlock(void* bytes, std::uint32_t coun
     while (taken < count) {
         const std::uint32_t ready = look(0);
         if (ready == 0) break;
-        taken += readReady(begin + taken, std::min(ready, count - taken));
+        taken += take(begin + taken, std::min(ready, count - taken));
     }
     return taken;
 }
 
 std::uint8_t kxSerializeAdapterStdIO::readByte()
 {
-    while (readsTerminal_ && !kxPlatformConsoleTakeRaw()) kxPlatformSleep(kBackgroundPauseMilliseconds);
-    hasTakenTerminal_ = readsTerminal_;
+    // A read that waits would sit out a stop and go on with the terminal in whatever mode it is then.
+    while (readsTerminal_ && !input_.hasEnded() && look(kKeyWaitMilliseconds) == 0) {
+    }
     std::uint8_t byte = 0;
-    readReady(&byte, 1);
+    take(&byte, 1);
     return byte;
 }
 
-std::uint32_t kxSerializeAdapterStdIO::readReady(std::uint8_t* bytes, std::uint32_t count)
+std::uint32_t kxSerializeAdapterStdIO::take(std::uint8_t* bytes, std::uint32_t count)
 {
     const std::uint32_t taken = input_.read(bytes, count);
-    noticeEnd();
     const int eraseKey = readsTerminal_ ? kxPlatformConsoleEraseKey() : -1;
     if (eraseKey >= 0) std::replace(bytes, bytes + taken, static_cast<std::uint8_t>(eraseKey), kBackspace);
     return taken;
 }
 
-void kxSerializeAdapterStdIO::noticeEnd()
+bool kxSerializeAdapterStdIO::hasError()
 {
-    if (!input_.hasEnded() || hasError()) return;
+    if (kxSerializeAdapter::hasError()) return true;
+    if (!input_.hasEnded() || hasPushBack()) return false;
+    // A terminal that hung up has ended, whatever the system says of it.
     if (input_.error() == 0 || readsTerminal_)
         setError(kxTranslate("End of file"));
     else
         setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
+    return true;
 }

@@ -7,8 +7,8 @@
 // Ownership: uses the standard streams of the process and closes nothing. The terminal's mode is taken at
 //            the first look for input and given back by the destructor.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    the end of the input is noticed by looking for data, never by opening; the error text is then
-//            "End of file". In the background no key is seen. A failed write sets the error text and is told
+// Errors:    the end of the input is noticed by looking for data, never by opening: when everything before has
+//            been read, hasError() is true and the text "End of file". In the background no key is seen. A failed write sets the error text and is told
 //            in a Warning.
 //
 // After a hundred looks in a row that found nothing, each further look waits up to a millisecond.
@@ -24,6 +24,7 @@ public:
     ~kxSerializeAdapterStdIO() noexcept(false) override;
     const kxType& getType() const override;
 
+    bool hasError() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;
     void writeByte(std::uint8_t byte) override;
     std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
@@ -34,10 +35,9 @@ public:
 
 private:
     std::uint32_t look(std::uint32_t waitMilliseconds);
-    std::uint32_t readReady(std::uint8_t* bytes, std::uint32_t count);
+    std::uint32_t take(std::uint8_t* bytes, std::uint32_t count);
     void writeErasing(const std::uint8_t* bytes, std::uint32_t count);
     void writeOut(const void* bytes, std::uint32_t count);
-    void noticeEnd();
 
     kxStreamInput input_;
     kxIdlePace pace_;

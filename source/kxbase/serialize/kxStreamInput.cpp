@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-kxStreamInput::kxStreamInput(kxPlatformFileHandle source, std::uint32_t readAheadBytes)
-    : source_(source), readAheadBytes_(readAheadBytes)
-{}
-
 std::uint32_t kxStreamInput::look(std::uint32_t waitMilliseconds)
 {
     if (aheadBegin_ != aheadEnd_) return aheadEnd_ - aheadBegin_;
@@ -14,7 +10,7 @@ std::uint32_t kxStreamInput::look(std::uint32_t waitMilliseconds)
 
     const kxPlatformReady ready = kxPlatformFileLook(source_, waitMilliseconds);
     if (ready.readiness != KX_PLATFORM_READ_TO_KNOW) return ready.count;
-    if (ahead_.isEmpty()) ahead_.resize(readAheadBytes_);
+    if (ahead_.size() < readAheadBytes_) ahead_.resize(readAheadBytes_);
     aheadBegin_ = 0;
     aheadEnd_ = readSource(ahead_.data(), readAheadBytes_);
     return aheadEnd_;

@@ -14,12 +14,17 @@
 
 class kxStreamInput {
 public:
-    explicit kxStreamInput(kxPlatformFileHandle source, std::uint32_t readAheadBytes = 65536);
+    static constexpr std::uint32_t kReadAheadBytes = 65536;
+
+    explicit kxStreamInput(kxPlatformFileHandle source) : source_(source) {}
 
     // Bytes that can be read without waiting. Waits up to the given time for the first of them.
     std::uint32_t look(std::uint32_t waitMilliseconds);
     // Takes what is ready, up to `count` bytes; waits when nothing is. 0 means that the stream has ended.
     std::uint32_t read(void* bytes, std::uint32_t count);
+
+    // Bytes asked for when the system cannot say how many are ready.
+    void setReadAhead(std::uint32_t bytes) { readAheadBytes_ = bytes; }
 
     bool hasEnded() const { return hasEnded_; }
     // Why the stream ended; 0 when there simply was no more.
@@ -29,7 +34,7 @@ private:
     std::uint32_t readSource(void* bytes, std::uint32_t count);
 
     kxPlatformFileHandle source_;
-    std::uint32_t readAheadBytes_;
+    std::uint32_t readAheadBytes_ = kReadAheadBytes;
     kxArray<std::uint8_t> ahead_;  // storage of the bytes read ahead, made on first use
     std::uint32_t aheadBegin_ = 0;
     std::uint32_t aheadEnd_ = 0;

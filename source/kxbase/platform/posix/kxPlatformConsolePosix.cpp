@@ -1,9 +1,11 @@
 #include "kxbase/platform/kxPlatformConsole.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -12,33 +14,42 @@
 
 namespace {
 
-// Signals whose default action ends the process; the terminal is given back before they do.
-constexpr int kEndingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGPIPE, SIGALRM,
-                                  SIGUSR1, SIGUSR2, SIGXCPU, SIGXFSZ, SIGSEGV, SIGBUS,
-                                  SIGFPE,  SIGILL,  SIGABRT, SIGSYS,  SIGTRAP, SIGVTALRM};
+// Signals that do not end a process by default, and the one that cannot be handled.
+constexpr int kOtherSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTOP,
+                                 SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL};
 
 // State of the terminal, touched by the thread that uses the console and by signal handlers.
 termios foundMode;                          // as it was before raw mode; valid while isRaw
 std::atomic<bool> isRaw{false};             // the terminal is in raw mode by our doing
-std::atomic<bool> isToBeTakenAgain{false};  // a stop lies between the last taking and now
-static_assert(std::atomic<bool>::is_always_lock_free, "used in signal handlers");
+std::atomic<bool> isToBeTakenAgain{false};  // somebody else may have set the mode since it was taken
+std::atomic<pid_t> takenBy{0};              // a forked child must not give back what its parent holds
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free,
+              "used in signal handlers");
 
-// A terminal that does not control the process has no background.
+// Keeps every signal away from a change of the mode: a stop in its middle would leave the terminal to the
+// shell half taken, and changing the mode from the background would stop the process.
+class SignalsBlocked {
+public:
+    SignalsBlocked()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+// A terminal that does not control the process has no background, and one that hung up is nobody's: then the
+// question fails.
 bool isInForeground()
 {
     const pid_t foreground = ::tcgetpgrp(STDIN_FILENO);
-    return foreground == ::getpgrp() || (foreground < 0 && errno == ENOTTY && ::isatty(STDIN_FILENO) == 1);
-}
-
-// Changing the mode from the background would stop the process; with the signal blocked it fails or works.
-void setMode(const termios& mode)
-{
-    sigset_t stop, before;
-    sigemptyset(&stop);
-    sigaddset(&stop, SIGTTOU);
-    pthread_sigmask(SIG_BLOCK, &stop, &before);
-    ::tcsetattr(STDIN_FILENO, TCSANOW, &mode);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return foreground < 0 || foreground == ::getpgrp();
 }
 
 void defaultActionOf(int signal)
@@ -74,7 +85,6 @@ void onStop(int signal)
 {
     const int error = errno;
     kxPlatformConsoleRestore();
-    isToBeTakenAgain.store(true);
     defaultActionOf(signal);
     sigset_t stop, before;
     sigemptyset(&stop);
@@ -107,10 +117,16 @@ void installHandlerStack()
 void installHandlers()
 {
     installHandlerStack();
-    for (const int signal : kEndingSignals) install(signal, onEndingSignal);
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+        if (std::find(std::begin(kOtherSignals), std::end(kOtherSignals), signal) ==
+            std::end(kOtherSignals)) {
+            install(signal, onEndingSignal);
+        }
+    }
     install(SIGTSTP, onStop);
     install(SIGCONT, onContinue);
     std::atexit(kxPlatformConsoleRestore);
+    std::at_quick_exit(kxPlatformConsoleRestore);
 }
 
 termios rawModeOf(termios mode)
@@ -149,23 +165,32 @@ bool kxPlatformConsoleIsTerminal(kxPlatformFileHandle stream)
 
 bool kxPlatformConsoleTakeRaw()
 {
+    if (!isInForeground()) {
+        isToBeTakenAgain.store(true);
+        return false;
+    }
     if (isRaw.load() && !isToBeTakenAgain.load()) return true;
-    if (!isInForeground()) return false;
-    // What a stop in between left is the mode found anew, unless the stop came too suddenly to give ours back.
-    if (!isRaw.load() && ::tcgetattr(STDIN_FILENO, &foundMode) != 0) return false;
     static const bool handlersInstalled = (installHandlers(), true);
     (void)handlersInstalled;
+
+    const SignalsBlocked blocked;
+    if (!isInForeground()) return false;
+    // While the mode is still ours, what was found before it holds; else it is found anew.
+    if (!isRaw.load() && ::tcgetattr(STDIN_FILENO, &foundMode) != 0) return true;
     isToBeTakenAgain.store(false);
+    takenBy.store(::getpid());
     isRaw.store(true);
-    setMode(rawModeOf(foundMode));
+    const termios raw = rawModeOf(foundMode);
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &raw);
     return true;
 }
 
 void kxPlatformConsoleRestore()
 {
-    if (!isRaw.exchange(false)) return;
+    const SignalsBlocked blocked;
+    if (takenBy.load() != ::getpid() || !isRaw.exchange(false)) return;
     // In the background the terminal is somebody else's, who has set it up already.
-    if (isInForeground()) setMode(foundMode);
+    if (isInForeground()) ::tcsetattr(STDIN_FILENO, TCSANOW, &foundMode);
 }
 
 int kxPlatformConsoleEraseKey()

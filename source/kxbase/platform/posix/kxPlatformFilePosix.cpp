@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
@@ -42,6 +43,13 @@ int openDescriptor(const char* path, int flags)
     return moved;
 }
 
+// Files that the system makes up (as below /proc) claim to be regular and empty; their file systems store nothing.
+bool isOnStorage(int descriptor)
+{
+    struct statvfs system {};
+    return ::fstatvfs(descriptor, &system) != 0 || system.f_blocks != 0;
+}
+
 kxPlatformFileOpened openFile(const char* path, int flags)
 {
     const int descriptor = openDescriptor(path, flags);
@@ -54,8 +62,7 @@ kxPlatformFileOpened openFile(const char* path, int flags)
         ::close(descriptor);
         return failed(error);
     }
-    // Files that the system makes up (as below /proc) claim to be regular and empty.
-    const bool hasSize = S_ISREG(status.st_mode) && status.st_size > 0;
+    const bool hasSize = S_ISREG(status.st_mode) && (status.st_size > 0 || isOnStorage(descriptor));
     return {descriptor, 0, hasSize ? static_cast<std::uint64_t>(status.st_size) : 0, hasSize};
 }
 
@@ -78,7 +85,7 @@ kxPlatformFileOpened kxPlatformFileOpenRead(const char* path)
 
 kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode)
 {
-    return openFile(path, O_WRONLY | O_CREAT | (mode == KX_PLATFORM_APPEND ? O_APPEND : O_TRUNC));
+    return openFile(path, O_WRONLY | O_CREAT | O_APPEND | (mode == KX_PLATFORM_TRUNCATE ? O_TRUNC : 0));
 }
 
 kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, std::size_t sizeBytes)
@@ -112,8 +119,8 @@ kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* by
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds)
 {
     const int descriptor = descriptorOf(file);
-    // The count is an int: of a regular file beyond 2 GB it is a part of the truth or negative, and then
-    // the read tells.
+    // The count is an int, and of a regular file beyond 2 GB only its low bits: where it is not above 0, a read
+    // tells.
     int count = 0;
     if (::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0) {
         return {KX_PLATFORM_BYTES_READY, static_cast<std::uint32_t>(count)};
