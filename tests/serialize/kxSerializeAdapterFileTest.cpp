@@ -78,14 +78,13 @@ TEST_F(kxSerializeAdapterFileTest, FetchesAMillionBytesAtATime)
 TEST_F(kxSerializeAdapterFileTest, BlocksOfAnySizeReadTheSameBytes)
 {
     const std::string bytes = patternOf(2500000);
-    for (const std::uint32_t step : {1U, 7U, 65536U, 999999U, 1000000U, 1000001U, 2000000U}) {
+    for (const std::uint32_t step : {7U, 65536U, 999999U, 1000000U, 1000001U, 2000000U}) {
         SCOPED_TRACE(step);
-        const File file = openWith(step == 1 ? bytes.substr(0, 5000) : bytes);
-        const std::string expected = step == 1 ? bytes.substr(0, 5000) : bytes;
+        const File file = openWith(bytes);
         std::string got;
         std::string block(step, '\0');
         while (const std::uint32_t count = file->read(block.data(), step)) got.append(block, 0, count);
-        EXPECT_TRUE(got == expected);
+        EXPECT_TRUE(got == bytes);
     }
 }
 
@@ -108,24 +107,10 @@ TEST_F(kxSerializeAdapterFileTest, NoticesItsEndByLookingAndNotByOpening)
     EXPECT_TRUE(file->hasError());
 }
 
-TEST_F(kxSerializeAdapterFileTest, WritingHoldsBytesUntilAMillionArePending)
-{
-    const std::string bytes = patternOf(1000001);
-    const File file = open(KX_SERIALIZE_OUTPUT);
-    for (std::size_t index = 0; index < 1000000; ++index)
-        file->writeByte(static_cast<std::uint8_t>(bytes[index]));
-    EXPECT_EQ(content().size(), 0U);
-    file->writeByte(static_cast<std::uint8_t>(bytes[1000000]));
-    EXPECT_EQ(content().size(), 1000000U);
-    EXPECT_EQ(file->flush(), 0U);
-    EXPECT_TRUE(content() == bytes);
-    EXPECT_EQ(file->getRemaining(), 1000001U);
-}
-
 TEST_F(kxSerializeAdapterFileTest, BlocksWriteWhatTheirBytesWould)
 {
     const std::string bytes = patternOf(3500000);
-    for (const std::uint32_t step : {1000U, 333333U, 1000000U, 1000001U, 2000000U, 3500000U}) {
+    for (const std::uint32_t step : {1U, 1000U, 333333U, 1000000U, 1000001U, 2000000U, 3500000U}) {
         SCOPED_TRACE(step);
         const File file = open(KX_SERIALIZE_OUTPUT);
         for (std::uint32_t at = 0; at < bytes.size(); at += step) {
@@ -167,36 +152,36 @@ TEST_F(kxSerializeAdapterFileTest, SaysWhyItCouldNotOpen)
 {
     const std::string place = directory.path();
     const struct {
-        const char* why;
         std::string name;
         std::uint32_t mode;
-        std::string expected;
+        std::string purpose;
+        std::string reason;
     } cases[] = {
-        {"missing", place + "/a%s b", KX_SERIALIZE_INPUT,
-         "Could not open '" + place + "/a%s b' for reading (No such file or directory)"},
-        {"no name", "", KX_SERIALIZE_INPUT, "Could not open '' for reading (No such file or directory)"},
-        {"a directory to read", place, KX_SERIALIZE_INPUT,
-         "Could not open '" + place + "' for reading (Is a directory)"},
-        {"a directory to write", place, KX_SERIALIZE_OUTPUT,
-         "Could not open '" + place + "' for writing (Is a directory)"},
-        {"a place that is not there", place + "/x/y", 3,
-         "Could not open '" + place + "/x/y' for writing (No such file or directory)"},
-        {"no such mode", place, 4, "Could not open '" + place + "' for reading (Invalid argument)"},
-        {"a zero byte would cut the name", std::string("/dev/null\0x", 11), KX_SERIALIZE_INPUT,
-         std::string("Could not open '/dev/null\0x' for reading (Invalid argument)", 59)},
+        {place + "/a%s b", KX_SERIALIZE_INPUT, "reading", "No such file or directory"},
+        {"", KX_SERIALIZE_INPUT, "reading", "No such file or directory"},
+        {place, KX_SERIALIZE_INPUT, "reading", "Is a directory"},
+        {place, KX_SERIALIZE_OUTPUT, "writing", "Is a directory"},
+        {place + "/x/y", 3, "writing", "No such file or directory"},
+        {place, 4, "reading", "Invalid argument"},
+        {std::string("/dev/null\0x", 11), KX_SERIALIZE_INPUT, "reading", "Invalid argument"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        const kxMessageRecorder messages;
+        SCOPED_TRACE(c.name);
         const File file(new kxSerializeAdapterFile(kxString(std::string_view(c.name)), c.mode, false));
-        EXPECT_EQ(file->getError(), std::string_view(c.expected));
+        const std::string expected =
+            "Could not open '" + c.name + "' for " + c.purpose + " (" + c.reason + ")";
+        EXPECT_EQ(file->getError(), std::string_view(expected));
         EXPECT_EQ(file->readByte(), 0);
         EXPECT_EQ(file->length(), 0U);
     }
-    const File file(new kxSerializeAdapterFile((place + "/x/y").c_str(), KX_SERIALIZE_OUTPUT, false));
-    file->writeByte('x');
-    file->flush();
-    EXPECT_EQ(file->getError(), std::string_view("Could not flush to file '" + place + "/x/y'"));
+    const kxMessageRecorder messages;
+    {
+        const File file(new kxSerializeAdapterFile("/no/file", KX_SERIALIZE_OUTPUT, false));
+        file->writeByte('x');
+        file->flush();
+        EXPECT_EQ(file->getError(), "Could not flush to file '/no/file'");
+    }
+    EXPECT_EQ(messages.texts().at(0), "1 bytes could not be written to file '/no/file' and are lost");
 }
 
 TEST_F(kxSerializeAdapterFileTest, WarnsOncePerCallInTheWrongDirection)

@@ -75,16 +75,13 @@ TEST(kxSerializeAdapterMemory, MovesWithinTheBlockOnly)
         EXPECT_EQ(memory->getError(), c.error);
         EXPECT_EQ(memory->getDataLength(), c.leftAfter);
     }
-}
-
-TEST(kxSerializeAdapterMemory, MoveBeforeTheBeginningIsToldWhereTheSumDoesNotWrapOut)
-{
     // Only a block beyond 2 GB lets the wrapped sum fall inside; the block itself is never touched.
     char byte = 0;
-    Memory memory(new kxSerializeAdapterMemory(&byte, 0xFFFFFFFF));
-    memory->move(-5);
-    EXPECT_EQ(memory->getError(), "Memory Adapter moved before beginning");
-    EXPECT_EQ(memory->getDataLength(), 0xFFFFFFFF);
+    Memory huge(new kxSerializeAdapterMemory(&byte, 0xFFFFFFFF));
+    huge->move(-5);
+    EXPECT_EQ(huge->getError(), "Memory Adapter moved before beginning");
+    huge->pushBack("ab", 2);
+    EXPECT_EQ(huge->length(), 0xFFFFFFFF) << "saturated";
 }
 
 TEST(kxSerializeAdapterMemory, FlushEmptiesIt)
