@@ -11,9 +11,10 @@
 
 namespace {
 
-// Keys of which several share a hash, and hashes that share a bucket.
+// Keys of which several share a hash and some the fingerprint too, and hashes that share a bucket.
 struct Clashing {
     static std::uint32_t hash(std::uint32_t key) noexcept { return key / 3 * 1000003U; }
+    static std::uint16_t fingerprint(std::uint32_t key) noexcept { return key % 2; }
     static bool isEqual(std::uint32_t left, std::uint32_t right) noexcept { return left == right; }
 };
 using Dict = kxDict<std::uint32_t, const int, Clashing>;

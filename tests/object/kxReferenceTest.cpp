@@ -116,11 +116,31 @@ TYPED_TEST(EitherReference, CopiesStartFreshAndAssignmentKeepsBothSides)
     EXPECT_EQ(copy->getReferenceCount(), 1U);
 }
 
-// One thread's release reaches 0 while others take and drop references of their own.
-TEST(kxThreadSafeReference, IsDestroyedOnceByThreadsThatMeetAtZero)
+// The steps of two threads in the order that does the harm: the first has brought the count to 0 and not yet
+// looked whether the object may go, when the second takes a reference and drops it again.
+TEST(kxThreadSafeReference, IsDestroyedByTheLastToLook)
+{
+    struct Stepwise : Shared {
+        using Shared::destroyIfLast;
+        using Shared::release;
+        using Shared::Shared;
+    };
+    std::atomic<int> alive = 0;
+    auto* const object = new Stepwise(alive);
+    object->ref();
+    EXPECT_EQ(object->release(true), 0U);
+    object->ref();
+    object->unref();
+    ASSERT_EQ(alive, 1) << "the first is still to look, and needs the mutex";
+    EXPECT_FALSE(object->deleteIfUnreferenced());
+    EXPECT_TRUE(object->destroyIfLast(true));
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(kxThreadSafeReference, IsDestroyedOnceByThreadsThatRelease)
 {
     std::atomic<int> alive = 0;
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 100; ++round) {
         const kxRefPointer<Shared> keeper(new Shared(alive));
         auto* const object = new Shared(alive);
         object->ref();

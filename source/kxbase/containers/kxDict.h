@@ -158,8 +158,10 @@ protected:
         const std::uint32_t hash = Traits::hash(key);
         if (autoGrow_ && entryCount_ >= std::uint64_t{bucketCount()} * 2) grow();
         if (buckets_ == nullptr) buckets_ = newBuckets(bucketCount());
+        const std::uint16_t fingerprint = fingerprintOf(key);
         const auto piece = pool_.take();
-        Entry* const entry = ::new (piece.room) Entry(std::move(key), value, hash, piece.inBlock);
+        Entry* const entry =
+            ::new (piece.room) Entry(std::move(key), value, hash, fingerprint, piece.inBlock);
         const bool hashExists = link(entry);
         lastFound_ = hashExists || noCache_ ? nullptr : entry;
         ++entryCount_;
@@ -170,25 +172,25 @@ protected:
     {
         if (entryCount_ == 0) return nullptr;
         const std::uint32_t hash = Traits::hash(key);
-        if (lastFound_ != nullptr && isMatch(*lastFound_, hash, key)) return lastFound_;
-        for (Entry* entry = buckets_[bucketOf_(hash)]; entry != nullptr; entry = entry->next_) {
-            if (entry->hash_ < hash) continue;
-            if (entry->hash_ > hash) break;
-            if (!Traits::isEqual(entry->key_, key)) continue;
-            if (!noCache_) lastFound_ = entry;
-            return entry;
-        }
-        return nullptr;
+        Entry* const last = lastFound_;
+        if (last != nullptr && last->hash_ == hash && Traits::isEqual(last->key_, key)) return last;
+        Entry* entry = buckets_[bucketOf_(hash)];
+        while (entry != nullptr && entry->hash_ < hash) entry = entry->next_;
+        if (entry == nullptr || entry->hash_ != hash) return nullptr;
+        if (!Traits::isEqual(entry->key_, key)) entry = findBehind(entry, hash, key);
+        if (entry != nullptr && !noCache_) lastFound_ = entry;
+        return entry;
     }
     Entry* findEntryAfter(const Key& key, const Value* previous) const
     {
         if (entryCount_ == 0) return nullptr;
         const std::uint32_t hash = Traits::hash(key);
+        const std::uint16_t fingerprint = fingerprintOf(key);
         Entry* follower = nullptr;
         bool isBehind = false;
         for (Entry* entry = buckets_[bucketOf_(hash)]; entry != nullptr && entry->hash_ <= hash;
              entry = entry->next_) {
-            if (!isMatch(*entry, hash, key)) continue;
+            if (!isMatch(*entry, hash, fingerprint, key)) continue;
             if (entry->value_ == previous) {
                 // Not the last entry so far that holds it: a value stored twice must not send a walk back.
                 isBehind = true;
@@ -205,10 +207,12 @@ protected:
     {
         if (entryCount_ == 0) return nullptr;
         const std::uint32_t hash = Traits::hash(key);
+        const std::uint16_t fingerprint = fingerprintOf(key);
         for (Entry** link = &buckets_[bucketOf_(hash)]; *link != nullptr; link = &(*link)->next_) {
             Entry& entry = **link;
             if (entry.hash_ > hash) break;
-            if (isMatch(entry, hash, key) && (value == nullptr || entry.value_ == value)) return link;
+            if (isMatch(entry, hash, fingerprint, key) && (value == nullptr || entry.value_ == value))
+                return link;
         }
         return nullptr;
     }
@@ -226,9 +230,25 @@ protected:
     }
 
 private:
-    static bool isMatch(const Entry& entry, std::uint32_t hash, const Key& key)
+    static std::uint16_t fingerprintOf(const Key& key)
     {
-        return entry.hash_ == hash && Traits::isEqual(entry.key_, key);
+        if constexpr (requires { Traits::fingerprint(key); })
+            return Traits::fingerprint(key);
+        else
+            return 0;
+    }
+    static bool isMatch(const Entry& entry, std::uint32_t hash, std::uint16_t fingerprint, const Key& key)
+    {
+        return entry.hash_ == hash && entry.fingerprint_ == fingerprint && Traits::isEqual(entry.key_, key);
+    }
+    // The first match behind an entry of the same hash. Only here, among keys that share a hash, does it pay
+    // to ask for the fingerprint.
+    static Entry* findBehind(Entry* entry, std::uint32_t hash, const Key& key)
+    {
+        const std::uint16_t fingerprint = fingerprintOf(key);
+        do entry = entry->next_;
+        while (entry != nullptr && entry->hash_ == hash && !isMatch(*entry, hash, fingerprint, key));
+        return entry != nullptr && entry->hash_ == hash ? entry : nullptr;
     }
     void forget() const noexcept { lastFound_ = nullptr; }
 

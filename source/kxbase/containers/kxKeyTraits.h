@@ -1,6 +1,8 @@
 // How the keys of a dictionary are hashed and compared. A traits class has two static functions:
 //   std::uint32_t hash(const Key&)         the same for equal keys
 //   bool isEqual(const Key&, const Key&)   asked only for keys of equal hash
+// and, where many keys share a hash, a third one that tells most of these apart without a look at the keys:
+//   std::uint16_t fingerprint(const Key&)  the same for equal keys
 #pragma once
 
 #include <cstdint>

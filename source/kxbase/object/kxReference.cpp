@@ -40,17 +40,6 @@ bool kxReference::isTagClear() const
     return tag_ == 0;
 }
 
-void kxReference::ref() const
-{
-    ++referenceCount_;
-}
-
-void kxReference::unref() const
-{
-    if (referenceCount_ == 0) kxRaiseFatal("REFERENCE MISMATCH ! Unref an object with zero reference count.");
-    if (--referenceCount_ == 0) destroy(this);
-}
-
 std::uint32_t kxReference::unrefWithoutDelete() const
 {
     if (referenceCount_ == 0) kxRaiseFatal("REFRENCE MISMATCH ! Unref an object with zero reference count.");
@@ -72,6 +61,13 @@ bool kxReference::isShareable() const
 std::uint32_t kxReference::getReferenceCount() const
 {
     return referenceCount_;
+}
+
+void kxReference::releaseLast() const
+{
+    if (referenceCount_ == 0) kxRaiseFatal("REFERENCE MISMATCH ! Unref an object with zero reference count.");
+    referenceCount_ = 0;
+    destroy(this);
 }
 
 void kxReference::destroy(const kxReference* object)

@@ -31,11 +31,18 @@ public:
     virtual std::uint32_t setTag(const std::uint32_t& tag);
     virtual bool isTagClear() const;
 
-    virtual void ref() const;
+    virtual void ref() const { ++referenceCount_; }
     // Releases one reference and destroys the object with the last one. Objects that hold each other in a
     // long chain are destroyed one after the other, not one inside the other; all of them are gone when the
     // outermost call returns.
-    virtual void unref() const;
+    virtual void unref() const
+    {
+        // Below 2 the object goes, or it is a mistake.
+        if (referenceCount_ > 1)
+            --referenceCount_;
+        else
+            releaseLast();
+    }
     // Releases one reference, keeps the object in any case and returns what is left.
     virtual std::uint32_t unrefWithoutDelete() const;
     // Destroys an object that has no references; answers whether this call did.
@@ -52,5 +59,7 @@ protected:
     mutable std::uint32_t referenceCount_ = 0;
 
 private:
+    void releaseLast() const;
+
     std::uint32_t tag_ = 0;
 };

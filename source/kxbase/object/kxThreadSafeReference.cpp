@@ -36,25 +36,25 @@ std::uint32_t kxThreadSafeReference::getReferenceCount() const
     return referenceCount_;
 }
 
-std::uint32_t kxThreadSafeReference::release(bool checksLater) const
+std::uint32_t kxThreadSafeReference::release(bool looksLater) const
 {
     std::uint32_t left = kMismatch;
     {
         const kxBodyGuard guard(mutex_);
         if (referenceCount_ != 0) left = --referenceCount_;
-        if (left == 0 && checksLater) ++pendingChecks_;
+        if (left == 0 && looksLater) ++pendingLooks_;
     }
     if (left == kMismatch) kxRaiseFatal("REFRENCE MISMATCH ! Unref an object with zero reference count.");
     return left;
 }
 
-bool kxThreadSafeReference::destroyIfLast(bool isPendingCheck) const
+bool kxThreadSafeReference::destroyIfLast(bool isPendingLook) const
 {
     bool isLast = false;
     {
         const kxBodyGuard guard(mutex_);
-        if (isPendingCheck) --pendingChecks_;
-        isLast = referenceCount_ == 0 && pendingChecks_ == 0;
+        if (isPendingLook) --pendingLooks_;
+        isLast = referenceCount_ == 0 && pendingLooks_ == 0;
     }
     if (isLast) destroy(this);
     return isLast;

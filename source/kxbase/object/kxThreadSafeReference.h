@@ -22,14 +22,16 @@ public:
     bool deleteIfUnreferenced() const override;
     std::uint32_t getReferenceCount() const override;
 
-private:
-    // The count that is left after taking one reference off.
-    std::uint32_t release(bool checksLater) const;
-    bool destroyIfLast(bool isPendingCheck) const;
+protected:
+    // The two halves of unref(), between which no lock is held: taking one reference off, which answers the
+    // count that is left, and looking whether the object may go. A release that is to look later says so.
+    std::uint32_t release(bool looksLater) const;
+    bool destroyIfLast(bool isPendingLook) const;
 
+private:
     mutable kxMutex mutex_;
     // Releases that saw the count reach 0 and have yet to look whether it still is. Between the two another
     // thread may take and drop a reference; only the last to look may destroy, since the others still need
     // the mutex.
-    mutable std::uint32_t pendingChecks_ = 0;
+    mutable std::uint32_t pendingLooks_ = 0;
 };

@@ -8,6 +8,7 @@
 
 #include "kxbase/containers/kxDict.h"
 #include "kxbase/core/kxMutex.h"
+#include "kxbase/string/kxSameBytes.h"
 
 #include <string_view>
 
@@ -59,9 +60,13 @@ private:
     };
     struct KeyTraits {
         static std::uint32_t hash(const Key& key) noexcept { return key.hash; }
+        static std::uint16_t fingerprint(const Key& key) noexcept
+        {
+            return kxTailFingerprint(key.text, key.length);
+        }
         static bool isEqual(const Key& left, const Key& right) noexcept
         {
-            return std::string_view(left.text, left.length) == std::string_view(right.text, right.length);
+            return left.length == right.length && kxSameBytes(left.text, right.text, left.length);
         }
     };
 

@@ -1,0 +1,12 @@
+#include "tests/staticorder/kxStaticCheck.h"
+
+namespace {
+
+kxStaticCheck check("first unit");
+
+}  // namespace
+
+int main()
+{
+    return 1;
+}

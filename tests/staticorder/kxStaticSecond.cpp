@@ -1,0 +1,7 @@
+#include "tests/staticorder/kxStaticCheck.h"
+
+namespace {
+
+kxStaticCheck check("second unit");
+
+}  // namespace
