@@ -53,7 +53,9 @@ TEST(kxArgumentParser, CutsACommandLineIntoOptionsAndArguments)
     } cases[] = {
         {"nothing", "", {}, {}},
         {"the program alone", "prog ", {"prog"}, {}},
-        {"values run up to the next option", "prog -URL tcp::1 extra -ping", {"prog", "tcp::1", "extra"},
+        {"values run up to the next option",
+         "prog -URL tcp::1 extra -ping",
+         {"prog", "tcp::1", "extra"},
          {"URL@1+2", "ping@3+0"}},
         {"any white space separates", "a\t-b\r\n c", {"a", "c"}, {"b@1+1"}},
         {"a negative number is a value", "p -n -5 -2.5 -3e2", {"p", "-5", "-2.5", "-3e2"}, {"n@1+3"}},

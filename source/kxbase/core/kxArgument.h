@@ -29,8 +29,8 @@ public:
     constexpr kxArgument() noexcept : integer_(0) {}
     constexpr kxArgument(double value) noexcept : kind_(KX_ARGUMENT_DOUBLE), double_(value) {}
     template <typename T>
-        requires std::integral<T> || (std::is_enum_v<T> && std::is_convertible_v<T, int>)
-    constexpr kxArgument(T value) noexcept
+    requires std::integral<T> ||
+        (std::is_enum_v<T>&& std::is_convertible_v<T, int>)constexpr kxArgument(T value) noexcept
         : kind_(T(-1) < T(0) ? KX_ARGUMENT_SIGNED : KX_ARGUMENT_UNSIGNED),
           integer_(static_cast<std::uint64_t>(value))
     {}
