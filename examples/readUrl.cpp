@@ -1,4 +1,5 @@
-// Counts the bytes and the lines that a URL delivers; without an argument, those of this program's own file.
+// Counts the bytes and the lines of a file, a pipe or a device until it ends; without an argument, those of this
+// program itself.
 
 #include "kxbase/kxbase.h"
 
@@ -13,7 +14,9 @@ int main(int argumentCount, char** arguments)
     unsigned long long bytes = 0;
     unsigned long long lines = 0;
     char block[65536];
-    while (const std::uint32_t count = input->read(block, sizeof(block))) {
+    while (!input->hasError()) {
+        if (input->length() == 0) continue;  // nothing yet, or the end, which is then an error
+        const std::uint32_t count = input->read(block, sizeof(block));
         bytes += count;
         lines += static_cast<unsigned long long>(std::count(block, block + count, '\n'));
     }

@@ -1,5 +1,6 @@
 #include "kxbase/lex/kxArgumentParser.h"
 
+#include "kxbase/core/kxFatalError.h"
 #include "support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
@@ -67,7 +68,8 @@ TEST(kxArgumentParser, CutsACommandLineIntoOptionsAndArguments)
         {"pieces that touch are glued", "a'b c'd\"e f\"", {"ab cde f"}, {}},
         {"all quotes at both ends go", "''x'' \"\"\"y\"\"\"", {"x", "y"}, {}},
         {"the other kind stays", "'\"x\"' \"it's\"", {"\"x\"", "it's"}, {}},
-        {"a quote without partner is ordinary", "it's here", {"it's", "here"}, {}},
+        {"a quote without partner is ordinary", "it's 'here", {"its here"}, {}},
+        {"wherever it stands", "\"x 'y", {"\"x", "'y"}, {}},
         {"nothing but quotes is no word", "'' \"\" x", {"x"}, {}},
         {"a quoted option is one", "p '-a b'", {"p"}, {"a b@1+0"}},
     };
@@ -123,6 +125,10 @@ TEST(kxArgumentParser, ServesOtherPrefixesAndParsesAgain)
     parser.setArguments("q");
     EXPECT_EQ(argumentsOf(parser), Words({"q"}));
     EXPECT_EQ(optionsOf(parser), Words());
+    parser.setArguments("'x y' +z", "+");
+    parser.setArguments(parser.getArguments().at(0)->getValue(), parser.getOptions().at(0)->getName());
+    EXPECT_EQ(argumentsOf(parser), Words({"x", "y"})) << "of its own texts";
+    EXPECT_THROW(parserOf({std::string(65536, 'x')}), kxFatalError);
 }
 
 TEST(kxArgumentParser, AMissingValueIsTheDefaultOrAnError)

@@ -68,13 +68,13 @@ TEST(kxReadWriteMutex, ReadersShareAndAWriterExcludes)
 
 TEST(kxSemaphore, AMaximumMakesTheNextHolderWait)
 {
-    kxSemaphore semaphore({.maximum = 2});
-    semaphore.acquire(0);
-    semaphore.acquire(0);
-    Attempt third([&] { semaphore.acquire(0); });
+    kxReadWriteMutex semaphore({.maximum = 2});
+    semaphore.readLock();
+    semaphore.readLock();
+    Attempt third([&] { semaphore.readLock(); });
     EXPECT_FALSE(third.isDoneWithin(kShort));
     const auto released = Clock::now();
-    semaphore.release();
+    semaphore.unlock();
     EXPECT_TRUE(third.isDoneWithin(kLong));
     EXPECT_LT(Clock::now() - released, std::chrono::milliseconds(80)) << "woken, not timed out";
 }
@@ -107,6 +107,8 @@ TEST(kxEvent, WakesWaitersAndConsumesTheLockThatTheyHold)
 {
     kxEvent event;
     EXPECT_FALSE(event.wait(1, false));
+    EXPECT_FALSE(event.wait(1, true)) << "a lock that is not held is taken";
+    EXPECT_EQ(event.lockCount(), 0U);
     event.lock();
     event.lock();
     Attempt signaller([&] {

@@ -174,6 +174,12 @@ TEST_F(kxRelayProcessTest, AFullDiskAndABrokenPipeDoNotPassSilently)
               "\rKorvexSDK Warning::" +
                   std::to_string(lost) + " bytes could not be written to file '/dev/full' and are lost\n");
 
+    kxProcessOptions full = optionsOf({"-URL", "file:in"});
+    full.output = kxProcessStream::file("/dev/full");
+    kxProcess console(KX_TEST_TOOL, full);
+    EXPECT_EQ(console.wait(), kxExited(0));
+    EXPECT_EQ(console.error(), "Could not write to the console (No space left on device)\n");
+
     int ends[2];
     ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     ::close(ends[0]);

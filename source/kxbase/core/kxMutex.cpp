@@ -29,7 +29,7 @@ bool kxMutex::tryLock()
 
 void kxMutex::unlock()
 {
-    if (!isHeldBy(kxPlatformThreadId())) return;
+    if (!isHeldByCaller()) return;
     const std::uint32_t left = lockCount() - 1;
     lockCount_.store(left, std::memory_order_relaxed);
     if (left == 0) leave();
@@ -46,6 +46,11 @@ std::uint32_t kxMutex::unlockAll()
 void kxMutex::lockTimes(std::uint32_t count)
 {
     for (; count != 0; --count) lock();
+}
+
+bool kxMutex::isHeldByCaller() const
+{
+    return isHeldBy(kxPlatformThreadId());
 }
 
 std::uint32_t kxMutex::owner() const noexcept

@@ -31,6 +31,7 @@ public:
     std::uint32_t lockCount() const noexcept { return lockCount_.load(std::memory_order_relaxed); }
 
 protected:
+    bool isHeldByCaller() const;
     // For waits: gives the lock up whatever its count and answers that count; the caller holds the lock.
     std::uint32_t unlockAll();
     // Takes the lock as often as asked.

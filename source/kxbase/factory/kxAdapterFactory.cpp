@@ -2,6 +2,7 @@
 #include "kxbase/serialize/kxSerializeAdapter.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
 #include "kxbase/serialize/kxSerializeAdapterStdIO.h"
+#include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxUrl.h"
 
 // Definition of kxSerializeAdapter::getAdapter: the one place that knows every adapter.
@@ -45,13 +46,6 @@ Adapter make(const Request& request)
     return {};
 }
 
-// Keeps texts readable, and below the limit of a string, whatever name a URL holds.
-kxString shortened(const kxString& name)
-{
-    constexpr std::uint16_t kLongest = 1000;
-    return name.length() <= kLongest ? name : name.substring(0, kLongest) + "...";
-}
-
 template <typename... Arguments>
 void warn(const Request& request, std::string_view format, const Arguments&... arguments)
 {
@@ -90,12 +84,12 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
     Adapter adapter = make(request);
     if (!adapter) {
         constexpr std::string_view kNoAdapter = "Could not create URL Adapter '%s'";
-        warn(request, kNoAdapter, shortened(url));
-        giveReason(errorOut, kxString::format(kxTranslate(kNoAdapter), shortened(url)));
+        warn(request, kNoAdapter, kxShortName(url));
+        giveReason(errorOut, kxString::format(kxTranslate(kNoAdapter), kxShortName(url)));
         return {};
     }
     if (adapter->hasError()) {
-        warn(request, "URL Adapter (%s) Error:%s", shortened(url), adapter->getError());
+        warn(request, "URL Adapter (%s) Error:%s", kxShortName(url), adapter->getError());
         giveReason(errorOut, adapter->getError());
         return {};
     }

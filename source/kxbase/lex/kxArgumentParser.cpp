@@ -5,16 +5,18 @@
 #include "kxbase/object/kxTypeTable.h"
 
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
 constexpr int kExitStatus = 99;
 
-// The words with a blank behind each. Beyond the longest text that a string holds they are cut.
+// The words with a blank behind each.
 kxString joined(std::int32_t count, const char* const* words)
 {
     std::string line;
     for (std::int32_t index = 0; index < count; ++index) line.append(words[index]).append(1, ' ');
+    if (line.size() > KX_STRING_MAX_LENGTH) kxRaiseFatal("Too many characters in kxString");
     return kxString(line);
 }
 
@@ -46,17 +48,19 @@ const kxType& kxArgumentParser::kxArgArgument::getType() const
 kxArgumentParser::kxArgumentParser(std::int32_t argumentCount, const char* const* arguments,
                                    const kxString& prefix)
 {
+    options_.setReuse(true);
+    arguments_.setReuse(true);
     setArguments(joined(argumentCount, arguments), prefix);
 }
 
 kxArgumentParser::~kxArgumentParser() = default;
 
-void kxArgumentParser::setArguments(const kxString& commandLine, const kxString& prefix)
+void kxArgumentParser::setArguments(kxString commandLine, const kxString prefix)
 {
     errorText_ = kxString();
     options_.clear();
     arguments_.clear();
-    argumentString_ = commandLine;
+    argumentString_ = std::move(commandLine);
     kxWordSplitter splitter(argumentString_);
     for (std::string word; splitter.next(word);) record(kxString(word), prefix);
 }

@@ -24,12 +24,12 @@ public:
     class kxArgArgument;
 
     // Joins the words with blanks and parses the result: what the shell grouped without quotes of its own is
-    // taken apart again.
+    // taken apart again. More than 65535 bytes are a fatal error.
     kxArgumentParser(std::int32_t argumentCount, const char* const* arguments, const kxString& prefix = "-");
     virtual ~kxArgumentParser();
 
-    // Replaces everything parsed so far.
-    void setArguments(const kxString& commandLine, const kxString& prefix = "-");
+    // Replaces everything parsed so far. The texts are copied first, since they may be the parser's own.
+    void setArguments(kxString commandLine, kxString prefix = "-");
 
     // A value of the first option of that name; the default when there is no such option. When the option has
     // too few values: the default, or an error.

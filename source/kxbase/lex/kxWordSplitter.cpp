@@ -24,15 +24,6 @@ std::size_t quotedLength(std::string_view text)
     return partner == std::string_view::npos ? 0 : partner + 1;
 }
 
-std::string_view withoutOuterQuotes(std::string_view token)
-{
-    if (!isQuote(token.front())) return token;
-    const char quote = token.front();
-    const std::size_t begin = token.find_first_not_of(quote);
-    if (begin == std::string_view::npos) return {};
-    return token.substr(begin, token.find_last_not_of(quote) + 1 - begin);
-}
-
 }  // namespace
 
 bool kxWordSplitter::next(std::string& word)
@@ -40,7 +31,7 @@ bool kxWordSplitter::next(std::string& word)
     word.clear();
     while (!rest_.empty()) {
         if (!isWhiteSpace(rest_.front())) {
-            word += withoutOuterQuotes(takeToken());
+            word += takePiece();
         } else {
             rest_.remove_prefix(1);
             if (!word.empty()) return true;
@@ -49,18 +40,16 @@ bool kxWordSplitter::next(std::string& word)
     return !word.empty();
 }
 
-// Takes a quoted piece whole, or everything up to white space or to the next quoted piece.
-std::string_view kxWordSplitter::takeToken()
+// Takes what stands in quotes, or everything up to white space or to the next quoted piece.
+std::string_view kxWordSplitter::takePiece()
 {
-    std::size_t length = quotedLength(rest_);
-    if (length == 0) {
-        length = 1;
-        while (length < rest_.size() && !isWhiteSpace(rest_[length]) &&
-               quotedLength(rest_.substr(length)) == 0) {
-            ++length;
-        }
+    const std::size_t quoted = quotedLength(rest_);
+    std::size_t length = quoted != 0 ? quoted : 1;
+    while (quoted == 0 && length < rest_.size() && !isWhiteSpace(rest_[length]) &&
+           quotedLength(rest_.substr(length)) == 0) {
+        ++length;
     }
-    const std::string_view token = rest_.substr(0, length);
+    const std::string_view piece = quoted != 0 ? rest_.substr(1, quoted - 2) : rest_.substr(0, length);
     rest_.remove_prefix(length);
-    return token;
+    return piece;
 }

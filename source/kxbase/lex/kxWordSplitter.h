@@ -1,8 +1,7 @@
 // Cuts a command line into words: white space outside quotes separates them.
 //
-// A piece in quotes, '...' or "...", is one token with the white space inside; a quote whose partner is
-// missing is an ordinary character. Tokens that touch make one word. A token that begins with a quote loses
-// all quotes of that kind at both of its ends.
+// A piece in quotes, '...' or "...", keeps its white space and loses its quotes; a quote whose partner is
+// missing is an ordinary character. Pieces that touch make one word, so that ''x'' is x.
 //
 // Ownership: refers to the text, which must outlive the splitter.
 // Threads:   a plain value.
@@ -20,7 +19,7 @@ public:
     bool next(std::string& word);
 
 private:
-    std::string_view takeToken();
+    std::string_view takePiece();
 
     std::string_view rest_;
 };

@@ -97,7 +97,7 @@ void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgu
 {
     if (!passes(level) || Delivery::depth >= kDeepestNesting) return;
     const Delivery delivery(*this);
-    while (!deliver(level, format, arguments)) makeDefaultReceiver();
+    while (!deliver(level, format, arguments)) addDefaultReceiver();
 }
 
 // Answers false when there is nobody to deliver to.
@@ -133,12 +133,18 @@ kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
     return translated.isEmpty() ? kxString(text) : translated;
 }
 
-void kxMessageManager::makeDefaultReceiver()
+DefaultMessageReceiver& kxMessageManager::defaultReceiver()
 {
     const kxBodyGuard guard(defaultReceiverLock_);
     if (defaultReceiver_ == nullptr) defaultReceiver_ = new DefaultMessageReceiver;
+    return *defaultReceiver_;
+}
+
+void kxMessageManager::addDefaultReceiver()
+{
+    DefaultMessageReceiver& receiver = defaultReceiver();
     const kxBodyWriteGuard writing(receiversLock_);
-    if (receivers_.empty()) receivers_.push_back(defaultReceiver_);
+    if (receivers_.empty()) receivers_.push_back(&receiver);
 }
 
 void kxMessageManager::setSender(const kxString& sender)

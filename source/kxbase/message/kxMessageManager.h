@@ -20,6 +20,8 @@
 #include <atomic>
 #include <vector>
 
+class DefaultMessageReceiver;
+
 class kxMessageManager {
 public:
     // Made on first use and never destroyed.
@@ -39,6 +41,8 @@ public:
     // Adding a receiver that is there already changes nothing.
     void addReceiver(kxMessageReceiverInterface& receiver);
     void removeReceiver(kxMessageReceiverInterface& receiver);
+    // The receiver that the first message adds when there is none; it may be switched off or removed.
+    DefaultMessageReceiver& defaultReceiver();
     // Null for none. Set before other threads send.
     void setTranslator(kxMessageTranslatorInterface* translator) { translator_.store(translator); }
     // The translation of a text, or the text itself when there is none.
@@ -52,7 +56,7 @@ private:
     bool passes(std::uint32_t level) const;
     kxString finishedText(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     bool deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments);
-    void makeDefaultReceiver();
+    void addDefaultReceiver();
     void change(const Change& change);
     void apply(const Change& change);
 
@@ -63,5 +67,5 @@ private:
     kxReadWriteMutex receiversLock_;
     std::vector<kxMessageReceiverInterface*> receivers_;
     kxMutex defaultReceiverLock_;  // taken before receiversLock_ for writing
-    kxMessageReceiverInterface* defaultReceiver_ = nullptr;
+    DefaultMessageReceiver* defaultReceiver_ = nullptr;
 };

@@ -1,9 +1,8 @@
 #include "kxbase/message/kxMessagePrefix.h"
 
 #include "kxbase/core/kxMessageLevel.h"
+#include "kxbase/string/kxString.h"
 
-#include <algorithm>
-#include <cctype>
 #include <charconv>
 
 namespace {
@@ -25,13 +24,6 @@ constexpr struct {
     {KX_MESSAGE_WARNING, " Internal Warning::"}, {KX_MESSAGE_FATAL, " Internal Fatal::"},
     {KX_MESSAGE_ASSERT, " Internal Assert::"},   {KX_MESSAGE_ALWAYS, " Internal Always::"},
 };
-
-bool equalsIgnoreCase(std::string_view left, std::string_view right)
-{
-    const auto lower = [](char letter) { return std::tolower(static_cast<unsigned char>(letter)); };
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [lower](char a, char b) { return lower(a) == lower(b); });
-}
 
 bool parseNumber(std::string_view text, std::uint32_t& number)
 {
@@ -59,10 +51,11 @@ std::uint32_t kxMessageLevelNamed(std::string_view setting, std::uint32_t fallba
     if (parseNumber(setting, number)) return number;
 
     constexpr std::string_view kInternalWord = "Internal ";
-    const bool isInternal = equalsIgnoreCase(setting.substr(0, kInternalWord.size()), kInternalWord);
+    const bool isInternal = kxString(setting.substr(0, kInternalWord.size())).equalsIgnoreCase(kInternalWord);
     if (isInternal) setting.remove_prefix(kInternalWord.size());
     for (const auto& row : kLevels) {
-        if (equalsIgnoreCase(setting, row.name())) return row.level | (isInternal ? KX_MESSAGE_INTERNAL : 0);
+        if (kxString(setting).equalsIgnoreCase(row.name()))
+            return row.level | (isInternal ? KX_MESSAGE_INTERNAL : 0);
     }
     return fallback;
 }

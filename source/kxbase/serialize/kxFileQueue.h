@@ -20,6 +20,13 @@ public:
     std::uint8_t* room(std::uint32_t count);
     void commit(std::uint32_t count) { end_ += count; }
 
+    void append(std::uint8_t byte)
+    {
+        if (begin_ != end_ && end_ != storage_.size())
+            storage_.data()[end_++] = byte;
+        else
+            append(&byte, 1);
+    }
     void append(const std::uint8_t* bytes, std::uint32_t count);
     std::uint8_t takeByte() { return storage_.data()[begin_++]; }
     // Takes up to `count` bytes from the front; answers how many.

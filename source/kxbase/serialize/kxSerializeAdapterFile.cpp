@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxSystemError.h"
 
 #include <algorithm>
@@ -57,8 +58,9 @@ void kxSerializeAdapterFile::open()
 
 void kxSerializeAdapterFile::couldNotOpen(std::string_view purpose, kxPlatformError error)
 {
-    setError(kxWithSystemError(
-        kxString::format("%s%s%s", kxTranslate("Could not open '"), fileName_, kxTranslate(purpose)), error));
+    setError(kxWithSystemError(kxString::format("%s%s%s", kxTranslate("Could not open '"),
+                                                kxShortName(fileName_), kxTranslate(purpose)),
+                               error));
 }
 
 void kxSerializeAdapterFile::setBlockReading(bool reads)
@@ -89,7 +91,10 @@ bool kxSerializeAdapterFile::mayWrite() const
 
 void kxSerializeAdapterFile::writeByte(std::uint8_t byte)
 {
-    writeBlock(&byte, 1);
+    if (isWriting() && queue_.length() < kBlockBytes)
+        queue_.append(byte);
+    else
+        writeBlock(&byte, 1);
 }
 
 void kxSerializeAdapterFile::writeBlock(const void* bytes, std::uint32_t count)
@@ -127,7 +132,7 @@ bool kxSerializeAdapterFile::makeRoom()
 bool kxSerializeAdapterFile::flushQueue()
 {
     if (!isOpen()) {
-        setError(kxString::format("%s%s'", kxTranslate("Could not flush to file '"), fileName_));
+        setError(kxString::format("%s%s'", kxTranslate("Could not flush to file '"), kxShortName(fileName_)));
         return false;
     }
     if (!queue_.isEmpty()) queue_.drop(writeOut(queue_.data(), queue_.length()));
@@ -146,8 +151,8 @@ std::uint32_t kxSerializeAdapterFile::writeOut(const std::uint8_t* bytes, std::u
 
 void kxSerializeAdapterFile::couldNotWrite(kxPlatformError error)
 {
-    setError(kxWithSystemError(kxString::format("%s%s'", kxTranslate("Could not flush to file '"), fileName_),
-                               error));
+    setError(kxWithSystemError(
+        kxString::format("%s%s'", kxTranslate("Could not flush to file '"), kxShortName(fileName_)), error));
     if (!std::exchange(writeHasFailed_, true)) kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }
 
@@ -161,7 +166,7 @@ void kxSerializeAdapterFile::close()
     if (isWriting()) lostBytes_ += queue_.length();
     if (lostBytes_ != 0) {
         kxMessage(KX_MESSAGE_WARNING, "%u bytes could not be written to file '%s' and are lost", lostBytes_,
-                  fileName_);
+                  kxShortName(fileName_));
     }
 }
 
@@ -197,6 +202,7 @@ std::uint32_t kxSerializeAdapterFile::streamLength()
 
 std::uint8_t kxSerializeAdapterFile::readByte()
 {
+    if (!queue_.isEmpty() && !isWriting()) return queue_.takeByte();
     std::uint8_t byte = 0;
     if (!mayRead()) return byte;
     if (stream_) {
@@ -204,7 +210,7 @@ std::uint8_t kxSerializeAdapterFile::readByte()
         noticeStreamEnd();
         return byte;
     }
-    if (queue_.isEmpty()) fetch();
+    fetch();
     if (!queue_.isEmpty()) return queue_.takeByte();
     endWasMet_ = true;
     return byte;
@@ -283,6 +289,7 @@ std::uint32_t kxSerializeAdapterFile::fetchInto(std::uint8_t* bytes, std::uint32
 void kxSerializeAdapterFile::tellReadError()
 {
     setError(kxWithSystemError(
-        kxString::format("%s%s'", kxTranslate("Could not read from file '"), fileName_), readError_));
+        kxString::format("%s%s'", kxTranslate("Could not read from file '"), kxShortName(fileName_)),
+        readError_));
     kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }

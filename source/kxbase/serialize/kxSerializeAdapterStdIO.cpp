@@ -70,7 +70,10 @@ void kxSerializeAdapterStdIO::writeOut(const void* bytes, std::uint32_t count)
     if (written.error == 0) return;
     const bool isFirst = !hasError();
     setError(kxWithSystemError(kxTranslate("Could not write to the console"), written.error));
-    if (isFirst) kxMessage(KX_MESSAGE_WARNING, "%s", getError());
+    if (!isFirst) return;
+    kxMessage(KX_MESSAGE_WARNING, "%s", getError());
+    // The message itself may have gone to the same place.
+    std::fprintf(stderr, "%s\n", getError().text());
 }
 
 std::uint32_t kxSerializeAdapterStdIO::getDataLength()
@@ -129,9 +132,11 @@ bool kxSerializeAdapterStdIO::hasError()
     if (kxSerializeAdapter::hasError()) return true;
     if (!input_.hasEnded() || hasPushBack()) return false;
     // A terminal that hung up has ended, whatever the system says of it.
-    if (input_.error() == 0 || readsTerminal_)
+    if (input_.error() == 0 || readsTerminal_) {
         setError(kxTranslate("End of file"));
-    else
-        setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
+        return true;
+    }
+    setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
+    kxMessage(KX_MESSAGE_WARNING, "%s", getError());
     return true;
 }

@@ -9,7 +9,7 @@
 // Threads:   takes no lock; one thread at a time.
 // Errors:    the end of the input is noticed by looking for data, never by opening: when everything before has
 //            been read, hasError() is true and the text "End of file". In the background no key is seen. A failed write sets the error text and is told
-//            in a Warning.
+//            in a Warning, and on standard error as well; a failed read is told in a Warning.
 //
 // After a hundred looks in a row that found nothing, each further look waits up to a millisecond.
 #pragma once

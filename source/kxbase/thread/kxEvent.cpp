@@ -16,7 +16,7 @@ void kxEvent::signal()
 
 bool kxEvent::wait(std::uint32_t milliseconds, bool alreadyLocked)
 {
-    if (!alreadyLocked) lock();
+    if (!alreadyLocked || !isHeldByCaller()) lock();
     const std::uint32_t generation = generation_.load(std::memory_order_acquire);
     const std::uint32_t locks = unlockAll();
     const bool woken = kxPlatformWaitWhile(generation_, generation, milliseconds);

@@ -8,6 +8,8 @@
 
 class kxReadWriteMutex : public kxSemaphore {
 public:
+    using kxSemaphore::kxSemaphore;
+
     void readLock();
     void writeLock();
     void unlock() { release(); }
