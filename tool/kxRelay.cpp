@@ -34,7 +34,7 @@ bool kxRelay::turn()
 void kxRelay::move(kxSerializeAdapter& source, kxSerializeAdapter& target)
 {
     if (source.length() == 0) return;
-    const std::uint32_t count = source.length();
+    const std::uint32_t count = source.length();  // asked again: more may have come
     const kxTransferBuffer buffer(count);
     const std::uint32_t taken = source.read(buffer.data(), count);
     if (taken == 0) return;

@@ -20,7 +20,7 @@ public:
     bool turn();
     void writeNotice();
 
-    // Writes a ping, six characters and a zero byte; nothing is flushed.
+    // Writes a ping, six characters and a zero byte, and flushes nothing: an output that buffers keeps it.
     static void writePing(kxSerializeAdapter& output);
 
 private:

@@ -42,6 +42,7 @@ void relay(int argumentCount, const char* const* arguments)
     kxArgumentParser parser(argumentCount, arguments, "-");
     const kxString inputUrl = parser.getOptionValue("URL", kDefaultInputUrl);
     Adapter input = kxSerializeAdapter::getAdapter(inputUrl, KX_SERIALIZE_INPUT);
+    // A bad input does not keep the output from being opened.
     const kxString outputUrl = parser.getOptionValue("output", kDefaultOutputUrl);
     Adapter output = kxSerializeAdapter::getAdapter(outputUrl, KX_SERIALIZE_OUTPUT | KX_SERIALIZE_INPUT);
     if (!isUsable(input)) {

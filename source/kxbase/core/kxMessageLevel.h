@@ -20,4 +20,9 @@ constexpr std::uint32_t KX_MESSAGE_INTERNAL = 0x0800;      // from inside the li
 constexpr std::uint32_t KX_MESSAGE_RAW = 0x0400;           // the text is used as it stands, not formatted
 constexpr std::uint32_t KX_MESSAGE_UNTRANSLATED = 0x0200;  // the translator is not asked
 
+// A level without its flags, which is what has a name.
+constexpr std::uint32_t KX_MESSAGE_LEVEL_MASK = 0xF0FF;
+// What counts of the level that is set when a message is held against it: neither flags nor bit 7.
+constexpr std::uint32_t KX_MESSAGE_SET_LEVEL_MASK = 0xF07F;
+
 constexpr std::uint32_t KX_MESSAGE_INTERNAL_WARNING = KX_MESSAGE_WARNING | KX_MESSAGE_INTERNAL;

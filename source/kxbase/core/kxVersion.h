@@ -2,6 +2,5 @@
 #pragma once
 
 constexpr const char* KX_LIBRARY_VERSION = "2.10.5";
-// Name of the library's unit, and the module under which its texts are translated.
-constexpr const char* KX_LIBRARY_NAME = "kxbase";
+// The module under which the library's texts are translated.
 constexpr const char* KX_MODULE_NAME = "KorvexSDK";

@@ -1,7 +1,9 @@
 // Writes messages to standard output: a carriage return, the sender with the level's prefix, the text and a
 // line feed. The carriage return overwrites a progress line.
 //
-// Threads: called by several threads at once; the two writes of one message stay together.
+// Sender and prefix are cut at 1023 bytes, the text is not.
+//
+// Threads: called by several threads at once; messages are not mixed with each other.
 // Errors:  what standard output does not take is dropped.
 #pragma once
 
@@ -10,6 +12,7 @@
 
 class DefaultMessageReceiver : public kxMessageReceiverInterface {
 public:
+    // The mutex could raise, receivers must not.
     ~DefaultMessageReceiver() noexcept override {}
     void receive(const kxString& sender, std::uint32_t level, const kxString& text) override;
 

@@ -18,7 +18,6 @@
 namespace {
 
 constexpr const char* kLevelVariable = "KORVEX_MESSAGE_LEVEL";
-constexpr std::uint32_t kSetLevelMask = 0xF07F;
 constexpr std::uint32_t kDeepestNesting = 16;
 
 std::uint32_t levelFromEnvironment()
@@ -56,7 +55,7 @@ struct kxMessageManager::Delivery {
         return last != waiting->rend() && last->kind == Change::REMOVE;
     }
 
-    static void wait(const Change& change)
+    static void postpone(const Change& change)
     {
         if (waiting == nullptr) waiting = new Changes;
         waiting->push_back(change);
@@ -90,7 +89,8 @@ bool kxMessageManager::passes(std::uint32_t level) const
 {
     const std::uint32_t wanted = this->level();
     const bool isHidden = (level & ~wanted & KX_MESSAGE_INTERNAL) != 0;
-    return level >= (wanted & kSetLevelMask) && !isHidden && enabled_.load(std::memory_order_relaxed);
+    return level >= (wanted & KX_MESSAGE_SET_LEVEL_MASK) && !isHidden &&
+           enabled_.load(std::memory_order_relaxed);
 }
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
@@ -165,7 +165,7 @@ void kxMessageManager::removeReceiver(kxMessageReceiverInterface& receiver)
 void kxMessageManager::change(const Change& change)
 {
     if (Delivery::isInside())
-        Delivery::wait(change);
+        Delivery::postpone(change);
     else
         apply(change);
 }

@@ -7,6 +7,8 @@
 // Threads:   every operation may be called from any thread, also before main and after it. A removal waits for
 //            deliveries on other threads. From inside a receiver, additions and removals take effect when the
 //            outermost delivery of that thread is over; a receiver removed there is not called again by it.
+//            Receivers and the translator are called with the list locked for reading, so they must not wait
+//            for a thread that adds or removes receivers.
 // Errors:    sending never throws because of the message; a fault in the formatting becomes a further message.
 //            Receivers that send are nested at most 16 deep, deeper messages are dropped.
 #pragma once

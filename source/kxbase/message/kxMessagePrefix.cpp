@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr std::uint32_t kLevelWithoutFlags = 0xF0FF;
 constexpr std::string_view kInternal = " Internal";
 constexpr std::string_view kInternalAlone = " Internal::";
 
@@ -40,7 +39,8 @@ std::string_view kxMessagePrefix(std::uint32_t level)
 {
     const bool isInternal = (level & KX_MESSAGE_INTERNAL) != 0;
     for (const auto& row : kLevels) {
-        if (row.level == (level & kLevelWithoutFlags)) return isInternal ? row.internalPrefix : row.prefix();
+        if (row.level == (level & KX_MESSAGE_LEVEL_MASK))
+            return isInternal ? row.internalPrefix : row.prefix();
     }
     return isInternal ? kInternalAlone : std::string_view();
 }

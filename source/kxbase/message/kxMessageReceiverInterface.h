@@ -10,5 +10,6 @@
 class kxMessageReceiverInterface {
 public:
     virtual ~kxMessageReceiverInterface() = default;
+    // `level` carries the flags; `text` has no prefix.
     virtual void receive(const kxString& sender, std::uint32_t level, const kxString& text) = 0;
 };

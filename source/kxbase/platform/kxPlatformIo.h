@@ -12,7 +12,7 @@ extern const kxPlatformError KX_PLATFORM_INVALID_ARGUMENT;
 // Writes the system's description of a failure as terminated text, cut to the buffer.
 void kxPlatformErrorText(kxPlatformError error, char* buffer, std::size_t sizeBytes);
 
-// Bytes moved, or -1 with `error` set.
+// Bytes moved. A read that fails gives -1, a write that fails the bytes written before; then `error` is set.
 struct kxPlatformIoResult {
     std::int64_t count;
     kxPlatformError error;

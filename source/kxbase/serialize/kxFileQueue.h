@@ -22,6 +22,7 @@ public:
 
     void append(std::uint8_t byte)
     {
+        // An empty queue starts again at the beginning of its storage, which room() sees to.
         if (begin_ != end_ && end_ != storage_.size())
             storage_.data()[end_++] = byte;
         else

@@ -8,7 +8,8 @@
 // Threads:   the reference count is thread-safe. Reading and writing take no lock: one thread at a time,
 //            unless a concrete adapter says otherwise.
 // Errors:    nothing is thrown. The error state is the error text: empty means none, and once set it stays.
-//            Reading from an exhausted adapter gives fewer bytes than asked.
+//            Ask hasError() before getError(): some adapters write the text only then. Reading from an
+//            exhausted adapter gives fewer bytes than asked.
 // Units:     counts are in bytes; a length beyond 4294967295 is given as 4294967295.
 #pragma once
 
@@ -27,8 +28,8 @@
 class kxSerializeAdapter : public kxThreadSafeReference, public kxNameInterface {
 public:
     // Makes the adapter that a URL names.
-    // `mode` is KX_SERIALIZE_OUTPUT, KX_SERIALIZE_INPUT or their sum; `flags` are kept on the adapter, and
-    // KX_SERIALIZE_SILENT keeps the factory from sending Warnings; `context` is a text of the caller's, kept
+    // `mode` is KX_SERIALIZE_OUTPUT, KX_SERIALIZE_INPUT or their sum; `flags` are kept on the adapter, but for
+    // KX_SERIALIZE_SILENT, which keeps the factory from sending Warnings; `context` is a text of the caller's, kept
     // on the adapter. Answers null when no working adapter could be made, and then writes the reason to
     // `errorOut` when one is given. Never throws for a bad URL.
     static kxRefPointer<kxSerializeAdapter> getAdapter(const kxString& url, std::uint32_t mode,
@@ -68,7 +69,11 @@ public:
     virtual std::uint32_t getDataLength();
     virtual bool hasData();
 
-    // Bytes that can be read now without waiting, pushed-back ones included.
+    // What callers use; each serves pushed-back bytes first and rests on the operations above, which a concrete
+    // adapter supplies and which know nothing of pushed-back bytes.
+
+    // Bytes that can be read now, pushed-back ones included. An adapter may wait a moment for the first of them,
+    // so that a loop over its length does not burn a processor.
     std::uint32_t length();
     // Reads up to `count` bytes, pushed-back ones first; answers how many were read. A null buffer throws
     // exactly `count` bytes away instead and answers `count`.
@@ -84,7 +89,7 @@ public:
     // 0 asks isActive(), 1 asks hasData().
     bool ensureData(std::uint32_t count);
 
-    // Where the adapter came from, as the factory recorded it.
+    // Where the adapter came from, as the factory recorded it; the scheme ends with its colon.
     std::uint32_t getFlags() const { return flags_; }
     const kxString& getScheme() const { return scheme_; }
     const kxString& getAddress() const { return address_; }

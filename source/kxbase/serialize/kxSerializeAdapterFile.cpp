@@ -56,11 +56,15 @@ void kxSerializeAdapterFile::open()
     if (!isWriting() && !opened.hasSize) stream_.emplace(file_);
 }
 
+// Of a text about the file, the fixed pieces are translated, its name never.
+kxString kxSerializeAdapterFile::aboutFile(std::string_view before, std::string_view behind) const
+{
+    return kxString::format("%s%s%s", kxTranslate(before), kxShortName(fileName_), kxTranslate(behind));
+}
+
 void kxSerializeAdapterFile::couldNotOpen(std::string_view purpose, kxPlatformError error)
 {
-    setError(kxWithSystemError(kxString::format("%s%s%s", kxTranslate("Could not open '"),
-                                                kxShortName(fileName_), kxTranslate(purpose)),
-                               error));
+    setError(kxWithSystemError(aboutFile("Could not open '", purpose), error));
 }
 
 void kxSerializeAdapterFile::setBlockReading(bool reads)
@@ -132,7 +136,7 @@ bool kxSerializeAdapterFile::makeRoom()
 bool kxSerializeAdapterFile::flushQueue()
 {
     if (!isOpen()) {
-        setError(kxString::format("%s%s'", kxTranslate("Could not flush to file '"), kxShortName(fileName_)));
+        setError(aboutFile("Could not flush to file '", "'"));
         return false;
     }
     if (!queue_.isEmpty()) queue_.drop(writeOut(queue_.data(), queue_.length()));
@@ -151,8 +155,7 @@ std::uint32_t kxSerializeAdapterFile::writeOut(const std::uint8_t* bytes, std::u
 
 void kxSerializeAdapterFile::couldNotWrite(kxPlatformError error)
 {
-    setError(kxWithSystemError(
-        kxString::format("%s%s'", kxTranslate("Could not flush to file '"), kxShortName(fileName_)), error));
+    setError(kxWithSystemError(aboutFile("Could not flush to file '", "'"), error));
     if (!std::exchange(writeHasFailed_, true)) kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }
 
@@ -182,22 +185,10 @@ bool kxSerializeAdapterFile::mayRead() const
 std::uint32_t kxSerializeAdapterFile::getDataLength()
 {
     if (isWriting() || !isOpen()) return 0;
-    if (stream_) return streamLength();
-    const std::uint64_t left = queue_.length() + remaining_;
-    if (left == 0) endWasMet_ = true;
+    const std::uint64_t left = stream_ ? stream_->length() : queue_.length() + remaining_;
+    if (left == 0) noticeEnd();
     return static_cast<std::uint32_t>(
         std::min<std::uint64_t>(left, std::numeric_limits<std::uint32_t>::max()));
-}
-
-std::uint32_t kxSerializeAdapterFile::streamLength()
-{
-    const std::uint32_t ready = stream_->look(pace_.waitMilliseconds());
-    if (ready != 0)
-        pace_.moved();
-    else
-        pace_.foundNothing();
-    noticeStreamEnd();
-    return ready;
 }
 
 std::uint8_t kxSerializeAdapterFile::readByte()
@@ -205,14 +196,10 @@ std::uint8_t kxSerializeAdapterFile::readByte()
     if (!queue_.isEmpty() && !isWriting()) return queue_.takeByte();
     std::uint8_t byte = 0;
     if (!mayRead()) return byte;
-    if (stream_) {
-        stream_->read(&byte, 1);
-        noticeStreamEnd();
-        return byte;
-    }
+    if (stream_ && stream_->read(&byte, 1) == 1) return byte;
     fetch();
     if (!queue_.isEmpty()) return queue_.takeByte();
-    endWasMet_ = true;
+    noticeEnd();
     return byte;
 }
 
@@ -220,8 +207,8 @@ std::uint32_t kxSerializeAdapterFile::readBlock(void* bytes, std::uint32_t count
 {
     if (!mayRead()) return 0;
     auto* const begin = static_cast<std::uint8_t*>(bytes);
-    const std::uint32_t taken = stream_ ? readStream(begin, count) : readFile(begin, count);
-    if (taken < count && !stream_) endWasMet_ = true;
+    const std::uint32_t taken = stream_ ? stream_->readReady(begin, count) : readFile(begin, count);
+    if (taken < count) noticeEnd();
     return taken;
 }
 
@@ -231,8 +218,8 @@ std::uint32_t kxSerializeAdapterFile::readFile(std::uint8_t* bytes, std::uint32_
     while (taken < count && remaining_ != 0) {
         const std::uint32_t left = count - taken;
         // What would be fetched and taken whole need not pass through the queue.
-        if (left >= fetchBytes()) {
-            taken += fetchInto(bytes + taken, fetchBytes());
+        if (left >= nextFetchSize()) {
+            taken += fetchInto(bytes + taken, nextFetchSize());
         } else {
             fetch();
             taken += queue_.take(bytes + taken, left);
@@ -241,34 +228,23 @@ std::uint32_t kxSerializeAdapterFile::readFile(std::uint8_t* bytes, std::uint32_
     return taken;
 }
 
-std::uint32_t kxSerializeAdapterFile::readStream(std::uint8_t* bytes, std::uint32_t count)
+// Remembers that somebody asked for more than there is. A stream that has nothing ready has not ended yet.
+void kxSerializeAdapterFile::noticeEnd()
 {
-    std::uint32_t taken = 0;
-    while (taken < count) {
-        const std::uint32_t ready = stream_->look(0);
-        if (ready == 0) break;
-        taken += stream_->read(bytes + taken, std::min(ready, count - taken));
-    }
-    noticeStreamEnd();
-    return taken;
-}
-
-void kxSerializeAdapterFile::noticeStreamEnd()
-{
-    if (!stream_->hasEnded()) return;
+    if (stream_ && !stream_->hasEnded()) return;
     endWasMet_ = true;
-    readError_ = stream_->error();
+    if (stream_) readError_ = stream_->error();
 }
 
 // Bytes that the next fetch asks the file for.
-std::uint32_t kxSerializeAdapterFile::fetchBytes() const
+std::uint32_t kxSerializeAdapterFile::nextFetchSize() const
 {
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(remaining_, blockReading_ ? kBlockBytes : 1));
 }
 
 void kxSerializeAdapterFile::fetch()
 {
-    const std::uint32_t wanted = fetchBytes();
+    const std::uint32_t wanted = nextFetchSize();
     if (wanted != 0) queue_.commit(fetchInto(queue_.room(wanted), wanted));
 }
 
@@ -288,8 +264,6 @@ std::uint32_t kxSerializeAdapterFile::fetchInto(std::uint8_t* bytes, std::uint32
 
 void kxSerializeAdapterFile::tellReadError()
 {
-    setError(kxWithSystemError(
-        kxString::format("%s%s'", kxTranslate("Could not read from file '"), kxShortName(fileName_)),
-        readError_));
+    setError(kxWithSystemError(aboutFile("Could not read from file '", "'"), readError_));
     kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }

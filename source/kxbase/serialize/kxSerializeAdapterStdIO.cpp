@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <utility>
 
 namespace {
 
@@ -36,7 +36,7 @@ const kxType& kxSerializeAdapterStdIO::getType() const
 
 void kxSerializeAdapterStdIO::writeBlock(const void* bytes, std::uint32_t count)
 {
-    pace_.moved();
+    input_.dataMoved();
     // What the program itself has printed so far comes before.
     std::fflush(stdout);
     if (writesTerminal_)
@@ -68,63 +68,62 @@ void kxSerializeAdapterStdIO::writeOut(const void* bytes, std::uint32_t count)
     if (count == 0) return;
     const kxPlatformIoResult written = kxPlatformFileWrite(kxPlatformConsoleOutput(), bytes, count);
     if (written.error == 0) return;
-    const bool isFirst = !hasError();
     setError(kxWithSystemError(kxTranslate("Could not write to the console"), written.error));
-    if (!isFirst) return;
+    if (std::exchange(writeHasFailed_, true)) return;
     kxMessage(KX_MESSAGE_WARNING, "%s", getError());
     // The message itself may have gone to the same place.
     std::fprintf(stderr, "%s\n", getError().text());
 }
 
-std::uint32_t kxSerializeAdapterStdIO::getDataLength()
+// A terminal must be asked for before each look, since it may have become somebody else's meanwhile.
+bool kxSerializeAdapterStdIO::mayLook()
 {
-    const std::uint32_t ready = look(pace_.waitMilliseconds());
-    if (ready == 0)
-        pace_.foundNothing();
-    else
-        pace_.moved();
-    return readsTerminal_ ? std::min(ready, 1U) : ready;
+    if (!readsTerminal_) return true;
+    if (!kxPlatformConsoleTakeRaw()) return false;
+    hasTakenTerminal_ = true;
+    return true;
 }
 
-// Bytes that can be read now.
-std::uint32_t kxSerializeAdapterStdIO::look(std::uint32_t waitMilliseconds)
+std::uint32_t kxSerializeAdapterStdIO::getDataLength()
 {
-    if (input_.hasEnded() || (readsTerminal_ && !kxPlatformConsoleTakeRaw())) {
-        if (waitMilliseconds != 0) kxPlatformSleep(waitMilliseconds);
+    if (!mayLook()) {
+        input_.passIdleLook();
         return 0;
     }
-    hasTakenTerminal_ = readsTerminal_;
-    return input_.look(waitMilliseconds);
+    const std::uint32_t ready = input_.length();
+    return readsTerminal_ ? std::min(ready, 1U) : ready;
 }
 
 std::uint32_t kxSerializeAdapterStdIO::readBlock(void* bytes, std::uint32_t count)
 {
+    if (!mayLook()) return 0;
     auto* const begin = static_cast<std::uint8_t*>(bytes);
-    std::uint32_t taken = 0;
-    while (taken < count) {
-        const std::uint32_t ready = look(0);
-        if (ready == 0) break;
-        taken += take(begin + taken, std::min(ready, count - taken));
-    }
+    const std::uint32_t taken = input_.readReady(begin, count);
+    mapEraseKey(begin, taken);
     return taken;
 }
 
 std::uint8_t kxSerializeAdapterStdIO::readByte()
 {
     // A read that waits would sit out a stop and go on with the terminal in whatever mode it is then.
-    while (readsTerminal_ && !input_.hasEnded() && look(kKeyWaitMilliseconds) == 0) {
+    while (readsTerminal_ && !input_.hasEnded() && !isKeyWaiting()) {
     }
     std::uint8_t byte = 0;
-    take(&byte, 1);
+    mapEraseKey(&byte, input_.read(&byte, 1));
     return byte;
 }
 
-std::uint32_t kxSerializeAdapterStdIO::take(std::uint8_t* bytes, std::uint32_t count)
+bool kxSerializeAdapterStdIO::isKeyWaiting()
 {
-    const std::uint32_t taken = input_.read(bytes, count);
+    if (mayLook()) return input_.look(kKeyWaitMilliseconds) != 0;
+    kxPlatformSleep(kKeyWaitMilliseconds);
+    return false;
+}
+
+void kxSerializeAdapterStdIO::mapEraseKey(std::uint8_t* bytes, std::uint32_t count)
+{
     const int eraseKey = readsTerminal_ ? kxPlatformConsoleEraseKey() : -1;
-    if (eraseKey >= 0) std::replace(bytes, bytes + taken, static_cast<std::uint8_t>(eraseKey), kBackspace);
-    return taken;
+    if (eraseKey >= 0) std::replace(bytes, bytes + count, static_cast<std::uint8_t>(eraseKey), kBackspace);
 }
 
 bool kxSerializeAdapterStdIO::hasError()

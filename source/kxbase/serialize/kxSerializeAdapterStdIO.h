@@ -1,4 +1,4 @@
-// The console: reads keys or standard input, writes to the terminal or standard output.
+// The console, scheme "con:": reads keys or standard input, writes to the terminal or standard output.
 //
 // On a terminal, keys arrive one at a time as they are typed, unechoed: Enter is 13 and the erase key is 8.
 // A backspace that is written erases the character before the cursor. Where standard input or output is no
@@ -8,13 +8,14 @@
 //            the first look for input and given back by the destructor.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    the end of the input is noticed by looking for data, never by opening: when everything before has
-//            been read, hasError() is true and the text "End of file". In the background no key is seen. A failed write sets the error text and is told
-//            in a Warning, and on standard error as well; a failed read is told in a Warning.
+//            been read, hasError() sets the text "End of file". In the background no key is seen. A failed
+//            write loses its bytes, sets the error text, and is told in a Warning and on standard error; a
+//            failed read is told in a Warning.
 //
-// After a hundred looks in a row that found nothing, each further look waits up to a millisecond.
+// Writing is unbuffered; flush() only throws pushed-back input away. After a hundred looks in a row that found
+// nothing, each further look waits up to a millisecond.
 #pragma once
 
-#include "kxbase/serialize/kxIdlePace.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 #include "kxbase/serialize/kxStreamInput.h"
 
@@ -24,6 +25,7 @@ public:
     ~kxSerializeAdapterStdIO() noexcept(false) override;
     const kxType& getType() const override;
 
+    // Also turns the end of the input into the error text.
     bool hasError() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;
     void writeByte(std::uint8_t byte) override;
@@ -34,14 +36,15 @@ public:
     std::uint32_t getDataLength() override;
 
 private:
-    std::uint32_t look(std::uint32_t waitMilliseconds);
-    std::uint32_t take(std::uint8_t* bytes, std::uint32_t count);
+    bool mayLook();
+    bool isKeyWaiting();
+    void mapEraseKey(std::uint8_t* bytes, std::uint32_t count);
     void writeErasing(const std::uint8_t* bytes, std::uint32_t count);
     void writeOut(const void* bytes, std::uint32_t count);
 
     kxStreamInput input_;
-    kxIdlePace pace_;
     bool readsTerminal_;
     bool writesTerminal_;
     bool hasTakenTerminal_ = false;
+    bool writeHasFailed_ = false;
 };

@@ -1,4 +1,4 @@
-// Bits of the factory's flags, which are kept on the adapter that it makes.
+// Bits of the factory's flags. All but the first are kept on the adapter that it makes.
 #pragma once
 
 #include <cstdint>

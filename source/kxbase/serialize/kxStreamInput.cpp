@@ -1,31 +1,54 @@
 #include "kxbase/serialize/kxStreamInput.h"
 
+#include "kxbase/platform/kxPlatformThread.h"
+
 #include <algorithm>
-#include <cstring>
+
+std::uint32_t kxStreamInput::length()
+{
+    if (hasEnded_) {
+        passIdleLook();
+        return 0;
+    }
+    const std::uint32_t ready = look(pace_.waitMilliseconds());
+    if (ready == 0) pace_.foundNothing();
+    return ready;
+}
+
+void kxStreamInput::passIdleLook()
+{
+    if (pace_.waitMilliseconds() != 0) kxPlatformSleep(pace_.waitMilliseconds());
+    pace_.foundNothing();
+}
 
 std::uint32_t kxStreamInput::look(std::uint32_t waitMilliseconds)
 {
-    if (aheadBegin_ != aheadEnd_) return aheadEnd_ - aheadBegin_;
+    if (!ahead_.isEmpty()) return ahead_.length();
     if (hasEnded_) return 0;
-
     const kxPlatformReady ready = kxPlatformFileLook(source_, waitMilliseconds);
     if (ready.readiness != KX_PLATFORM_READ_TO_KNOW) return ready.count;
-    if (ahead_.size() < readAheadBytes_) ahead_.resize(readAheadBytes_);
-    aheadBegin_ = 0;
-    aheadEnd_ = readSource(ahead_.data(), readAheadBytes_);
-    return aheadEnd_;
+    ahead_.commit(readSource(ahead_.room(readAheadBytes_), readAheadBytes_));
+    return ahead_.length();
 }
 
-std::uint32_t kxStreamInput::read(void* bytes, std::uint32_t count)
+std::uint32_t kxStreamInput::readReady(std::uint8_t* bytes, std::uint32_t count)
 {
-    if (aheadBegin_ == aheadEnd_) return readSource(bytes, count);
-    const std::uint32_t taken = std::min(count, aheadEnd_ - aheadBegin_);
-    std::memcpy(bytes, ahead_.data() + aheadBegin_, taken);
-    aheadBegin_ += taken;
+    std::uint32_t taken = 0;
+    while (taken < count) {
+        const std::uint32_t ready = look(0);
+        if (ready == 0) break;
+        taken += read(bytes + taken, std::min(ready, count - taken));
+    }
     return taken;
 }
 
-std::uint32_t kxStreamInput::readSource(void* bytes, std::uint32_t count)
+std::uint32_t kxStreamInput::read(std::uint8_t* bytes, std::uint32_t count)
+{
+    pace_.moved();
+    return ahead_.isEmpty() ? readSource(bytes, count) : ahead_.take(bytes, count);
+}
+
+std::uint32_t kxStreamInput::readSource(std::uint8_t* bytes, std::uint32_t count)
 {
     if (hasEnded_ || count == 0) return 0;
     const kxPlatformIoResult result = kxPlatformFileRead(source_, bytes, count);

@@ -9,8 +9,9 @@
 // Units:     counts are in bytes, waits in milliseconds.
 #pragma once
 
-#include "kxbase/containers/kxArray.h"
 #include "kxbase/platform/kxPlatformFile.h"
+#include "kxbase/serialize/kxFileQueue.h"
+#include "kxbase/serialize/kxIdlePace.h"
 
 class kxStreamInput {
 public:
@@ -18,11 +19,19 @@ public:
 
     explicit kxStreamInput(kxPlatformFileHandle source) : source_(source) {}
 
-    // Bytes that can be read without waiting. Waits up to the given time for the first of them.
+    // Bytes that can be read without waiting. Asked in a loop, it waits a little when nothing comes.
+    std::uint32_t length();
+    // The same, waiting up to the given time for the first byte.
     std::uint32_t look(std::uint32_t waitMilliseconds);
-    // Takes what is ready, up to `count` bytes; waits when nothing is. 0 means that the stream has ended.
-    std::uint32_t read(void* bytes, std::uint32_t count);
+    // What a look that finds nothing costs in time, where the stream itself must not be asked.
+    void passIdleLook();
+    // Data moved the other way: the next looks are free again.
+    void dataMoved() { pace_.moved(); }
 
+    // Takes bytes while any are ready, up to `count`.
+    std::uint32_t readReady(std::uint8_t* bytes, std::uint32_t count);
+    // Takes what is ready, up to `count` bytes; waits when nothing is. 0 means that the stream has ended.
+    std::uint32_t read(std::uint8_t* bytes, std::uint32_t count);
     // Bytes asked for when the system cannot say how many are ready.
     void setReadAhead(std::uint32_t bytes) { readAheadBytes_ = bytes; }
 
@@ -31,13 +40,12 @@ public:
     kxPlatformError error() const { return error_; }
 
 private:
-    std::uint32_t readSource(void* bytes, std::uint32_t count);
+    std::uint32_t readSource(std::uint8_t* bytes, std::uint32_t count);
 
     kxPlatformFileHandle source_;
     std::uint32_t readAheadBytes_ = kReadAheadBytes;
-    kxArray<std::uint8_t> ahead_;  // storage of the bytes read ahead, made on first use
-    std::uint32_t aheadBegin_ = 0;
-    std::uint32_t aheadEnd_ = 0;
+    kxFileQueue ahead_;
+    kxIdlePace pace_;
     bool hasEnded_ = false;
     kxPlatformError error_ = 0;
 };

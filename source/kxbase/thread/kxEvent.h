@@ -1,6 +1,7 @@
 // A recursive lock with something to wait for: waiters sleep until the event is signalled.
 //
-// Ownership: held through kxRefPointer or embedded; it must outlive its waiters.
+// Ownership: embedded, or held through kxRefPointer by one thread, since its count is a plain number; it must
+//            outlive its waiters.
 // Threads:   every operation may be called from any thread. A thread that ends in the middle of a wait
 //            disturbs nobody.
 // Errors:    none.

@@ -15,8 +15,8 @@
 namespace {
 
 // Signals that do not end a process by default, and the one that cannot be handled.
-constexpr int kOtherSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTOP,
-                                 SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL};
+constexpr int kNotEndingSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTOP,
+                                     SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL};
 
 // State of the terminal, touched by the thread that uses the console and by signal handlers.
 termios foundMode;                          // as it was before raw mode; valid while isRaw
@@ -70,7 +70,7 @@ void onEndingSignal(int signal)
     errno = error;
 }
 
-void install(int signal, void (*handler)(int))
+void installUnlessHandled(int signal, void (*handler)(int))
 {
     struct sigaction before {};
     if (::sigaction(signal, nullptr, &before) != 0 || before.sa_handler != SIG_DFL) return;
@@ -92,7 +92,7 @@ void onStop(int signal)
     ::raise(signal);
     pthread_sigmask(SIG_UNBLOCK, &stop, &before);  // stops here
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    install(signal, onStop);
+    installUnlessHandled(signal, onStop);
     errno = error;
 }
 
@@ -118,13 +118,13 @@ void installHandlers()
 {
     installHandlerStack();
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-        if (std::find(std::begin(kOtherSignals), std::end(kOtherSignals), signal) ==
-            std::end(kOtherSignals)) {
-            install(signal, onEndingSignal);
+        if (std::find(std::begin(kNotEndingSignals), std::end(kNotEndingSignals), signal) ==
+            std::end(kNotEndingSignals)) {
+            installUnlessHandled(signal, onEndingSignal);
         }
     }
-    install(SIGTSTP, onStop);
-    install(SIGCONT, onContinue);
+    installUnlessHandled(SIGTSTP, onStop);
+    installUnlessHandled(SIGCONT, onContinue);
     std::atexit(kxPlatformConsoleRestore);
     std::at_quick_exit(kxPlatformConsoleRestore);
 }
@@ -176,7 +176,7 @@ bool kxPlatformConsoleTakeRaw()
     const SignalsBlocked blocked;
     if (!isInForeground()) return false;
     // While the mode is still ours, what was found before it holds; else it is found anew.
-    if (!isRaw.load() && ::tcgetattr(STDIN_FILENO, &foundMode) != 0) return true;
+    if (!isRaw.load() && ::tcgetattr(STDIN_FILENO, &foundMode) != 0) return true;  // it hung up
     isToBeTakenAgain.store(false);
     takenBy.store(::getpid());
     isRaw.store(true);

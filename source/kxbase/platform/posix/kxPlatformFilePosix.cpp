@@ -76,6 +76,14 @@ bool isToBeRepeated(int descriptor, short events)
     return true;
 }
 
+// What the system counts; 0 also where it cannot. The count is an int, and of a regular file beyond 2 GB only
+// its low bits: where it is not above 0, a read tells.
+std::uint32_t readyBytes(int descriptor)
+{
+    int count = 0;
+    return ::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0 ? static_cast<std::uint32_t>(count) : 0;
+}
+
 }  // namespace
 
 kxPlatformFileOpened kxPlatformFileOpenRead(const char* path)
@@ -119,18 +127,11 @@ kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* by
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds)
 {
     const int descriptor = descriptorOf(file);
-    // The count is an int, and of a regular file beyond 2 GB only its low bits: where it is not above 0, a read
-    // tells.
-    int count = 0;
-    if (::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0) {
-        return {KX_PLATFORM_BYTES_READY, static_cast<std::uint32_t>(count)};
-    }
+    if (const std::uint32_t count = readyBytes(descriptor)) return {KX_PLATFORM_BYTES_READY, count};
     if (kxPosixWait(descriptor, POLLIN, static_cast<int>(waitMilliseconds)) == 0) {
         return {KX_PLATFORM_NOTHING_READY, 0};
     }
-    if (::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0) {
-        return {KX_PLATFORM_BYTES_READY, static_cast<std::uint32_t>(count)};
-    }
+    if (const std::uint32_t count = readyBytes(descriptor)) return {KX_PLATFORM_BYTES_READY, count};
     return {KX_PLATFORM_READ_TO_KNOW, 0};
 }
 
