@@ -1,5 +1,5 @@
-// Counts the bytes and the lines of a file, a pipe or a device until it ends; without an argument, those of this
-// program itself.
+// Counts the bytes and the lines of a file, a pipe or a device until it ends; without an argument, those of
+// this program itself.
 
 #include "kxbase/kxbase.h"
 

@@ -29,8 +29,8 @@ class kxSerializeAdapter : public kxThreadSafeReference, public kxNameInterface 
 public:
     // Makes the adapter that a URL names.
     // `mode` is KX_SERIALIZE_OUTPUT, KX_SERIALIZE_INPUT or their sum; `flags` are kept on the adapter, but for
-    // KX_SERIALIZE_SILENT, which keeps the factory from sending Warnings; `context` is a text of the caller's, kept
-    // on the adapter. Answers null when no working adapter could be made, and then writes the reason to
+    // KX_SERIALIZE_SILENT, which keeps the factory from sending Warnings; `context` is a text of the caller's,
+    // kept on the adapter. Answers null when no working adapter could be made, and then writes the reason to
     // `errorOut` when one is given. Never throws for a bad URL.
     static kxRefPointer<kxSerializeAdapter> getAdapter(const kxString& url, std::uint32_t mode,
                                                        std::uint32_t flags = 0, const kxString& context = {},
@@ -72,8 +72,8 @@ public:
     // What callers use; each serves pushed-back bytes first and rests on the operations above, which a concrete
     // adapter supplies and which know nothing of pushed-back bytes.
 
-    // Bytes that can be read now, pushed-back ones included. An adapter may wait a moment for the first of them,
-    // so that a loop over its length does not burn a processor.
+    // Bytes that can be read now, pushed-back ones included. An adapter may wait a moment for the first of
+    // them, so that a loop over its length does not burn a processor.
     std::uint32_t length();
     // Reads up to `count` bytes, pushed-back ones first; answers how many were read. A null buffer throws
     // exactly `count` bytes away instead and answers `count`.

@@ -43,7 +43,8 @@ int openDescriptor(const char* path, int flags)
     return moved;
 }
 
-// Files that the system makes up (as below /proc) claim to be regular and empty; their file systems store nothing.
+// Files that the system makes up (as below /proc) claim to be regular and empty; their file systems store
+// nothing.
 bool isOnStorage(int descriptor)
 {
     struct statvfs system {};
