@@ -148,6 +148,13 @@ TEST_F(kxRelayProcessTest, AFileThatIsItsOwnOutputIsCopiedOnce)
         directory.write("self", bytes);
         EXPECT_EQ(run({"-URL", "file:self", "-output", "file:self"}), "");
         EXPECT_EQ(directory.read("self"), bytes + noticeOf("file:self", "file:self") + bytes);
+
+        directory.write("self", bytes);
+        kxProcessOptions options = optionsOf({"-URL", "con:", "-output", "file:self"});
+        options.input = kxProcessStream::file(directory.path("self"));
+        kxProcess tool(KX_TEST_TOOL, options);
+        EXPECT_EQ(tool.wait(), kxExited(0));
+        EXPECT_TRUE(directory.read("self").starts_with(bytes + noticeOf("con:", "file:self")));
     }
 }
 

@@ -35,6 +35,9 @@ kxPlatformFileOpened kxPlatformFileOpenRead(const char* path);
 // Makes the file when there is none. Every write goes to the end of the file as it then is.
 kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode);
 
+// Bytes between the position of a file that has a size and its end; KX_PLATFORM_UNKNOWN_SIZE for a stream.
+constexpr std::uint64_t KX_PLATFORM_UNKNOWN_SIZE = ~std::uint64_t{0};
+std::uint64_t kxPlatformFileBytesLeft(kxPlatformFileHandle file);
 // One read of at most `sizeBytes`; 0 bytes is the end. Waits when nothing is there.
 kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, std::size_t sizeBytes);
 // Writes until everything is written or a failure stops it; then `count` is what was written and `error`

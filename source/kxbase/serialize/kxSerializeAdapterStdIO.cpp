@@ -96,10 +96,14 @@ std::uint32_t kxSerializeAdapterStdIO::getDataLength()
 
 std::uint32_t kxSerializeAdapterStdIO::readBlock(void* bytes, std::uint32_t count)
 {
-    if (!mayLook()) return 0;
     auto* const begin = static_cast<std::uint8_t*>(bytes);
-    const std::uint32_t taken = input_.readReady(begin, count);
-    mapEraseKey(begin, taken);
+    std::uint32_t taken = 0;
+    std::uint32_t got = 1;
+    while (got != 0 && taken < count && mayLook()) {
+        got = input_.readReady(begin + taken, readsTerminal_ ? 1 : count - taken);
+        mapEraseKey(begin + taken, got);
+        taken += got;
+    }
     return taken;
 }
 

@@ -1,7 +1,8 @@
 // The reading side of a stream whose length nobody knows: a pipe, a device, a terminal, standard input.
 //
 // Looking tells how much a read delivers at once. Where the system cannot count, a block is read ahead, which
-// also is how the end is noticed.
+// also is how the end is noticed. Standard input that is a file ends where that file ended at the first look,
+// so that a relay which appends to it ends as well.
 //
 // Ownership: refers to the handle, which belongs to the adapter.
 // Threads:   takes no lock; one thread at a time.
@@ -40,11 +41,14 @@ public:
     kxPlatformError error() const { return error_; }
 
 private:
+    std::uint32_t lookAtSource(std::uint32_t waitMilliseconds);
     std::uint32_t readSource(std::uint8_t* bytes, std::uint32_t count);
 
     kxPlatformFileHandle source_;
     std::uint32_t readAheadBytes_ = kReadAheadBytes;
     kxFileQueue ahead_;
+    bool leftIsKnown_ = false;  // bytesLeft_ was asked for
+    std::uint64_t bytesLeft_ = KX_PLATFORM_UNKNOWN_SIZE;
     kxIdlePace pace_;
     bool hasEnded_ = false;
     kxPlatformError error_ = 0;

@@ -51,6 +51,11 @@ bool isOnStorage(int descriptor)
     return ::fstatvfs(descriptor, &system) != 0 || system.f_blocks != 0;
 }
 
+bool hasSize(int descriptor, const struct stat& status)
+{
+    return S_ISREG(status.st_mode) && (status.st_size > 0 || isOnStorage(descriptor));
+}
+
 kxPlatformFileOpened openFile(const char* path, int flags)
 {
     const int descriptor = openDescriptor(path, flags);
@@ -63,8 +68,8 @@ kxPlatformFileOpened openFile(const char* path, int flags)
         ::close(descriptor);
         return failed(error);
     }
-    const bool hasSize = S_ISREG(status.st_mode) && (status.st_size > 0 || isOnStorage(descriptor));
-    return {descriptor, 0, hasSize ? static_cast<std::uint64_t>(status.st_size) : 0, hasSize};
+    const bool isSized = hasSize(descriptor, status);
+    return {descriptor, 0, isSized ? static_cast<std::uint64_t>(status.st_size) : 0, isSized};
 }
 
 // True when a failed call is to be made again: after a signal, or when a descriptor that somebody set to
@@ -77,8 +82,7 @@ bool isToBeRepeated(int descriptor, short events)
     return true;
 }
 
-// What the system counts; 0 also where it cannot. The count is an int, and of a regular file beyond 2 GB only
-// its low bits: where it is not above 0, a read tells.
+// What the system counts; 0 also where it cannot.
 std::uint32_t readyBytes(int descriptor)
 {
     int count = 0;
@@ -95,6 +99,16 @@ kxPlatformFileOpened kxPlatformFileOpenRead(const char* path)
 kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode)
 {
     return openFile(path, O_WRONLY | O_CREAT | O_APPEND | (mode == KX_PLATFORM_TRUNCATE ? O_TRUNC : 0));
+}
+
+std::uint64_t kxPlatformFileBytesLeft(kxPlatformFileHandle file)
+{
+    const int descriptor = descriptorOf(file);
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !hasSize(descriptor, status)) return KX_PLATFORM_UNKNOWN_SIZE;
+    const off_t position = ::lseek(descriptor, 0, SEEK_CUR);
+    if (position < 0) return KX_PLATFORM_UNKNOWN_SIZE;
+    return position < status.st_size ? static_cast<std::uint64_t>(status.st_size - position) : 0;
 }
 
 kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, std::size_t sizeBytes)
