@@ -70,6 +70,17 @@ void kxReference::releaseLast() const
     destroy(this);
 }
 
+void kxReference::refuseReference() const
+{
+    --referenceCount_;
+    raiseTooMany();
+}
+
+void kxReference::raiseTooMany()
+{
+    kxRaiseFatal("REFERENCE MISMATCH ! Too many references to an object");
+}
+
 void kxReference::destroy(const kxReference* object)
 {
     kxDestruction::run(object, [](const void* dying) { delete static_cast<const kxReference*>(dying); });

@@ -31,7 +31,10 @@ public:
     virtual std::uint32_t setTag(const std::uint32_t& tag);
     virtual bool isTagClear() const;
 
-    virtual void ref() const { ++referenceCount_; }
+    virtual void ref() const
+    {
+        if (++referenceCount_ == 0) refuseReference();
+    }
     // Releases one reference and destroys the object with the last one. Objects that hold each other in a
     // long chain are destroyed one after the other, not one inside the other; all of them are gone when the
     // outermost call returns.
@@ -52,6 +55,8 @@ public:
     virtual std::uint32_t getReferenceCount() const;
 
 protected:
+    // Raises that the count has no room for another reference.
+    [[noreturn]] static void raiseTooMany();
     // Deletes through the virtual destructor, in bounded stack depth.
     static void destroy(const kxReference* object);
 
@@ -60,6 +65,7 @@ protected:
 
 private:
     void releaseLast() const;
+    [[noreturn]] void refuseReference() const;
 
     std::uint32_t tag_ = 0;
 };

@@ -3,6 +3,8 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 
+#include <limits>
+
 namespace {
 
 constexpr std::uint32_t kMismatch = 0xFFFFFFFFU;
@@ -11,8 +13,13 @@ constexpr std::uint32_t kMismatch = 0xFFFFFFFFU;
 
 void kxThreadSafeReference::ref() const
 {
-    const kxBodyGuard guard(mutex_);
-    ++referenceCount_;
+    bool isFull = false;
+    {
+        const kxBodyGuard guard(mutex_);
+        isFull = referenceCount_ == std::numeric_limits<std::uint32_t>::max();
+        if (!isFull) ++referenceCount_;
+    }
+    if (isFull) raiseTooMany();
 }
 
 void kxThreadSafeReference::unref() const
