@@ -43,4 +43,65 @@ TEST(kxReferenceFaults, AFullCountDoesNotStartAgain)
     EXPECT_EQ(kxFatalText([] { Full<kxThreadSafeReference>().ref(); }), text);
 }
 
+struct Child : kxReference {
+    explicit Child(int& alive) : alive_(&alive) { ++*alive_; }
+    ~Child() override { --*alive_; }
+    int* alive_;
+    kxRefPointer<kxReference> next;
+};
+
+TEST(kxReferenceFaults, DeletingAReferencedObjectLeavesItWhole)
+{
+    int alive = 0;
+    {
+        const kxRefPointer<Child> pointer(new Child(alive));
+        EXPECT_THROW(delete static_cast<kxReference*>(pointer.get()), kxFatalError);
+        EXPECT_EQ(alive, 1);
+        EXPECT_EQ(pointer->getReferenceCount(), 1U);
+    }
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(kxReferenceFaults, WhatADestructorReleasesIsGoneWhenTheReleaseReturns)
+{
+    struct Owner : kxReference {
+        explicit Owner(int& living) : alive(living) {}
+        ~Owner() override
+        {
+            child = nullptr;
+            EXPECT_EQ(alive, 0);
+        }
+        int& alive;
+        kxRefPointer<Child> child;
+    };
+    int alive = 0, links = 0;
+    auto owner = kxMakeRef<Owner>(alive);
+    owner->child = kxMakeRef<Child>(alive);
+    kxRefPointer<kxReference> head = owner;
+    owner = nullptr;
+    for (int depth = 0; depth < 200; ++depth) {
+        auto link = kxMakeRef<Child>(links);
+        link->next = head;
+        head = link;
+    }
+    head = nullptr;
+    EXPECT_EQ(links, 0);
+}
+
+TEST(kxReferenceFaults, TheLastReleaseAsksTheOverride)
+{
+    struct Kept : kxThreadSafeReference {
+        bool deleteIfUnreferenced() const override
+        {
+            return !isKept && kxThreadSafeReference::deleteIfUnreferenced();
+        }
+        bool isKept = true;
+    };
+    auto* const object = new Kept;
+    static_cast<void>(kxRefPointer<Kept>{object});
+    ASSERT_EQ(object->getReferenceCount(), 0U);
+    object->isKept = false;
+    EXPECT_TRUE(object->deleteIfUnreferenced());
+}
+
 }  // namespace
