@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <stdexcept>
 
 namespace {
@@ -23,7 +22,7 @@ template <typename Holder> void dropWhileThrowing(void (*hold)(Holder&, kxThread
 TEST(kxReferenceFaults, AMiscountFoundWhileAnotherExceptionPassesIsAMessage)
 {
     using Object = kxThreadSafeReference;
-    using Dict = kxRefDict<int, Object, kxUInt32CompareInterface>;
+    using Dict = kxRefDict<std::uint32_t, Object, kxUInt32CompareInterface>;
     EXPECT_THROW(dropWhileThrowing<kxRefPointer<Object>>([](auto& p, Object& o) { p = &o; }),
                  std::runtime_error);
     EXPECT_THROW(dropWhileThrowing<kxRefList<Object>>([](auto& l, Object& o) { l.append(&o); }),
