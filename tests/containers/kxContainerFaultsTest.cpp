@@ -1,4 +1,3 @@
-#include "kxbase/containers/kxArray.h"
 #include "kxbase/containers/kxQueue.h"
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/object/kxRefPointer.h"
@@ -13,18 +12,12 @@ namespace {
 TEST(kxContainerFaults, ItemsThatHaveToBeMovedAreMovedAFewTimesOnly)
 {
     kxQueue<std::string> queue;
-    kxArray<std::string> array;
-    const std::string item;
-    std::uint32_t queueMoves = 0, arrayMoves = 0;
-    for (std::uint32_t count = 0; count < 20'000; ++count) {
-        const std::uint32_t queueRoom = queue.capacity(), arrayRoom = array.capacity();
-        queue.push(item);
-        array.appendBlock(&item, 1);
-        if (queue.capacity() != queueRoom) queueMoves += count;
-        if (array.capacity() != arrayRoom) arrayMoves += count;
+    std::uint32_t moves = 0;
+    for (std::uint32_t count = 0, room = 0; count < 20'000; room = queue.capacity(), ++count) {
+        queue.push({});
+        if (queue.capacity() != room) moves += count;
     }
-    EXPECT_LT(queueMoves, 100'000U);
-    EXPECT_LT(arrayMoves, 100'000U);
+    EXPECT_LT(moves, 100'000U);
 }
 
 TEST(kxContainerFaults, AQueueTakesWhatItsItemsPushWhenTheyGo)
@@ -40,7 +33,6 @@ TEST(kxContainerFaults, AQueueTakesWhatItsItemsPushWhenTheyGo)
     };
     for (int count = 0; count < 3; ++count) queue.push(kxMakeRef<Pusher>(queue).get());
     queue.clear();
-    EXPECT_EQ(queue.length(), 60U);
     kxRefPointer<kxReference> taken[60];
     for (auto& item : taken) item = kxMakeRef<Pusher>(queue);
     queue.popBlock(taken, 60);
