@@ -5,20 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
-
-TEST(kxContainerFaults, ItemsThatHaveToBeMovedAreMovedAFewTimesOnly)
-{
-    kxQueue<std::string> queue;
-    std::uint32_t moves = 0;
-    for (std::uint32_t count = 0, room = 0; count < 20'000; room = queue.capacity(), ++count) {
-        queue.push({});
-        if (queue.capacity() != room) moves += count;
-    }
-    EXPECT_LT(moves, 100'000U);
-}
 
 TEST(kxContainerFaults, AQueueTakesWhatItsItemsPushWhenTheyGo)
 {

@@ -52,17 +52,4 @@ TEST(kxReferenceFaults, DestructionKeepsItsOrder)
     }
 }
 
-TEST(kxReferenceFaults, TheLastReleaseAsksTheOverride)
-{
-    struct Kept : kxThreadSafeReference {
-        bool deleteIfUnreferenced() const override { return !isKept && destroyIfLast(false); }
-        bool isKept = true;
-    };
-    auto* const object = new Kept;
-    static_cast<void>(kxRefPointer<Kept>{object});
-    ASSERT_EQ(object->getReferenceCount(), 0U);
-    object->isKept = false;
-    EXPECT_TRUE(object->deleteIfUnreferenced());
-}
-
 }  // namespace
