@@ -43,9 +43,8 @@ TEST(kxReference, MismatchesAreFatalWithTheirOwnTexts)
         {"without delete, thread-safe", [] { kxThreadSafeReference().unrefWithoutDelete(); }, kRefrence},
         {"deleted while referenced",
          [] {
-             auto object = std::make_unique<kxReference>();
-             object->ref();
-             delete object.release();
+             const kxRefPointer<kxReference> pointer(new kxReference);
+             delete pointer.get();
          },
          kDeleted},
         {"thread-safe object deleted while referenced",

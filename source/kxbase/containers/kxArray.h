@@ -65,16 +65,15 @@ public:
     {
         if (size > size_) {
             const std::uint32_t added = size - size_;
-            reserve(size);
+            makeRoom(size);
             std::uninitialized_value_construct_n(data() + size_, added);
         }
         cutTo(size);
         size_ = size;
     }
-    // Grows by half, so that many single items cost no more than a block.
     T& append(T item)
     {
-        if (size_ == capacity()) growTo(std::uint64_t{size_} + 1, std::uint64_t{size_} * 3 / 2);
+        makeRoom(std::uint64_t{size_} + 1);
         T* const place = ::new (static_cast<void*>(data() + size_)) T(std::move(item));
         ++size_;
         return *place;
@@ -83,11 +82,11 @@ public:
     void appendBlock(const T* items, std::uint32_t count)
     {
         if (count == 0) return;
-        if (std::uint64_t{size_} + count > capacity()) growTo(std::uint64_t{size_} + count, 0);
+        makeRoom(std::uint64_t{size_} + count);
         std::uninitialized_copy_n(items, count, data() + size_);
         size_ += count;
     }
-    // Makes room for `capacity` items at least.
+    // Makes room for `capacity` items, up to a growth step.
     void reserve(std::uint32_t capacity)
     {
         if (capacity > this->capacity()) growTo(capacity, 0);
@@ -109,6 +108,11 @@ protected:
     std::uint32_t growthStepItems() const noexcept { return growthStep_; }
 
 private:
+    // Grows by half at least, so that every item is moved a few times only, however many are added.
+    void makeRoom(std::uint64_t needed)
+    {
+        if (needed > capacity()) growTo(needed, std::uint64_t{capacity()} * 3 / 2);
+    }
     void growTo(std::uint64_t needed, std::uint64_t wanted)
     {
         constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -74,7 +75,7 @@ public:
     iterator prepend(T item) { return insertBefore(begin(), std::move(item)); }
     iterator insertBefore(iterator position, T item)
     {
-        Node* const node = ::new (kxTrackedAllocate(sizeof(Node))) Node(std::move(item));
+        Node* const node = newNode(std::move(item));
         node->next = position.link_;
         node->previous = position.link_->previous;
         node->previous->next = node;
@@ -87,14 +88,8 @@ public:
     // Takes the item out of the list.
     T take(iterator position)
     {
-        Node* const node = static_cast<Node*>(position.link_);
-        node->previous->next = node->next;
-        node->next->previous = node->previous;
-        --count_;
-        T item(std::move(node->item));
-        node->~Node();
-        kxTrackedFree(node);
-        return item;
+        const Loose loose(unlink(position.link_));
+        return std::move(loose.room.node->item);
     }
     T takeFirst() { return take(begin()); }
     T takeLast() { return take(--end()); }
@@ -102,12 +97,12 @@ public:
     iterator remove(iterator position)
     {
         const iterator behind = std::next(position);
-        take(position);
+        const Loose loose(unlink(position.link_));
         return behind;
     }
     void clear()
     {
-        while (count_ != 0) takeFirst();
+        while (count_ != 0) remove(begin());
     }
 
     bool isEmpty() const noexcept { return count_ == 0; }
@@ -126,6 +121,38 @@ public:
 private:
     static_assert(alignof(T) <= alignof(std::max_align_t),
                   "over-aligned items need an allocator of their own");
+
+    // A node out of the list, which goes with this object.
+    struct Loose {
+        explicit Loose(Node* node) noexcept : room{node} {}
+        ~Loose() noexcept(std::is_nothrow_destructible_v<T>) { std::destroy_at(room.node); }
+        Loose(const Loose&) = delete;
+        Loose& operator=(const Loose&) = delete;
+
+        // Given back even when the item's destructor throws.
+        struct Room {
+            Node* node;
+            ~Room() { kxTrackedFree(node); }
+        } const room;
+    };
+
+    static Node* newNode(T&& item)
+    {
+        void* const room = kxTrackedAllocate(sizeof(Node));
+        try {
+            return ::new (room) Node(std::move(item));
+        } catch (...) {
+            kxTrackedFree(room);
+            throw;
+        }
+    }
+    Node* unlink(Link* link) noexcept
+    {
+        link->previous->next = link->next;
+        link->next->previous = link->previous;
+        --count_;
+        return static_cast<Node*>(link);
+    }
 
     Link ends_{&ends_, &ends_};  // before the first and behind the last
     std::uint32_t count_ = 0;

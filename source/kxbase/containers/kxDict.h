@@ -19,6 +19,7 @@
 
 #include <iterator>
 #include <limits>
+#include <type_traits>
 
 constexpr std::uint32_t KX_DICT_BUCKETS = 10;
 
@@ -32,10 +33,14 @@ public:
     explicit kxDict(std::uint32_t bucketCount = KX_DICT_BUCKETS, bool autoGrow = true)
         : bucketOf_(bucketCount == 0 && !autoGrow ? 1 : bucketCount), autoGrow_(autoGrow)
     {}
-    ~kxDict()
+    ~kxDict() noexcept(std::is_nothrow_destructible_v<Key>)
     {
+        // Given back even when a key's destructor throws.
+        const struct Buckets {
+            Entry**& buckets;
+            ~Buckets() { Storage::free(buckets); }
+        } owned{buckets_};
         clear();
-        Storage::free(buckets_);
     }
     kxDict(const kxDict&) = delete;
     kxDict& operator=(const kxDict&) = delete;
@@ -160,8 +165,7 @@ protected:
         if (buckets_ == nullptr) buckets_ = newBuckets(bucketCount());
         const std::uint16_t fingerprint = fingerprintOf(key);
         const auto piece = pool_.take();
-        Entry* const entry =
-            ::new (piece.room) Entry(std::move(key), value, hash, fingerprint, piece.inBlock);
+        Entry* const entry = makeEntry(piece, std::move(key), value, hash, fingerprint);
         const bool hashExists = link(entry);
         lastFound_ = hashExists || noCache_ ? nullptr : entry;
         ++entryCount_;
@@ -223,9 +227,13 @@ protected:
         *link = entry->next_;
         --entryCount_;
         if (lastFound_ == entry) forget();
-        const bool inBlock = entry->inBlock_;
+        const struct Piece {
+            kxDictPool<Entry, Storage>& pool;
+            Entry* entry;
+            bool inBlock;
+            ~Piece() { pool.give(entry, inBlock); }
+        } piece{pool_, entry, entry->inBlock_};
         entry->~Entry();
-        pool_.give(entry, inBlock);
         return value;
     }
 
@@ -249,6 +257,16 @@ private:
         do entry = entry->next_;
         while (entry != nullptr && entry->hash_ == hash && !isMatch(*entry, hash, fingerprint, key));
         return entry != nullptr && entry->hash_ == hash ? entry : nullptr;
+    }
+    Entry* makeEntry(const typename kxDictPool<Entry, Storage>::Piece& piece, Key&& key, Value* value,
+                     std::uint32_t hash, std::uint16_t fingerprint)
+    {
+        try {
+            return ::new (piece.room) Entry(std::move(key), value, hash, fingerprint, piece.inBlock);
+        } catch (...) {
+            pool_.give(piece.room, piece.inBlock);
+            throw;
+        }
     }
     void forget() const noexcept { lastFound_ = nullptr; }
 

@@ -2,8 +2,9 @@
 //
 // Ownership: owns the room, never the items; the container destroys them.
 // Threads:   a plain value.
-// Errors:    a failed allocation throws std::bad_alloc and leaves room and items as they were; a move of an
-//            item that throws loses the items not yet moved.
+// Errors:    a failed allocation throws std::bad_alloc and leaves room and items as they were. A move of an
+//            item that throws leaves the room as it was and all items in it, those moved before as a move
+//            leaves them.
 // Units:     capacities and positions are in items.
 #pragma once
 
@@ -40,7 +41,12 @@ public:
             items_ = static_cast<T*>(kxTrackedReallocate(items_, sizeBytes));
         } else {
             T* const fresh = static_cast<T*>(kxTrackedAllocate(sizeBytes));
-            if (last > first) std::uninitialized_move(items_ + first, items_ + last, fresh + first);
+            try {
+                if (last > first) std::uninitialized_move(items_ + first, items_ + last, fresh + first);
+            } catch (...) {
+                kxTrackedFree(fresh);
+                throw;
+            }
             if (last > first) std::destroy(items_ + first, items_ + last);
             kxTrackedFree(std::exchange(items_, fresh));
         }

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -104,14 +105,14 @@ public:
         Node* before = nullptr;
         for (Node* node = head_; node != nullptr; before = std::exchange(node, node->next)) {
             if (!predicate(std::as_const(node->item))) continue;
-            takeNode(before);
+            dropNode(before);
             return true;
         }
         return false;
     }
     void clear()
     {
-        while (head_ != nullptr) takeNode(nullptr);
+        while (head_ != nullptr) dropNode(nullptr);
     }
 
     bool isEmpty() const noexcept { return head_ == nullptr; }
@@ -155,26 +156,49 @@ private:
     Node* newNode(T&& item, Node* next)
     {
         void* const room = spare_ != nullptr ? takeSpare() : kxTrackedAllocate(sizeof(Node));
-        Node* const node = ::new (room) Node{std::move(item), next};
-        ++count_;
-        return node;
+        try {
+            Node* const node = ::new (room) Node{std::move(item), next};
+            ++count_;
+            return node;
+        } catch (...) {
+            freeNode(room);
+            throw;
+        }
     }
     void* takeSpare() noexcept
     {
         --spareCount_;
         return std::exchange(spare_, spare_->next);
     }
-    // Takes out the node after `before`, or the first.
+    // A node out of the list, which goes with this object.
+    struct Loose {
+        Loose(kxList& list, Node* node) noexcept : room{list, node} {}
+        ~Loose() noexcept(std::is_nothrow_destructible_v<T>) { std::destroy_at(room.node); }
+        Loose(const Loose&) = delete;
+        Loose& operator=(const Loose&) = delete;
+
+        // Given back even when the item's destructor throws.
+        struct Room {
+            kxList& list;
+            Node* node;
+            ~Room() { list.freeNode(node); }
+        } const room;
+    };
+
     T takeNode(Node* before)
+    {
+        const Loose loose(*this, unlink(before));
+        return std::move(loose.room.node->item);
+    }
+    void dropNode(Node* before) { const Loose loose(*this, unlink(before)); }
+    // Takes out the node after `before`, or the first.
+    Node* unlink(Node* before) noexcept
     {
         Node* const node = before != nullptr ? before->next : head_;
         (before != nullptr ? before->next : head_) = node->next;
         if (tail_ == node) tail_ = before;
         --count_;
-        T item(std::move(node->item));
-        node->~Node();
-        freeNode(node);
-        return item;
+        return node;
     }
     void freeNode(void* room) noexcept
     {

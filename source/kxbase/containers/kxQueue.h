@@ -3,8 +3,11 @@
 // Items are stored at ascending positions: `tail` is one past the last, `head` the first. A queue that has run
 // empty starts again at position 0 with its next push; otherwise taken places at the front are not used again.
 //
-// Ownership: owns its items and the block, which grows by whole growth steps and never shrinks.
+// Ownership: owns its items and the block, which grows by whole growth steps and never shrinks: by as many as a
+//            push needs for plain items, by half at least for items that have to be moved one after the other.
 // Threads:   takes no lock; one thread at a time.
+// Items may push into the queue from their destructors.
+//
 // Errors:    taking from or looking into an empty queue is fatal. Positions are 32 bits: a push that would
 //            pass them reports "Bad Alloc:" and throws std::bad_alloc, and nothing is pushed.
 // Units:     every count is in items; a growth step of 0 is taken as 1.
@@ -27,7 +30,10 @@ public:
     explicit kxQueue(kxQueueOrder order = KX_QUEUE_LIFO, std::uint32_t growthStep = KX_QUEUE_GROWTH_STEP)
         : order_(order), growthStep_(growthStep != 0 ? growthStep : 1)
     {}
-    ~kxQueue() noexcept(std::is_nothrow_destructible_v<T>) { destroyItems(); }
+    ~kxQueue() noexcept(std::is_nothrow_destructible_v<T>)
+    {
+        while (!isEmpty()) clear();
+    }
     kxQueue(const kxQueue&) = delete;
     kxQueue& operator=(const kxQueue&) = delete;
 
@@ -75,6 +81,7 @@ public:
     // Takes `count` items. When there are fewer, takes these and then fails as pop() does.
     void popBlock(T* items, std::uint32_t count)
     {
+        if constexpr (!kTrivial) return popOneByOne(items, count);
         const std::uint32_t taken = std::min(count, length());
         const std::uint32_t first = order_ == KX_QUEUE_FIFO ? head_ : tail_ - taken;
         T* const places = block_.data() + first;
@@ -92,8 +99,10 @@ public:
     // Forgets all items and keeps the block.
     void clear()
     {
-        destroyItems();
-        head_ = tail_ = usedCount_ = 0;
+        const std::uint32_t first = std::exchange(head_, 0U);
+        const std::uint32_t last = std::exchange(tail_, 0U);
+        usedCount_ = 0;
+        if constexpr (!kTrivial) destroyApart(first, last);
     }
 
     // Items that the block has room for.
@@ -119,11 +128,12 @@ private:
         if (end > block_.capacity()) grow(end - 1);
         usedCount_ = static_cast<std::uint32_t>(end);
     }
-    // Grows to the next multiple of the step above position `last`.
+    // Grows to the next multiple of the step above position `last`, or above half as much again.
     void grow(std::uint64_t last)
     {
         constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
         if (last >= most) kxThrowBadAlloc(__FILE__, __LINE__);
+        if constexpr (!kTrivial) last = std::max(last, std::uint64_t{block_.capacity()} * 3 / 2);
         const std::uint64_t capacity = std::min(last + (growthStep_ - last % growthStep_), most);
         block_.reallocate(static_cast<std::uint32_t>(capacity), head_, tail_);
     }
@@ -135,9 +145,19 @@ private:
         else if constexpr (!kTrivial)
             std::destroy_n(places, count);
     }
-    void destroyItems()
+    // Destroys the items in a block that is not the queue's at the time, since their destructors may push. What
+    // these push stays, in a block of its own.
+    void destroyApart(std::uint32_t first, std::uint32_t last)
     {
-        if constexpr (!kTrivial) std::destroy(block_.data() + head_, block_.data() + tail_);
+        kxItemBlock<T> apart;
+        apart.swap(block_);
+        std::destroy(apart.data() + first, apart.data() + last);
+        if (block_.capacity() == 0) block_.swap(apart);
+    }
+    // Assigning over the items of the caller may run destructors that push.
+    void popOneByOne(T* items, std::uint32_t count)
+    {
+        for (std::uint32_t index = 0; index < count; ++index) items[index] = pop();
     }
 
     kxItemBlock<T> block_;

@@ -2,7 +2,7 @@
 //
 // Ownership: holds one reference to each object for each entry of it.
 // Threads:   as kxDict.
-// Errors:    null is refused; releasing a miscounted object is fatal.
+// Errors:    null is refused; releasing a miscounted object is fatal, in the destructor as kxRefPointer has it.
 //
 // An entry is out of the dictionary before its reference is dropped.
 #pragma once
@@ -17,7 +17,11 @@ public:
     explicit kxRefDict(std::uint32_t bucketCount = KX_DICT_BUCKETS, bool autoGrow = true)
         : objects_(bucketCount, autoGrow)
     {}
-    ~kxRefDict() noexcept(false) { clear(); }
+    ~kxRefDict() noexcept(false)
+    {
+        std::uint32_t bucket = 0;
+        while (T* const object = objects_.takeAny(bucket)) kxDestructorRelease::run(*object);
+    }
     kxRefDict(const kxRefDict&) = delete;
     kxRefDict& operator=(const kxRefDict&) = delete;
 

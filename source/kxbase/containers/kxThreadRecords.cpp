@@ -1,8 +1,10 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
+#include <exception>
 #include <memory>
 
 namespace {
@@ -18,6 +20,15 @@ kxMutex& livingMutex()
 
 // Plain data, which is there until the thread's very end.
 thread_local bool hasEnded = false;
+
+void destroyAtThreadEnd(kxThreadRecords::Record* record) noexcept
+{
+    try {
+        delete record;
+    } catch (const std::exception& error) {
+        kxMessage(KX_MESSAGE_FATAL, "%s", error.what());
+    }
+}
 
 }  // namespace
 
@@ -49,7 +60,7 @@ kxThreadRecords::kxThreadRecords()
     firstLiving = this;
 }
 
-kxThreadRecords::~kxThreadRecords()
+kxThreadRecords::~kxThreadRecords() noexcept(false)
 {
     {
         const kxBodyGuard guard(livingMutex());
@@ -109,5 +120,5 @@ void kxThreadRecords::dropEverywhere(std::uint32_t thread)
             ended = record;
         }
     }
-    while (ended != nullptr) delete std::exchange(ended, ended->nextEnded_);
+    while (ended != nullptr) destroyAtThreadEnd(std::exchange(ended, ended->nextEnded_));
 }

@@ -2,7 +2,8 @@
 //
 // Ownership: owns the records; a thread's record goes when the thread ends, or with this object.
 // Threads:   record() may be called from any thread. Records are destroyed while no lock is held.
-// Errors:    a failed allocation throws std::bad_alloc.
+// Errors:    a failed allocation throws std::bad_alloc. What a record's destructor throws is a Fatal message when
+//            the thread ends, where nobody could catch it.
 //
 // A record asked for while the thread's own objects are being destroyed stays until this object goes or
 // another thread gets the same id.
@@ -15,7 +16,7 @@ class kxThreadRecords {
 public:
     class Record {
     public:
-        virtual ~Record() = default;
+        virtual ~Record() noexcept(false) = default;
 
     private:
         friend class kxThreadRecords;
@@ -24,7 +25,7 @@ public:
     using MakeRecord = Record* (*)();
 
     kxThreadRecords();
-    ~kxThreadRecords();
+    ~kxThreadRecords() noexcept(false);
     kxThreadRecords(const kxThreadRecords&) = delete;
     kxThreadRecords& operator=(const kxThreadRecords&) = delete;
 

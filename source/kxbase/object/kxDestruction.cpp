@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr std::uint32_t kDeepest = 64;
-
 struct PutAside {
     const void* object;
     kxDestruction::Destroy destroy;
@@ -16,7 +14,7 @@ struct PutAside {
 // Plain data, so that it needs no destructor of the thread and works until the thread's very end; the block
 // is given back as soon as it is empty. It comes from the bare allocator, whose failure is no error here.
 struct ThreadState {
-    std::uint32_t depth;
+    std::uintptr_t outermost;  // where the stack of the outermost call is; 0 outside
     std::size_t count;
     std::size_t capacity;
     PutAside* waiting;
@@ -38,15 +36,28 @@ bool putAside(const PutAside& entry)
 
 class Nesting {
 public:
-    Nesting() noexcept { ++state.depth; }
-    ~Nesting() { --state.depth; }
+    explicit Nesting(std::uintptr_t here) noexcept : before_(state.outermost)
+    {
+        if (before_ == 0) state.outermost = here;
+    }
+    ~Nesting() { state.outermost = before_; }
     Nesting(const Nesting&) = delete;
     Nesting& operator=(const Nesting&) = delete;
+
+private:
+    std::uintptr_t before_;
 };
 
-void destroyWaiting()
+// Stacks grow up or down.
+bool isDeep(std::uintptr_t here) noexcept
 {
-    const Nesting nesting;
+    const std::uintptr_t start = state.outermost;
+    return start != 0 && (here > start ? here - start : start - here) > KX_DESTRUCTION_STACK_BYTES;
+}
+
+void destroyWaiting(std::uintptr_t here)
+{
+    const Nesting nesting(here);
     while (state.count != 0) {
         const PutAside next = state.waiting[--state.count];
         next.destroy(next.object);
@@ -60,10 +71,12 @@ void destroyWaiting()
 
 void kxDestruction::run(const void* object, Destroy destroy)
 {
-    if (state.depth >= kDeepest && putAside({object, destroy})) return;
+    // Not the address of a local, which a sanitizer may keep elsewhere.
+    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    if (isDeep(here) && putAside({object, destroy})) return;
     {
-        const Nesting nesting;
+        const Nesting nesting(here);
         destroy(object);
     }
-    if (state.depth == 0 && state.count != 0) destroyWaiting();
+    if (state.outermost == 0 && state.count != 0) destroyWaiting(here);
 }

@@ -5,11 +5,13 @@
 //            code, so chains that refer to themselves stay whole.
 // Threads:   a pointer is a plain value: several threads may each have their own to one thread-safe object,
 //            not share one pointer.
-// Errors:    releasing a miscounted object is fatal, from the destructor too.
+// Errors:    releasing a miscounted object is fatal, from the destructor too; while another exception passes
+//            it is a Fatal message instead.
 //
 // T may be incomplete where the pointer is only declared.
 #pragma once
 
+#include "kxbase/object/kxDestructorRelease.h"
 #include "kxbase/object/kxTypeTable.h"
 
 #include <compare>
@@ -37,7 +39,7 @@ public:
     noexcept : object_(std::exchange(other.object_, nullptr)) {}
     ~kxRefPointer() noexcept(false)
     {
-        if (object_ != nullptr) object_->unref();
+        if (object_ != nullptr) kxDestructorRelease::run(*object_);
     }
 
     kxRefPointer& operator=(T* object)

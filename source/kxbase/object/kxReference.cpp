@@ -11,13 +11,36 @@ namespace {
 constexpr const char* kDeletedReferenced =
     "REFERENCE MISMATCH ! Deleted referenced object with nonzero reference count";
 
+void tellDeletedReferenced()
+{
+    if (std::uncaught_exceptions() == 0) kxRaiseFatal(kDeletedReferenced);
+    kxMessage(KX_MESSAGE_FATAL, kDeletedReferenced);
+}
+
+// Gives the memory of an object back when its destructors are through, however they end.
+class Room {
+public:
+    explicit Room(kxReference* object) noexcept : room_(dynamic_cast<void*>(object)) {}
+    ~Room() { kxTrackedFree(room_); }
+    Room(const Room&) = delete;
+    Room& operator=(const Room&) = delete;
+
+private:
+    void* room_;
+};
+
 }  // namespace
+
+void kxReference::operator delete(kxReference* object, std::destroying_delete_t) noexcept(false)
+{
+    if (object->referenceCount_ != 0) return tellDeletedReferenced();
+    const Room room(object);
+    object->~kxReference();
+}
 
 kxReference::~kxReference() noexcept(false)
 {
-    if (referenceCount_ == 0) return;
-    if (std::uncaught_exceptions() == 0) kxRaiseFatal(kDeletedReferenced);
-    kxMessage(KX_MESSAGE_FATAL, kDeletedReferenced);
+    if (referenceCount_ != 0) tellDeletedReferenced();
 }
 
 const kxType& kxReference::getType() const
@@ -68,6 +91,17 @@ void kxReference::releaseLast() const
     if (referenceCount_ == 0) kxRaiseFatal("REFERENCE MISMATCH ! Unref an object with zero reference count.");
     referenceCount_ = 0;
     destroy(this);
+}
+
+void kxReference::refuseReference() const
+{
+    --referenceCount_;
+    raiseTooMany();
+}
+
+void kxReference::raiseTooMany()
+{
+    kxRaiseFatal("REFERENCE MISMATCH ! Too many references to an object");
 }
 
 void kxReference::destroy(const kxReference* object)

@@ -4,8 +4,9 @@
 //            when its last reference goes. Objects that are never referenced may be deleted or live on the
 //            stack.
 // Threads:   the count is a plain number; one thread at a time. See kxThreadSafeReference.
-// Errors:    every mismatch is fatal. Destructors may throw for that reason, hence noexcept(false); while
-//            another exception passes the mismatch is a Fatal message instead.
+// Errors:    every mismatch is fatal; deleting an object that is referenced leaves it as it was. Destructors
+//            may throw for that reason, hence noexcept(false); while another exception passes the mismatch is
+//            a Fatal message instead.
 //
 // Copies start with a count and a tag of 0; assignment leaves count and tag of both sides as they are.
 // Constness is that of the object's value: a constant object can be referenced.
@@ -15,12 +16,18 @@
 #include "kxbase/object/kxTypeInterface.h"
 
 #include <cstdint>
+#include <new>
 
 class kxReference : public kxSharedMemory, public kxTypeInterface {
 public:
     kxReference() noexcept = default;
     kxReference(const kxReference&) noexcept : kxSharedMemory(), kxTypeInterface() {}
     kxReference& operator=(const kxReference&) noexcept { return *this; }
+
+    using kxSharedMemory::operator delete;
+    // Every delete comes here before any destructor has begun: an object that is still referenced is refused,
+    // lives on and keeps its references.
+    static void operator delete(kxReference* object, std::destroying_delete_t) noexcept(false);
 
     const kxType& getType() const override;
     virtual ~kxReference() noexcept(false);
@@ -31,10 +38,15 @@ public:
     virtual std::uint32_t setTag(const std::uint32_t& tag);
     virtual bool isTagClear() const;
 
-    virtual void ref() const { ++referenceCount_; }
-    // Releases one reference and destroys the object with the last one. Objects that hold each other in a
-    // long chain are destroyed one after the other, not one inside the other; all of them are gone when the
-    // outermost call returns.
+    virtual void ref() const
+    {
+        if (++referenceCount_ == 0) refuseReference();
+    }
+    // Releases one reference and destroys the object with the last one. What its destructor releases is gone
+    // when that release returns, as members need that are declared in the order of their use. Only when the
+    // destructors of a chain lie in one another beyond KX_DESTRUCTION_STACK_BYTES of stack is an object put
+    // aside: it is gone when the outermost call returns. A destructor that may run that deep must not rely
+    // on an object being gone once its last reference is dropped, nor on the order in which objects go.
     virtual void unref() const
     {
         // Below 2 the object goes, or it is a mistake.
@@ -52,6 +64,8 @@ public:
     virtual std::uint32_t getReferenceCount() const;
 
 protected:
+    // Raises that the count has no room for another reference.
+    [[noreturn]] static void raiseTooMany();
     // Deletes through the virtual destructor, in bounded stack depth.
     static void destroy(const kxReference* object);
 
@@ -60,6 +74,7 @@ protected:
 
 private:
     void releaseLast() const;
+    [[noreturn]] void refuseReference() const;
 
     std::uint32_t tag_ = 0;
 };

@@ -15,7 +15,10 @@ public:
     kxThreadSafeReference(const kxThreadSafeReference& other) noexcept : kxReference(other) {}
     kxThreadSafeReference& operator=(const kxThreadSafeReference&) noexcept { return *this; }
 
+    ~kxThreadSafeReference() noexcept(false) override;
+
     void ref() const override;
+    // The last release asks deleteIfUnreferenced(), which a class may override, whether the object goes.
     void unref() const override;
     std::uint32_t unrefWithoutDelete() const override;
     // An object whose last reference another thread is just releasing is left to that thread; false then.
@@ -23,12 +26,14 @@ public:
     std::uint32_t getReferenceCount() const override;
 
 protected:
-    // The two halves of unref(), between which no lock is held: taking one reference off, which answers the
+    // The two halves of a release, between which no lock is held: taking one reference off, which answers the
     // count that is left, and looking whether the object may go. A release that is to look later says so.
     std::uint32_t release(bool looksLater) const;
     bool destroyIfLast(bool isPendingLook) const;
 
 private:
+    void dropPendingLook() const;
+
     mutable kxMutex mutex_;
     // Releases that saw the count reach 0 and have yet to look whether it still is. Between the two another
     // thread may take and drop a reference; only the last to look may destroy, since the others still need

@@ -39,9 +39,17 @@ kxUniqueStringTable::kxUniqueStringTable()
     : slots_(static_cast<kxUniqueStringData*>(std::calloc(kSlots, sizeof(kxUniqueStringData)))),
       index_(kIndexBuckets)
 {
-    if (slots_ == nullptr) kxThrowBadAlloc(__FILE__, __LINE__);
     index_.setReuse(true);
-    for (const auto& own : kOwnTexts) enter(own.text, kxString::hashOf(own.text), own.id);
+    if (slots_ != nullptr && enterOwnTexts()) return;
+    std::free(slots_);
+    kxThrowBadAlloc(__FILE__, __LINE__);
+}
+
+bool kxUniqueStringTable::enterOwnTexts()
+{
+    for (const auto& own : kOwnTexts)
+        if (enter(own.text, kxString::hashOf(own.text), own.id).outcome != Outcome::kAdopt) return false;
+    return true;
 }
 
 kxUniqueStringTable::Answer kxUniqueStringTable::enter(std::string_view text, std::uint32_t hash,
@@ -77,10 +85,22 @@ kxUniqueStringTable::Answer kxUniqueStringTable::add(std::string_view text, std:
     if (copy == nullptr) return {Outcome::kOutOfMemory, nullptr};
     std::memcpy(copy, text.data(), text.size());
     copy[text.size()] = '\0';
-    index_.insert({copy, static_cast<std::uint32_t>(text.size()), hash}, slot);
+    if (!index({copy, static_cast<std::uint32_t>(text.size()), hash}, slot)) {
+        std::free(copy);
+        return {Outcome::kOutOfMemory, nullptr};
+    }
     *slot = {copy, static_cast<std::uint32_t>(text.size()) + 1, hash, id != 0};
     ++usedCount_;
     return {Outcome::kAdopt, slot};
+}
+
+bool kxUniqueStringTable::index(const Key& key, kxUniqueStringData* slot)
+{
+    try {
+        return index_.insert(key, slot);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 kxUniqueStringData* kxUniqueStringTable::freeSlot(std::uint16_t id) noexcept

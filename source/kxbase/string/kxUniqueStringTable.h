@@ -10,6 +10,8 @@
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/string/kxSameBytes.h"
 
+#include <cstdlib>
+#include <new>
 #include <string_view>
 
 // One slot.
@@ -70,13 +72,26 @@ private:
         }
     };
 
+    // Reports nothing while the mutex is held, since a message may want a unique string.
+    struct QuietStorage {
+        static void* allocate(std::size_t sizeBytes)
+        {
+            void* const block = std::malloc(sizeBytes);
+            if (block == nullptr) throw std::bad_alloc();
+            return block;
+        }
+        static void free(void* block) noexcept { std::free(block); }
+    };
+
     kxUniqueStringTable();
+    bool enterOwnTexts();
+    bool index(const Key& key, kxUniqueStringData* slot);
     Answer add(std::string_view text, std::uint32_t hash, std::uint16_t id);
     kxUniqueStringData* freeSlot(std::uint16_t id) noexcept;
 
     kxMutex mutex_;
     kxUniqueStringData* slots_;
-    kxDict<Key, kxUniqueStringData, KeyTraits, kxUntrackedStorage> index_;
+    kxDict<Key, kxUniqueStringData, KeyTraits, QuietStorage> index_;
     std::uint32_t usedCount_ = 0;
     std::uint32_t firstFree_ = 0;  // no slot below it is free
 };
