@@ -2,8 +2,10 @@
 
 #include "kxbase/core/kxMessage.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -15,6 +17,20 @@ template <typename Integer> Integer saturated(double value) noexcept
     if (value <= static_cast<double>(Limits::min())) return Limits::min();
     if (value >= static_cast<double>(Limits::max())) return Limits::max();
     return static_cast<Integer>(value);
+}
+
+[[noreturn]] void raiseNoText()
+{
+    kxRaiseFatal("Cant get kxString value out of non kxString kxArgument");
+}
+
+// Without a length the text ends at its first zero.
+template <typename Char>
+std::basic_string_view<Char> upTo(std::size_t maximum, const Char* text, const std::uint32_t* length) noexcept
+{
+    if (length != nullptr) return {text, std::min<std::size_t>(*length, maximum)};
+    const Char* const zero = std::char_traits<Char>::find(text, maximum, Char{});
+    return {text, zero != nullptr ? static_cast<std::size_t>(zero - text) : maximum};
 }
 
 }  // namespace
@@ -55,12 +71,24 @@ double kxArgument::toDouble() const noexcept
 
 std::string_view kxArgument::text() const
 {
-    if (!hasText()) kxRaiseFatal("Cant get kxString value out of non kxString kxArgument");
+    if (!hasText()) raiseNoText();
     return length_ == kUntilZero ? std::string_view(text_) : std::string_view(text_, length_);
 }
 
 std::u16string_view kxArgument::wideText() const
 {
-    if (!hasWideText()) kxRaiseFatal("Cant get kxString value out of non kxString kxArgument");
-    return wide_;
+    if (!hasWideText()) raiseNoText();
+    return length_ == kUntilZero ? std::u16string_view(wide_) : std::u16string_view(wide_, length_);
+}
+
+std::string_view kxArgument::text(std::size_t maximum) const
+{
+    if (!hasText()) raiseNoText();
+    return upTo(maximum, text_, length_ == kUntilZero ? nullptr : &length_);
+}
+
+std::u16string_view kxArgument::wideText(std::size_t maximum) const
+{
+    if (!hasWideText()) raiseNoText();
+    return upTo(maximum, wide_, length_ == kUntilZero ? nullptr : &length_);
 }

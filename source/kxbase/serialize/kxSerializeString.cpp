@@ -63,7 +63,8 @@ std::uint32_t kxSerializeString::getDataSize() const
 
 void kxString::write(kxSerializeAdapter& adapter) const
 {
-    kxSerializeString(*this).write(adapter);
+    adapter.write(text(), length_);
+    adapter.writeByte(0);
 }
 
 void kxString::read(kxSerializeAdapter& adapter)
@@ -75,10 +76,11 @@ void kxString::read(kxSerializeAdapter& adapter)
 
 void kxString::pushBack(kxSerializeAdapter& adapter) const
 {
-    kxSerializeString(*this).pushBack(adapter);
+    adapter.pushBack(std::uint8_t{0});
+    adapter.pushBack(text(), length_);
 }
 
 std::uint32_t kxString::getDataSize() const
 {
-    return kxSerializeString(*this).getDataSize();
+    return length_ + 1U;
 }

@@ -1,6 +1,7 @@
 #include "kxbase/string/kxFormatConversion.h"
 
-#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxMessageLevel.h"
+#include "kxbase/string/kxFormatFault.h"
 #include "kxbase/string/kxNumberText.h"
 #include "kxbase/string/kxUtf.h"
 
@@ -76,23 +77,34 @@ void writeCharacter(const kxFormatConversion&, const kxFormatSpec& spec, const k
     writeText(whole, {bytes, length}, output);
 }
 
+// As many characters of a text argument as can be of use.
+std::size_t usedCharacters(const kxFormatSpec& spec) noexcept
+{
+    return spec.precision >= 0 ? static_cast<std::size_t>(spec.precision) : KX_FORMAT_MAX_WIDTH;
+}
+
 void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                  kxFormatOutput& output)
 {
-    if (argument.hasText()) return writeText(spec, argument.text(), output);
-    kxMessage(KX_MESSAGE_WARNING, "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
+    if (argument.hasText())
+        return writeText(spec, argument.text(usedCharacters(spec) * KX_UTF_MAX_BYTES), output);
+    kxSendFormatFault(KX_MESSAGE_WARNING,
+                      "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
 }
 
 void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                kxFormatOutput& output)
 {
     if (!argument.hasWideText()) {
-        kxMessage(KX_MESSAGE_WARNING, "Using kxString::format(\"%%S\",arg) where arg is no valid pointer");
+        kxSendFormatFault(KX_MESSAGE_WARNING,
+                          "Using kxString::format(\"%%S\",arg) where arg is no valid pointer");
         return;
     }
-    if (spec.width == 0 && spec.precision < 0) return output.appendWide(argument.wideText());
+    constexpr std::size_t kUnitsPerCharacter = 2;
+    const std::u16string_view wide = argument.wideText(usedCharacters(spec) * kUnitsPerCharacter);
+    if (spec.width == 0 && spec.precision < 0) return output.appendWide(wide);
     kxFormatOutput text;
-    text.appendWide(argument.wideText());
+    text.appendWide(wide);
     writeText(spec, text.text(), output);
 }
 
@@ -155,7 +167,11 @@ public:
         const auto given =
             static_cast<std::int16_t>(std::clamp<std::int32_t>(decimals, -1, KX_DTOA_MAX_DECIMALS));
         kxDtoA(text_, value, given, &length_);
+        if (isEmpty()) zeros_ = 0;
     }
+
+    // What has no digits, since it is too large or no number, gets no zeros and no point either.
+    bool isEmpty() const noexcept { return view().empty(); }
 
     bool isNegative() const noexcept { return length_ != 0 && text_[0] == '-'; }
     std::size_t zeros() const noexcept { return zeros_; }
@@ -173,7 +189,7 @@ public:
     }
     void appendPoint() noexcept
     {
-        if (view().find('.') == std::string_view::npos) text_[length_++] = '.';
+        if (!isEmpty() && view().find('.') == std::string_view::npos) text_[length_++] = '.';
     }
 
 private:
@@ -187,9 +203,9 @@ bool isSilent(const kxFormatSpec& spec, double value) noexcept
     return spec.precision == 0 && value == 0;
 }
 
-void writeDigits(const kxFormatSpec& spec, const Digits& digits, std::string_view exponent,
-                 kxFormatOutput& output)
+void writeDigits(kxFormatSpec spec, const Digits& digits, std::string_view exponent, kxFormatOutput& output)
 {
+    if (digits.isEmpty()) spec.zeroPad = false;
     writeNumber(spec,
                 {.prefix = signOf(spec, digits.isNegative()),
                  .digits = digits.view(),

@@ -1,6 +1,7 @@
 #include "kxbase/string/kxFormatter.h"
 
-#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxMessageLevel.h"
+#include "kxbase/string/kxFormatFault.h"
 #include "kxbase/string/kxFormatTable.h"
 #include "kxbase/string/kxString.h"
 
@@ -142,12 +143,13 @@ const kxArgument& kxFormatter::nextArgument() noexcept
 void kxFormatter::warnPosition() const
 {
     // Raw, since the text would otherwise be taken for the very fault that it describes.
-    kxMessage(KX_MESSAGE_WARNING | KX_MESSAGE_RAW, "Using kxString::format(\"%n$\") where n<1 or n>16");
+    kxSendFormatFault(KX_MESSAGE_WARNING | KX_MESSAGE_RAW,
+                      "Using kxString::format(\"%n$\") where n<1 or n>16");
 }
 
 void kxFormatter::warnUnknown() const
 {
-    kxMessage(KX_MESSAGE_WARNING, "Unknown format option in string '%s'", format_);
+    kxSendFormatFault(KX_MESSAGE_WARNING, "Unknown format option in string '%s'", kxArgumentSlots(format_));
 }
 
 kxString kxString::formatArguments(std::string_view text, kxArgumentView arguments)

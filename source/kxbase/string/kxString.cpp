@@ -43,11 +43,11 @@ std::uint32_t hashTail(const char* bytes, std::size_t count) noexcept
 
 }  // namespace
 
-std::string_view kxString::viewOf(const char* text) noexcept
+std::string_view kxString::viewOf(const char* text, std::size_t limit) noexcept
 {
     if (text == nullptr) return {};
-    const void* const zero = std::memchr(text, 0, KX_STRING_MAX_LENGTH);
-    if (zero == nullptr) return {text, KX_STRING_MAX_LENGTH};
+    const void* const zero = std::memchr(text, 0, limit);
+    if (zero == nullptr) return {text, limit};
     return {text, static_cast<std::size_t>(static_cast<const char*>(zero) - text)};
 }
 
@@ -232,4 +232,7 @@ std::ostream& operator<<(std::ostream& stream, const kxString& string)
     return stream << string.view();
 }
 
-kxArgument::kxArgument(const kxString& text) noexcept : kxArgument(text.view()) {}
+std::string_view kxArgument::viewOf(const kxString& text) noexcept
+{
+    return text.view();
+}

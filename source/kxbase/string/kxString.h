@@ -65,6 +65,11 @@ public:
     {
         return formatArguments(text, kxArgumentSlots(arguments...));
     }
+    // Null gives the empty string.
+    template <typename... Arguments> static kxString format(const char* text, const Arguments&... arguments)
+    {
+        return format(text != nullptr ? std::string_view(text) : std::string_view(), arguments...);
+    }
     static kxString formatArguments(std::string_view text, kxArgumentView arguments);
 
     std::uint16_t length() const noexcept { return length_; }
@@ -116,7 +121,10 @@ public:
     {
         return left.view() == right;
     }
-    friend bool operator==(const kxString& left, const char* right) noexcept { return left == viewOf(right); }
+    friend bool operator==(const kxString& left, const char* right) noexcept
+    {
+        return left == left.reachOf(right);
+    }
     friend std::strong_ordering operator<=>(const kxString& left, const kxString& right) noexcept
     {
         return left.view() <=> right.view();
@@ -127,7 +135,7 @@ public:
     }
     friend std::strong_ordering operator<=>(const kxString& left, const char* right) noexcept
     {
-        return left.view() <=> viewOf(right);
+        return left.view() <=> left.reachOf(right);
     }
 
     // Case concerns the ASCII letters only.
@@ -180,7 +188,13 @@ public:
 private:
     friend class kxUniqueString;
 
-    static std::string_view viewOf(const char* text) noexcept;
+    // Up to the terminating zero, or to the limit.
+    static std::string_view viewOf(const char* text, std::size_t limit = KX_STRING_MAX_LENGTH) noexcept;
+    // As much of a text as decides how the string compares with it.
+    std::string_view reachOf(const char* text) const noexcept
+    {
+        return viewOf(text, length_ + std::size_t{1});
+    }
     // A string whose buffer is `length` bytes that `fill` writes, which must not throw.
     template <typename Fill> static kxString built(std::size_t length, const Fill& fill);
     template <typename Fill> void build(std::size_t length, const Fill& fill);

@@ -47,9 +47,12 @@ kxString kxString::fromUnsigned(std::uint64_t value, const kxIntegerStyle& style
 
 kxString kxString::fromDouble(double value, std::int16_t decimals)
 {
-    char text[kxDtoARoom(KX_DTOA_MAX_DECIMALS)];
+    char shortText[kxDtoARoom(KX_DTOA_MAX_DECIMALS)];
+    std::unique_ptr<char[]> longText;
+    if (decimals > KX_DTOA_MAX_DECIMALS) longText = std::make_unique<char[]>(kxDtoARoom(decimals));
+    char* const text = longText != nullptr ? longText.get() : shortText;
     std::uint32_t length = 0;
-    kxDtoA(text, value, std::min(decimals, KX_DTOA_MAX_DECIMALS), &length);
+    kxDtoA(text, value, decimals, &length);
     return {text, length};
 }
 

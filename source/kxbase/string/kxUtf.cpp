@@ -107,7 +107,16 @@ template <std::size_t Count> void narrow(const char16_t* units, char* bytes) noe
     for (std::size_t i = 0; i < Count; ++i) bytes[i] = static_cast<char>(group[i]);
 }
 
-// Moves a run of ASCII; the group that ends it is written whole, since what follows writes over the rest.
+// Fewer than a group, in at most three steps.
+void widenPart(const char* bytes, char16_t* units, std::size_t count) noexcept
+{
+    static_assert(kByteGroup == 8);
+    if ((count & 4U) != 0) widen<4>(bytes, units);
+    if ((count & 2U) != 0) widen<2>(bytes + (count & 4U), units + (count & 4U));
+    if ((count & 1U) != 0) widen<1>(bytes + count - 1, units + count - 1);
+}
+
+// Moves a run of ASCII. Nothing is written behind it: what follows it may be malformed and never be written over.
 kxUtfProgress copyAscii(std::string_view bytes, char16_t* units, std::size_t room) noexcept
 {
     const std::size_t limit = std::min(bytes.size(), room);
@@ -118,9 +127,12 @@ kxUtfProgress copyAscii(std::string_view bytes, char16_t* units, std::size_t roo
     }
     while (limit - at >= kByteGroup) {
         const std::size_t count = asciiBytes(bytes.data() + at);
+        if (count != kByteGroup) {
+            widenPart(bytes.data() + at, units + at, count);
+            return {at + count, at + count};
+        }
         widen<kByteGroup>(bytes.data() + at, units + at);
-        at += count;
-        if (count != kByteGroup) return {at, at};
+        at += kByteGroup;
     }
     for (; at < limit && byteAt(bytes.data(), at) < 0x80; ++at) units[at] = byteAt(bytes.data(), at);
     return {at, at};

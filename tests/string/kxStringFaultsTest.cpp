@@ -1,0 +1,60 @@
+// One case for each fault that was found in this folder.
+#include "kxbase/string/kxString.h"
+#include "kxbase/string/kxUtf.h"
+#include "support/kxMessageRecorder.h"
+
+#include <array>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+struct ConvertsToString {
+    operator kxString() const { return "temporary"; }
+};
+static_assert(!std::is_constructible_v<kxArgument, ConvertsToString>, "would refer to a temporary string");
+struct FaultyTranslator : kxMessageTranslatorInterface {
+    kxString translate(std::string_view, const kxString&, std::uint32_t) override { return "x%q%q%q"; }
+};
+}  // namespace
+
+TEST(kxStringFaults, TextArgumentsAreReadNoFurtherThanNeeded)
+{
+    const std::array<char, 12> narrow{'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'};
+    EXPECT_EQ(kxString::format("%.2s", narrow.data()), "ab") << "no zero within reach";
+    EXPECT_EQ(kxString::format("%S", std::u16string_view(u"wide!").substr(0, 4)), "wide");
+    EXPECT_EQ(kxArgument(std::string_view("", std::size_t{1} << 32U)).text(9).size(), 9U) << "saturates";
+    EXPECT_EQ(kxString::format("%c", '\xE9'), "\xC3\xA9") << "a char is unsigned";
+}
+
+TEST(kxStringFaults, WideTextEndsWhereItIsReportedToEnd)
+{
+    std::array<char16_t, 20> units{};
+    EXPECT_EQ(kxUtfToWide("abcdefg\xFF_________", units.data(), units.size()).written, 7U);
+    EXPECT_EQ(std::u16string(units.data(), 9), std::u16string(u"abcdefg\0\0", 9));
+}
+
+TEST(kxStringFaults, WhatHasNoDigitsGetsNone)
+{
+    const kxMessageRecorder recorder;
+    for (const char* format : {"%+8.400f", "%+#8f", "%+08e", "%+#8.400g"})
+        EXPECT_EQ(kxString::format(format, HUGE_VAL), "       +") << format;
+}
+
+TEST(kxStringFaults, FaultsInAFormatWarningEnd)
+{
+    kxMessageRecorder recorder;
+    FaultyTranslator translator;
+    kxMessageManager::instance().setTranslator(&translator);
+    EXPECT_EQ(kxString::format("%q"), "");
+    kxMessageManager::instance().setTranslator(nullptr);
+    EXPECT_EQ(recorder.texts().size(), 1U);
+}
+
+TEST(kxStringFaults, LengthsAreNotCut)
+{
+    const std::string full(KX_STRING_MAX_LENGTH, 'a');
+    EXPECT_FALSE(kxString(full) == (full + 'a').c_str());
+    EXPECT_LT(kxString(full), (full + 'a').c_str());
+    EXPECT_EQ(kxString::format(static_cast<const char*>(nullptr)), "");
+}
