@@ -1,10 +1,6 @@
 #include "tests/staticorder/kxStaticCheck.h"
 
-namespace {
-
-kxStaticCheck check("first unit");
-
-}  // namespace
+static kxStaticCheck check;
 
 int main()
 {

@@ -1,7 +1,3 @@
 #include "tests/staticorder/kxStaticCheck.h"
 
-namespace {
-
-kxStaticCheck check("second unit");
-
-}  // namespace
+static kxStaticCheck check;

@@ -1,243 +1,172 @@
 #include "kxbase/string/kxString.h"
 
-#include "kxbase/core/kxFatalError.h"
+#include "kxbase/string/kxNameInterface.h"
+#include "kxbase/string/kxStringCompareInterface.h"
+#include "support/kxFatalText.h"
+#include "support/kxTestRandom.h"
 
+#include <bitset>
 #include <gtest/gtest.h>
-#include <random>
-#include <sstream>
-#include <string>
-
-namespace {
 
 // A static string must not depend on start-up code.
-constinit kxString staticallyEmpty;
+static constinit kxString staticallyEmpty;
 
-// The hash once more, byte by byte and in 64 bits, as slow and plain as it can be said.
-std::uint32_t plainHash(const std::string& text)
-{
-    const std::uint64_t mask = 0xFFFFFFFFU;
-    std::uint64_t h = text.size();
-    const std::size_t groups = text.size() / 4;
-    for (std::size_t g = 0; g < groups; ++g) {
-        std::uint64_t v = 0;
-        for (std::size_t i = 0; i < 4; ++i)
-            v += static_cast<std::uint64_t>(static_cast<unsigned char>(text[4 * g + i])) << (8 * i);
-        h = (h ^ ((v ^ (groups - 1 - g)) | (h * 2))) & mask;
-    }
-    std::uint64_t t = 0;
-    for (std::size_t i = 4 * groups; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        t = ((t * 256) | (byte < 0x80 ? byte : 0xFFFFFF00U + byte)) & mask;
-    }
-    return static_cast<std::uint32_t>((((h * 2) | t) ^ h) & mask);
-}
-
-std::string fatalText(const std::function<void()>& action)
-{
-    try {
-        action();
-    } catch (const kxFatalError& error) {
-        return error.what();
-    }
-    return "";
-}
-
-void expectSound(const kxString& string)
-{
-    EXPECT_EQ(string.text()[string.length()], 0);
-    EXPECT_EQ(string.hash(), plainHash(std::string(string.view())));
-}
-
-}  // namespace
-
-TEST(kxStringHash, GivesTheKnownValues)
+TEST(kxString, HasTheKnownHashes)
 {
     // Computed with a few lines of Python that follow the definition over int.from_bytes(group, "little").
-    const struct {
-        const char* why;
-        std::string text;
-        std::uint32_t hash;
-    } cases[] = {
-        {"empty", "", 0},
-        {"tail alone", "abc", 0x616264},
-        {"group and tail", "abcde", 0xaca5a693},
-        {"a name of a scheme", "udp:", 0x4e90ac8b},
-        {"tail bytes are signed", "\xC3\xA9x", 0xffffa97d},
-        {"zero bytes count", std::string("ab\0cd\0e", 7), 0xa564a69d},
-        {"the longest", std::string(65535, 'k'), 0xf252},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        EXPECT_EQ(kxString::hashOf(c.text), c.hash);
-        EXPECT_EQ(kxString(c.text.data(), c.text.size()).hash(), c.hash);
-    }
+    EXPECT_EQ(kxString("abc").hash(), 0x616264U);
+    EXPECT_EQ(kxString("abcde").hash(), 0xaca5a693U);
+    EXPECT_EQ(kxString("\xC3\xA9x").hash(), 0xffffa97dU) << "tail bytes are signed";
+    EXPECT_EQ(kxString("ab\0cd\0e", 7).hash(), 0xa564a69dU) << "zero bytes count";
+    EXPECT_EQ(kxString(std::string(65535, 'k')).hash(), 0xf252U);
     EXPECT_EQ(kxString::hashOf("udp:", 0), 0x4e90ac8bU) << "a length of 0 is counted";
 }
 
-TEST(kxStringHash, StaysCurrentUnderRandomChanges)
+TEST(kxString, BehavesAsTheStandardString)
 {
-    std::mt19937 random(7);
+    kxTestRandom random(7);
     kxString string;
     std::string twin;
     for (int step = 0; step < 2000; ++step) {
         const auto byte = static_cast<char>(random() % 256);
-        const auto at = static_cast<std::uint32_t>(twin.empty() ? 0 : random() % twin.size());
+        const auto at = twin.empty() ? 0 : random() % static_cast<std::uint32_t>(twin.size());
         const auto kind = twin.empty() ? 0 : random() % 5;
         if (kind == 0) string += byte, twin += byte;
         if (kind == 1) string += string.substring(at, 3), twin += twin.substr(at, 3);
         if (kind == 2) string.setCharacter(at, byte), twin[at] = byte;
         if (kind == 3) string = string.substring(at, 40), twin = twin.substr(at, 40);
         if (kind == 4) string = string + std::string_view(twin).substr(at, 2), twin += twin.substr(at, 2);
-        ASSERT_EQ(string.view(), twin);
-        expectSound(string);
+        ASSERT_TRUE(string.view() == twin && string.text()[twin.size()] == 0);
+        ASSERT_EQ(string.hash(), kxString::hashOf(twin));
     }
 }
 
-TEST(kxStringConstruction, TakesNothingAsEmpty)
+TEST(kxString, TakesNothingAsEmptyAndCutsWhatIsTooLong)
 {
-    const kxString strings[] = {
-        nullptr,        static_cast<const char*>(nullptr),     "",  std::string_view(),
-        {"abc", 0},     static_cast<const char16_t*>(nullptr), u"", kxString(),
-        staticallyEmpty};
-    for (const kxString& string : strings) {
-        EXPECT_TRUE(string.isEmpty());
-        EXPECT_STREQ(string.text(), "");
-        EXPECT_EQ(string.hash(), 0U);
-        EXPECT_EQ(string, kxString());
-    }
-}
-
-TEST(kxStringConstruction, CutsLongTextSilentlyAndKeepsZeroBytes)
-{
+    const kxString strings[] = {static_cast<const char*>(nullptr),
+                                static_cast<const char16_t*>(nullptr),
+                                "",
+                                {"abc", 0},
+                                kxString(),
+                                staticallyEmpty};
+    for (const kxString& string : strings)
+        EXPECT_TRUE(string == kxString() && *string.text() == '\0' && string.hash() == 0);
     const std::string text(70000, 'x');
-    EXPECT_EQ(kxString(text.c_str()).length(), 65535);
-    EXPECT_EQ(kxString(text).length(), 65535);
-    expectSound(kxString(text));
-    const kxString zeros("a\0b", 3);
-    EXPECT_EQ(zeros.length(), 3);
-    EXPECT_NE(zeros, kxString("a"));
-    std::string unterminated(65535, 'y');
-    EXPECT_EQ(kxString(unterminated.c_str()).view(), unterminated);
+    for (const kxString& string : {kxString(text), kxString(text.c_str())})
+        EXPECT_EQ(string.view(), text.substr(0, 65535));
 }
 
-TEST(kxStringAssignment, ReplacesFromAnythingIncludingItself)
+TEST(kxString, IsAssignedFromItselfAndItsParts)
 {
-    kxString string("one two three");
-    string = string.substring(4, 3);
-    EXPECT_EQ(string, "two");
-    string = string.text() + 1;
-    EXPECT_EQ(string, "wo");
+    kxString string("one two three"), target("old");
     kxString& same = string;
+    string = string.substring(4, 3).text() + 1;
     string = same;
     string = std::move(same);
-    EXPECT_EQ(string, "wo");
+    string = string.text();
     string += string;
-    EXPECT_EQ(string, "wowo");
-
-    kxString target("old");
+    string += string.text() + 2;
+    EXPECT_EQ(string, "wowowo");
     target = std::move(string);
-    EXPECT_EQ(target, "wowo");
-    EXPECT_TRUE(string.isEmpty());  // NOLINT: what is left behind is the point
-    EXPECT_EQ(string.hash(), 0U);
-    const kxString copy(target);
-    EXPECT_NE(copy.text(), target.text()) << "every copy has a buffer of its own";
+    EXPECT_TRUE(string.isEmpty() && string.hash() == 0);  // NOLINT: what is left behind is the point
+    EXPECT_NE(kxString(target).text(), target.text()) << "every copy has a buffer of its own";
 }
 
-TEST(kxStringConcatenation, EndsAtTheLongestText)
+TEST(kxString, EndsAtItsBounds)
 {
-    const kxString base(std::string(65000, 'a'));
-    const std::string tooMuch(536, 'b');
-    const std::string fits(535, 'b');
-    const char* const expected = "Too many characters in kxString";
-    EXPECT_EQ(fatalText([&] { base + kxString(tooMuch); }), expected);
-    EXPECT_EQ(fatalText([&] { base + tooMuch.c_str(); }), expected);
-    EXPECT_EQ(fatalText([&] { base + std::string_view(tooMuch); }), expected);
-    EXPECT_EQ(fatalText([&] { tooMuch.c_str() + base; }), expected);
-    EXPECT_EQ(fatalText([&] { base.replaced("a", "aaaa"); }), expected);
-
-    kxString grown(base);
-    EXPECT_EQ(fatalText([&] { grown += tooMuch.c_str(); }), expected);
+    kxString grown(std::string(65000, 'a'));
+    const kxString base(grown), added(std::string(536, 'b'));
+    const std::string tooMany = "Too many characters in kxString";
+    EXPECT_EQ(kxFatalText([&] { base + added; }), tooMany);
+    EXPECT_EQ(kxFatalText([&] { added.text() + base; }), tooMany);
+    EXPECT_EQ(kxFatalText([&] { base.replaced("a", "aaaa"); }), tooMany);
+    EXPECT_EQ(kxFatalText([&] { grown += added.text(); }), tooMany);
     EXPECT_EQ(grown, base) << "a failed addition changes nothing";
-    grown += fits.c_str();
+    grown += added.text() + 1;
     EXPECT_EQ(grown.length(), 65535);
-    expectSound(grown);
-    EXPECT_EQ(fatalText([&] { grown += 'c'; }), expected);
-    grown += "";
-    EXPECT_EQ(grown.length(), 65535);
-}
 
-TEST(kxStringConcatenation, EncodesCharacters)
-{
-    EXPECT_EQ(kxString("a") + 'b' + u'\u00E9' + U'\U0001F600', "ab\xC3\xA9\xF0\x9F\x98\x80");
-    kxString string;
-    string += u'\u20AC';
-    string += "x";
-    EXPECT_EQ("<" + string + ">", "<\xE2\x82\xACx>");
-    EXPECT_EQ(kxString(U'\x7FFFFFFF').length(), 6);
-}
-
-TEST(kxStringAccess, ChecksItsBounds)
-{
     kxString string("abc");
-    EXPECT_EQ(string[2], 'c');
-    const char* const expected = "kxString(index) out of bounds";
-    EXPECT_EQ(fatalText([&] { (void)string[3]; }), expected);
-    EXPECT_EQ(fatalText([&] { string.setCharacter(3, 'x'); }), expected);
-    EXPECT_EQ(fatalText([&] { (void)kxString()[0]; }), expected);
-    string.setCharacter(1, 'X');
-    EXPECT_EQ(string, "aXc");
-}
-
-TEST(kxStringSubstring, CutsTheCountButNotTheStart)
-{
-    const kxString string("abc");
-    EXPECT_EQ(string.substring(0, 3), "abc");
-    EXPECT_EQ(string.substring(1, 100), "bc") << "the count is cut";
-    EXPECT_EQ(string.substring(2, 0xFFFFFFFFU), "c") << "a sum that would wrap";
+    EXPECT_EQ(kxFatalText([&] { (void)string[3]; }), "kxString(index) out of bounds");
+    EXPECT_EQ(kxFatalText([&] { string.setCharacter(3, 'x'); }), "kxString(index) out of bounds");
+    EXPECT_EQ(string.substring(1, 100) + string.substring(2, 0xFFFFFFFFU), "bcc") << "the count is cut";
     EXPECT_EQ(string.substring(5, 0), "") << "nothing needs no valid start";
-    EXPECT_EQ(fatalText([] { kxString("abc").substring(3, 1); }), "kxString(index,len) out of bounds");
-    EXPECT_EQ(fatalText([] { kxString().substring(0, 1); }), "kxString(index,len) out of bounds");
+    EXPECT_EQ(kxFatalText([&] { string.substring(3, 1); }), "kxString(index,len) out of bounds");
 }
 
-TEST(kxStringComparison, OrdersByUnsignedBytes)
+TEST(kxString, IsOrderedByUnsignedBytes)
 {
     const kxString ascending[] = {"", {"\0", 1}, "A", "a", "aa", "ab", "b", "\x7F", "\xC3\xA9"};
-    for (std::size_t i = 0; i < std::size(ascending); ++i) {
+    for (std::size_t i = 0; i < std::size(ascending); ++i)
         for (std::size_t j = 0; j < std::size(ascending); ++j) {
             EXPECT_EQ(ascending[i] <=> ascending[j], i <=> j) << i << ' ' << j;
             EXPECT_EQ(ascending[i] == ascending[j], i == j) << i << ' ' << j;
-            EXPECT_EQ(ascending[i] <=> ascending[j].view(), i <=> j);
+        }
+    EXPECT_EQ(kxString("item0001").hash(), kxString("item0003").hash()) << "only the bytes tell them apart";
+    EXPECT_NE(kxString("item0001"), kxString("item0003"));
+}
+
+TEST(kxString, AsAKeyComparesEveryByteOfEveryLength)
+{
+    for (std::string text = "x"; text.size() <= 70; text += 'x') {
+        const kxString key(text);
+        EXPECT_TRUE(kxStringCompareInterface::isEqual(key, kxString(text)));
+        for (std::uint32_t at = 0; at < key.length(); ++at) {
+            kxString other(text);
+            other.setCharacter(at, 'y');
+            EXPECT_FALSE(kxStringCompareInterface::isEqual(key, other)) << text << at;
         }
     }
-    // Both have the same length and the same hash, so that only the bytes tell them apart.
-    const kxString one("item0001"), other("item0003");
-    ASSERT_EQ(one.hash(), other.hash());
-    EXPECT_NE(one, other);
 }
 
-TEST(kxStringComparison, WorksWithEveryKindOfText)
+TEST(kxString, SearchesAsTheStandardString)
 {
-    const kxString string("text");
-    const std::string standard("text");
-    EXPECT_TRUE(string == "text" && "text" == string && string == standard && standard == string);
-    EXPECT_TRUE(string == std::string_view("text") && string < "textual" && "a" < string);
-    EXPECT_EQ(std::string(string), standard);
-    EXPECT_EQ(std::hash<kxString>()(string), string.hash());
-    std::ostringstream stream;
-    stream << string;
-    EXPECT_EQ(stream.str(), "text");
+    kxTestRandom random(11);
+    for (int round = 0; round < 3000; ++round) {
+        const std::string twin = std::bitset<12>(random()).to_string().substr(random() % 12);
+        const std::string part = std::bitset<3>(random()).to_string().substr(random() % 4);
+        const kxString string(twin);
+        const std::uint32_t from = random() % 16;
+        ASSERT_EQ(string.find(part, from), static_cast<std::uint32_t>(twin.find(part, from)));
+        ASSERT_EQ(string.findLast(part, from), static_cast<std::uint32_t>(twin.rfind(part, from)));
+        ASSERT_EQ(string.find('1', from), static_cast<std::uint32_t>(twin.find('1', from)));
+        ASSERT_EQ(string.findLast('1'), static_cast<std::uint32_t>(twin.rfind('1')));
+        ASSERT_EQ(string.startsWith(part), twin.starts_with(part));
+        ASSERT_EQ(string.endsWith(part), twin.ends_with(part));
+    }
 }
 
-TEST(kxStringNumbers, ReadsAndWritesThem)
+TEST(kxString, ReplacesSplitsTrimsAndFolds)
 {
-    EXPECT_EQ(kxString::fromInteger(-42, {.minimumDigits = 4}), "-0042");
-    EXPECT_EQ(kxString::fromUnsigned(0xFFFFFFFFFFFFFFFFU, {.base = 16, .digitCase = KX_DIGITS_UPPER}),
-              "FFFFFFFFFFFFFFFF");
-    EXPECT_EQ(kxString::fromInteger(-1, {.base = 2, .minimumDigits = 0xFFFFFFFFU}).view(),
-              "-" + std::string(65534, '0'));
-    EXPECT_EQ(kxString::fromDouble(-2.5, 0), "-3");
-    EXPECT_EQ(kxString::fromDouble(0.1), "0.1");
-    EXPECT_EQ(kxString::fromDouble(1, 32767).length(), 2 + 32767);
-    EXPECT_EQ(kxString("\t -12.5e1 V").toDouble(), -125.0);
-    EXPECT_EQ(kxString("3,5").toDouble(','), 3.5);
+    EXPECT_EQ(kxString("a.b.c").replaced(".", "::"), "a::b::c");
+    EXPECT_EQ(kxString("....").replaced("..", ""), "") << "shrinks to nothing";
+    EXPECT_EQ(kxString("aaa").replaced("aa", "ca"), "caa") << "from the left, and not what was put in";
+    EXPECT_EQ(kxString("ab").replaced("", "x"), "ab") << "an empty text matches nothing";
+    EXPECT_EQ(kxString("a,,b,").split(","), (std::vector<kxString>{"a", "", "b", ""}));
+    EXPECT_EQ(kxString("a,b").split(""), std::vector<kxString>{"a,b"});
+    const kxString padded(" \t\r\n\v\fa b\n "), blank(" \n "), mixed("aZ[`{\xC3\x84 1");
+    EXPECT_EQ(padded.trimmed() + padded.trimmedLeft() + padded.trimmedRight(), "a ba b\n  \t\r\n\v\fa b");
+    EXPECT_EQ(blank.trimmed() + blank.trimmedLeft() + blank.trimmedRight() + kxString().trimmed(), "");
+    EXPECT_EQ(mixed.lowerCase() + mixed.upperCase(), "az[`{\xC3\x84 1AZ[`{\xC3\x84 1") << "only ASCII";
+    EXPECT_TRUE(mixed.equalsIgnoreCase("Az[`{\xC3\x84 1") && !mixed.equalsIgnoreCase("Az"));
+}
+
+TEST(kxString, ReadsAndWritesCharactersAndNumbers)
+{
+    kxString string("a");
+    string += u'\u20AC';
+    EXPECT_EQ("<" + (string + 'z' + u'\u00E9' + U'\U0001F600'), "<a\xE2\x82\xACz\xC3\xA9\xF0\x9F\x98\x80");
+    EXPECT_EQ(kxString::fromUnsigned(UINT64_MAX, {.base = 16}), "ffffffffffffffff");
+    EXPECT_EQ(kxString::fromInteger(-1, {.base = 2, .minimumDigits = 0xFFFFFFFFU}).length(), 65535);
+    EXPECT_EQ(kxString::fromDouble(-2.5, 0) + kxString::fromDouble(0.1), "-30.1");
+    EXPECT_EQ(kxString::fromDouble(1, 32767).length(), 2 + 308);
+    EXPECT_EQ(kxString("\t -12.5e1 V").toDouble() + kxString("3,5").toDouble(','), -121.5);
+}
+
+TEST(kxNameInterface, HoldsNoEmptyName)
+{
+    kxNameInterface object("relay");
+    object.setName(object.getName());
+    const kxNameInterface copy(object);
+    object.setName("");
+    EXPECT_TRUE(!object.hasName() && !kxNameInterface("").hasName() && copy.getName() == "relay");
 }

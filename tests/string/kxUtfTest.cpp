@@ -1,26 +1,25 @@
 #include "kxbase/string/kxUtf.h"
 
+#include "kxbase/string/kxString.h"
 #include "support/kxMessageRecorder.h"
+#include "support/kxTestRandom.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <random>
-#include <string>
-
-using testing::ElementsAre;
-using testing::IsEmpty;
+#include <thread>
 
 namespace {
 
-const char* const kEncoderFault = "Utf decoding on faulty data input";
-const char* const kDecoderFault = "Utf encoding on faulty data set";
+using Texts = std::vector<std::string>;
+constexpr std::uint32_t kLevel = KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL;
+const Texts kFault = {"Utf encoding on faulty data set"};
 
-std::string encoded(std::uint32_t codePoint)
+void expectDecoded(std::string_view bytes, std::uint32_t codePoint, std::size_t length)
 {
-    char bytes[KX_UTF_MAX_BYTES];
-    const std::uint32_t length = kxUtfEncode(codePoint, bytes);
-    EXPECT_EQ(length, kxUtfByteCount(codePoint));
-    return {bytes, length};
+    const kxMessageRecorder recorder(kLevel);
+    std::uint32_t used = 99;
+    EXPECT_EQ(kxUtfDecode(bytes, used), codePoint) << bytes;
+    EXPECT_EQ(used, length) << bytes;
+    EXPECT_EQ(recorder.texts(), length != 0 ? Texts() : kFault) << bytes;
 }
 
 }  // namespace
@@ -29,112 +28,110 @@ TEST(kxUtf, EncodesAndDecodesTheEndsOfEveryForm)
 {
     // The forms of two to four bytes from Python's chr(n).encode("utf-8", "surrogatepass"), the longer ones by
     // hand from the bits.
-    const struct {
-        std::uint32_t codePoint;
-        std::string bytes;
-    } cases[] = {{0x00, std::string(1, '\0')},
-                 {0x7F, "\x7F"},
-                 {0x80, "\xC2\x80"},
-                 {0x7FF, "\xDF\xBF"},
-                 {0x800, "\xE0\xA0\x80"},
-                 {0xD800, "\xED\xA0\x80"},
-                 {0xFFFF, "\xEF\xBF\xBF"},
-                 {0x10000, "\xF0\x90\x80\x80"},
-                 {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
-                 {0x200000, "\xF8\x88\x80\x80\x80"},
-                 {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
-                 {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
-                 {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"}};
-    kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.codePoint);
-        EXPECT_EQ(encoded(c.codePoint), c.bytes);
-        std::uint32_t length = 99;
-        EXPECT_EQ(kxUtfDecode(c.bytes + "\x80tail", length), c.codePoint);
-        EXPECT_EQ(length, c.bytes.size());
-        if (c.bytes.size() < 2) continue;
-        EXPECT_EQ(recorder.takeTexts().size(), 0U);
-        EXPECT_EQ(kxUtfDecode(std::string_view(c.bytes).substr(0, c.bytes.size() - 1), length), 0U);
-        EXPECT_EQ(length, 0U) << "a sequence cut short";
-        EXPECT_THAT(recorder.takeTexts(), ElementsAre(kDecoderFault));
+    const std::vector<kxString> forms =
+        kxString(
+            "\x7F \xC2\x80 \xDF\xBF \xE0\xA0\x80 \xED\xA0\x80 \xEF\xBF\xBF \xF0\x90\x80\x80 \xF7\xBF\xBF\xBF "
+            "\xF8\x88\x80\x80\x80 \xFB\xBF\xBF\xBF\xBF \xFC\x84\x80\x80\x80\x80 \xFD\xBF\xBF\xBF\xBF\xBF")
+            .split(" ");
+    const std::uint32_t codePoints[] = {0x7F,    0x80,     0x7FF,    0x800,     0xD800,    0xFFFF,
+                                        0x10000, 0x1FFFFF, 0x200000, 0x3FFFFFF, 0x4000000, 0x7FFFFFFF};
+    for (std::size_t i = 0; i < forms.size(); ++i) {
+        EXPECT_EQ(kxString(static_cast<char32_t>(codePoints[i])), forms[i]);
+        expectDecoded((forms[i] + "\x80").view(), codePoints[i], forms[i].length());
+        expectDecoded(forms[i].view().substr(0, forms[i].length() - 1U), 0, 0);
     }
-}
-
-TEST(kxUtf, WarnsWithTheTextOfTheOtherDirection)
-{
-    kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
-    char untouched[KX_UTF_MAX_BYTES] = {'x'};
-    EXPECT_EQ(kxUtfEncode(0x80000000U, untouched), 0U);
-    EXPECT_EQ(untouched[0], 'x');
-    EXPECT_EQ(kxUtfByteCount(0xFFFFFFFFU), 0U);
-    EXPECT_THAT(recorder.takeTexts(), ElementsAre(kEncoderFault, kEncoderFault));
-
-    // Nothing, stray continuations, leads that are none, and continuations that are none.
-    for (const char* bytes :
-         {"", "\x80", "\xBF", "\xFE\x80\x80\x80\x80\x80\x80", "\xFF\x80\x80\x80\x80\x80\x80", "\xC3\x41",
-          "\xE2\x82\xC0", "\xFC\x84\x80\x80\x80\x7F"}) {
-        std::uint32_t length = 99;
-        EXPECT_EQ(kxUtfDecode(bytes, length), 0U);
-        EXPECT_EQ(length, 0U);
-        EXPECT_THAT(recorder.takeTexts(), ElementsAre(kDecoderFault)) << bytes;
-    }
-    std::uint32_t length = 0;
-    EXPECT_EQ(kxUtfDecode("\xC1\x81", length), 0x41U) << "overlong forms are accepted";
-    EXPECT_THAT(recorder.entries(), IsEmpty());
+    expectDecoded("\xC1\x81", 0x41, 2);  // overlong
+    // Stray continuations, leads that are none, and continuations that are none.
+    for (const char* bytes : {"\x80", "\xBF", "\xFE\x80\x80\x80\x80\x80\x80", "\xFF\x80\x80\x80\x80\x80\x80",
+                              "\xC3\x41", "\xE2\x82\xC0", "\xFC\x84\x80\x80\x80\x7F"})
+        expectDecoded(bytes, 0, 0);
+    const kxMessageRecorder recorder(kLevel);
+    char untouched = 'x';
+    EXPECT_EQ(kxUtfEncode(0x80000000U, &untouched) + kxUtfByteCount(0xFFFFFFFFU), 0U);
+    EXPECT_EQ(untouched, 'x');
+    EXPECT_EQ(recorder.texts(), Texts(2, "Utf decoding on faulty data input"));
 }
 
 TEST(kxUtf, ConvertsBlocksLikeSingleSequences)
 {
-    std::mt19937 random(5);
-    const std::string pieces[] = {"a",
-                                  "0123456789abcdefghij",
-                                  "\xC3\xA9",
-                                  "\xE2\x82\xAC",
-                                  "\xF0\x9F\x98\x80",
-                                  "\xED\xA0\x80",
-                                  "\xF8\x88\x80\x80\x80",
-                                  std::string(1, '\0'),
-                                  "\x80",
-                                  "\xC3"};
+    kxTestRandom random(5);
+    // Faulty pieces are the last three, and rare.
+    const std::vector<kxString> pieces =
+        kxString("a b 0123456789abcdefghij \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80 \xED\xA0\x80 "
+                 "\xF8\x88\x80\x80\x80 \x80 \xC3 \xE2\x82")
+            .split(" ");
     for (int round = 0; round < 4000; ++round) {
-        std::string text;
-        // Faulty pieces are the last two, and rare.
+        std::string text, narrow;
         for (auto count = random() % 12; count != 0; --count)
-            text += pieces[random() % (random() % 8 ? 8 : 10)];
-        std::u16string expected;
+            text += pieces[random() % (random() % 8 ? 8 : 11)].view();
+        std::u16string wide;
         const std::size_t room = random() % 2 ? text.size() : random() % (text.size() + 1);
         std::string_view left = text;
-        while (expected.size() < room && kxUtfPeek(left).length != 0) {
-            expected += static_cast<char16_t>(kxUtfPeek(left).codePoint);
+        while (wide.size() < room && kxUtfPeek(left).length != 0) {
+            wide += static_cast<char16_t>(kxUtfPeek(left).codePoint);
+            narrow += kxString(wide.back()).view();
             left.remove_prefix(kxUtfPeek(left).length);
         }
         std::u16string units(room, u'?');
         const kxUtfProgress progress = kxUtfToWide(text, units.data(), room);
         ASSERT_EQ(progress.read, text.size() - left.size());
-        ASSERT_EQ(units.substr(0, progress.written), expected);
-
-        std::string narrow, joined;
-        for (std::size_t i = 0; i < expected.size(); ++i) {
-            const bool pair = i + 1 < expected.size() && expected[i] >= 0xD800 && expected[i] < 0xDC00 &&
-                              expected[i + 1] >= 0xDC00 && expected[i + 1] < 0xE000;
-            const std::uint32_t high = expected[i];
-            narrow += encoded(pair ? 0x10000 + ((high - 0xD800) << 10U) + (expected[i + 1] - 0xDC00U) : high);
-            i += pair ? 1 : 0;
-        }
-        joined.resize(kxUtfLengthOfWide(expected));
-        ASSERT_EQ(kxUtfFromWide(expected, joined.data()), joined.size());
-        ASSERT_EQ(joined, narrow);
+        ASSERT_EQ(units.substr(0, progress.written), wide);
+        ASSERT_EQ(kxString(wide), kxString(narrow));
     }
 }
 
 TEST(kxUtf, CutsBetweenCharacters)
 {
-    const std::string text = "a\xC3\xA9\xE2\x82\xAC";
+    const std::string_view text = "a\xC3\xA9\xE2\x82\xAC";
     const std::size_t wholes[] = {0, 1, 1, 3, 3, 3, 6};
     for (std::size_t size = 0; size <= text.size(); ++size)
-        EXPECT_EQ(kxUtfWholeLength(std::string_view(text).substr(0, size)), wholes[size]) << size;
+        EXPECT_EQ(kxUtfWholeLength(text.substr(0, size)), wholes[size]) << size;
     EXPECT_EQ(kxUtfWholeLength("\x80\x80\x80\x80\x80\x80\x80"), 7U) << "no lead byte near";
-    EXPECT_EQ(kxUtfPrefix(text, 2), 3U);
-    EXPECT_EQ(kxUtfPrefix("\xFF\x80z", 2), 2U) << "faulty bytes are characters";
-    EXPECT_EQ(kxUtfPrefix(text, 100), text.size());
+    EXPECT_EQ(kxUtfPrefix(text, 2) + kxUtfPrefix("\xFF\x80z", 2), 3U + 2) << "faulty bytes are characters";
+}
+
+TEST(kxStringWide, JoinsPairsAndCutsAtTheLastWholeCharacter)
+{
+    EXPECT_EQ(kxString(u"a\u00E9\u20AC\U0001F600"), "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
+    EXPECT_EQ(kxString(std::u16string{0xDC00, 0, 0xD83D}), kxString("\xED\xB0\x80\0\xED\xA0\xBD", 7));
+    const auto expectLength = [](const std::u16string& text, std::uint32_t expected) {
+        EXPECT_EQ(kxString(text), kxString(text.c_str()));
+        EXPECT_EQ(kxString(text).length(), expected);
+    };
+    expectLength(std::u16string(40000, u'\u00E9'), 65534);
+    expectLength(std::u16string(65533, u'a') + u"\U0001F600", 65533);  // does not fit
+    expectLength(std::u16string(65531, u'a') + u"\U0001F600", 65535);  // just fits
+    expectLength(std::u16string(21844, u'\u20AC') + std::u16string(60000, u'a'), 65535);
+}
+
+TEST(kxStringWide, StopsAtTheFirstMalformedSequenceWithOneWarning)
+{
+    kxMessageRecorder recorder(kLevel);
+    const kxString faulty("a\xFFz");
+    char16_t units[] = u"?????";
+    EXPECT_EQ(kxString("\xF0\x9F\x98\x80z").copyWide(units, false), 2U);
+    EXPECT_EQ(units, std::u16string(u"\uF600z???")) << "cut to 16 bits, and not ended";
+    EXPECT_EQ(faulty.characterCount() + kxString("a\xC3\xA9\xE2\x82").characterCount(), 3U);
+    EXPECT_EQ(faulty.wide(1), std::u16string(u"a")) << "stopped by the length, not by the fault";
+    EXPECT_EQ(recorder.takeTexts(), Texts()) << "counting does not warn";
+    EXPECT_EQ(faulty.copyWide(units, true), 1U);
+    EXPECT_EQ(units, std::u16string(u"a"));
+    EXPECT_EQ(recorder.takeTexts(), kFault);
+    faulty.wide();
+    EXPECT_EQ(recorder.takeTexts(), kFault);
+}
+
+TEST(kxStringWide, BuffersAreUsedInTurnByEachThread)
+{
+    EXPECT_EQ(kxString(std::string(60000, 'x')).wide(), std::u16string(60000, u'x'));
+    EXPECT_EQ(kxString("h\xC3\xA9llo").wide(2), std::u16string(u"h\u00E9"));
+    const char16_t* const first = kxString("first").wide();
+    const auto convert = [first](std::uint32_t times) {
+        while (times-- != 0) EXPECT_NE(kxString("other").wide(), first);
+    };
+    std::thread(convert, KX_STRING_WIDE_BUFFERS + 1).join();
+    convert(KX_STRING_WIDE_BUFFERS - 1);
+    EXPECT_EQ(first, std::u16string(u"first")) << "ten results are valid at the same time";
+    EXPECT_EQ(kxString("last").wide(), first);
+    EXPECT_EQ(first, std::u16string(u"last"));
 }
