@@ -22,23 +22,19 @@ class Unlisted : public kxUserData {};
 TEST(kxRefPointer, CountsEveryWayToHoldAnObject)
 {
     const kxRefPointer<kxObject> first = kxMakeRef<kxObject>();
-    {
-        kxRefPointer<kxObject> copy(first), pointer(first);
-        kxRefPointer<const kxReference> base(copy);
-        kxRefPointer<kxUserData> moved(std::move(copy));
-        EXPECT_EQ(first->getReferenceCount(), 4U);
-        base = std::move(moved);
-        EXPECT_EQ(first->getReferenceCount(), 3U);
-        base = nullptr;
-        base = first.get();
-        base = first;
-        auto& same = pointer;
-        pointer = same;
-        pointer = pointer.get();
-        pointer = std::move(same);
-        EXPECT_EQ(first->getReferenceCount(), 3U);
-    }
-    EXPECT_EQ(first->getReferenceCount(), 1U);
+    kxRefPointer<kxObject> pointer(first), copy(first);
+    kxRefPointer<const kxReference> base(first);
+    kxRefPointer<kxUserData> moved(std::move(copy));
+    EXPECT_EQ(first->getReferenceCount(), 4U);
+    base = std::move(moved);
+    base = nullptr;
+    base = first.get();
+    base = first;
+    auto& same = pointer;
+    pointer = same;
+    pointer = pointer.get();
+    pointer = std::move(same);
+    EXPECT_EQ(first->getReferenceCount(), 3U);
     auto head = kxMakeRef<kxObject>();
     head->next = kxMakeRef<kxObject>();
     head = head->next;  // the first object goes and with it the only other reference to the second
@@ -47,13 +43,11 @@ TEST(kxRefPointer, CountsEveryWayToHoldAnObject)
 
 TEST(kxRefPointer, CastsByDescriptorAndComparesByAddress)
 {
-    const kxRefPointer<kxReference> object = kxMakeRef<kxObject>(), data = kxMakeRef<kxUserData>(),
-                                    unlisted = kxMakeRef<Unlisted>(), none;
-    EXPECT_TRUE(object.dynamicCast<kxUserData>() == object && unlisted.dynamicCast<kxUserData>() == unlisted);
-    EXPECT_FALSE(data.dynamicCast<kxObject>() || unlisted.dynamicCast<kxObject>() ||
-                 none.dynamicCast<kxObject>());
-    EXPECT_EQ(object < data, object.get() < data.get());
-    EXPECT_EQ((std::unordered_set<kxRefPointer<kxReference>>{object, data, object}.size()), 2U);
+    const kxRefPointer<kxReference> object = kxMakeRef<kxObject>(), other = kxMakeRef<Unlisted>(), none;
+    EXPECT_TRUE(object.dynamicCast<kxUserData>() == object && other.dynamicCast<kxUserData>() == other);
+    EXPECT_FALSE(other.dynamicCast<kxObject>() || none.dynamicCast<kxObject>());
+    EXPECT_EQ(object < other, object.get() < other.get());
+    EXPECT_EQ((std::unordered_set<kxRefPointer<kxReference>>{object, other, object}.size()), 2U);
 }
 
 }  // namespace

@@ -17,11 +17,10 @@ TEST(kxType, CopiesOwnNothingAndNamesAreCut)
     kxType first(&root, "first"), second(&first, std::string(300, 'n').c_str());
     EXPECT_EQ(std::strlen(second.name()), 255U);
     const kxType copy(first);
-    EXPECT_TRUE(copy.name() == first.name() && copy.parent() == &root);
-    first = copy;  // its own name comes back and must not be freed under both
+    first = copy;   // its own name comes back and must not be freed under both
+    second = copy;  // frees the long name; the sanitizer would see it twice or never
+    EXPECT_TRUE(second.name() == first.name() && second.parent() == &root && copy.name() == first.name());
     EXPECT_STREQ(copy.name(), "first");
-    second = first;  // frees the long name; the sanitizer would see it twice or never
-    EXPECT_EQ(second.name(), copy.name());
 }
 
 TEST(kxType, KindFollowsParentsAndComparesNames)
@@ -30,15 +29,8 @@ TEST(kxType, KindFollowsParentsAndComparesNames)
     EXPECT_TRUE(own.isKindOf(own) && own.isKindOf(kxTypeTable::find("kxUserData")));
     EXPECT_TRUE(own.isKindOf(otherModule)) << "the same name in another module";
     EXPECT_FALSE(kxTypeTable::find("kxObject").isKindOf(own)) << "a child is no ancestor";
-    EXPECT_FALSE(own.isKindOf(kxTypeTable::find("kxSocket"))) << "another root";
-}
-
-TEST(kxTypeTable, HoldsTheWholeTree)
-{
     EXPECT_EQ(nameBeforeMain, "kxReference");
-    EXPECT_EQ(kxTypeTree::kCount, 46U);
     EXPECT_STREQ(kxTypeTable::find("kxSerializeAdapterString").parent()->name(), "kxSerializeAdapterQueue");
-    EXPECT_STREQ(kxTypeTable::find("kxSerializeAdapterCache").parent()->name(), "kxSerializeAdapterMemory");
     static_assert(&kxTypeTable::of<const kxSocket>() == &kxTypeTable::find("kxSocket"));
 }
 

@@ -6,7 +6,6 @@
 #pragma once
 
 #include "kxbase/containers/kxRefDict.h"
-#include "kxbase/containers/kxThreadData.h"
 #include "kxbase/object/kxThreadSafeReference.h"
 #include "kxbase/string/kxStringCompareInterface.h"
 #include "kxbase/string/kxUniqueString.h"
@@ -15,29 +14,21 @@
 
 inline constinit int staticUnits = 0;
 
-class kxStaticCheck {
-public:
-    kxStaticCheck()
-    {
-        ++staticUnits;
-        useEverything();
-    }
+struct kxStaticCheck {
+    kxStaticCheck() { useEverything(++staticUnits); }
     ~kxStaticCheck()
     {
-        useEverything();
+        useEverything(staticUnits);
         if (--staticUnits == 0) std::_Exit(0);
     }
-
-private:
-    void useEverything()
+    void useEverything(int units)
     {
-        static auto& ring = *new kxThreadData<int, 3>;
-        objects_.insert("object", kxMakeRef<kxThreadSafeReference>());
-        const bool works = *objects_.find("object")->getType().name() == 'k' && ++ring.next() > 0 &&
+        objects.insert("object", kxMakeRef<kxThreadSafeReference>());
+        const bool works = *objects.find("object")->getType().name() == 'k' && units > 0 &&
+                           *kxString("wide").wide() == u'w' &&
                            kxUniqueString("a unit's own").uniqueId() > 16 &&
                            kxUniqueString("array").uniqueId() == KX_UNIQUE_ARRAY;
         if (!works) std::_Exit(2);
     }
-
-    kxRefDict<kxString, kxReference, kxStringCompareInterface> objects_;
+    kxRefDict<kxString, kxReference, kxStringCompareInterface> objects;
 };

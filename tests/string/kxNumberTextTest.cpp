@@ -2,7 +2,6 @@
 
 #include "kxbase/string/kxNumberScanner.h"
 #include "kxbase/string/kxString.h"
-#include "support/kxMessageRecorder.h"
 
 #include <charconv>
 #include <cmath>
@@ -15,8 +14,7 @@ std::string integer(std::int64_t value, const kxIntegerStyle& style)
 {
     std::string text(kxIntegerTextLength(value, style) + 1, '?');
     const std::size_t length = kxIntegerToText(text.data(), value, style);
-    EXPECT_EQ(length, text.find('\0'));
-    return text.substr(0, length);
+    return text[length] == 0 ? text.substr(0, length) : "no end";
 }
 
 std::string floating(double value, std::int16_t decimals, std::uint16_t width = KX_DTOA_WIDTH)
@@ -24,8 +22,7 @@ std::string floating(double value, std::int16_t decimals, std::uint16_t width = 
     std::string text(kxDtoARoom(decimals, width), '?');
     std::uint32_t length = 0;
     kxDtoA(text.data(), value, decimals, &length, width);
-    EXPECT_EQ(length, text.find('\0'));
-    return text.substr(0, length);
+    return text[length] == 0 ? text.substr(0, length) : "no end";
 }
 
 }  // namespace
@@ -33,20 +30,19 @@ std::string floating(double value, std::int16_t decimals, std::uint16_t width = 
 TEST(kxNumberScanner, MatchesTheLongestCompleteNumber)
 {
     // The bar shows where the number ends; the standard library tells its value.
-    std::vector<kxString> rows =
-        kxString(
-            "12| -12.5e+1|x +7| 3|. 3|.e5 3|e 3|e+ 1.5|.2 0|x10 |inf |+-1 | |.5 |,1 9007199254740993| -0| "
-            "2.2250738585072011e-308| 1e999| -1e99999999999999999999| 1e-999| "
-            "0.0000001e-99999999999999999999| 0e99999999999999999999|")
-            .split(" ");
+    const kxString table(
+        "12| -12.5e+1|x +7| 3|. 3|.e5 3|e 3|e+ 1.5|.2 0|x10 |inf |+-1 | |.5 |,1 9007199254740993| -0| "
+        "2.2250738585072011e-308| 1e999| -1e99999999999999999999| 1e-999| "
+        "0.0000001e-99999999999999999999| 0e99999999999999999999|");
+    std::vector<kxString> rows = table.split(" ");
     // Only all parts together say how large a number is.
     rows.emplace_back("0." + std::string(400, '0') + "1e401|");
     rows.emplace_back(std::string(400, '9') + '|');
     for (const kxString& row : rows) {
         const kxScannedNumber number = kxNumberScanner().scan(row.replaced("|", "").view());
         const double expected = std::atof(row.substring(0, row.find('|')).text());
-        EXPECT_EQ(number.length, row.find('|')) << row;
-        EXPECT_TRUE(number.value == expected && std::signbit(number.value) == std::signbit(expected)) << row;
+        EXPECT_TRUE(number.length == row.find('|') && number.value == expected) << row;
+        EXPECT_EQ(std::signbit(number.value), std::signbit(expected)) << row;
     }
     EXPECT_EQ(kxNumberScanner(',').scan("-1,25e1.5").value, -12.5);
     EXPECT_EQ(kxNumberScanner(',').scan("1.5").length + kxNumberScanner().scan(" 1").length, 1U);
@@ -66,10 +62,6 @@ TEST(kxIntegerToText, WritesEveryBase)
     EXPECT_EQ(integer(61, {62, 0, KX_DIGITS_LOWER}) + integer(255, {16, 0, KX_DIGITS_UPPER}), "ZFF");
     EXPECT_EQ(integer(-7, {2, 1000, KX_DIGITS_LOWER}), "-" + std::string(997, '0') + "111");
     for (const std::uint32_t base : {0U, 1U, 63U}) EXPECT_EQ(integer(-5, {base, 3, KX_DIGITS_LOWER}), "");
-    char16_t wide[8];
-    EXPECT_EQ(kxIntegerToText(wide, -42, {}), 3U);
-    EXPECT_EQ(wide, std::u16string(u"-42"));
-
     const auto compareWithStandard = [](std::uint64_t bits, std::uint32_t base) {
         const auto value = static_cast<std::int64_t>(bits);
         char text[70] = {};
@@ -121,12 +113,4 @@ TEST(kxDtoA, StopsBeforeTheNoiseInAutomaticMode)
         std::snprintf(written, sizeof written, "%.15g", value);
         ASSERT_EQ(floating(value, -1), written);
     }
-}
-
-TEST(kxDtoA, WarnsOfWhatIsTooLarge)
-{
-    const kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
-    EXPECT_EQ(floating(1e20, 3) + floating(std::nan(""), 0) + floating(-HUGE_VAL, -1), "-");
-    EXPECT_EQ(recorder.texts(), std::vector<std::string>(3, "Too large number for kxDtoA"));
-    EXPECT_EQ(recorder.entries()[0].level, KX_MESSAGE_INTERNAL_WARNING);
 }

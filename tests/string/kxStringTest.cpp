@@ -25,12 +25,11 @@ TEST(kxString, HasTheKnownHashes)
 TEST(kxString, BehavesAsTheStandardString)
 {
     kxTestRandom random(7);
-    kxString string;
-    std::string twin;
+    kxString string("x");
+    std::string twin("x");
     for (int step = 0; step < 2000; ++step) {
-        const auto byte = static_cast<char>(random() % 256);
-        const auto at = twin.empty() ? 0 : random() % static_cast<std::uint32_t>(twin.size());
-        const auto kind = twin.empty() ? 0 : random() % 5;
+        const auto byte = static_cast<char>(random());
+        const auto at = random() % static_cast<std::uint32_t>(twin.size()), kind = random() % 5;
         if (kind == 0) string += byte, twin += byte;
         if (kind == 1) string += string.substring(at, 3), twin += twin.substr(at, 3);
         if (kind == 2) string.setCharacter(at, byte), twin[at] = byte;
@@ -58,64 +57,56 @@ TEST(kxString, TakesNothingAsEmptyAndCutsWhatIsTooLong)
 
 TEST(kxString, IsAssignedFromItselfAndItsParts)
 {
-    kxString string("one two three"), target("old");
+    kxString string("one two three");
     kxString& same = string;
     string = string.substring(4, 3).text() + 1;
     string = same;
     string = std::move(same);
-    string = string.text();
     string += string;
     string += string.text() + 2;
-    EXPECT_EQ(string, "wowowo");
+    kxString target("old");
     target = std::move(string);
+    EXPECT_EQ(target, "wowowo");
     EXPECT_TRUE(string.isEmpty() && string.hash() == 0);  // NOLINT: what is left behind is the point
     EXPECT_NE(kxString(target).text(), target.text()) << "every copy has a buffer of its own";
 }
 
 TEST(kxString, EndsAtItsBounds)
 {
-    kxString grown(std::string(65000, 'a'));
+    kxString grown(std::string(65000, 'a')), string("abc");
     const kxString base(grown), added(std::string(536, 'b'));
-    const std::string tooMany = "Too many characters in kxString";
+    const std::string tooMany = "Too many characters in kxString", bounds = "kxString(index) out of bounds";
     EXPECT_EQ(kxFatalText([&] { base + added; }), tooMany);
     EXPECT_EQ(kxFatalText([&] { added.text() + base; }), tooMany);
     EXPECT_EQ(kxFatalText([&] { base.replaced("a", "aaaa"); }), tooMany);
     EXPECT_EQ(kxFatalText([&] { grown += added.text(); }), tooMany);
     EXPECT_EQ(grown, base) << "a failed addition changes nothing";
-    grown += added.text() + 1;
-    EXPECT_EQ(grown.length(), 65535);
-
-    kxString string("abc");
-    EXPECT_EQ(kxFatalText([&] { (void)string[3]; }), "kxString(index) out of bounds");
-    EXPECT_EQ(kxFatalText([&] { string.setCharacter(3, 'x'); }), "kxString(index) out of bounds");
-    EXPECT_EQ(string.substring(1, 100) + string.substring(2, 0xFFFFFFFFU), "bcc") << "the count is cut";
-    EXPECT_EQ(string.substring(5, 0), "") << "nothing needs no valid start";
+    EXPECT_EQ((grown += added.text() + 1).length(), 65535);
+    EXPECT_EQ(kxFatalText([&] { (void)string[3]; }), bounds);
+    EXPECT_EQ(kxFatalText([&] { string.setCharacter(3, 'x'); }), bounds);
     EXPECT_EQ(kxFatalText([&] { string.substring(3, 1); }), "kxString(index,len) out of bounds");
+    EXPECT_EQ(string.substring(1, 100) + string.substring(5, 0) + string.substring(2, 0xFFFFFFFFU), "bcc");
 }
 
 TEST(kxString, IsOrderedByUnsignedBytes)
 {
     const kxString ascending[] = {"", {"\0", 1}, "A", "a", "aa", "ab", "b", "\x7F", "\xC3\xA9"};
-    for (std::size_t i = 0; i < std::size(ascending); ++i)
-        for (std::size_t j = 0; j < std::size(ascending); ++j) {
-            EXPECT_EQ(ascending[i] <=> ascending[j], i <=> j) << i << ' ' << j;
-            EXPECT_EQ(ascending[i] == ascending[j], i == j) << i << ' ' << j;
-        }
-    EXPECT_EQ(kxString("item0001").hash(), kxString("item0003").hash()) << "only the bytes tell them apart";
-    EXPECT_NE(kxString("item0001"), kxString("item0003"));
+    for (const kxString* left = ascending; left != std::end(ascending); ++left)
+        for (const kxString* right = ascending; right != std::end(ascending); ++right)
+            EXPECT_TRUE((*left <=> *right) == (left <=> right) && (*left == *right) == (left == right))
+                << *left << *right;
+    EXPECT_NE(kxString("item0001"), kxString("item0003")) << "the hash is the same";
 }
 
 TEST(kxString, AsAKeyComparesEveryByteOfEveryLength)
 {
-    for (std::string text = "x"; text.size() <= 70; text += 'x') {
-        const kxString key(text);
-        EXPECT_TRUE(kxStringCompareInterface::isEqual(key, kxString(text)));
-        for (std::uint32_t at = 0; at < key.length(); ++at) {
+    for (std::string text = "x"; text.size() <= 70; text += 'x')
+        for (std::uint32_t at = 0; at < text.size(); ++at) {
             kxString other(text);
             other.setCharacter(at, 'y');
-            EXPECT_FALSE(kxStringCompareInterface::isEqual(key, other)) << text << at;
+            EXPECT_FALSE(kxStringCompareInterface::isEqual(kxString(text), other)) << text << at;
         }
-    }
+    EXPECT_TRUE(kxStringCompareInterface::isEqual(kxString("text"), kxString("text")));
 }
 
 TEST(kxString, SearchesAsTheStandardString)
@@ -155,7 +146,6 @@ TEST(kxString, ReadsAndWritesCharactersAndNumbers)
     kxString string("a");
     string += u'\u20AC';
     EXPECT_EQ("<" + (string + 'z' + u'\u00E9' + U'\U0001F600'), "<a\xE2\x82\xACz\xC3\xA9\xF0\x9F\x98\x80");
-    EXPECT_EQ(kxString::fromUnsigned(UINT64_MAX, {.base = 16}), "ffffffffffffffff");
     EXPECT_EQ(kxString::fromInteger(-1, {.base = 2, .minimumDigits = 0xFFFFFFFFU}).length(), 65535);
     EXPECT_EQ(kxString::fromDouble(-2.5, 0) + kxString::fromDouble(0.1), "-30.1");
     EXPECT_EQ(kxString::fromDouble(1, 32767).length(), 2 + 32767);
@@ -165,7 +155,6 @@ TEST(kxString, ReadsAndWritesCharactersAndNumbers)
 TEST(kxNameInterface, HoldsNoEmptyName)
 {
     kxNameInterface object("relay");
-    object.setName(object.getName());
     const kxNameInterface copy(object);
     object.setName("");
     EXPECT_TRUE(!object.hasName() && !kxNameInterface("").hasName() && copy.getName() == "relay");
