@@ -1,7 +1,7 @@
 // A block of bytes that is filled once and read once, as between two endpoints.
 //
-// Large blocks are backed by large pages where the system has them, which takes most of the cost out of
-// touching fresh memory. The contents are undefined at first.
+// Blocks of 4 to 64 MB are backed by large pages where the system has them. The contents are undefined at
+// first.
 //
 // Ownership: owns its block; freed with the buffer.
 // Threads:   a plain value.
