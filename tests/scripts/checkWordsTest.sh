@@ -23,9 +23,9 @@ expect 1 "// see Parts"" 10.1 and 10.2"
 expect 1 "// done as"" specified"
 expect 1 "// in the sense of the sp""ecification"
 expect 1 "// settled in decisions"".md"
-expect 1 "include /work""/main/kx.h"
+expect 1 "include /wo""rk/somewhere/kx.h"
 expect 1 "cd /home""/someone"
-expect 0 "// Part of the text; version 3.1, part 2"
+expect 0 "// a piece of the text; version 3.1"
 expect 0 "// a conversion specification, network/worker, http://host/homely"
 
 [[ $failures -eq 0 ]]
