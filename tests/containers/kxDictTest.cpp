@@ -34,9 +34,8 @@ const int* expectedNext(const Twin& twin, std::uint32_t key, const int* previous
     return next;
 }
 
-template <typename Any> void step(Any& dict, Twin& twin, kxTestRandom& random)
+template <typename Any> void step(Any& dict, Twin& twin, std::uint32_t key, kxTestRandom& random)
 {
-    const std::uint32_t key = random() % 90;
     const int* const value = random() % 2 ? &kValues[random() % std::size(kValues)] : nullptr;
     const auto kind = random() % 400;
     if (kind == 0) dict.clear(), twin.clear();
@@ -62,8 +61,9 @@ template <typename Any> void runBesideTwin(std::uint32_t buckets, bool autoGrow)
     Any dict(buckets, autoGrow);
     Twin twin;
     for (int turn = 0; turn < 3000; ++turn) {
-        ASSERT_NO_FATAL_FAILURE(step(dict, twin, random));
         const std::uint32_t key = random() % 90;
+        dict.find(key);  // is remembered, and must be forgotten with the entry
+        ASSERT_NO_FATAL_FAILURE(step(dict, twin, key, random));
         ASSERT_EQ(dict.find(key), expectedNext(twin, key, nullptr));
         for (const int& value : kValues) ASSERT_EQ(dict.find(key, &value), expectedNext(twin, key, &value));
         ASSERT_EQ(dict.count(), twin.size());
@@ -97,6 +97,18 @@ TEST(kxDict, GrowsToFourTimesPlusThree)
     }
     EXPECT_EQ(none.bucketCount(), 63U) << "3 at first, then 15";
     EXPECT_EQ(fixed.bucketCount(), 1U);
+}
+
+TEST(kxDict, RemovedRecordsAreKeptWhileReuseIsOn)
+{
+    Dict dict;
+    dict.setReuse(true);
+    dict.insert(1, &kValues[0]);
+    const std::uint32_t spare = dict.spareCount();
+    dict.remove(1);
+    EXPECT_EQ(dict.spareCount(), spare + 1);
+    dict.insert(1, &kValues[0]);
+    EXPECT_EQ(dict.spareCount(), spare);
 }
 
 TEST(kxBucketIndex, IsTheRemainder)

@@ -62,6 +62,10 @@ TEST(kxIntegerToText, WritesEveryBase)
     EXPECT_EQ(integer(61, {62, 0, KX_DIGITS_LOWER}) + integer(255, {16, 0, KX_DIGITS_UPPER}), "ZFF");
     EXPECT_EQ(integer(-7, {2, 1000, KX_DIGITS_LOWER}), "-" + std::string(997, '0') + "111");
     for (const std::uint32_t base : {0U, 1U, 63U}) EXPECT_EQ(integer(-5, {base, 3, KX_DIGITS_LOWER}), "");
+    char16_t wide[kxDtoARoom(1)];
+    EXPECT_TRUE(kxIntegerToText(wide, -42, {}) == 3 && wide == std::u16string(u"-42"));
+    kxDtoA(wide, -2.5, 1, nullptr);
+    EXPECT_EQ(wide, std::u16string(u"-2.5"));
     const auto compareWithStandard = [](std::uint64_t bits, std::uint32_t base) {
         const auto value = static_cast<std::int64_t>(bits);
         char text[70] = {};

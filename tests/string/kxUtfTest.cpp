@@ -40,6 +40,7 @@ TEST(kxUtf, EncodesAndDecodesTheEndsOfEveryForm)
         expectDecoded(form.view().substr(0, form.length() - 1U), 0, 0);
     }
     expectDecoded("\xC1\x81", 0x41, 2);  // overlong
+    EXPECT_EQ(kxUtfPrefix("\xFF\x80z", 2), 2U) << "faulty bytes are characters";
     // Stray continuations, leads that are none, and continuations that are none.
     for (const char* bytes : {"\x80", "\xBF", "\xFE\x80\x80\x80\x80\x80\x80", "\xFF\x80\x80\x80\x80\x80\x80",
                               "\xC3\x41", "\xE2\x82\xC0", "\xFC\x84\x80\x80\x80\x7F"})
