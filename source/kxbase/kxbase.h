@@ -14,6 +14,7 @@
 #include "kxbase/containers/kxRefList.h"
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxMutex.h"
