@@ -42,6 +42,8 @@
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 #include "kxbase/thread/kxEvent.h"
+#include "kxbase/thread/kxPerformanceThreadData.h"
 #include "kxbase/thread/kxReadWriteMutex.h"
 #include "kxbase/thread/kxSemaphore.h"
 #include "kxbase/thread/kxThread.h"
+#include "kxbase/thread/kxThreadExceptionInterface.h"
