@@ -47,3 +47,5 @@
 #include "kxbase/thread/kxSemaphore.h"
 #include "kxbase/thread/kxThread.h"
 #include "kxbase/thread/kxThreadExceptionInterface.h"
+#include "kxbase/thread/kxThreadPoolTicker.h"
+#include "kxbase/thread/kxThreadTicker.h"

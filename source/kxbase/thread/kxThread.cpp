@@ -5,7 +5,7 @@
 
 kxThread::kxThread() : state_(*new kxThreadState(*this)) {}
 
-kxThread::~kxThread()
+kxThread::~kxThread() noexcept(false)
 {
     state_.abandon();
 }

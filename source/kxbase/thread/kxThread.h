@@ -42,7 +42,7 @@ enum kxThreadPriority : std::uint32_t {
 class kxThread {
 public:
     kxThread();
-    virtual ~kxThread();
+    virtual ~kxThread() noexcept(false);
     kxThread(const kxThread&) = delete;
     kxThread& operator=(const kxThread&) = delete;
 
