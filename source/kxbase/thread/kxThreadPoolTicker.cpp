@@ -7,6 +7,7 @@
 #include "kxbase/thread/kxThread.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 
 #include <cxxabi.h>
@@ -28,6 +29,9 @@ kxMutex& members()
 
 }  // namespace
 
+// One thread and its tickers. The thread goes round a copy of the list, so that it takes no lock for a tick: it
+// says which ticker comes, and then looks whether the list has changed. A ticker that was removed before is seen
+// to have gone; who removes it after finds it current, and waits.
 class kxThreadPoolTicker::Worker : public kxThread {
 public:
     explicit Worker(kxThreadPoolTicker& pool) : pool_(pool) {}
@@ -36,7 +40,7 @@ public:
     {
         const kxBodyGuard guard(changed_);
         tickers_.push_back(&ticker);
-        changed_.signal();
+        noteChange();
     }
 
     // Answers whether the ticker was here.
@@ -45,8 +49,8 @@ public:
         const kxBodyGuard guard(changed_);
         const auto place = std::find(tickers_.begin(), tickers_.end(), &ticker);
         if (place == tickers_.end()) return false;
-        if (place - tickers_.begin() < static_cast<std::ptrdiff_t>(next_)) --next_;
         tickers_.erase(place);
+        noteChange();
         return true;
     }
 
@@ -57,15 +61,19 @@ public:
         if (tickers_.empty()) return nullptr;
         kxThreadTicker* const ticker = tickers_.back();
         tickers_.pop_back();
-        next_ = std::min(next_, tickers_.size());
+        noteChange();
         return ticker;
     }
 
     void waitForTick(const kxThreadTicker& ticker)
     {
+        const auto isInTick = [&] {
+            return current_.load() == &ticker && thread_.load() != kxPlatformThreadId();
+        };
+        if (!isInTick()) return;
         changed_.lock();
         ++removerCount_;
-        while (current_ == &ticker && thread_ != kxPlatformThreadId()) {
+        while (isInTick()) {
             changed_.wait(kLongestPauseMilliseconds, true);
             changed_.lock();
         }
@@ -77,7 +85,7 @@ public:
     {
         const kxBodyGuard guard(changed_);
         ends_ = true;
-        changed_.signal();
+        noteChange();
     }
 
     std::uint32_t count() const
@@ -87,38 +95,84 @@ public:
     }
 
 private:
-    void process() override
+    void noteChange()
     {
-        changed_.lock();
-        thread_ = kxPlatformThreadId();
-        std::uint32_t pause = kShortestPauseMilliseconds;
-        while (!ends_) {
-            if (goRound()) {
-                pause = kShortestPauseMilliseconds;
-                continue;
-            }
-            if (ends_) break;
-            const bool isWoken = changed_.wait(tickers_.empty() ? kEmptyPauseMilliseconds : pause, true);
-            changed_.lock();
-            pause = isWoken ? kShortestPauseMilliseconds : std::min(pause * 2, kLongestPauseMilliseconds);
-        }
-        changed_.unlock();
+        ++changeCount_;
+        changed_.signal();
     }
 
-    // The caller holds the lock, which is given up during each tick. A ticker may destroy itself in its tick.
+    void process() override
+    {
+        thread_ = kxPlatformThreadId();
+        std::uint32_t pause = kShortestPauseMilliseconds;
+        while (true) {
+            if (copiedAt_ != changeCount_.load()) {
+                if (!copyTickers()) return;
+                pause = kShortestPauseMilliseconds;
+            }
+            if (goRound()) {
+                pause = kShortestPauseMilliseconds;
+            } else {
+                rest(pause);
+                pause = std::min(pause * 2, kLongestPauseMilliseconds);
+            }
+        }
+    }
+
+    // Answers whether the thread is to go on.
+    bool copyTickers()
+    {
+        const kxBodyGuard guard(changed_);
+        round_ = tickers_;
+        copiedAt_ = seenAt_ = changeCount_;
+        return !ends_;
+    }
+
+    // Answers whether any ticker had something to do. A ticker may destroy itself in its tick.
     bool goRound()
     {
         bool hasWorked = false;
-        for (next_ = 0; next_ < tickers_.size() && !ends_;) {
-            kxThreadTicker& ticker = *tickers_[next_++];
-            current_ = &ticker;
-            changed_.unlock();
-            hasWorked |= tick(ticker);
-            changed_.lock();
-            current_ = nullptr;
-            if (removerCount_ != 0) changed_.signal();
+        for (std::size_t next = 0; next < round_.size();) {
+            announce(round_[next]);
+            if (changeCount_.load() != seenAt_) {
+                announce(nullptr);
+                dropRemoved(next);
+            } else {
+                hasWorked |= tick(*round_[next++]);
+            }
         }
+        announce(nullptr);
         return hasWorked;
+    }
+
+    void announce(const kxThreadTicker* ticker)
+    {
+        current_.store(ticker);
+        if (removerCount_.load() == 0) return;
+        const kxBodyGuard guard(changed_);
+        changed_.signal();
+    }
+
+    // Those added meanwhile come in the next round.
+    void dropRemoved(std::size_t next)
+    {
+        const kxBodyGuard guard(changed_);
+        const auto isRemoved = [&](kxThreadTicker* ticker) {
+            return ends_ || std::find(tickers_.begin(), tickers_.end(), ticker) == tickers_.end();
+        };
+        const auto begin = round_.begin() + static_cast<std::ptrdiff_t>(next);
+        round_.erase(std::remove_if(begin, round_.end(), isRemoved), round_.end());
+        seenAt_ = changeCount_;
+    }
+
+    void rest(std::uint32_t milliseconds)
+    {
+        changed_.lock();
+        if (copiedAt_ == changeCount_) {
+            changed_.wait(tickers_.empty() ? kEmptyPauseMilliseconds : milliseconds, true);
+        } else {
+            changed_.unlock();
+        }
     }
 
     bool tick(kxThreadTicker& ticker)
@@ -136,14 +190,20 @@ private:
     }
 
     kxThreadPoolTicker& pool_;
-    // Guards the fields below, and is signalled when one of them has changed that somebody sleeps for.
+    // Guards the list, and is signalled when something has changed that somebody sleeps for.
     mutable kxEvent changed_;
     std::vector<kxThreadTicker*> tickers_;
-    std::size_t next_ = 0;  // the ticker to come in this round
-    const kxThreadTicker* current_ = nullptr;
-    std::uint32_t thread_ = 0;
-    std::uint32_t removerCount_ = 0;  // those who wait for the end of a tick
+    std::atomic<std::uint64_t> changeCount_{0};
     bool ends_ = false;
+    // Of the thread alone: the tickers of this round, and the counts of changes at which the list was copied and
+    // at which it was last compared with the copy.
+    std::vector<kxThreadTicker*> round_;
+    std::uint64_t copiedAt_ = 0;
+    std::uint64_t seenAt_ = 0;
+    // Of the thread, for those who remove.
+    std::atomic<std::uint32_t> thread_{0};
+    std::atomic<const kxThreadTicker*> current_{nullptr};
+    std::atomic<std::uint32_t> removerCount_{0};  // those who wait for the end of a tick
 };
 
 kxThreadPoolTicker::kxThreadPoolTicker(std::uint32_t threadCount)
