@@ -27,6 +27,8 @@
 #include "kxbase/object/kxType.h"
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
+#include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
+#include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterDummy.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
