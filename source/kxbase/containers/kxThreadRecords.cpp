@@ -1,5 +1,6 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
@@ -67,8 +68,11 @@ kxThreadRecords::~kxThreadRecords() noexcept(false)
         (previousLiving_ != nullptr ? previousLiving_->nextLiving_ : firstLiving) = nextLiving_;
         if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = previousLiving_;
     }
-    std::uint32_t bucket = 0;
-    while (Record* const record = records_.takeAny(bucket)) delete record;
+    kxReleaseAll([this, bucket = std::uint32_t{0}]() mutable {
+        Record* const record = records_.takeAny(bucket);
+        delete record;
+        return record != nullptr;
+    });
 }
 
 kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
