@@ -15,7 +15,11 @@ kxThreadRecords* firstLiving = nullptr;
 // Never destroyed, since threads may end and records be asked for after main.
 kxMutex& livingMutex()
 {
-    static kxMutex& mutex = *new kxMutex;
+    static kxMutex& mutex = []() -> kxMutex& {
+        static kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
+        kxPlatformAddForkGuard(guard);
+        return *new kxMutex;
+    }();
     return mutex;
 }
 
@@ -86,6 +90,20 @@ kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
     lastThread_ = thread;
     lastRecord_ = fresh.release();
     return *lastRecord_;
+}
+
+void kxThreadRecords::lockAll()
+{
+    livingMutex().lock();
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.lock();
+}
+
+void kxThreadRecords::unlockAll()
+{
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.unlock();
+    livingMutex().unlock();
 }
 
 std::uint32_t kxThreadRecords::count() const
