@@ -1,5 +1,6 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
@@ -14,7 +15,11 @@ kxThreadRecords* firstLiving = nullptr;
 // Never destroyed, since threads may end and records be asked for after main.
 kxMutex& livingMutex()
 {
-    static kxMutex& mutex = *new kxMutex;
+    static kxMutex& mutex = []() -> kxMutex& {
+        static kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
+        kxPlatformAddForkGuard(guard);
+        return *new kxMutex;
+    }();
     return mutex;
 }
 
@@ -67,8 +72,11 @@ kxThreadRecords::~kxThreadRecords() noexcept(false)
         (previousLiving_ != nullptr ? previousLiving_->nextLiving_ : firstLiving) = nextLiving_;
         if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = previousLiving_;
     }
-    std::uint32_t bucket = 0;
-    while (Record* const record = records_.takeAny(bucket)) delete record;
+    kxReleaseAll([this, bucket = std::uint32_t{0}]() mutable {
+        Record* const record = records_.takeAny(bucket);
+        delete record;
+        return record != nullptr;
+    });
 }
 
 kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
@@ -82,6 +90,20 @@ kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
     lastThread_ = thread;
     lastRecord_ = fresh.release();
     return *lastRecord_;
+}
+
+void kxThreadRecords::lockAll()
+{
+    livingMutex().lock();
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.lock();
+}
+
+void kxThreadRecords::unlockAll()
+{
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.unlock();
+    livingMutex().unlock();
 }
 
 std::uint32_t kxThreadRecords::count() const

@@ -1,6 +1,7 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
@@ -29,7 +30,13 @@ constexpr OwnText kOwnTexts[] = {
 
 kxUniqueStringTable& kxUniqueStringTable::instance()
 {
-    static kxUniqueStringTable& table = *new kxUniqueStringTable;
+    static kxUniqueStringTable& table = []() -> kxUniqueStringTable& {
+        static kxPlatformForkGuard guard{[] { instance().mutex_.lock(); },
+                                         [] { instance().mutex_.unlock(); }};
+        auto& made = *new kxUniqueStringTable;
+        kxPlatformAddForkGuard(guard);
+        return made;
+    }();
     return table;
 }
 
