@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
 #include <exception>
@@ -11,12 +12,8 @@ namespace {
 
 kxThreadRecords* firstLiving = nullptr;
 
-// Never destroyed, since threads may end and records be asked for after main.
-kxMutex& livingMutex()
-{
-    static kxMutex& mutex = *new kxMutex;
-    return mutex;
-}
+// Threads may end and records be asked for after main.
+constinit kxUndestroyed<kxMutex> livingMutex;
 
 // Plain data, which is there until the thread's very end.
 thread_local bool hasEnded = false;
@@ -54,7 +51,7 @@ public:
 
 kxThreadRecords::kxThreadRecords()
 {
-    const kxBodyGuard guard(livingMutex());
+    const kxBodyGuard guard(livingMutex.value);
     nextLiving_ = firstLiving;
     if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = this;
     firstLiving = this;
@@ -63,7 +60,7 @@ kxThreadRecords::kxThreadRecords()
 kxThreadRecords::~kxThreadRecords() noexcept(false)
 {
     {
-        const kxBodyGuard guard(livingMutex());
+        const kxBodyGuard guard(livingMutex.value);
         (previousLiving_ != nullptr ? previousLiving_->nextLiving_ : firstLiving) = nextLiving_;
         if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = previousLiving_;
     }
@@ -112,7 +109,7 @@ void kxThreadRecords::dropEverywhere(std::uint32_t thread)
 {
     Record* ended = nullptr;
     {
-        const kxBodyGuard guard(livingMutex());
+        const kxBodyGuard guard(livingMutex.value);
         for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_) {
             Record* const record = living->take(thread);
             if (record == nullptr) continue;
