@@ -1,6 +1,7 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
@@ -29,8 +30,13 @@ constexpr OwnText kOwnTexts[] = {
 
 kxUniqueStringTable& kxUniqueStringTable::instance()
 {
-    static kxUniqueStringTable& table = *new kxUniqueStringTable;
-    return table;
+    try {
+        static kxUniqueStringTable& table = *new kxUniqueStringTable;
+        return table;
+    } catch (const std::bad_alloc&) {
+        // Reported below, where a receiver of the report may try again.
+    }
+    kxThrowBadAlloc(__FILE__, __LINE__);
 }
 
 // The library's own texts go in first, so that no string made unique by another unit's start-up code can take
@@ -41,8 +47,10 @@ kxUniqueStringTable::kxUniqueStringTable()
 {
     index_.setReuse(true);
     if (slots_ != nullptr && enterOwnTexts()) return;
+    for (const auto& own : kOwnTexts)
+        if (slots_ != nullptr) std::free(const_cast<char*>(slotOfOwn(own.id).text));
     std::free(slots_);
-    kxThrowBadAlloc(__FILE__, __LINE__);
+    throw std::bad_alloc();
 }
 
 bool kxUniqueStringTable::enterOwnTexts()
