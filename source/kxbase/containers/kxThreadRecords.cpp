@@ -3,6 +3,7 @@
 #include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
 #include <exception>
@@ -12,15 +13,13 @@ namespace {
 
 kxThreadRecords* firstLiving = nullptr;
 
-// Never destroyed, since threads may end and records be asked for after main.
+// Threads may end and records be asked for after main.
 kxMutex& livingMutex()
 {
-    static kxMutex& mutex = []() -> kxMutex& {
-        static kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
-        kxPlatformAddForkGuard(guard);
-        return *new kxMutex;
-    }();
-    return mutex;
+    static constinit kxUndestroyed<kxMutex> mutex;
+    static constinit kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    return mutex.value;
 }
 
 // Plain data, which is there until the thread's very end.
