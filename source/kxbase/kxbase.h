@@ -32,6 +32,7 @@
 #include "kxbase/serialize/kxSerializeAdapterStdIO.h"
 #include "kxbase/serialize/kxSerializeString.h"
 #include "kxbase/serialize/kxUrl.h"
+#include "kxbase/string/kxGUID.h"
 #include "kxbase/string/kxNameInterface.h"
 #include "kxbase/string/kxNumberScanner.h"
 #include "kxbase/string/kxString.h"
