@@ -31,6 +31,8 @@
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
+#include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
+#include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterDummy.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
