@@ -57,6 +57,14 @@ void kxThreadSafeReference::ref() const
     if (isFull) raiseTooMany();
 }
 
+bool kxThreadSafeReference::refIfReferenced() const
+{
+    const kxBodyGuard guard(mutex_);
+    if (referenceCount_ == 0 || referenceCount_ == std::numeric_limits<std::uint32_t>::max()) return false;
+    ++referenceCount_;
+    return true;
+}
+
 void kxThreadSafeReference::unref() const
 {
     if (countDown() != 0) return;

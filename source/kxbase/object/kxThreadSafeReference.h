@@ -20,6 +20,9 @@ public:
     ~kxThreadSafeReference() noexcept(false) override;
 
     void ref() const override;
+    // Takes a reference only when there is one already; answers whether it did. For tables of objects that refer
+    // to them without a reference: the object must not have been destroyed, but may just be about to be.
+    bool refIfReferenced() const;
     // The last release asks deleteIfUnreferenced(), which a class may override, whether the object goes. An
     // override that throws keeps the object.
     void unref() const override;
