@@ -1,5 +1,6 @@
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
 #include "kxbase/serialize/kxSerializeBinary.h"
+#include "kxbase/serialize/kxSerializeGUID.h"
 #include "kxbase/serialize/kxSerializeString.h"
 #include "kxbase/serialize/kxSerializeStringWide.h"
 #include "kxbase/serialize/kxSerializeVector.h"
@@ -96,6 +97,8 @@ TEST(kxSerializers, WriteTheseBytesAndReadThemBackAndAgainWhenGivenBack)
     check("two components", kxSerializeVec2({1.0F, -2.0F}, big), "3F800000C0000000");
     check("whole components", kxSerializeVector<unsigned int, 3>({1, 2, 3}), "010000000200000003000000");
     check("four components", kxSerializeVec4({1, 0, 0, 2}, big), "3F800000000000000000000040000000");
+    check("GUID", kxSerializeGUID(kxGUID("{00112233-4455-6677-8899-AABBCCDDEEFF}")),
+          "00112233445566778899AABBCCDDEEFF");
     Nested record;
     record.count.setValue(300);
     record.name.setText("x");
@@ -174,7 +177,9 @@ TEST(kxSerializers, TakeWhatThereIsWhenTheDataEndsTooEarly)
 {
     kxSerializeBinary<unsigned int> number(0x01020304, KX_BYTE_ORDER_BIG);
     number.read(*adapterOver("\xAA\xBB"));
-    EXPECT_EQ(number.getValue(), 0xAABB0201U) << "the stored form is overwritten from its start";
+    EXPECT_EQ(number.getValue(), 0xAABB0304U) << "the stored form is overwritten from its start";
+    number.read(*adapterOver(""));
+    EXPECT_EQ(number.getValue(), 0xAABB0304U);
     kxSerializeString text("before");
     text.read(*adapterOver("no end"));
     EXPECT_EQ(text.getText(), "no end");

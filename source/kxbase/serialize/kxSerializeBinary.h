@@ -3,7 +3,8 @@
 // Called on an object of this type, the operations cost no virtual call of their own; only the adapter's remains.
 //
 // Threads: a plain value.
-// Errors:  see kxSerializeData. A read that finds too few bytes replaces the first bytes of the stored form only.
+// Errors:  see kxSerializeData. A read that finds too few bytes replaces the first bytes of the stored form only; of
+//          an array, no more values than came whole are to be used.
 // Units:   counts of arrays are in values.
 #pragma once
 
@@ -55,7 +56,7 @@ public:
     }
     void read(kxSerializeAdapter& adapter) override
     {
-        Bits stored = std::bit_cast<Bits>(value_);
+        Bits stored = toStored(value_, order_);
         adapter.read(&stored, sizeof(stored));
         value_ = fromStored(stored, order_);
     }
