@@ -129,14 +129,14 @@ TEST(kxTextEncoder, LoopsStopAtTheFirstForeignCharacter)
     for (unsigned character = 0; character < 256; ++character) {
         const auto foreign = static_cast<std::uint8_t>(character);
         const bool isDigit = std::isxdigit(static_cast<int>(character)) != 0;
-        for (std::size_t place = 0; place < 16; ++place) {
-            std::uint8_t bytes[12];
-            std::string text(16, '5');
+        for (std::size_t place = 0; place < 96; ++place) {
+            std::uint8_t bytes[72];
+            std::string text(96, '5');
             text[place] = static_cast<char>(character);
             const auto* const begin = reinterpret_cast<const std::uint8_t*>(text.data());
-            EXPECT_EQ(kxHexCodec::decode(begin, 8, bytes), isDigit ? 8 : place / 2) << character;
+            EXPECT_EQ(kxHexCodec::decode(begin, 48, bytes), isDigit ? 48 : place / 2) << character;
             const bool isData = kxBase64Codec::value(foreign) < 64;
-            EXPECT_EQ(kxBase64Codec::decode(begin, 4, bytes), isData ? 4 : place / 4) << character;
+            EXPECT_EQ(kxBase64Codec::decode(begin, 24, bytes), isData ? 24 : place / 4) << character;
         }
     }
 }
