@@ -216,7 +216,7 @@ void hexReadWide(benchmark::State& state)
 }
 
 // Each byte is a virtual call, which the deque does not make.
-void queueBytes(benchmark::State& state)
+void adapterQueueBytes(benchmark::State& state)
 {
     const kxRefPointer<kxSerializeAdapter> queue(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 4096));
     for (auto _ : state) {
@@ -226,7 +226,7 @@ void queueBytes(benchmark::State& state)
     countBytes(state);
 }
 
-void queueBytesDeque(benchmark::State& state)
+void adapterQueueBytesDeque(benchmark::State& state)
 {
     std::deque<std::uint8_t> queue;
     for (auto _ : state) {
@@ -239,7 +239,7 @@ void queueBytesDeque(benchmark::State& state)
     countBytes(state);
 }
 
-void queueBlocks(benchmark::State& state)
+void adapterQueueBlocks(benchmark::State& state)
 {
     const kxRefPointer<kxSerializeAdapter> queue(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 4096));
     Bytes bytes = randomBytes();
@@ -250,7 +250,7 @@ void queueBlocks(benchmark::State& state)
     countBytes(state);
 }
 
-void queueBlocksDeque(benchmark::State& state)
+void adapterQueueBlocksDeque(benchmark::State& state)
 {
     std::deque<std::uint8_t> queue;
     Bytes bytes = randomBytes();
@@ -280,7 +280,7 @@ BENCHMARK(write<kxSerializeAdapterBCDEncoder>)->Name("hexWrite")->Arg(0)->Arg(KX
 BENCHMARK(hexRead);
 BENCHMARK(hexReadLines);
 BENCHMARK(hexReadWide);
-BENCHMARK(queueBytes);
-BENCHMARK(queueBytesDeque);
-BENCHMARK(queueBlocks);
-BENCHMARK(queueBlocksDeque);
+BENCHMARK(adapterQueueBytes);
+BENCHMARK(adapterQueueBytesDeque);
+BENCHMARK(adapterQueueBlocks);
+BENCHMARK(adapterQueueBlocksDeque);
