@@ -10,7 +10,7 @@
 TEST(kxSerializeAdapterQueue, DeliversWhatADequeWould)
 {
     kxTestRandom random(1);
-    for (int round = 0; round < 20; ++round) {
+    for (std::uint32_t round = 0; round < 20; ++round) {
         const kxQueueOrder order = round % 2 == 0 ? KX_QUEUE_FIFO : KX_QUEUE_LIFO;
         const auto queue = kxMakeRef<kxSerializeAdapterQueue>(order, round);
         std::deque<std::uint8_t> twin;
