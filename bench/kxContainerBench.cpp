@@ -3,6 +3,11 @@
 // The hash of a kxString is fixed, and many texts share one: of "item0" to "item999999" a lookup meets long runs
 // of equal hashes, whose texts it compares one after the other. `distinctHashes` tells how many there are; where
 // it is far below the number of keys, the standard map with its stronger hash is ahead for that reason alone.
+//
+// Growth is fixed as well, at twice the buckets and to four times plus 3: a million keys lie in 720,895 buckets, at
+// 1.4 a bucket, and each entry passed and the text behind the key is one more look into memory that is in no cache.
+// The standard map keeps at most one a bucket and texts up to 15 bytes in its nodes; so it is ahead in lookups
+// there. It fills a map of 100 a little faster, since a kxString keeps every text in an allocation of its own.
 #include "kxbase/containers/kxDict.h"
 #include "kxbase/containers/kxQueue.h"
 #include "kxbase/string/kxStringCompareInterface.h"
