@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/thread/kxThread.h"
@@ -28,27 +29,10 @@ static_assert(std::size(kPrioritySteps) == KX_THREAD_HIGHEST + 1, "one step for 
 
 constinit std::atomic<kxThreadExceptionInterface*> exceptionHandler{nullptr};
 
-struct ActiveThreads {
-    kxMutex mutex;
-    std::uint32_t count = 0;
-
-    void enter()
-    {
-        const kxBodyGuard guard(mutex);
-        ++count;
-    }
-    void leave()
-    {
-        const kxBodyGuard guard(mutex);
-        --count;
-    }
-};
-
-// Never destroyed, since threads may run on after main.
-ActiveThreads& activeThreads()
+constinit std::uint32_t activeThreads = 0;  // under their mutex
+kxMutex& activeMutex()
 {
-    static ActiveThreads& threads = *new ActiveThreads;
-    return threads;
+    return kxProcessMutex<struct kxActiveThreads>();
 }
 
 thread_local const kxThreadState* ownState = nullptr;
@@ -97,7 +81,10 @@ public:
     {
         const kxBodyGuard guard(state_.mutex_);
         if (state_.object_ == nullptr) return nullptr;
-        if ((state_.flags_ & KX_THREAD_INSIDE) == 0) activeThreads().enter();
+        if ((state_.flags_ & KX_THREAD_INSIDE) == 0) {
+            const kxBodyGuard counting(activeMutex());
+            ++activeThreads;
+        }
         state_.flags_ |= KX_THREAD_INSIDE;
         return state_.object_;
     }
@@ -293,8 +280,8 @@ std::uint32_t kxThreadState::threadId() const
 
 std::uint32_t kxThreadState::activeCount()
 {
-    const kxBodyGuard guard(activeThreads().mutex);
-    return activeThreads().count;
+    const kxBodyGuard guard(activeMutex());
+    return activeThreads;
 }
 
 void kxThreadState::setExceptionHandler(kxThreadExceptionInterface* handler)
@@ -351,5 +338,6 @@ void kxThreadState::leaveProcess()
     performanceData_.withdraw();
     if ((flags_ & KX_THREAD_INSIDE) == 0) return;
     flags_ &= ~std::uint32_t{KX_THREAD_INSIDE};
-    activeThreads().leave();
+    const kxBodyGuard counting(activeMutex());
+    --activeThreads;
 }
