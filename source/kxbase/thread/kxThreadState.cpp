@@ -37,6 +37,17 @@ kxMutex& activeMutex()
 
 thread_local const kxThreadState* ownState = nullptr;
 
+// For what is called where nobody is left to tell of a failure.
+template <typename Call> void dropExceptions(Call call)
+{
+    try {
+        call();
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+    }
+}
+
 }  // namespace
 
 // Unwinding that ends the thread comes by here as well.
@@ -123,16 +134,12 @@ void kxThreadState::callProcess(kxThread& object)
 void kxThreadState::reportException(const char* text)
 {
     const std::uint32_t threadId = kxPlatformThreadId();
-    try {
+    dropExceptions([&] {
         if (kxThreadExceptionInterface* const handler = exceptionHandler.load()) {
             handler->exceptionLeftProcess(threadId, text);
         }
-        kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text);
-    } catch (const abi::__forced_unwind&) {
-        throw;
-    } catch (...) {
-        // There is nobody left to tell.
-    }
+    });
+    dropExceptions([&] { kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text); });
 }
 
 bool kxThreadState::start(bool wait)
@@ -153,6 +160,7 @@ bool kxThreadState::startLocked()
 {
     flags_ &= ~std::uint32_t{KX_THREAD_STOP};
     handle_.reset();
+    threadId_ = 0;
     lastHeartbeat_ = kxClock::seconds();
     ++run_;
     ref();
@@ -223,8 +231,8 @@ void kxThreadState::abandon()
 
 bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
 {
-    if (check) checkHeartbeat();
     const kxBodyGuard guard(mutex_);
+    if (check) beatOrWatch();
     refresh();
     return (flags_ & flag) != 0;
 }
@@ -232,14 +240,7 @@ bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
 void kxThreadState::checkHeartbeat()
 {
     const kxBodyGuard guard(mutex_);
-    if (isOwnThread()) {
-        lastHeartbeat_ = kxClock::seconds();
-        return;
-    }
-    if (!(watchdogSeconds_ > 0)) return;
-    refresh();
-    constexpr std::uint32_t kWatched = KX_THREAD_RUNNING | KX_THREAD_INSIDE;
-    if ((flags_ & kWatched) == kWatched && kxClock::seconds() - watchdogSeconds_ > lastHeartbeat_) kill();
+    beatOrWatch();
 }
 
 void kxThreadState::setWatchdogSeconds(double seconds)
@@ -303,6 +304,18 @@ kxThreadState::Handle kxThreadState::handleToWaitFor()
 }
 
 // The mutex is held by the caller of each of the following.
+
+void kxThreadState::beatOrWatch()
+{
+    if (isOwnThread()) {
+        lastHeartbeat_ = kxClock::seconds();
+        return;
+    }
+    if (!(watchdogSeconds_ > 0)) return;
+    refresh();
+    constexpr std::uint32_t kWatched = KX_THREAD_RUNNING | KX_THREAD_INSIDE;
+    if ((flags_ & kWatched) == kWatched && kxClock::seconds() - watchdogSeconds_ > lastHeartbeat_) kill();
+}
 
 void kxThreadState::refresh()
 {
