@@ -1,9 +1,7 @@
 #include "kxbase/serialize/kxSerializeString.h"
 
+#include "kxbase/containers/kxArray.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
-
-#include <algorithm>
-#include <vector>
 
 namespace {
 
@@ -13,7 +11,7 @@ public:
     void add(char byte)
     {
         if (count_ == bytes_.size())
-            bytes_.push_back(byte);
+            bytes_.append(byte);
         else
             bytes_[count_] = byte;
         ++count_;
@@ -21,7 +19,7 @@ public:
     std::string_view view() const { return {bytes_.data(), count_}; }
 
 private:
-    std::vector<char> bytes_;  // at most 65536, since the count wraps
+    kxArray<char> bytes_;  // at most 65536, since the count wraps
     std::uint16_t count_ = 0;
 };
 
