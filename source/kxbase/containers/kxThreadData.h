@@ -1,7 +1,8 @@
 // A ring of items for each thread: results of up to Count calls on one thread stay valid at the same time.
 //
 // Ownership: owns the rings; a thread's ring goes when the thread ends, or with this object.
-// Threads:   next() may be called from any thread; an item belongs to the thread that got it.
+// Threads:   next() may be called from any thread; an item belongs to the thread that got it. A forked child may
+//            call it too, whatever other threads did at the time, and gets a ring of its own.
 // Errors:    a failed allocation is reported and throws std::bad_alloc.
 #pragma once
 

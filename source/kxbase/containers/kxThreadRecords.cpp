@@ -1,5 +1,6 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxUndestroyed.h"
@@ -13,7 +14,13 @@ namespace {
 kxThreadRecords* firstLiving = nullptr;
 
 // Threads may end and records be asked for after main.
-constinit kxUndestroyed<kxMutex> livingMutex;
+kxMutex& livingMutex()
+{
+    static constinit kxUndestroyed<kxMutex> mutex;
+    static constinit kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    return mutex.value;
+}
 
 // Plain data, which is there until the thread's very end.
 thread_local bool hasEnded = false;
@@ -51,7 +58,7 @@ public:
 
 kxThreadRecords::kxThreadRecords()
 {
-    const kxBodyGuard guard(livingMutex.value);
+    const kxBodyGuard guard(livingMutex());
     nextLiving_ = firstLiving;
     if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = this;
     firstLiving = this;
@@ -60,12 +67,15 @@ kxThreadRecords::kxThreadRecords()
 kxThreadRecords::~kxThreadRecords() noexcept(false)
 {
     {
-        const kxBodyGuard guard(livingMutex.value);
+        const kxBodyGuard guard(livingMutex());
         (previousLiving_ != nullptr ? previousLiving_->nextLiving_ : firstLiving) = nextLiving_;
         if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = previousLiving_;
     }
-    std::uint32_t bucket = 0;
-    while (Record* const record = records_.takeAny(bucket)) delete record;
+    kxReleaseAll([this, bucket = std::uint32_t{0}]() mutable {
+        Record* const record = records_.takeAny(bucket);
+        delete record;
+        return record != nullptr;
+    });
 }
 
 kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
@@ -79,6 +89,20 @@ kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
     lastThread_ = thread;
     lastRecord_ = fresh.release();
     return *lastRecord_;
+}
+
+void kxThreadRecords::lockAll()
+{
+    livingMutex().lock();
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.lock();
+}
+
+void kxThreadRecords::unlockAll()
+{
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.unlock();
+    livingMutex().unlock();
 }
 
 std::uint32_t kxThreadRecords::count() const
@@ -109,7 +133,7 @@ void kxThreadRecords::dropEverywhere(std::uint32_t thread)
 {
     Record* ended = nullptr;
     {
-        const kxBodyGuard guard(livingMutex.value);
+        const kxBodyGuard guard(livingMutex());
         for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_) {
             Record* const record = living->take(thread);
             if (record == nullptr) continue;

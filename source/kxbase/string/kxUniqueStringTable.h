@@ -4,6 +4,8 @@
 //            texts. Outside the memory check, like all objects that live as long as the process.
 // Threads:   any; one lock guards the table. Nothing is raised, sent or freed under it, so that it need not be
 //            recursive as a kxMutex is, which costs twice the time. A slot that has been filled never changes.
+//            A forked child finds the lock free and the table whole, unless another thread was just making the
+//            very first unique string.
 #pragma once
 
 #include "kxbase/containers/kxDict.h"
