@@ -1,10 +1,12 @@
 #include "kxbase/serialize/DummyURLManagerInterface.h"
-#include "kxbase/serialize/kxLayeredAdapter.h"
+#include "kxbase/serialize/kxEncoderURLManager.h"
+#include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
 #include "kxbase/serialize/kxSerializeAdapterRandomAccess.h"
 #include "kxbase/serialize/kxUrlRegistry.h"
 
 #include "support/kxMessageRecorder.h"
+#include "support/kxScriptedAdapter.h"
 #include "support/kxTempDirectory.h"
 
 #include <gtest/gtest.h>
@@ -288,6 +290,29 @@ TEST_F(kxAdapterFactoryTest, AManagerMayChangeTheRegistryWhileItCreates)
     EXPECT_TRUE(open("test:"));
     EXPECT_EQ(open("test:"), nullptr);
     EXPECT_TRUE(open("other:"));
+}
+
+TEST_F(kxAdapterFactoryTest, AFlushOfAnEncoderReachesWhatIsBelowAndLosesNoText)
+{
+    const kxTempDirectory directory;
+    EXPECT_TRUE(registry.addManager("test:", kxMakeRef<kxEncoderURLManager<kxSerializeAdapterBCDEncoder>>()));
+    const Adapter file = kxSerializeAdapter::getAdapter("test:file:" + kxString(directory.path("out")), 3);
+    file->write("AB", 2);
+    file->flush();
+    EXPECT_EQ(directory.read("out"), "4142");
+
+    kxScriptedAdapter::Journal journal;
+    const auto parent = kxMakeRef<kxScriptedAdapter>("parent", journal);
+    serve("other:", [&](const kxString&, kxString*) { return parent; });
+    const Adapter encoder = open("test:other:");
+    parent->ready = "4";
+    EXPECT_EQ(encoder->length(), 0U);
+    EXPECT_FALSE(encoder->hasError());
+    encoder->flush();
+    parent->ready = "3";
+    EXPECT_EQ(take(encoder), "C");
+    encoder->flush();
+    EXPECT_EQ(journal.back(), "parent.flush");
 }
 
 TEST_F(kxAdapterFactoryTest, SixteenLevelsOfNestingAndHostileUrlsEnd)
