@@ -29,7 +29,7 @@ BENCHMARK(factoryMemory);
 void factoryMemoryDirect(benchmark::State& state)
 {
     char block[100];
-    for (auto _ : state) benchmark::DoNotOptimize(kxMakeRef<kxSerializeAdapterMemory>(block, 100));
+    for (auto _ : state) benchmark::DoNotOptimize(kxMakeRef<kxSerializeAdapterMemory>(block, 100U));
 }
 BENCHMARK(factoryMemoryDirect);
 

@@ -232,7 +232,7 @@ TEST_F(kxAdapterFactoryTest, AnAdapterIsFoundWholeOrNotAtAll)
     std::thread owner([&] {
         for (int round = 0; round < 3000; ++round) {
             char byte = 'a';
-            const Adapter adapter = kxMakeRef<kxSerializeAdapterMemory>(&byte, 1);
+            const Adapter adapter = kxMakeRef<kxSerializeAdapterMemory>(&byte, 1U);
             address = adapter.get();
         }
         isOver = true;
@@ -251,7 +251,7 @@ TEST_F(kxAdapterFactoryTest, ManagersComeBeforeTheBuiltInSchemes)
     std::vector<std::string> asked;
     serve("file:", [&](const kxString& wanted, kxString*) -> Adapter {
         asked.emplace_back(wanted.view());
-        if (wanted.endsWith("?mine")) return kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0);
+        if (wanted.endsWith("?mine")) return kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0U);
         return nullptr;
     });
     EXPECT_EQ(take(open(url)), "abc") << "a manager that makes none leaves the URL to the scheme";
@@ -280,7 +280,7 @@ TEST_F(kxAdapterFactoryTest, AManagerMayChangeTheRegistryWhileItCreates)
 {
     serve("test:", [&](const kxString&, kxString*) -> Adapter {
         serve("other:", [](const kxString&, kxString*) -> Adapter {
-            return kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0);
+            return kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0U);
         });
         registry.removeManager("test:");
         // From another thread too: no lock is held.
@@ -321,7 +321,7 @@ TEST_F(kxAdapterFactoryTest, SixteenLevelsOfNestingAndHostileUrlsEnd)
         return kxLayeredAdapter<kxSerializeAdapterRandomAccess>(url, 3, 0, "");
     });
     serve("other:",
-          [](const kxString&, kxString*) { return kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0); });
+          [](const kxString&, kxString*) { return kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0U); });
     std::string url = "other:";
     for (int level = 2; level <= 16; ++level) url.insert(0, level % 2 != 0 ? "rand:" : "test:");
     EXPECT_TRUE(open(url));
