@@ -116,7 +116,7 @@ TEST_F(kxRelayProcessTest, ReadsAndWritesTheTextOfTheSystemsEncoders)
     // Text of more than one read and a last group that is not whole.
     for (const std::size_t size : {0U, 1U, 2U, 3U, 30U, 1500001U}) {
         SCOPED_TRACE(size);
-        const std::string bytes = patternOf(size);
+        const std::string bytes = kxTestPattern(size);
         directory.write("bytes", bytes);
         shell("base64 bytes >b64; base64 -w0 bytes | tr -d = >bare; xxd -p bytes >hex; base64 hex >both");
         for (const std::string url : {"b64:file:b64", "b64:file:bare", "hex:file:hex", "hex:b64:file:both"}) {
