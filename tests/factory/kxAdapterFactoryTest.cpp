@@ -78,65 +78,52 @@ TEST_F(kxAdapterFactoryTest, EveryFailureHasItsTextAndItsLevel)
         return url == "test:error" ? kxFailedAdapter("%s is no format") : nullptr;
     });
     // The message with the URL in the place of '@'; what is behind a '|' is also the reason.
-    const std::string none = "Could not create URL Adapter '@'";
-    const std::string failed = "URL Adapter (@) Error:|";
-    const std::string memory = "Wrong syntax in (mem:address,len) adapter arguments (@)";
-    const std::string noFile = failed + "Could not open '' for reading (No such file or directory)";
-    const std::string unknownUrl = "Unknown GUID URL in getAdapter";
-    const std::string unknownName = "Unknown GUID URLName in getAdapter";
     const struct {
-        std::string url, text;
+        std::string text;
+        std::vector<std::string> urls;
     } cases[] = {
-        {"", "Empty URL name in getAdapter"},
-        {"none:a%s", none},
-        {"FILE:a", none},
-        {"no colon", none},
-        {"file:", noFile},
-        {"file:{}", failed + "Could not open '{}' for reading (No such file or directory)"},
-        {"mem:1", memory},
-        {"mem:,1", memory},
-        {"mem:1,1x", memory},
-        {"mem:-1,1", memory},
-        {"mem:1,4294967296", memory},
-        {"mem:18446744073709551616,1", memory},
-        {"mem:4096,1", failed + "No memory at this address"},
-        {"mem:18446744073709551615,2", failed + "No memory at this address"},
-        {"adapt:1,1", "Wrong syntax in (adapt:address) adapter arguments (@)"},
-        {"adapt:4096", failed + "No adapter at this address"},
-        {"rand:none:x", failed + "Could not create URL Adapter 'none:x'"},
-        {"rand:", failed + "Empty URL name in getAdapter"},
-        {kUnknownGuid, unknownUrl},
-        {"{}", unknownUrl},
-        {std::string("file:") + kUnknownGuid, unknownName},
-        {std::string("file:") + kBadGuid + "?a", unknownName},
-        {"test:none", none},
-        {"test:reason", none + "|manager's reason"},
-        {"test:error", failed + "%s is no format"},
+        {"Empty URL name in getAdapter", {""}},
+        {"Could not create URL Adapter '@'", {"none:a%s", "FILE:a", "no colon", "test:none"}},
+        {"Could not create URL Adapter '@'|manager's reason", {"test:reason"}},
+        {"URL Adapter (@) Error:|%s is no format", {"test:error"}},
+        {"URL Adapter (@) Error:|Could not open '' for reading (No such file or directory)", {"file:"}},
+        {"URL Adapter (@) Error:|Could not open '{}' for reading (No such file or directory)", {"file:{}"}},
+        {"Wrong syntax in (mem:address,len) adapter arguments (@)",
+         {"mem:1", "mem:,1", "mem:1,1x", "mem:-1,1", "mem:1,4294967296", "mem:18446744073709551616,1"}},
+        {"URL Adapter (@) Error:|No memory at this address", {"mem:4096,1", "mem:18446744073709551615,2"}},
+        {"Wrong syntax in (adapt:address) adapter arguments (@)", {"adapt:x", "adapt:1,1"}},
+        {"URL Adapter (@) Error:|No adapter at this address", {"adapt:4096"}},
+        {"URL Adapter (@) Error:|Could not create URL Adapter 'none:x'", {"rand:none:x"}},
+        {"Unknown GUID URL in getAdapter", {kUnknownGuid, "{}"}},
+        {"Unknown GUID URLName in getAdapter",
+         {std::string("file:") + kUnknownGuid, std::string("file:") + kBadGuid + "?a"}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.url);
-        std::string message = c.text.substr(0, c.text.find('|'));
-        if (const std::size_t mark = message.find('@'); mark != std::string::npos)
-            message.replace(mark, 1, c.url);
-        std::string expected = message;
-        if (const std::size_t bar = c.text.find('|'); bar != std::string::npos)
-            expected = c.text.substr(bar + 1);
-        if (message.ends_with("Error:")) message += expected;
+        for (const std::string& url : c.urls) {
+            SCOPED_TRACE(url);
+            const std::size_t bar = c.text.find('|');
+            std::string message = c.text.substr(0, bar);
+            if (const std::size_t mark = message.find('@'); mark != std::string::npos)
+                message.replace(mark, 1, url);
+            const std::string expected = bar != std::string::npos ? c.text.substr(bar + 1) : message;
+            if (message.ends_with("Error:")) message += expected;
 
-        recorder.takeTexts();
-        kxString reason("before");
-        EXPECT_EQ(open(c.url, &reason), nullptr);
-        EXPECT_EQ(reason, expected);
-        const bool isMalformed = c.url == "{}" || c.url.find(kBadGuid) != std::string::npos;
-        ASSERT_EQ(recorder.entries().size(), isMalformed ? 2U : 1U);
-        EXPECT_EQ(recorder.entries().back().text, message);
-        EXPECT_EQ(recorder.entries().back().level, message.starts_with("Unknown") ? 0x4800U : 0x4000U);
+            recorder.takeTexts();
+            kxString reason;
+            EXPECT_EQ(open(url, &reason), nullptr);
+            EXPECT_EQ(reason, expected);
+            const bool isMalformed = url == "{}" || url.find(kBadGuid) != std::string::npos;
+            ASSERT_EQ(recorder.entries().size(), isMalformed ? 2U : 1U);
+            EXPECT_EQ(recorder.entries().back().text, message);
+            EXPECT_EQ(recorder.entries().back().level, message.starts_with("Unknown") ? 0x4800U : 0x4000U);
 
-        recorder.takeTexts();
-        EXPECT_EQ(kxSerializeAdapter::getAdapter(kxString(c.url), 2, KX_SERIALIZE_SILENT, "", &reason),
-                  nullptr);
-        EXPECT_EQ(reason, expected);
-        EXPECT_TRUE(recorder.entries().empty()) << "silenced";
+            recorder.takeTexts();
+            reason = "";
+            EXPECT_EQ(kxSerializeAdapter::getAdapter(kxString(url), 2, KX_SERIALIZE_SILENT, "", &reason),
+                      nullptr);
+            EXPECT_EQ(reason, expected);
+            EXPECT_TRUE(recorder.entries().empty()) << "silenced";
+        }
     }
 }
 
