@@ -14,6 +14,8 @@
 
 #include <charconv>
 #include <limits>
+#include <optional>
+#include <string>
 
 // Definition of kxSerializeAdapter::getAdapter: the one place that knows every adapter.
 
@@ -143,13 +145,16 @@ Made makeRandomAccess(const Request& request)
     return {adapter, isLayer ? Then::kRecord : Then::kCheckAndRecord};
 }
 
-// In the order in which they are tried.
+// In the order in which they are tried; beside each, the form of its address.
 constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},   {"mem:", makeMemory},        {"adapt:", findAdapter},
-    {"con:", makeConsole}, {"rand:", makeRandomAccess},
+    {"file:", makeFile},          // path
+    {"mem:", makeMemory},         // address,length
+    {"adapt:", findAdapter},      // address
+    {"con:", makeConsole},        // none
+    {"rand:", makeRandomAccess},  // URL
 };
 
 // ---- from the URL to the adapter
