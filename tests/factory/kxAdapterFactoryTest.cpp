@@ -83,8 +83,7 @@ TEST_F(kxAdapterFactoryTest, EveryFailureHasItsTextAndItsLevel)
         std::vector<std::string> urls;
     } cases[] = {
         {"Empty URL name in getAdapter", {""}},
-        {"Could not create URL Adapter '@'", {"none:a%s", "FILE:a", "no colon", "test:none"}},
-        {"Could not create URL Adapter '@'|manager's reason", {"test:reason"}},
+        {"Could not create URL Adapter '@'", {"none:a%s", "FILE:a", "no colon", "test:none", "test:reason"}},
         {"URL Adapter (@) Error:|%s is no format", {"test:error"}},
         {"URL Adapter (@) Error:|Could not open '' for reading (No such file or directory)", {"file:"}},
         {"URL Adapter (@) Error:|Could not open '{}' for reading (No such file or directory)", {"file:{}"}},

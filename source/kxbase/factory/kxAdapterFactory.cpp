@@ -214,9 +214,10 @@ bool resolveGuid(Request& request)
 }
 
 // Asks the manager of the scheme, then the built-in schemes.
-Made make(const Request& request, kxString& reason)
+Made make(const Request& request)
 {
     if (const auto manager = kxUrlRegistry::instance().findManager(request.parts.scheme)) {
+        kxString reason;  // what the manager says of a failure, which the built-in scheme may make good
         const Adapter adapter =
             manager->create(request.url, request.mode, request.flags, request.context, &reason);
         if (adapter) return {adapter};
@@ -225,12 +226,6 @@ Made make(const Request& request, kxString& reason)
         if (request.parts.scheme == row.scheme) return row.make(request);
     }
     return {};
-}
-
-void tellNoAdapter(const Request& request, const kxString& reason)
-{
-    request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
-    if (!reason.isEmpty() && request.errorOut != nullptr) *request.errorOut = reason;
 }
 
 bool isInError(const Request& request, kxSerializeAdapter& adapter)
@@ -270,10 +265,10 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
         return {};
     }
     if (!resolveGuid(request)) return {};
-    kxString reason;
-    const Made made = make(request, reason);
+    const Made made = make(request);
     if (!made.adapter) {
-        if (made.then != Then::kNothingTold) tellNoAdapter(request, reason);
+        if (made.then != Then::kNothingTold)
+            request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
         return {};
     }
     if (made.then != Then::kRecord && isInError(request, *made.adapter)) return {};
