@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <utility>
 
 #include <pthread.h>
 #include <sys/syscall.h>
@@ -10,9 +11,11 @@
 namespace {
 
 thread_local std::uint32_t cachedThreadId = 0;
+thread_local std::uint32_t threadIdBeforeFork = 0;
 
 // The only thread of a forked child has a new id.
-const bool forkHandlerInstalled = pthread_atfork(nullptr, nullptr, [] { cachedThreadId = 0; }) == 0;
+const bool forkHandlerInstalled =
+    pthread_atfork(nullptr, nullptr, [] { threadIdBeforeFork = std::exchange(cachedThreadId, 0); }) == 0;
 
 }  // namespace
 
@@ -20,6 +23,11 @@ std::uint32_t kxPlatformThreadId()
 {
     if (cachedThreadId == 0) cachedThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
     return cachedThreadId;
+}
+
+std::uint32_t kxPlatformThreadIdBeforeFork()
+{
+    return threadIdBeforeFork;
 }
 
 void kxPlatformSleep(std::uint32_t milliseconds)
