@@ -2,7 +2,6 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/lex/kxWordSplitter.h"
-#include "kxbase/object/kxTypeTable.h"
 
 #include <cstdlib>
 #include <utility>
@@ -16,7 +15,7 @@ kxString joined(std::int32_t count, const char* const* words)
 {
     std::string line;
     for (std::int32_t index = 0; index < count; ++index) line.append(words[index]).append(1, ' ');
-    if (line.size() > KX_STRING_MAX_LENGTH) kxRaiseFatal("Too many characters in kxString");
+    kxString::requireLength(line.size());
     return kxString(line);
 }
 
@@ -34,16 +33,6 @@ struct kxArgumentParser::Found {
     const kxArgOption* option;
     std::uint32_t valueCount;
 };
-
-const kxType& kxArgumentParser::kxArgOption::getType() const
-{
-    return kxTypeTable::find("kxReference");
-}
-
-const kxType& kxArgumentParser::kxArgArgument::getType() const
-{
-    return kxTypeTable::find("kxReference");
-}
 
 kxArgumentParser::kxArgumentParser(std::int32_t argumentCount, const char* const* arguments,
                                    const kxString& prefix)
