@@ -14,6 +14,12 @@ constexpr std::uint32_t kRetryMilliseconds = 1;
 // Longer than the time between two tries of a removal.
 constexpr std::uint32_t kStandBackMilliseconds = 2;
 
+// A removed subscription stays in its place until no delivery walks the list.
+bool isRemoved(const kxPendSub<kxNotifyInterface>& subscription)
+{
+    return subscription.subscriber == nullptr;
+}
+
 }  // namespace
 
 // One delivery with its lock. A subscriber may destroy the manager, which then calls abandon(); nothing of the
@@ -25,10 +31,10 @@ public:
         manager.deliveryLock_.lock();
         isNested_ = manager.delivery_ != nullptr;
     }
-    ~Delivery() noexcept(false)
+    ~Delivery()
     {
         if (manager_ == nullptr) return;
-        if (isRunning_) end();
+        if (manager_->delivery_ == this) manager_->delivery_ = nullptr;
         manager_->deliveryLock_.unlock();
     }
     Delivery(const Delivery&) = delete;
@@ -39,7 +45,7 @@ public:
 
     void run()
     {
-        begin();
+        manager_->delivery_ = this;
         const double now = kxClock::seconds();
         Queue& queue = manager_->deliveryQueue_;
         Queue::iterator kept;  // the last entry that stays
@@ -57,24 +63,10 @@ public:
     }
 
 private:
-    void begin()
-    {
-        const kxBodyGuard guard(manager_->subscribersLock_);
-        manager_->delivery_ = this;
-        isRunning_ = true;
-    }
-    void end()
-    {
-        const kxBodyGuard guard(manager_->subscribersLock_);
-        manager_->delivery_ = nullptr;
-        manager_->sweep();
-        while (!manager_->addedSubscribers_.isEmpty())
-            manager_->subscribers_.append(manager_->addedSubscribers_.takeFirst());
-    }
     void handOver(const Entry& entry)
     {
         for (const Subscription& place : manager_->subscribers_) {
-            if (place.subscriber == nullptr || !place.wants(entry.sender)) continue;
+            if (isRemoved(place) || !place.wants(entry.sender)) continue;
             place.subscriber->receive(*manager_, *entry.data, entry.sender);
             if (manager_ == nullptr) return;
         }
@@ -82,7 +74,6 @@ private:
 
     kxNotifyManager* manager_;  // null once it has gone
     bool isNested_ = false;
-    bool isRunning_ = false;
 };
 
 kxNotifyManager::kxNotifyManager()
@@ -147,13 +138,27 @@ void kxNotifyManager::deliver()
     Delivery delivery(*this);
     if (delivery.isNested()) return;
     takePending();
-    if (!deliveryQueue_.isEmpty()) delivery.run();
+    if (deliveryQueue_.isEmpty()) return;
+    applyChanges();
+    delivery.run();
 }
 
 void kxNotifyManager::takePending()
 {
     const kxBodyGuard guard(pendingLock_);
     while (!pending_.isEmpty()) deliveryQueue_.append(pending_.takeFirst());
+}
+
+// Brings the list up to date between two deliveries.
+void kxNotifyManager::applyChanges()
+{
+    if (!hasChanges_.load(std::memory_order_relaxed)) return;
+    const kxBodyGuard guard(subscribersLock_);
+    while (subscribers_.removeFirstWhere(isRemoved)) {
+    }
+    for (; !addedSubscribers_.isEmpty(); addedSubscribers_.takeFirst())
+        subscribers_.append(*addedSubscribers_.first());
+    hasChanges_.store(false, std::memory_order_relaxed);
 }
 
 // Lets a removal get the lock that deliveries in close order would never leave free.
@@ -172,8 +177,9 @@ void kxNotifyManager::subscribe(kxNotifyInterface& subscriber, const void* sende
     if (hasAny([&](const Subscription& place) { return place == wanted; })) return;
     const bool isFirst = !hasAny([&](const Subscription& place) { return place.subscriber == &subscriber; });
     if (isFirst) subscriber.managers_.append(this);
+    hasChanges_.store(true, std::memory_order_relaxed);
     try {
-        (delivery_ != nullptr ? addedSubscribers_ : subscribers_).append(wanted);
+        addedSubscribers_.append(wanted);
     } catch (...) {
         if (isFirst) subscriber.managers_.remove(this);
         throw;
@@ -227,25 +233,17 @@ void kxNotifyManager::drop(kxNotifyInterface& subscriber, Filter filter)
     for (Subscription& place : subscribers_) {
         if (!isDropped(place)) continue;
         place.subscriber = nullptr;
-        hasRemovedSubscribers_ = true;
+        hasChanges_.store(true, std::memory_order_relaxed);
     }
-    if (delivery_ == nullptr) sweep();
     if (!hasAny([&](const Subscription& place) { return place.subscriber == &subscriber; }))
         subscriber.managers_.remove(this);
-}
-
-// Takes out what was marked.
-void kxNotifyManager::sweep()
-{
-    const auto isMarked = [](const Subscription& place) { return place.subscriber == nullptr; };
-    while (hasRemovedSubscribers_) hasRemovedSubscribers_ = subscribers_.removeFirstWhere(isMarked);
 }
 
 // The manager goes, so that its subscribers must not know it any more. The caller holds the lock of the links.
 void kxNotifyManager::forgetSubscribers(const Subscriptions& subscriptions)
 {
     for (const Subscription& place : subscriptions)
-        if (place.subscriber != nullptr) place.subscriber->managers_.remove(this);
+        if (!isRemoved(place)) place.subscriber->managers_.remove(this);
 }
 
 template <typename Predicate> bool kxNotifyManager::hasAny(Predicate predicate) const
@@ -257,9 +255,8 @@ template <typename Predicate> bool kxNotifyManager::hasAny(Predicate predicate) 
 std::uint32_t kxNotifyManager::getSubscriptionCount() const
 {
     const kxBodyGuard guard(subscribersLock_);
-    const auto isMarked = [](const Subscription& place) { return place.subscriber == nullptr; };
-    const auto marked = std::count_if(subscribers_.begin(), subscribers_.end(), isMarked);
-    return subscribers_.count() + addedSubscribers_.count() - static_cast<std::uint32_t>(marked);
+    const auto removed = std::count_if(subscribers_.begin(), subscribers_.end(), isRemoved);
+    return subscribers_.count() + addedSubscribers_.count() - static_cast<std::uint32_t>(removed);
 }
 
 std::uint32_t kxNotifyManager::getPendingCount() const

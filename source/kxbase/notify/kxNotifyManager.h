@@ -71,26 +71,28 @@ private:
     static void waitBeforeRetry();
     void insert(Entry entry);
     void takePending();
+    void applyChanges();
     void standBack();
     void unsubscribe(kxNotifyInterface& subscriber, Filter filter);
     bool tryDrop(kxNotifyInterface& subscriber, Filter filter);
     void drop(kxNotifyInterface& subscriber, Filter filter);
-    void sweep();
     void forgetSubscribers(const Subscriptions& subscriptions);
     template <typename Predicate> bool hasAny(Predicate predicate) const;
 
     // Order of locks: delivery, links, subscribers. The one of the links is common to all managers; whoever holds
     // it finds every manager that a subscriber knows alive, and the other way round, and therefore only tries for
     // the one of the delivery.
+    // A delivery walks the list with its own lock alone. So subscriptions wait in a second list for the next
+    // delivery to begin, and removals, which have the lock of the delivery as well, leave a null subscriber.
     mutable kxMutex subscribersLock_;
-    Subscriptions subscribers_;           // changed in place during a delivery, by its own thread
-    Subscriptions addedSubscribers_;      // during a delivery
-    bool hasRemovedSubscribers_ = false;  // some are marked as removed, by a null subscriber
-    kxMutex deliveryLock_;
+    Subscriptions subscribers_;
+    Subscriptions addedSubscribers_;
+    std::atomic<bool> hasChanges_{false};
+    kxMutex deliveryLock_;  // guards the two below
+    Queue deliveryQueue_;
+    Delivery* delivery_ = nullptr;  // the one that runs
     mutable kxMutex pendingLock_;
     Queue pending_;
-    Queue deliveryQueue_;  // touched by the delivering thread alone
     std::atomic<bool> autoDeliver_{false};
     std::atomic<bool> isRemovalWaiting_{false};
-    Delivery* delivery_ = nullptr;  // the one that runs; changed under deliveryLock_ and subscribersLock_
 };
