@@ -7,8 +7,6 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -46,7 +44,6 @@ TEST(kxThreadPoolTicker, TicksUntilRemoved)
 {
     Ticker quiet, busy([] { return true; });
     kxThreadPoolTicker pool;
-    EXPECT_FALSE(kxThreadPoolTicker().tickerCount());
     for (int time = 0; time < 2; ++time) {
         EXPECT_TRUE(pool.add(quiet));
         EXPECT_FALSE(pool.add(quiet));
@@ -66,55 +63,49 @@ TEST(kxThreadPoolTicker, TicksUntilRemoved)
 
 TEST(kxThreadPoolTicker, SharesItsThreads)
 {
-    kxThreadPoolTicker pool(3);
-    std::mutex lock;
-    std::set<std::thread::id> threads;
-    const auto note = [&] {
-        const std::lock_guard<std::mutex> guard(lock);
-        threads.insert(std::this_thread::get_id());
+    std::atomic<int> inside{0};
+    const auto awaitOther = [&] {
+        for (++inside; inside < 2;) std::this_thread::yield();
         return false;
     };
-    Ticker tickers[] = {Ticker(note), Ticker(note), Ticker(note), Ticker(note)};
-    for (Ticker& ticker : tickers) pool.add(ticker);
-    for (Ticker& ticker : tickers) ticker.awaitTicks(1);
-    for (Ticker& ticker : tickers) pool.remove(ticker);
-    EXPECT_EQ(threads.size(), 3U);
+    Ticker first(awaitOther), second(awaitOther);
+    kxThreadPoolTicker pool(2);
+    pool.add(first);
+    pool.add(second);
+    first.awaitTicks(2);
+    pool.remove(first);
+    pool.remove(second);
 }
 
 TEST(kxThreadPoolTicker, ChangesFromInsideATick)
 {
-    kxThreadPoolTicker pool;
-    Ticker added, removed;
-    std::atomic<bool> isGone{false};
-    struct Suicide : Ticker {
-        Suicide(kxThreadPoolTicker& pool, std::atomic<bool>& isGone) : pool_(pool), isGone_(isGone) {}
+    struct SelfDestroying : kxThreadTicker {
+        explicit SelfDestroying(kxThreadPoolTicker& pool) : pool_(pool) {}
         bool tick() override
         {
             pool_.remove(*this);
-            std::atomic<bool>& isGone = isGone_;
             delete this;
-            isGone = true;
-            return false;
+            return true;
         }
         kxThreadPoolTicker& pool_;
-        std::atomic<bool>& isGone_;
     };
-    pool.add(removed);
+    kxThreadPoolTicker pool;
+    Ticker added, removed;
     Ticker changer([&] {
         pool.remove(removed);
         pool.add(added);
         return true;
     });
+    pool.add(*new SelfDestroying(pool));
+    pool.add(removed);
     pool.add(changer);
-    pool.add(*new Suicide(pool, isGone));
     added.awaitTicks(2);
     const int ticks = removed.ticks;
-    while (!isGone) std::this_thread::yield();
     changer.awaitTicks(10);
     EXPECT_EQ(removed.ticks, ticks);
+    EXPECT_EQ(pool.tickerCount(), 2U);
     pool.remove(changer);
     pool.remove(added);
-    EXPECT_EQ(pool.tickerCount(), 0U);
 }
 
 TEST(kxThreadPoolTicker, RemovalWaitsForTheTick)

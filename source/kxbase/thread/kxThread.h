@@ -68,7 +68,7 @@ public:
     void setPriority(std::uint32_t priority);
     std::uint32_t priority() const;
     double lastHeartbeatSeconds() const;
-    // The system's id of the thread; 0 before it has begun for the first time.
+    // The system's id of the thread; 0 from a start until it has begun.
     std::uint32_t threadId() const;
 
     // Threads that are inside process() now.

@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/thread/kxEvent.h"
 #include "kxbase/thread/kxThread.h"
@@ -19,12 +20,10 @@ constexpr std::uint32_t kLongestPauseMilliseconds = 10;
 // With nothing to tick; a new ticker ends it.
 constexpr std::uint32_t kEmptyPauseMilliseconds = 60 * 60 * 1000;
 
-// Which ticker is where, in all pools; taken before the lock of a worker. Never destroyed, since tickers and
-// pools may be static.
+// Which ticker is where, in all pools; taken before the lock of a worker.
 kxMutex& members()
 {
-    static kxMutex& mutex = *new kxMutex;
-    return mutex;
+    return kxProcessMutex<struct kxTickerMembers>();
 }
 
 }  // namespace
@@ -225,15 +224,20 @@ kxThreadPoolTicker::~kxThreadPoolTicker()
 
 bool kxThreadPoolTicker::add(kxThreadTicker& ticker)
 {
-    const kxBodyGuard guard(members());
-    if (ticker.isInPool_) return false;
-    const std::uint32_t worker = workerFor(ticker);
-    if (!workers_[worker]->start(false)) return false;
-    workers_[worker]->add(ticker);
-    ticker.pool_ = this;
-    ticker.worker_ = worker;
-    ticker.isInPool_ = true;
-    return true;
+    Worker* worker = nullptr;
+    {
+        const kxBodyGuard guard(members());
+        if (ticker.isInPool_) return false;
+        const std::uint32_t number = workerFor(ticker);
+        worker = workers_[number].get();
+        worker->add(ticker);
+        ticker.pool_ = this;
+        ticker.worker_ = number;
+        ticker.isInPool_ = true;
+    }
+    const bool isStarted = worker->start(false);
+    if (!isStarted) remove(ticker);
+    return isStarted;
 }
 
 // A ticker that comes back stays with its thread, which may still be in the tick that removed it.

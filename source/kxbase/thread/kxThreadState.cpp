@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/thread/kxThread.h"
@@ -28,30 +29,24 @@ static_assert(std::size(kPrioritySteps) == KX_THREAD_HIGHEST + 1, "one step for 
 
 constinit std::atomic<kxThreadExceptionInterface*> exceptionHandler{nullptr};
 
-struct ActiveThreads {
-    kxMutex mutex;
-    std::uint32_t count = 0;
-
-    void enter()
-    {
-        const kxBodyGuard guard(mutex);
-        ++count;
-    }
-    void leave()
-    {
-        const kxBodyGuard guard(mutex);
-        --count;
-    }
-};
-
-// Never destroyed, since threads may run on after main.
-ActiveThreads& activeThreads()
+constinit std::uint32_t activeThreads = 0;  // under their mutex
+kxMutex& activeMutex()
 {
-    static ActiveThreads& threads = *new ActiveThreads;
-    return threads;
+    return kxProcessMutex<struct kxActiveThreads>();
 }
 
 thread_local const kxThreadState* ownState = nullptr;
+
+// For what is called where nobody is left to tell of a failure.
+template <typename Call> void dropExceptions(Call call)
+{
+    try {
+        call();
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+    }
+}
 
 }  // namespace
 
@@ -97,7 +92,10 @@ public:
     {
         const kxBodyGuard guard(state_.mutex_);
         if (state_.object_ == nullptr) return nullptr;
-        if ((state_.flags_ & KX_THREAD_INSIDE) == 0) activeThreads().enter();
+        if ((state_.flags_ & KX_THREAD_INSIDE) == 0) {
+            const kxBodyGuard counting(activeMutex());
+            ++activeThreads;
+        }
         state_.flags_ |= KX_THREAD_INSIDE;
         return state_.object_;
     }
@@ -136,16 +134,12 @@ void kxThreadState::callProcess(kxThread& object)
 void kxThreadState::reportException(const char* text)
 {
     const std::uint32_t threadId = kxPlatformThreadId();
-    try {
+    dropExceptions([&] {
         if (kxThreadExceptionInterface* const handler = exceptionHandler.load()) {
             handler->exceptionLeftProcess(threadId, text);
         }
-        kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text);
-    } catch (const abi::__forced_unwind&) {
-        throw;
-    } catch (...) {
-        // There is nobody left to tell.
-    }
+    });
+    dropExceptions([&] { kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text); });
 }
 
 bool kxThreadState::start(bool wait)
@@ -166,6 +160,7 @@ bool kxThreadState::startLocked()
 {
     flags_ &= ~std::uint32_t{KX_THREAD_STOP};
     handle_.reset();
+    threadId_ = 0;
     lastHeartbeat_ = kxClock::seconds();
     ++run_;
     ref();
@@ -236,8 +231,8 @@ void kxThreadState::abandon()
 
 bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
 {
-    if (check) checkHeartbeat();
     const kxBodyGuard guard(mutex_);
+    if (check) beatOrWatch();
     refresh();
     return (flags_ & flag) != 0;
 }
@@ -245,14 +240,7 @@ bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
 void kxThreadState::checkHeartbeat()
 {
     const kxBodyGuard guard(mutex_);
-    if (isOwnThread()) {
-        lastHeartbeat_ = kxClock::seconds();
-        return;
-    }
-    if (!(watchdogSeconds_ > 0)) return;
-    refresh();
-    constexpr std::uint32_t kWatched = KX_THREAD_RUNNING | KX_THREAD_INSIDE;
-    if ((flags_ & kWatched) == kWatched && kxClock::seconds() - watchdogSeconds_ > lastHeartbeat_) kill();
+    beatOrWatch();
 }
 
 void kxThreadState::setWatchdogSeconds(double seconds)
@@ -293,8 +281,8 @@ std::uint32_t kxThreadState::threadId() const
 
 std::uint32_t kxThreadState::activeCount()
 {
-    const kxBodyGuard guard(activeThreads().mutex);
-    return activeThreads().count;
+    const kxBodyGuard guard(activeMutex());
+    return activeThreads;
 }
 
 void kxThreadState::setExceptionHandler(kxThreadExceptionInterface* handler)
@@ -316,6 +304,18 @@ kxThreadState::Handle kxThreadState::handleToWaitFor()
 }
 
 // The mutex is held by the caller of each of the following.
+
+void kxThreadState::beatOrWatch()
+{
+    if (isOwnThread()) {
+        lastHeartbeat_ = kxClock::seconds();
+        return;
+    }
+    if (!(watchdogSeconds_ > 0)) return;
+    refresh();
+    constexpr std::uint32_t kWatched = KX_THREAD_RUNNING | KX_THREAD_INSIDE;
+    if ((flags_ & kWatched) == kWatched && kxClock::seconds() - watchdogSeconds_ > lastHeartbeat_) kill();
+}
 
 void kxThreadState::refresh()
 {
@@ -351,5 +351,6 @@ void kxThreadState::leaveProcess()
     performanceData_.withdraw();
     if ((flags_ & KX_THREAD_INSIDE) == 0) return;
     flags_ &= ~std::uint32_t{KX_THREAD_INSIDE};
-    activeThreads().leave();
+    const kxBodyGuard counting(activeMutex());
+    --activeThreads;
 }

@@ -63,6 +63,7 @@ private:
     void waitUntilBegun(std::uint32_t run);
     // The handle to wait with, or null when there is nothing to wait for.
     Handle handleToWaitFor();
+    void beatOrWatch();
     void refresh();
     void markStopped();
     void kill();
