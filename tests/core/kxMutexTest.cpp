@@ -10,6 +10,9 @@
 #include <thread>
 #include <vector>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 TEST(kxMutex, CountsItsLocksAndRemembersItsOwner)
 {
     kxMutex mutex(true);
@@ -34,6 +37,23 @@ TEST(kxMutex, CountsItsLocksAndRemembersItsOwner)
     kxMutex untracked;
     const kxBodyGuard guard(untracked);
     EXPECT_EQ(untracked.owner(), 0U);
+}
+
+TEST(kxMutex, StaysHeldInAForkedChild)
+{
+    kxMutex mutex(true);
+    mutex.lock();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool isHeld = mutex.tryLock() && mutex.owner() == kxPlatformThreadId();
+        mutex.unlock();
+        mutex.unlock();
+        ::_exit(isHeld && mutex.lockCount() == 0 ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    mutex.unlock();
 }
 
 TEST(kxMutex, ExcludesOtherThreads)

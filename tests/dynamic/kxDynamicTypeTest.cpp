@@ -232,7 +232,8 @@ TEST(kxDynamicType, CopiesAreApartAndMovesLeaveVoid)
         kxDynamicType taken = std::move(copy);
         EXPECT_EQ(taken, original);
         EXPECT_TRUE(copy.isType(KX_UNIQUE_VOID) && copy.getBytes().empty());
-        taken = taken;
+        const kxDynamicType& itself = taken;
+        taken = itself;
         EXPECT_EQ(taken, original);
         taken = kxDynamicType("other");
         EXPECT_NE(taken, original);

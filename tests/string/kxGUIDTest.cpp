@@ -19,8 +19,10 @@ TEST(kxGUID, ReadsItsTextAndSaysWhichGroupIsWrong)
 {
     const std::string malformed = "Malformed kxGUID ";
     const std::string shape = malformed + "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
-    const std::string first = malformed + "{????????-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
-    const std::string last = malformed + "{XXXXXXXX-XXXX-XXXX-????-????????????}";
+    const std::string first = malformed + "{????????"
+                                          "-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
+    const std::string last = malformed + "{XXXXXXXX-XXXX-XXXX-????"
+                                         "-????????????}";
     const struct {
         const char* why;
         std::string text;
@@ -41,11 +43,13 @@ TEST(kxGUID, ReadsItsTextAndSaysWhichGroupIsWrong)
         {"fourth dash", "0123ABCD-45EF-6789-FEDC_BA9876543210", shape},
         {"first group, though all are wrong", "{G123ABCD-+5EF- 789-0xDC-BA987654321g}", first},
         {"second group", "{0123ABCD-45E -6789-FEDC-BA9876543210}",
-         malformed + "{XXXXXXXX-????-XXXX-XXXX-XXXXXXXXXXXX}"},
+         malformed + "{XXXXXXXX-????"
+                     "-XXXX-XXXX-XXXXXXXXXXXX}"},
         {"third group",
          "{0123ABCD-45EF-67\xB9"
          "9-FEDC-BA9876543210}",
-         malformed + "{XXXXXXXX-XXXX-????-XXXX-XXXXXXXXXXXX}"},
+         malformed + "{XXXXXXXX-XXXX-????"
+                     "-XXXX-XXXXXXXXXXXX}"},
         {"fourth group", "{0123ABCD-45EF-6789-FE@C-BA9876543210}", last},
         {"fifth group", "{0123ABCD-45EF-6789-FEDC-BA987654321g}", last},
         {"a zero byte is no digit", kText + std::string("\0", 1), shape},

@@ -60,7 +60,8 @@ std::uint32_t kxMutex::owner() const noexcept
 
 bool kxMutex::isHeldBy(std::uint32_t thread) const noexcept
 {
-    return holder_.load(std::memory_order_relaxed) == thread;
+    const std::uint32_t holder = holder_.load(std::memory_order_relaxed);
+    return holder == thread || (holder != 0 && holder == kxPlatformThreadIdBeforeFork());
 }
 
 void kxMutex::leave()

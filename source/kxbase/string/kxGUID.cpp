@@ -18,12 +18,16 @@ constexpr std::uint8_t kPlaces[16] = {0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26,
 // The groups, each by the byte of the GUID that it ends before.
 constexpr struct {
     std::size_t end;
-    const char* fault;
+    const char* fault;  // in pieces, so that no trigraph stands in it
 } kGroups[] = {
-    {4, "Malformed kxGUID {????????-XXXX-XXXX-XXXX-XXXXXXXXXXXX}"},
-    {6, "Malformed kxGUID {XXXXXXXX-????-XXXX-XXXX-XXXXXXXXXXXX}"},
-    {8, "Malformed kxGUID {XXXXXXXX-XXXX-????-XXXX-XXXXXXXXXXXX}"},
-    {16, "Malformed kxGUID {XXXXXXXX-XXXX-XXXX-????-????????????}"},
+    {4, "Malformed kxGUID {????????"
+        "-XXXX-XXXX-XXXX-XXXXXXXXXXXX}"},
+    {6, "Malformed kxGUID {XXXXXXXX-????"
+        "-XXXX-XXXX-XXXXXXXXXXXX}"},
+    {8, "Malformed kxGUID {XXXXXXXX-XXXX-????"
+        "-XXXX-XXXXXXXXXXXX}"},
+    {16, "Malformed kxGUID {XXXXXXXX-XXXX-XXXX-????"
+         "-????????????}"},
 };
 
 // A value with a bit above the lowest four is no digit.

@@ -10,16 +10,19 @@ const kxType& kxEvent::getType() const
 
 void kxEvent::signal()
 {
-    generation_.fetch_add(1, std::memory_order_release);
-    kxPlatformWakeAll(generation_);
+    generation_.fetch_add(1);
+    // A sleeper that is not seen here sees the new generation before it sleeps.
+    if (sleeperCount_.load() != 0) kxPlatformWakeAll(generation_);
 }
 
 bool kxEvent::wait(std::uint32_t milliseconds, bool alreadyLocked)
 {
     if (!alreadyLocked || !isHeldByCaller()) lock();
-    const std::uint32_t generation = generation_.load(std::memory_order_acquire);
+    const std::uint32_t generation = generation_.load();
     const std::uint32_t locks = unlockAll();
+    sleeperCount_.fetch_add(1);
     const bool woken = kxPlatformWaitWhile(generation_, generation, milliseconds);
+    sleeperCount_.fetch_sub(1);
     lockTimes(locks - 1);
     return woken;
 }

@@ -25,4 +25,6 @@ public:
 
 private:
     std::atomic<std::uint32_t> generation_{0};  // signals so far, wrapping
+    // Threads that sleep or are about to. Too high once one was killed, which only costs needless wake-ups.
+    std::atomic<std::uint32_t> sleeperCount_{0};
 };

@@ -42,10 +42,12 @@ bool kxSemaphore::tryEnter(std::uint32_t key)
 // between the two.
 void kxSemaphore::waitForChange()
 {
+    ++waiterCount_;
     changed_.lock();
     mutex_.unlock();
     changed_.wait(kLongestWaitMilliseconds, true);
     mutex_.lock();
+    --waiterCount_;
 }
 
 void kxSemaphore::release()
@@ -53,8 +55,7 @@ void kxSemaphore::release()
     const kxBodyGuard guard(mutex_);
     const bool wasFull = maximum_ != 0 && holderCount_ == maximum_;
     if (holderCount_ != 0) --holderCount_;
-    if (holderCount_ != 0 && !wasFull) return;
-    changed_.lock();
+    if (waiterCount_ == 0 || (holderCount_ != 0 && !wasFull)) return;
+    const kxBodyGuard changing(changed_);
     changed_.signal();
-    changed_.unlock();
 }

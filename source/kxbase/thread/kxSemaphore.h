@@ -36,5 +36,6 @@ private:
     kxMutex mutex_;  // guards the fields below; never held across a wait
     std::uint32_t ownerKey_;
     std::uint32_t holderCount_;
+    std::uint32_t waiterCount_ = 0;  // too high once a waiter was killed, which only costs needless signals
     kxEvent changed_;
 };
