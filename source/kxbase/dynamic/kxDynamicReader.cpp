@@ -1,6 +1,6 @@
 #include "kxbase/dynamic/kxDynamicReader.h"
 
-#include "kxbase/dynamic/kxDynamicFault.h"
+#include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/dynamic/kxDynamicReferences.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 

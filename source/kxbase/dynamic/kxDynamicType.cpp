@@ -1,6 +1,6 @@
 #include "kxbase/dynamic/kxDynamicType.h"
 
-#include "kxbase/dynamic/kxDynamicFault.h"
+#include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/dynamic/kxDynamicTypeName.h"
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/serialize/kxSerializeGUID.h"
