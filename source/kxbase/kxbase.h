@@ -1,4 +1,4 @@
-// Everything of the unit kxbase: object core, strings, messages, containers, threads and adapters.
+// Everything of the unit kxbase: object core, strings, messages, containers, threads, adapters, dynamic values.
 #pragma once
 
 #include "kxbase/containers/kxArray.h"
@@ -22,6 +22,17 @@
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/core/kxWarningError.h"
+#include "kxbase/dynamic/kxDynamicType.h"
+#include "kxbase/dynamic/kxDynamicTypeArray.h"
+#include "kxbase/dynamic/kxDynamicTypeChain.h"
+#include "kxbase/dynamic/kxDynamicTypeContainer.h"
+#include "kxbase/dynamic/kxDynamicTypeContainerIterator.h"
+#include "kxbase/dynamic/kxDynamicTypeCustom.h"
+#include "kxbase/dynamic/kxDynamicTypeError.h"
+#include "kxbase/dynamic/kxDynamicTypeInt64.h"
+#include "kxbase/dynamic/kxDynamicTypeTimeTagged.h"
+#include "kxbase/dynamic/kxDynamicTypeVoid.h"
+#include "kxbase/dynamic/kxSerializeDynamicType.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessageFileReceiver.h"
 #include "kxbase/message/kxMessageManager.h"
@@ -38,6 +49,10 @@
 #include "kxbase/serialize/kxEncoderURLManager.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
+#include "kxbase/serialize/kxObjectFactory.h"
+#include "kxbase/serialize/kxObjectFactoryOf.h"
+#include "kxbase/serialize/kxObjectInput.h"
+#include "kxbase/serialize/kxObjectOutput.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
