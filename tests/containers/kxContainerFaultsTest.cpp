@@ -1,7 +1,12 @@
+#include "kxbase/containers/kxDList.h"
+#include "kxbase/containers/kxDictList.h"
+#include "kxbase/containers/kxDynamicArray.h"
 #include "kxbase/containers/kxQueue.h"
+#include "kxbase/containers/kxRefDict.h"
+#include "kxbase/containers/kxRefList.h"
 #include "kxbase/containers/kxThreadData.h"
-#include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxReference.h"
+#include "tests/support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -25,6 +30,131 @@ TEST(kxContainerFaults, AQueueTakesWhatItsItemsPushWhenTheyGo)
     queue.popBlock(taken, 60);
     EXPECT_EQ(queue.length(), 1200U);
     kxThreadData<kxRefPointer<kxReference>, 2>().next() = kxMakeRef<kxReference>();
+}
+
+// Throws when it goes; a moved-from one does not.
+struct Throwing {
+    explicit Throwing(int itsNumber) : number(itsNumber) { ++alive; }
+    Throwing(Throwing&& other) noexcept : number(std::exchange(other.number, 0)) {}
+    ~Throwing() noexcept(false)
+    {
+        if (number == 0) return;
+        --alive;
+        throw std::runtime_error(std::to_string(number));
+    }
+    static inline int alive = 0;
+    int number;
+};
+struct ThrowingObject : kxReference {
+    ~ThrowingObject() override { const Throwing last(Throwing::alive + 1); }
+};
+struct ByNumber : kxUInt32CompareInterface {
+    static std::uint32_t hash(const Throwing& key) noexcept { return static_cast<std::uint32_t>(key.number); }
+    static bool isEqual(const Throwing& left, const Throwing& right) noexcept
+    {
+        return left.number == right.number;
+    }
+};
+
+// Fills a container with five items, clears it, fills it again and destroys it.
+template <typename Container, typename Add> void expectThatAllGo(Add add)
+{
+    const kxMessageRecorder messages;
+    const auto fillAnd = [&add](auto end) {
+        auto container = std::make_unique<Container>();
+        for (int number = 1; number <= 5; ++number) add(*container, number);
+        EXPECT_THROW(end(container), std::runtime_error);
+        EXPECT_EQ(Throwing::alive, 0);
+    };
+    fillAnd([](auto& container) { container->clear(); });
+    fillAnd([](auto& container) { delete container.release(); });
+    EXPECT_EQ(messages.texts().size(), 8U) << "the first of five is thrown, the others are told";
+}
+
+TEST(kxContainerFaults, ItemsThatThrowWhenTheyGoAllGo)
+{
+    const auto append = [](auto& container, int number) { container.append(Throwing(number)); };
+    const auto push = [](auto& container, int number) { container.push(Throwing(number)); };
+    const auto insert = [](auto& container, int number) { container.insert(Throwing(number), &number); };
+    expectThatAllGo<kxArray<Throwing>>(append);
+    expectThatAllGo<kxList<Throwing>>(append);
+    expectThatAllGo<kxDList<Throwing>>(append);
+    expectThatAllGo<kxQueue<Throwing>>(push);
+    expectThatAllGo<kxDict<Throwing, int, ByNumber>>(insert);
+    expectThatAllGo<kxDictList<Throwing, int, ByNumber>>(insert);
+    expectThatAllGo<kxRefDict<std::uint32_t, ThrowingObject, kxUInt32CompareInterface>>(
+        [](auto& dict, int) { dict.insert(dict.count(), new ThrowingObject); });
+    expectThatAllGo<kxRefList<ThrowingObject>>([](auto& list, int) { list.append(new ThrowingObject); });
+}
+
+// Memory that runs out after a number of allocations.
+struct ShortStorage : kxUntrackedStorage {
+    static void* allocate(std::size_t sizeBytes)
+    {
+        if (left-- == 0) throw std::bad_alloc();
+        return kxUntrackedStorage::allocate(sizeBytes);
+    }
+    static inline int left = 0;
+};
+
+TEST(kxContainerFaults, ADictionaryThatFindsNoMemoryIsAsBefore)
+{
+    const int value = 0;
+    for (int available = 0; available < 12; ++available) {
+        kxDictList<std::uint32_t, const int, kxUInt32CompareInterface, ShortStorage> dict(1);
+        dict.setReuse(available % 2 != 0);
+        ShortStorage::left = available;
+        std::uint32_t count = 0;
+        std::uint32_t buckets = dict.bucketCount();
+        const auto fill = [&] {
+            for (;; ++count, buckets = dict.bucketCount()) dict.insert(count, &value);
+        };
+        EXPECT_THROW(fill(), std::bad_alloc);
+        EXPECT_TRUE(dict.count() == count && dict.bucketCount() == buckets && dict.find(count) == nullptr);
+        EXPECT_EQ(std::distance(dict.begin(), dict.end()), count);
+        ShortStorage::left = 100;
+        EXPECT_TRUE(dict.insert(count, &value) && dict.last()->key() == count);
+    }
+}
+
+// Cannot be moved into its place once it is told so.
+struct Unmovable {
+    Unmovable() = default;
+    Unmovable(const Unmovable& other) : item(other.item) { throwIfTold(); }
+    Unmovable(Unmovable&& other) : item(other.item) { throwIfTold(); }
+    static void throwIfTold()
+    {
+        if (isTold) throw std::runtime_error("not moved");
+    }
+    static inline bool isTold = false;
+    std::shared_ptr<int> item = std::make_shared<int>(7);
+};
+
+template <typename Container, typename Add> void expectUnchangedByFailedAdd(Add add)
+{
+    Container container;
+    for (int count = 0; count < 16; ++count) add(container, Unmovable());
+    Unmovable item;
+    Unmovable::isTold = true;
+    EXPECT_THROW(add(container, std::move(item)), std::runtime_error);
+    Unmovable::isTold = false;
+    if constexpr (requires { container.begin(); }) {
+        EXPECT_EQ(
+            std::count_if(container.begin(), container.end(), [](auto& kept) { return *kept.item == 7; }),
+            16);
+    }
+    add(container, std::move(item));
+}
+
+TEST(kxContainerFaults, AnItemThatCannotBeMovedInChangesNothing)
+{
+    const auto append = [](auto& container, Unmovable&& item) { container.append(std::move(item)); };
+    expectUnchangedByFailedAdd<kxArray<Unmovable>>(append);
+    expectUnchangedByFailedAdd<kxDynamicArray<Unmovable>>(append);
+    expectUnchangedByFailedAdd<kxList<Unmovable>>(append);
+    expectUnchangedByFailedAdd<kxDList<Unmovable>>(append);
+    expectUnchangedByFailedAdd<kxQueue<Unmovable>>(
+        [](auto& queue, Unmovable&& item) { queue.push(std::move(item)); });
 }
 
 }  // namespace

@@ -99,6 +99,9 @@ TEST(kxArray, EndsAtItsSizes)
     kxDynamicArray<char16_t> stepwise(100);
     for (const std::uint32_t size : {101U, 5U, 300U}) stepwise.resize(size);
     EXPECT_EQ(stepwise.capacity(), 300U);
+    kxDynamicArray<int> smallest(0);
+    smallest.resize(3);
+    EXPECT_EQ(smallest.growthStep() + smallest.capacity(), 4U) << "a step of 0 is 1";
 }
 
 struct Watched : kxReference {

@@ -2,12 +2,14 @@
 
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessagePrefix.h"
 #include "support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <latch>
 #include <new>
 #include <thread>
 
@@ -72,6 +74,7 @@ TEST_F(kxMessageManagerTest, FiltersByLevelAndFlags)
         {"asking for internal hides nothing else", 0x3800, 0x3000, true},
         {"flags of the message count, so raw lifts it above its level", 0x4001, 0x4400, true},
         {"other flags of the set level do not", 0x3600, 0x3000, true},
+        {"bit 7 of the set level does not count", 0x3080, 0x3000, true},
         {"always", 0x6000, 0x7000, true},
     };
     for (const auto& c : cases) {
@@ -155,14 +158,18 @@ TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelive
     EXPECT_EQ(order, Texts({"changing one", "changing nested", "changing two", "added two"}));
 }
 
-TEST_F(kxMessageManagerTest, ARemovedReceiverIsNotCalledWhateverOtherThreadsSend)
+TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherThreadsSend)
 {
     std::atomic<bool> stop{false};
-    const kxMessageRecorder quiet;
-    std::thread sender([&] {
-        while (!stop) kxMessage(KX_MESSAGE_NOTICE, "%d", 1);
-    });
-    for (int round = 0; round < 50; ++round) {
+    Receiver slow([](const std::string&) { std::this_thread::sleep_for(std::chrono::milliseconds(1)); });
+    manager.addReceiver(slow);
+    std::vector<std::thread> senders;
+    for (int index = 0; index < 6; ++index) {
+        senders.emplace_back([&] {
+            while (!stop) kxMessage(KX_MESSAGE_NOTICE, "%d", 1);
+        });
+    }
+    for (int round = 0; round < 20; ++round) {
         std::atomic<int> calls{0};
         bool alive = true;
         Receiver receiver([&](const std::string&) {
@@ -170,12 +177,66 @@ TEST_F(kxMessageManagerTest, ARemovedReceiverIsNotCalledWhateverOtherThreadsSend
             ++calls;
         });
         manager.addReceiver(receiver);
-        while (calls == 0) std::this_thread::yield();
+        while (calls < 6) std::this_thread::yield();
         manager.removeReceiver(receiver);
         alive = false;
     }
     stop = true;
-    sender.join();
+    for (std::thread& sender : senders) sender.join();
+    manager.removeReceiver(slow);
+}
+
+TEST_F(kxMessageManagerTest, SendsFromInsideWhileAChangeWaits)
+{
+    Texts order;
+    std::thread changer;
+    Receiver sending([&](const std::string& text) {
+        order.push_back(text);
+        if (text != "outer") return;
+        changer = std::thread([&] { manager.removeReceiver(sending); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        kxMessage(KX_MESSAGE_NOTICE, "nested");
+    });
+    manager.addReceiver(sending);
+    kxMessage(KX_MESSAGE_NOTICE, "outer");
+    changer.join();
+    EXPECT_EQ(order, Texts({"outer", "nested"}));
+}
+
+TEST_F(kxMessageManagerTest, MakesTheDefaultReceiverForSeveralThreadsAtOnce)
+{
+    manager.defaultReceiver().setEnabled(false);
+    Receiver other([](const std::string&) {});
+    for (int round = 0; round < 100; ++round) {
+        std::vector<std::thread> threads;
+        for (int index = 0; index < 3; ++index)
+            threads.emplace_back([] { kxMessage(KX_MESSAGE_NOTICE, "first"); });
+        manager.addReceiver(other);
+        manager.removeReceiver(other);
+        for (std::thread& thread : threads) thread.join();
+        manager.removeReceiver(manager.defaultReceiver());
+    }
+    manager.defaultReceiver().setEnabled(true);
+}
+
+TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
+{
+    std::latch inside(2);
+    std::atomic<int> afterwards{0};
+    Receiver added([&](const std::string&) { ++afterwards; });
+    Receiver changing([&](const std::string&) {
+        inside.arrive_and_wait();
+        manager.removeReceiver(changing);
+        manager.addReceiver(added);
+    });
+    manager.addReceiver(changing);
+    std::thread second([] { kxMessage(KX_MESSAGE_NOTICE, "x"); });
+    kxMessage(KX_MESSAGE_NOTICE, "x");
+    second.join();
+    afterwards = 0;
+    kxMessage(KX_MESSAGE_NOTICE, "x");
+    manager.removeReceiver(added);
+    EXPECT_EQ(afterwards, 1);
 }
 
 TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)

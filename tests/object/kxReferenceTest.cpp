@@ -66,21 +66,21 @@ TEST(kxReference, CountDecidesOverLife)
 }
 
 // The steps of two threads in the order that does the harm: the first has brought the count to 0 and not yet
-// looked whether the object may go, when the second takes a reference and drops it again.
-TEST(kxThreadSafeReference, IsDestroyedByTheLastToLook)
+// checked whether the object may go, when the second takes a reference and drops it again.
+TEST(kxThreadSafeReference, IsDestroyedByTheLastToCheck)
 {
     struct Stepwise : Shared {
+        using Shared::countDown;
         using Shared::destroyIfLast;
-        using Shared::release;
     };
     auto* const object = new Stepwise;
     object->ref();
-    EXPECT_EQ(object->release(true), 0U);
+    EXPECT_EQ(object->countDown(), 0U);
     object->ref();
     object->unref();
-    ASSERT_EQ(alive, 1) << "the first is still to look, and needs the mutex";
+    ASSERT_EQ(alive, 1) << "the first is still to check, and needs the mutex";
     EXPECT_FALSE(object->deleteIfUnreferenced());
-    EXPECT_TRUE(object->destroyIfLast(true));
+    EXPECT_TRUE(object->destroyIfLast(1));
     EXPECT_EQ(alive, 0);
 }
 

@@ -2,6 +2,7 @@
 
 #include "support/kxMessageRecorder.h"
 #include "support/kxTempDirectory.h"
+#include "support/kxTestPattern.h"
 
 #include <gtest/gtest.h>
 
@@ -19,13 +20,6 @@ namespace {
 using File = kxRefPointer<kxSerializeAdapterFile>;
 
 constexpr const char* kFileName = "the file";
-
-std::string patternOf(std::size_t count)
-{
-    std::string bytes(count, '\0');
-    for (std::size_t index = 0; index < count; ++index) bytes[index] = static_cast<char>(index * 31 / 7);
-    return bytes;
-}
 
 class kxSerializeAdapterFileTest : public testing::Test {
 protected:
@@ -58,7 +52,7 @@ std::string readAll(kxSerializeAdapter& adapter)
 
 TEST_F(kxSerializeAdapterFileTest, FetchesAMillionBytesAtATime)
 {
-    const std::string bytes = patternOf(2500000);
+    const std::string bytes = kxTestPattern(2500000);
     const File byByte = openWith(bytes);
     for (const std::uint64_t left : {1500000U, 500000U, 0U}) {
         byByte->readByte();
@@ -77,7 +71,7 @@ TEST_F(kxSerializeAdapterFileTest, FetchesAMillionBytesAtATime)
 
 TEST_F(kxSerializeAdapterFileTest, BlocksOfAnySizeReadTheSameBytes)
 {
-    const std::string bytes = patternOf(2500000);
+    const std::string bytes = kxTestPattern(2500000);
     for (const std::uint32_t step : {7U, 65536U, 999999U, 1000000U, 1000001U, 2000000U}) {
         SCOPED_TRACE(step);
         const File file = openWith(bytes);
@@ -109,7 +103,7 @@ TEST_F(kxSerializeAdapterFileTest, NoticesItsEndByLookingAndNotByOpening)
 
 TEST_F(kxSerializeAdapterFileTest, BlocksWriteWhatTheirBytesWould)
 {
-    const std::string bytes = patternOf(3500000);
+    const std::string bytes = kxTestPattern(3500000);
     for (const std::uint32_t step : {1U, 1000U, 333333U, 1000000U, 1000001U, 2000000U, 3500000U}) {
         SCOPED_TRACE(step);
         const File file = open(KX_SERIALIZE_OUTPUT);
@@ -209,7 +203,7 @@ TEST_F(kxSerializeAdapterFileTest, TellsWhatAFullDiskLost)
     const kxMessageRecorder messages;
     {
         const File full(new kxSerializeAdapterFile("/dev/full", KX_SERIALIZE_OUTPUT, false));
-        const std::string bytes = patternOf(1500000);
+        const std::string bytes = kxTestPattern(1500000);
         full->write(bytes.data(), 1500000);
         EXPECT_EQ(full->getError(), "Could not flush to file '/dev/full' (No space left on device)");
         EXPECT_EQ(full->flush(), 1U);
@@ -224,7 +218,7 @@ TEST_F(kxSerializeAdapterFileTest, TellsWhatAFullDiskLost)
 
 TEST_F(kxSerializeAdapterFileTest, EndsWhereAFileWasCutShort)
 {
-    const File file = openWith(patternOf(2500000));
+    const File file = openWith(kxTestPattern(2500000));
     std::string block(1000000, '\0');
     EXPECT_EQ(file->read(block.data(), 1000000), 1000000U);
     std::filesystem::resize_file(directory.path(kFileName), 1200000);

@@ -2,7 +2,7 @@
 // includes it.
 //
 // The program ends with 0 only when the last of these destructors has run and every one has passed: main answers
-// 1, and a check that fails ends the program with 2 at once.
+// 1, and a check that fails ends the program with 2 or 3 at once.
 #pragma once
 
 #include "kxbase/containers/kxRefDict.h"
@@ -18,6 +18,9 @@ struct kxStaticCheck {
     kxStaticCheck() { useEverything(++staticUnits); }
     ~kxStaticCheck()
     {
+        // Converted before main, and again when the thread's own objects were gone.
+        for (const char16_t* text : {early, kxString("late").wide()})
+            if (text[1] != u'a' || text[4] != 0) std::_Exit(3);
         useEverything(staticUnits);
         if (--staticUnits == 0) std::_Exit(0);
     }
@@ -31,4 +34,5 @@ struct kxStaticCheck {
         if (!works) std::_Exit(2);
     }
     kxRefDict<kxString, kxReference, kxStringCompareInterface> objects;
+    const char16_t* const early = kxString("part").wide();
 };

@@ -7,6 +7,9 @@
 
 #include <bitset>
 #include <gtest/gtest.h>
+#include <iomanip>
+#include <sstream>
+#include <unordered_set>
 
 // A static string must not depend on start-up code.
 static constinit kxString staticallyEmpty;
@@ -150,6 +153,16 @@ TEST(kxString, ReadsAndWritesCharactersAndNumbers)
     EXPECT_EQ(kxString::fromDouble(-2.5, 0) + kxString::fromDouble(0.1), "-30.1");
     EXPECT_EQ(kxString::fromDouble(1, 32767).length(), 2 + 32767);
     EXPECT_EQ(kxString("\t -12.5e1 V").toDouble() + kxString("3,5").toDouble(','), -121.5);
+}
+
+TEST(kxString, TakesItsPlaceAmongStandardTypes)
+{
+    std::unordered_set<kxString> set{"one", "two", "one"};
+    EXPECT_TRUE(set.size() == 2 && set.contains("two") &&
+                std::hash<kxString>()("two") == kxString("two").hash());
+    std::ostringstream stream;
+    stream << std::setw(5) << kxString("a\0b", 3) << kxString();
+    EXPECT_EQ(stream.str(), std::string("  a\0b", 5)) << "widths and zero bytes as for any text";
 }
 
 TEST(kxNameInterface, HoldsNoEmptyName)

@@ -3,6 +3,7 @@
 #include "support/kxProcess.h"
 #include "support/kxPseudoTerminal.h"
 #include "support/kxTempDirectory.h"
+#include "support/kxTestPattern.h"
 
 #include <gtest/gtest.h>
 
@@ -19,13 +20,6 @@ using Arguments = std::vector<std::string>;
 std::string noticeOf(const std::string& url, const std::string& output)
 {
     return "Opened URL '" + url + "' with output '" + output + "'\r\n";
-}
-
-std::string patternOf(std::size_t count)
-{
-    std::string bytes(count, '\0');
-    for (std::size_t index = 0; index < count; ++index) bytes[index] = static_cast<char>(index * 31 / 7);
-    return bytes;
 }
 
 class kxRelayProcessTest : public testing::Test {
@@ -68,7 +62,7 @@ TEST_F(kxRelayProcessTest, CopiesFilesExactlyBehindTheNotice)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        const std::string bytes = patternOf(c.size);
+        const std::string bytes = kxTestPattern(c.size);
         directory.write(c.name, bytes);
         directory.write("out", "before");
         std::string shown = c.url;
@@ -111,7 +105,7 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
 
 TEST_F(kxRelayProcessTest, ReadsStandardInputToItsEnd)
 {
-    const std::string bytes = patternOf(3000000);
+    const std::string bytes = kxTestPattern(3000000);
     kxProcess tool(KX_TEST_TOOL, optionsOf({"-URL", "con:", "-output", "file:out"}));
     EXPECT_TRUE(tool.write(bytes));
     tool.closeInput();
@@ -174,7 +168,7 @@ TEST_F(kxRelayProcessTest, PingsOnceASecondAndNeverReadsItsInput)
 
 TEST_F(kxRelayProcessTest, AFullDiskAndABrokenPipeDoNotPassSilently)
 {
-    directory.write("in", patternOf(100));
+    directory.write("in", kxTestPattern(100));
     const std::size_t lost = noticeOf("file:in", "file:/dev/full").size() + 100;
     EXPECT_EQ(run({"-URL", "file:in", "-output", "file:/dev/full"}),
               "\rKorvexSDK Warning::Could not flush to file '/dev/full' (No space left on device)\n"

@@ -3,12 +3,14 @@
 // Ownership: owns its items; a copy has copies of them. The room never shrinks.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    an index at or beyond the size is fatal. A failed allocation throws std::bad_alloc and leaves the
-//            array as it was; so does growing beyond 32 bits.
+//            array as it was; so does growing beyond 32 bits. When items throw as they are cut off, all go and
+//            the first exception goes on.
 //
 // Growing may move the items: pointers, references and iterators end with it.
 #pragma once
 
 #include "kxbase/containers/kxItemBlock.h"
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
 
 #include <algorithm>
@@ -122,7 +124,14 @@ private:
     }
     void cutTo(std::uint32_t size)
     {
-        while (size_ > size) std::destroy_at(data() + --size_);
+        if constexpr (std::is_trivially_destructible_v<T>) {
+            size_ = std::min(size_, size);
+            return;
+        }
+        kxReleaseAll([this, size] {
+            if (size_ > size) std::destroy_at(data() + --size_);
+            return size_ > size;
+        });
     }
 
     kxItemBlock<T> block_;

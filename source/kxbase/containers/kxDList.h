@@ -2,12 +2,16 @@
 //
 // Ownership: owns its items.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    taking from an empty list is a mistake of the caller that is not looked for.
+// Errors:    taking from an empty list is a mistake of the caller that is not looked for. A failed allocation
+//            throws std::bad_alloc and leaves the list as it was, as does an item that cannot be moved in. When
+//            items throw as they are cleared, all go and the first exception goes on.
 //
 // Iterators stay valid until their item is removed; end() always. An item is out of the list before its
 // destructor runs.
 #pragma once
 
+#include "kxbase/containers/kxLinkIterator.h"
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxTrackedMemory.h"
 
 #include <cstddef>
@@ -28,42 +32,19 @@ template <typename T> class kxDList {
         T item;
     };
 
-    template <typename Item> class Iterator {
-    public:
-        using iterator_category = std::bidirectional_iterator_tag;
-        using value_type = T;
-        using difference_type = std::ptrdiff_t;
-        using pointer = Item*;
-        using reference = Item&;
+    struct Cursor {
+        T& item() const noexcept { return static_cast<Node*>(link)->item; }
+        void forward() noexcept { link = link->next; }
+        void back() noexcept { link = link->previous; }
+        bool operator==(const Cursor&) const noexcept = default;
 
-        Iterator() noexcept = default;
-        explicit Iterator(Link* link) noexcept : link_(link) {}
-        operator Iterator<const T>() const noexcept { return Iterator<const T>(link_); }
-        Item& operator*() const noexcept { return static_cast<Node*>(link_)->item; }
-        Item* operator->() const noexcept { return &**this; }
-        Iterator& operator++() noexcept
-        {
-            link_ = link_->next;
-            return *this;
-        }
-        Iterator& operator--() noexcept
-        {
-            link_ = link_->previous;
-            return *this;
-        }
-        Iterator operator++(int) noexcept { return Iterator(std::exchange(link_, link_->next)); }
-        Iterator operator--(int) noexcept { return Iterator(std::exchange(link_, link_->previous)); }
-        friend bool operator==(Iterator left, Iterator right) noexcept { return left.link_ == right.link_; }
-
-    private:
-        friend class kxDList;
-        Link* link_ = nullptr;
+        Link* link = nullptr;
     };
 
 public:
     using value_type = T;
-    using iterator = Iterator<T>;
-    using const_iterator = Iterator<const T>;
+    using iterator = kxLinkIterator<T&, Cursor>;
+    using const_iterator = kxLinkIterator<const T&, Cursor>;
 
     kxDList() noexcept = default;
     ~kxDList() noexcept(std::is_nothrow_destructible_v<T>) { clear(); }
@@ -76,19 +57,19 @@ public:
     iterator insertBefore(iterator position, T item)
     {
         Node* const node = newNode(std::move(item));
-        node->next = position.link_;
-        node->previous = position.link_->previous;
+        node->next = position.cursor().link;
+        node->previous = node->next->previous;
         node->previous->next = node;
         node->next->previous = node;
         ++count_;
-        return iterator(node);
+        return iterator({node});
     }
     iterator insertAfter(iterator position, T item) { return insertBefore(++position, std::move(item)); }
 
     // Takes the item out of the list.
     T take(iterator position)
     {
-        const Loose loose(unlink(position.link_));
+        const Loose loose(unlink(position.cursor().link));
         return std::move(loose.room.node->item);
     }
     T takeFirst() { return take(begin()); }
@@ -97,12 +78,15 @@ public:
     iterator remove(iterator position)
     {
         const iterator behind = std::next(position);
-        const Loose loose(unlink(position.link_));
+        const Loose loose(unlink(position.cursor().link));
         return behind;
     }
     void clear()
     {
-        while (count_ != 0) remove(begin());
+        kxReleaseAll([this] {
+            if (count_ != 0) remove(begin());
+            return count_ != 0;
+        });
     }
 
     bool isEmpty() const noexcept { return count_ == 0; }
@@ -113,10 +97,10 @@ public:
     T* last() noexcept { return count_ != 0 ? &*--end() : nullptr; }
     const T* last() const noexcept { return count_ != 0 ? &*--end() : nullptr; }
 
-    iterator begin() noexcept { return iterator(ends_.next); }
-    iterator end() noexcept { return iterator(&ends_); }
-    const_iterator begin() const noexcept { return const_iterator(ends_.next); }
-    const_iterator end() const noexcept { return const_iterator(const_cast<Link*>(&ends_)); }
+    iterator begin() noexcept { return iterator({ends_.next}); }
+    iterator end() noexcept { return iterator({&ends_}); }
+    const_iterator begin() const noexcept { return const_iterator({ends_.next}); }
+    const_iterator end() const noexcept { return const_iterator({const_cast<Link*>(&ends_)}); }
 
 private:
     static_assert(alignof(T) <= alignof(std::max_align_t),

@@ -8,16 +8,20 @@
 // Ownership: owns copies of the keys; values belong to the caller and must live while they are stored.
 // Threads:   takes no lock. A lookup remembers what it found, so that several threads that only look up still
 //            need an exclusive lock, unless the dictionary has been told not to remember.
-// Errors:    null values are refused. A failed allocation throws std::bad_alloc and changes nothing.
+// Errors:    null values are refused. A failed allocation throws std::bad_alloc and changes nothing. When keys
+//            throw as the dictionary is cleared, all entries go and the first exception goes on.
+//
+// Range-for yields the entries: key(), value() and hash() of each.
 #pragma once
 
 #include "kxbase/containers/kxBucketIndex.h"
 #include "kxbase/containers/kxDictEntry.h"
 #include "kxbase/containers/kxDictPool.h"
 #include "kxbase/containers/kxKeyTraits.h"
+#include "kxbase/containers/kxLinkIterator.h"
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/containers/kxStorage.h"
 
-#include <iterator>
 #include <limits>
 #include <type_traits>
 
@@ -26,6 +30,8 @@ constexpr std::uint32_t KX_DICT_BUCKETS = 10;
 template <typename Key, typename Value, typename Traits = kxInstanceCompareInterface,
           typename Storage = kxTrackedStorage, typename Links = kxDictNoLinks>
 class kxDict {
+    class Cursor;
+
 public:
     using Entry = kxDictEntry<Key, Value, Links>;
 
@@ -68,28 +74,15 @@ public:
     // Each removes one entry and returns its value, or null when there was none: the first of the key, the
     // first of the key that holds the value, or any one. `bucket` starts at 0 and tells takeAny where to go
     // on.
-    Value* remove(const Key& key)
-    {
-        Entry** const link = linkTo(key, nullptr);
-        return link != nullptr ? removeAt(link) : nullptr;
-    }
+    Value* remove(const Key& key) { return removeAt(placeOf(key, nullptr)); }
     Value* remove(const Key& key, const Value* value)
     {
-        Entry** const link = value != nullptr ? linkTo(key, value) : nullptr;
-        return link != nullptr ? removeAt(link) : nullptr;
+        return value != nullptr ? removeAt(placeOf(key, value)) : nullptr;
     }
-    Value* takeAny(std::uint32_t& bucket)
-    {
-        if (entryCount_ == 0) return nullptr;
-        while (bucket < bucketCount() && buckets_[bucket] == nullptr) ++bucket;
-        if (bucket >= bucketCount()) return takeAny(bucket = 0);
-        return removeAt(&buckets_[bucket]);
-    }
+    Value* takeAny(std::uint32_t& bucket) { return removeAt(anyPlace(bucket)); }
     void clear()
     {
-        std::uint32_t bucket = 0;
-        while (takeAny(bucket) != nullptr) {
-        }
+        kxReleaseAll([this, bucket = std::uint32_t{0}]() mutable { return takeAny(bucket) != nullptr; });
     }
 
     bool isEmpty() const noexcept { return entryCount_ == 0; }
@@ -107,66 +100,25 @@ public:
     }
 
     // Walks all entries, bucket after bucket; insertion and removal end the walk's validity.
-    class const_iterator {
-    public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = Entry;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const Entry*;
-        using reference = const Entry&;
-
-        const_iterator() noexcept = default;
-        const Entry& operator*() const noexcept { return *entry_; }
-        const Entry* operator->() const noexcept { return entry_; }
-        const_iterator& operator++() noexcept
-        {
-            entry_ = entry_->next_;
-            skipEmpty();
-            return *this;
-        }
-        const_iterator operator++(int) noexcept
-        {
-            const const_iterator before = *this;
-            ++*this;
-            return before;
-        }
-        friend bool operator==(const const_iterator& left, const const_iterator& right) noexcept
-        {
-            return left.entry_ == right.entry_;
-        }
-
-    private:
-        friend class kxDict;
-        const_iterator(Entry* const* bucket, Entry* const* end) noexcept : bucket_(bucket), end_(end)
-        {
-            skipEmpty();
-        }
-        void skipEmpty() noexcept
-        {
-            while (entry_ == nullptr && bucket_ != end_) entry_ = *bucket_++;
-        }
-
-        const Entry* entry_ = nullptr;
-        Entry* const* bucket_ = nullptr;  // the next one to look into
-        Entry* const* end_ = nullptr;
-    };
+    using const_iterator = kxLinkIterator<const Entry&, Cursor>;
     using iterator = const_iterator;
     const_iterator begin() const noexcept
     {
-        return buckets_ != nullptr ? const_iterator(buckets_, buckets_ + bucketCount()) : const_iterator();
+        return buckets_ != nullptr ? const_iterator(Cursor(buckets_, buckets_ + bucketCount())) : end();
     }
     const_iterator end() const noexcept { return const_iterator(); }
 
 protected:
     Entry* insertEntry(Key&& key, Value* value)
     {
-        const std::uint32_t hash = Traits::hash(key);
-        if (autoGrow_ && entryCount_ >= std::uint64_t{bucketCount()} * 2) grow();
-        if (buckets_ == nullptr) buckets_ = newBuckets(bucketCount());
-        const std::uint16_t fingerprint = fingerprintOf(key);
-        const auto piece = pool_.take();
-        Entry* const entry = makeEntry(piece, std::move(key), value, hash, fingerprint);
-        const bool hashExists = link(entry);
+        Entry* const entry = newEntry(std::move(key), value);
+        try {
+            makeBuckets();
+        } catch (...) {
+            destroyEntry(entry);
+            throw;
+        }
+        const bool hashExists = insertSorted(entry);
         lastFound_ = hashExists || noCache_ ? nullptr : entry;
         ++entryCount_;
         return entry;
@@ -206,38 +158,69 @@ protected:
         return follower;
     }
 
-    // The link that points at the first entry of the key (that holds the value), or null.
-    Entry** linkTo(const Key& key, const Value* value)
+    // The place of an entry is the pointer that leads to it: the bucket, or next_ of the entry before. Null when
+    // there is no such entry: the first of the key (that holds the value), or any one.
+    Entry** placeOf(const Key& key, const Value* value)
     {
         if (entryCount_ == 0) return nullptr;
         const std::uint32_t hash = Traits::hash(key);
         const std::uint16_t fingerprint = fingerprintOf(key);
-        for (Entry** link = &buckets_[bucketOf_(hash)]; *link != nullptr; link = &(*link)->next_) {
-            Entry& entry = **link;
+        for (Entry** place = &buckets_[bucketOf_(hash)]; *place != nullptr; place = &(*place)->next_) {
+            Entry& entry = **place;
             if (entry.hash_ > hash) break;
             if (isMatch(entry, hash, fingerprint, key) && (value == nullptr || entry.value_ == value))
-                return link;
+                return place;
         }
         return nullptr;
     }
-    Value* removeAt(Entry** link)
+    // From `bucket` on, and behind the last one from the first.
+    Entry** anyPlace(std::uint32_t& bucket)
     {
-        Entry* const entry = *link;
+        if (entryCount_ == 0) return nullptr;
+        if (bucket >= bucketCount()) bucket = 0;
+        while (buckets_[bucket] == nullptr) bucket = bucket + 1 != bucketCount() ? bucket + 1 : 0;
+        return &buckets_[bucket];
+    }
+    // Removes the entry and returns its value; null at no place.
+    Value* removeAt(Entry** place)
+    {
+        if (place == nullptr) return nullptr;
+        Entry* const entry = *place;
         Value* const value = entry->value_;
-        *link = entry->next_;
+        *place = entry->next_;
         --entryCount_;
         if (lastFound_ == entry) forget();
-        const struct Piece {
-            kxDictPool<Entry, Storage>& pool;
-            Entry* entry;
-            bool inBlock;
-            ~Piece() { pool.give(entry, inBlock); }
-        } piece{pool_, entry, entry->inBlock_};
-        entry->~Entry();
+        destroyEntry(entry);
         return value;
     }
 
 private:
+    class Cursor {
+    public:
+        Cursor() noexcept = default;
+        Cursor(Entry* const* firstBucket, Entry* const* end) noexcept : bucket_(firstBucket), end_(end)
+        {
+            skipEmpty();
+        }
+        const Entry& item() const noexcept { return *entry_; }
+        void forward() noexcept
+        {
+            entry_ = entry_->next_;
+            skipEmpty();
+        }
+        bool operator==(const Cursor& other) const noexcept { return entry_ == other.entry_; }
+
+    private:
+        void skipEmpty() noexcept
+        {
+            while (entry_ == nullptr && bucket_ != end_) entry_ = *bucket_++;
+        }
+
+        const Entry* entry_ = nullptr;
+        Entry* const* bucket_ = nullptr;  // the next one to look into
+        Entry* const* end_ = nullptr;
+    };
+
     static std::uint16_t fingerprintOf(const Key& key)
     {
         if constexpr (requires { Traits::fingerprint(key); })
@@ -258,9 +241,11 @@ private:
         while (entry != nullptr && entry->hash_ == hash && !isMatch(*entry, hash, fingerprint, key));
         return entry != nullptr && entry->hash_ == hash ? entry : nullptr;
     }
-    Entry* makeEntry(const typename kxDictPool<Entry, Storage>::Piece& piece, Key&& key, Value* value,
-                     std::uint32_t hash, std::uint16_t fingerprint)
+    Entry* newEntry(Key&& key, Value* value)
     {
+        const std::uint32_t hash = Traits::hash(key);
+        const std::uint16_t fingerprint = fingerprintOf(key);
+        const auto piece = pool_.take();
         try {
             return ::new (piece.room) Entry(std::move(key), value, hash, fingerprint, piece.inBlock);
         } catch (...) {
@@ -268,10 +253,21 @@ private:
             throw;
         }
     }
+    void destroyEntry(Entry* entry)
+    {
+        // Given back even when the key's destructor throws.
+        const struct Piece {
+            kxDictPool<Entry, Storage>& pool;
+            Entry* entry;
+            bool inBlock;
+            ~Piece() { pool.give(entry, inBlock); }
+        } piece{pool_, entry, entry->inBlock_};
+        entry->~Entry();
+    }
     void forget() const noexcept { lastFound_ = nullptr; }
 
     // Puts the entry behind all with a smaller or equal hash; answers whether its hash was there already.
-    bool link(Entry* entry) noexcept
+    bool insertSorted(Entry* entry) noexcept
     {
         bool hashExists = false;
         Entry** place = &buckets_[bucketOf_(entry->hash_)];
@@ -290,6 +286,12 @@ private:
         std::fill_n(buckets, count, nullptr);
         return buckets;
     }
+    // For one entry more.
+    void makeBuckets()
+    {
+        if (autoGrow_ && entryCount_ >= std::uint64_t{bucketCount()} * 2) grow();
+        if (buckets_ == nullptr) buckets_ = newBuckets(bucketCount());
+    }
     // Entries of one hash come from one bucket, one after the other, and so keep their order.
     void grow()
     {
@@ -300,12 +302,14 @@ private:
         const std::uint32_t oldCount = old != nullptr ? bucketCount() : 0;
         bucketOf_ = kxBucketIndex(count);
         for (std::uint32_t bucket = 0; bucket < oldCount; ++bucket)
-            for (Entry* entry = old[bucket]; entry != nullptr;) link(std::exchange(entry, entry->next_));
+            for (Entry* entry = old[bucket]; entry != nullptr;)
+                insertSorted(std::exchange(entry, entry->next_));
         Storage::free(old);
     }
 
     kxBucketIndex bucketOf_;
     std::uint32_t entryCount_ = 0;
+    // Null, or an entry that is the first one of its key, so that it is what a lookup of the key finds.
     mutable Entry* lastFound_ = nullptr;
     Entry** buckets_ = nullptr;  // made by the first insertion
     kxDictPool<Entry, Storage> pool_;

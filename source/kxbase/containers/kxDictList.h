@@ -16,6 +16,15 @@ template <typename Key, typename Value, typename Traits = kxInstanceCompareInter
           typename Storage = kxTrackedStorage>
 class kxDictList : private kxDict<Key, Value, Traits, Storage, kxDictOrderLinks<Key, Value>> {
     using Dict = kxDict<Key, Value, Traits, Storage, kxDictOrderLinks<Key, Value>>;
+    using OrderedEntry = typename Dict::Entry;
+
+    struct Cursor {
+        const OrderedEntry& item() const noexcept { return *entry; }
+        void forward() noexcept { entry = kxDictList::following(entry); }
+        bool operator==(const Cursor&) const noexcept = default;
+
+        const OrderedEntry* entry = nullptr;
+    };
 
 public:
     using typename Dict::Entry;
@@ -40,64 +49,37 @@ public:
         return true;
     }
     // Each removes one entry and returns its value, or null when there was none.
-    Value* remove(const Key& key) { return removeLinked(Dict::linkTo(key, nullptr)); }
+    Value* remove(const Key& key) { return removeLinked(Dict::placeOf(key, nullptr)); }
     Value* remove(const Key& key, const Value* value)
     {
-        return value != nullptr ? removeLinked(Dict::linkTo(key, value)) : nullptr;
+        return value != nullptr ? removeLinked(Dict::placeOf(key, value)) : nullptr;
     }
     void clear()
     {
-        first_ = last_ = nullptr;
-        Dict::clear();
+        kxReleaseAll([this, bucket = std::uint32_t{0}]() mutable {
+            return removeLinked(Dict::anyPlace(bucket)) != nullptr;
+        });
     }
 
     // The entries inserted first and last; null when there are none.
     const Entry* first() const noexcept { return first_; }
     const Entry* last() const noexcept { return last_; }
 
-    class const_iterator {
-    public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = Entry;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const Entry*;
-        using reference = const Entry&;
-
-        const_iterator() noexcept = default;
-        explicit const_iterator(const Entry* entry) noexcept : entry_(entry) {}
-        const Entry& operator*() const noexcept { return *entry_; }
-        const Entry* operator->() const noexcept { return entry_; }
-        const_iterator& operator++() noexcept
-        {
-            entry_ = kxDictList::following(entry_);
-            return *this;
-        }
-        const_iterator operator++(int) noexcept
-        {
-            return const_iterator(std::exchange(entry_, kxDictList::following(entry_)));
-        }
-        friend bool operator==(const_iterator left, const_iterator right) noexcept
-        {
-            return left.entry_ == right.entry_;
-        }
-
-    private:
-        const Entry* entry_ = nullptr;
-    };
+    using const_iterator = kxLinkIterator<const Entry&, Cursor>;
     using iterator = const_iterator;
-    const_iterator begin() const noexcept { return const_iterator(first_); }
+    const_iterator begin() const noexcept { return const_iterator({first_}); }
     const_iterator end() const noexcept { return const_iterator(); }
 
 private:
     static const Entry* following(const Entry* entry) noexcept { return entry->links_.next; }
 
-    Value* removeLinked(Entry** link)
+    Value* removeLinked(Entry** place)
     {
-        if (link == nullptr) return nullptr;
-        const auto& neighbours = (*link)->links_;
+        if (place == nullptr) return nullptr;
+        const auto& neighbours = (*place)->links_;
         (neighbours.previous != nullptr ? neighbours.previous->links_.next : first_) = neighbours.next;
         (neighbours.next != nullptr ? neighbours.next->links_.previous : last_) = neighbours.previous;
-        return Dict::removeAt(link);
+        return Dict::removeAt(place);
     }
 
     Entry* first_ = nullptr;

@@ -3,17 +3,20 @@
 // Ownership: owns its items. Removed nodes go to a pool of the list's own while reuse is on, else they are
 //            freed.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    taking the first item of an empty list is a mistake of the caller that is not looked for.
+// Errors:    taking the first item of an empty list is a mistake of the caller that is not looked for. A failed
+//            allocation throws std::bad_alloc and leaves the list as it was, as does an item that cannot be
+//            moved in. When items throw as they are cleared, all go and the first exception goes on.
 //
 // Iterators stay valid until their item is removed. An item is out of the list before its destructor runs, so
 // that the destructor may use the list.
 #pragma once
 
+#include "kxbase/containers/kxLinkIterator.h"
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxTrackedMemory.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -29,42 +32,24 @@ template <typename T> class kxList {
         Spare* next;
     };
 
-    template <typename Item> class Iterator {
-    public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = T;
-        using difference_type = std::ptrdiff_t;
-        using pointer = Item*;
-        using reference = Item&;
+    struct Cursor {
+        T& item() const noexcept { return node->item; }
+        void forward() noexcept { node = node->next; }
+        bool operator==(const Cursor&) const noexcept = default;
 
-        Iterator() noexcept = default;
-        explicit Iterator(Node* node) noexcept : node_(node) {}
-        operator Iterator<const T>() const noexcept { return Iterator<const T>(node_); }
-        Item& operator*() const noexcept { return node_->item; }
-        Item* operator->() const noexcept { return &node_->item; }
-        Iterator& operator++() noexcept
-        {
-            node_ = node_->next;
-            return *this;
-        }
-        Iterator operator++(int) noexcept { return Iterator(std::exchange(node_, node_->next)); }
-        friend bool operator==(Iterator left, Iterator right) noexcept { return left.node_ == right.node_; }
-
-    private:
-        friend class kxList;
-        Node* node_ = nullptr;
+        Node* node = nullptr;
     };
 
 public:
     using value_type = T;
-    using iterator = Iterator<T>;
-    using const_iterator = Iterator<const T>;
+    using iterator = kxLinkIterator<T&, Cursor>;
+    using const_iterator = kxLinkIterator<const T&, Cursor>;
 
     kxList() noexcept = default;
     ~kxList() noexcept(std::is_nothrow_destructible_v<T>)
     {
-        clear();
         setReuse(false);
+        clear();
     }
     kxList(const kxList&) = delete;
     kxList& operator=(const kxList&) = delete;
@@ -85,7 +70,7 @@ public:
     }
     T& insertAfter(iterator position, T item)
     {
-        Node* const before = position.node_;
+        Node* const before = position.cursor().node;
         before->next = newNode(std::move(item), before->next);
         if (tail_ == before) tail_ = before->next;
         return before->next->item;
@@ -94,7 +79,7 @@ public:
     // Takes the first item out of a list that is not empty.
     T takeFirst() { return takeNode(nullptr); }
     // Takes out the item behind `position`, which must not be the last.
-    T takeAfter(iterator position) { return takeNode(position.node_); }
+    T takeAfter(iterator position) { return takeNode(position.cursor().node); }
     // Removes the first item that equals `item`; answers whether there was one.
     bool remove(const T& item)
     {
@@ -112,7 +97,10 @@ public:
     }
     void clear()
     {
-        while (head_ != nullptr) dropNode(nullptr);
+        kxReleaseAll([this] {
+            if (head_ != nullptr) dropNode(nullptr);
+            return head_ != nullptr;
+        });
     }
 
     bool isEmpty() const noexcept { return head_ == nullptr; }
@@ -126,9 +114,9 @@ public:
     T* at(std::uint32_t index) noexcept { return itemOf(nodeAt(index)); }
     const T* at(std::uint32_t index) const noexcept { return itemOf(nodeAt(index)); }
 
-    iterator begin() noexcept { return iterator(head_); }
+    iterator begin() noexcept { return iterator({head_}); }
     iterator end() noexcept { return iterator(); }
-    const_iterator begin() const noexcept { return const_iterator(head_); }
+    const_iterator begin() const noexcept { return const_iterator({head_}); }
     const_iterator end() const noexcept { return const_iterator(); }
 
     // Keeps the nodes of removed items for the next ones; switching it off frees those that are kept.

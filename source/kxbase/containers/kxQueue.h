@@ -9,12 +9,14 @@
 // Items may push into the queue from their destructors.
 //
 // Errors:    taking from or looking into an empty queue is fatal. Positions are 32 bits: a push that would
-//            pass them reports "Bad Alloc:" and throws std::bad_alloc, and nothing is pushed.
+//            pass them reports "Bad Alloc:" and throws std::bad_alloc, and nothing is pushed. When items throw
+//            as they are cleared, all go and the first exception goes on.
 // Units:     every count is in items; a growth step of 0 is taken as 1.
 #pragma once
 
 #include "kxbase/containers/kxItemBlock.h"
 #include "kxbase/containers/kxQueueOrder.h"
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
 
 #include <algorithm>
@@ -32,7 +34,10 @@ public:
     {}
     ~kxQueue() noexcept(std::is_nothrow_destructible_v<T>)
     {
-        while (!isEmpty()) clear();
+        kxReleaseAll([this] {
+            clear();
+            return !isEmpty();
+        });
     }
     kxQueue(const kxQueue&) = delete;
     kxQueue& operator=(const kxQueue&) = delete;
@@ -151,7 +156,10 @@ private:
     {
         kxItemBlock<T> apart;
         apart.swap(block_);
-        std::destroy(apart.data() + first, apart.data() + last);
+        kxReleaseAll([&apart, &first, last] {
+            if (first < last) std::destroy_at(apart.data() + first++);
+            return first < last;
+        });
         if (block_.capacity() == 0) block_.swap(apart);
     }
     // Assigning over the items of the caller may run destructors that push.

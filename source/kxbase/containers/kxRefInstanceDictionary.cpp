@@ -3,7 +3,13 @@
 bool kxRefInstanceDictionary::add(const kxReference* object, std::uint32_t id)
 {
     if (object == nullptr || index_.find(object) != nullptr) return false;
-    return index_.insert(object, &instances_.append({object, id}));
+    const Instance& instance = instances_.prepend({object, id});
+    try {
+        return index_.insert(object, &instance);
+    } catch (...) {
+        instances_.takeFirst();
+        throw;
+    }
 }
 
 bool kxRefInstanceDictionary::find(const kxReference* object, std::uint32_t& id) const

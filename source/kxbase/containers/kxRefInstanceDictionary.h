@@ -2,7 +2,7 @@
 //
 // Ownership: holds a reference to every object in the table, so that no address is used for a second object.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    null is refused.
+// Errors:    null is refused. A failed allocation throws std::bad_alloc and changes nothing.
 #pragma once
 
 #include "kxbase/containers/kxDict.h"

@@ -13,32 +13,16 @@
 template <typename T> class kxRefList {
     using Objects = kxList<kxRefPointer<T>>;
 
-public:
-    class const_iterator {
-    public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = T*;
-        using difference_type = std::ptrdiff_t;
-        using pointer = T* const*;
-        using reference = T*;
+    struct Cursor {
+        T* item() const noexcept { return place->get(); }
+        void forward() noexcept { ++place; }
+        bool operator==(const Cursor&) const noexcept = default;
 
-        const_iterator() noexcept = default;
-        explicit const_iterator(typename Objects::const_iterator place) noexcept : place_(place) {}
-        T* operator*() const noexcept { return place_->get(); }
-        const_iterator& operator++() noexcept
-        {
-            ++place_;
-            return *this;
-        }
-        const_iterator operator++(int) noexcept { return const_iterator(place_++); }
-        friend bool operator==(const_iterator left, const_iterator right) noexcept
-        {
-            return left.place_ == right.place_;
-        }
-
-    private:
-        typename Objects::const_iterator place_;
+        typename Objects::const_iterator place;
     };
+
+public:
+    using const_iterator = kxLinkIterator<T*, Cursor>;
     using iterator = const_iterator;
 
     // False when the object is null, which leaves the list as it is.
@@ -70,8 +54,8 @@ public:
     // By counting from the front; null at or beyond the end.
     T* at(std::uint32_t index) const noexcept { return objectIn(objects_.at(index)); }
 
-    const_iterator begin() const noexcept { return const_iterator(objects_.begin()); }
-    const_iterator end() const noexcept { return const_iterator(objects_.end()); }
+    const_iterator begin() const noexcept { return const_iterator({objects_.begin()}); }
+    const_iterator end() const noexcept { return const_iterator({objects_.end()}); }
 
     // See kxList::setReuse.
     void setReuse(bool reuse) noexcept { objects_.setReuse(reuse); }

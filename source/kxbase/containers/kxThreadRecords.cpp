@@ -1,7 +1,9 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
+#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
 #include <exception>
@@ -11,11 +13,13 @@ namespace {
 
 kxThreadRecords* firstLiving = nullptr;
 
-// Never destroyed, since threads may end and records be asked for after main.
+// Threads may end and records be asked for after main.
 kxMutex& livingMutex()
 {
-    static kxMutex& mutex = *new kxMutex;
-    return mutex;
+    static constinit kxUndestroyed<kxMutex> mutex;
+    static constinit kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    return mutex.value;
 }
 
 // Plain data, which is there until the thread's very end.
@@ -67,8 +71,11 @@ kxThreadRecords::~kxThreadRecords() noexcept(false)
         (previousLiving_ != nullptr ? previousLiving_->nextLiving_ : firstLiving) = nextLiving_;
         if (nextLiving_ != nullptr) nextLiving_->previousLiving_ = previousLiving_;
     }
-    std::uint32_t bucket = 0;
-    while (Record* const record = records_.takeAny(bucket)) delete record;
+    kxReleaseAll([this, bucket = std::uint32_t{0}]() mutable {
+        Record* const record = records_.takeAny(bucket);
+        delete record;
+        return record != nullptr;
+    });
 }
 
 kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
@@ -82,6 +89,20 @@ kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
     lastThread_ = thread;
     lastRecord_ = fresh.release();
     return *lastRecord_;
+}
+
+void kxThreadRecords::lockAll()
+{
+    livingMutex().lock();
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.lock();
+}
+
+void kxThreadRecords::unlockAll()
+{
+    for (kxThreadRecords* living = firstLiving; living != nullptr; living = living->nextLiving_)
+        living->mutex_.unlock();
+    livingMutex().unlock();
 }
 
 std::uint32_t kxThreadRecords::count() const

@@ -6,7 +6,7 @@
 //            the thread ends, where nobody could catch it.
 //
 // A record asked for while the thread's own objects are being destroyed stays until this object goes or
-// another thread gets the same id.
+// another thread gets the same id; so do in a forked child those of the parent's threads.
 #pragma once
 
 #include "kxbase/containers/kxDict.h"
@@ -33,6 +33,10 @@ public:
     Record& record(MakeRecord make);
     // Threads that have a record now.
     std::uint32_t count() const;
+
+    // All locks of all objects of this class, for a fork.
+    static void lockAll();
+    static void unlockAll();
 
 private:
     friend class kxThreadEnd;

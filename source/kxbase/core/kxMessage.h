@@ -8,7 +8,7 @@
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"
-#include "kxbase/core/kxMessageLevel.h"
+#include "kxbase/core/kxMessageFilter.h"
 
 #include <string_view>
 
@@ -27,10 +27,12 @@ void kxSendMessage(std::uint32_t level, std::string_view format, kxArgumentView 
 // The translation of an English text of the library, or the text itself when there is none.
 kxString kxTranslate(std::string_view text);
 
+// A message that is filtered out costs a comparison; of its arguments nothing is built.
 template <typename... Arguments>
 void kxMessage(std::uint32_t level, std::string_view format, const Arguments&... arguments)
 {
-    kxSendMessage(level, format, kxArgumentSlots(arguments...));
+    if (kxMessageFilter::passes(level)) [[unlikely]]
+        kxSendMessage(level, format, kxArgumentSlots(arguments...));
 }
 
 template <typename... Arguments>

@@ -2,7 +2,7 @@
 //
 // Threads: every operation may be called from any thread. Unlocking by a thread that does not hold the lock
 //          is ignored. In a forked child the thread that forked holds what it held before; what other threads
-//          held stays locked there.
+//          held stays locked there, unless a kxPlatformForkGuard took it first.
 // Errors:  destroying a mutex that is locked sends a Warning; the lock is destroyed all the same.
 //
 // Constant-initialised, so that a static mutex works before main; it allocates nothing.

@@ -1,6 +1,7 @@
 // Version of the library, as it stands in reports and crash files.
 #pragma once
 
-constexpr const char* KX_LIBRARY_VERSION = "2.10.5";
+// The version that the build gives the project; constant-initialised.
+extern const char* const KX_LIBRARY_VERSION;
 // The module under which the library's texts are translated.
 constexpr const char* KX_MODULE_NAME = "KorvexSDK";

@@ -1,9 +1,19 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/platform/kxPlatformMemory.h"
+#include "kxbase/serialize/kxFailedAdapter.h"
+#include "kxbase/serialize/kxLayeredAdapter.h"
+#include "kxbase/serialize/kxLivingAdapters.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
+#include "kxbase/serialize/kxSerializeAdapterMemory.h"
+#include "kxbase/serialize/kxSerializeAdapterRandomAccess.h"
 #include "kxbase/serialize/kxSerializeAdapterStdIO.h"
 #include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxUrl.h"
+#include "kxbase/serialize/kxUrlRegistry.h"
+
+#include <charconv>
+#include <limits>
 
 // Definition of kxSerializeAdapter::getAdapter: the one place that knows every adapter.
 
@@ -11,60 +21,230 @@ namespace {
 
 using Adapter = kxRefPointer<kxSerializeAdapter>;
 
-// What a scheme gets to make its adapter of.
+constexpr std::uint32_t kDeepestNesting = 16;
+constexpr std::string_view kNoAdapter = "Could not create URL Adapter '%s'";
+
+// One call of the factory.
 struct Request {
-    const kxString& url;
+    Request(const kxString& writtenUrl, std::uint32_t openMode, std::uint32_t factoryFlags,
+            const kxString& callerContext, kxString* error)
+        : written(writtenUrl), mode(openMode), flags(factoryFlags), context(callerContext), errorOut(error),
+          url(writtenUrl), parts(writtenUrl)
+    {}
+
+    void setUrl(const kxString& meant)
+    {
+        url = meant;
+        parts = kxUrl(meant);
+    }
+
+    template <typename... Arguments>
+    void warn(std::uint32_t level, std::string_view format, const Arguments&... arguments) const
+    {
+        if ((flags & KX_SERIALIZE_SILENT) == 0) kxMessage(level, format, arguments...);
+    }
+    // Tells why there is no adapter, in a message and to the caller.
+    template <typename... Arguments>
+    void refuse(std::uint32_t level, std::string_view format, const Arguments&... arguments) const
+    {
+        warn(level, format, arguments...);
+        if (errorOut != nullptr) *errorOut = kxString::format(kxTranslate(format), arguments...);
+    }
+
+    const kxString& written;  // as the caller wrote it, for texts
+    const std::uint32_t mode;
+    const std::uint32_t flags;
+    const kxString& context;
+    kxString* const errorOut;
+    kxString url;  // what the written one means once its GUID has been looked up
     kxUrl parts;
-    std::uint32_t mode;
-    std::uint32_t flags;
 };
 
-Adapter makeFile(const Request& request)
+// What is left to do with the answer of a scheme.
+enum class Then {
+    kCheckAndRecord,
+    kRecord,      // its parent has been checked, and the layer must not look for the end of the data
+    kCheck,       // belongs to somebody else and stays as it is
+    kNothingTold  // the failure has been told
+};
+
+struct Made {
+    Adapter adapter = nullptr;
+    Then then = Then::kCheckAndRecord;
+};
+
+// ---- the built-in schemes
+
+bool takeNumber(std::string_view& text, std::uint64_t& number)
 {
-    return Adapter(new kxSerializeAdapterFile(request.parts.path(), request.mode, false, request.flags));
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return error == std::errc();
 }
 
-Adapter makeConsole(const Request&)
+Made wrongSyntax(const Request& request, std::string_view text)
 {
-    return Adapter(new kxSerializeAdapterStdIO());
+    request.refuse(KX_MESSAGE_WARNING, text, kxShortName(request.written));
+    return {nullptr, Then::kNothingTold};
 }
 
-// The built-in schemes, in the order in which they are tried.
+Made makeFile(const Request& request)
+{
+    return {kxMakeRef<kxSerializeAdapterFile>(request.parts.path(), request.mode, false, request.flags)};
+}
+
+Made addressesAreOff()
+{
+    return {kxFailedAdapter(kxTranslate("URLs of memory addresses are switched off"))};
+}
+
+Made makeMemory(const Request& request)
+{
+    if (!kxUrlRegistry::instance().hasAddressUrls()) return addressesAreOff();
+    const kxString path = request.parts.path();
+    std::string_view text = path.view();
+    std::uint64_t address = 0;
+    std::uint64_t length = 0;
+    bool isRight = takeNumber(text, address) && text.starts_with(',');
+    if (isRight) text.remove_prefix(1);
+    isRight = isRight && takeNumber(text, length) && text.empty() &&
+              length <= std::numeric_limits<std::uint32_t>::max();
+    if (!isRight) return wrongSyntax(request, "Wrong syntax in (mem:address,len) adapter arguments (%s)");
+    if (!kxPlatformIsMapped(address, length))
+        return {kxFailedAdapter(kxTranslate("No memory at this address"))};
+    return {kxMakeRef<kxSerializeAdapterMemory>(reinterpret_cast<void*>(static_cast<std::uintptr_t>(address)),
+                                                static_cast<std::uint32_t>(length))};
+}
+
+Made findAdapter(const Request& request)
+{
+    if (!kxUrlRegistry::instance().hasAddressUrls()) return addressesAreOff();
+    const kxString path = request.parts.path();
+    std::string_view text = path.view();
+    std::uint64_t address = 0;
+    if (!takeNumber(text, address) || !text.empty()) {
+        return wrongSyntax(request, "Wrong syntax in (adapt:address) adapter arguments (%s)");
+    }
+    const Adapter adapter = kxLivingAdapters::find(address);
+    if (!adapter) return {kxFailedAdapter(kxTranslate("No adapter at this address"))};
+    return {adapter, Then::kCheck};
+}
+
+Made makeConsole(const Request&)
+{
+    return {kxMakeRef<kxSerializeAdapterStdIO>()};
+}
+
+Made makeRandomAccess(const Request& request)
+{
+    const Adapter adapter = kxLayeredAdapter<kxSerializeAdapterRandomAccess>(request.url, request.mode,
+                                                                             request.flags, request.context);
+    const bool isLayer = adapter.dynamicCast<kxSerializeAdapterRandomAccess>() != nullptr;
+    return {adapter, isLayer ? Then::kRecord : Then::kCheckAndRecord};
+}
+
+// In the order in which they are tried.
 constexpr struct {
     std::string_view scheme;
-    Adapter (*make)(const Request& request);
+    Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},
-    {"con:", makeConsole},
+    {"file:", makeFile},   {"mem:", makeMemory},        {"adapt:", findAdapter},
+    {"con:", makeConsole}, {"rand:", makeRandomAccess},
 };
 
-Adapter make(const Request& request)
+// ---- from the URL to the adapter
+
+// Counts the calls of the factory that are under way on a thread: those for URLs within URLs.
+class Nesting {
+public:
+    Nesting() { ++depth_; }
+    ~Nesting() { --depth_; }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+
+    bool isTooDeep() const { return depth_ > kDeepestNesting; }
+
+private:
+    static thread_local std::uint32_t depth_;
+};
+thread_local std::uint32_t Nesting::depth_ = 0;
+
+std::optional<kxString> findUrl(const Request& request, std::string_view text)
 {
+    kxGUID guid;
+    const char* const fault = kxGUID::read(text, guid);
+    if (fault == nullptr) return kxUrlRegistry::instance().findUrl(guid);
+    request.warn(KX_MESSAGE_WARNING, fault);
+    return std::nullopt;
+}
+
+// Puts in what a GUID in braces stands for, which is not looked into again. False when it stands for nothing.
+bool resolveGuid(Request& request)
+{
+    const std::string_view url = request.written.view();
+    if (url.starts_with('{') && url.ends_with('}')) {
+        const std::optional<kxString> found = findUrl(request, url);
+        if (found)
+            request.setUrl(*found);
+        else
+            request.refuse(KX_MESSAGE_INTERNAL_WARNING, "Unknown GUID URL in getAdapter");
+        return found.has_value();
+    }
+    const kxString& address = request.parts.address;
+    if (!request.parts.name.isEmpty() || !kxGUID::hasShape(address)) return true;
+    const std::optional<kxString> found = findUrl(request, address);
+    if (!found) {
+        request.refuse(KX_MESSAGE_INTERNAL_WARNING, "Unknown GUID URLName in getAdapter");
+        return false;
+    }
+    const std::size_t schemeBytes = request.parts.scheme.length();
+    std::string meant(url.substr(0, schemeBytes));
+    meant.append(found->view()).append(url.substr(schemeBytes + address.length()));
+    if (meant.size() <= KX_STRING_MAX_LENGTH) {
+        request.setUrl(kxString(meant));
+        return true;
+    }
+    request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
+    return false;
+}
+
+// Asks the manager of the scheme, then the built-in schemes.
+Made make(const Request& request, kxString& reason)
+{
+    if (const auto manager = kxUrlRegistry::instance().findManager(request.parts.scheme)) {
+        const Adapter adapter =
+            manager->create(request.url, request.mode, request.flags, request.context, &reason);
+        if (adapter) return {adapter};
+    }
     for (const auto& row : kSchemes) {
         if (request.parts.scheme == row.scheme) return row.make(request);
     }
     return {};
 }
 
-template <typename... Arguments>
-void warn(const Request& request, std::string_view format, const Arguments&... arguments)
+void tellNoAdapter(const Request& request, const kxString& reason)
 {
-    if ((request.flags & KX_SERIALIZE_SILENT) == 0) kxMessage(KX_MESSAGE_WARNING, format, arguments...);
+    request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
+    if (!reason.isEmpty() && request.errorOut != nullptr) *request.errorOut = reason;
 }
 
-void giveReason(kxString* errorOut, const kxString& reason)
+bool isInError(const Request& request, kxSerializeAdapter& adapter)
 {
-    if (errorOut != nullptr) *errorOut = reason;
+    if (!adapter.hasError()) return false;
+    const kxString error = adapter.getError();
+    request.warn(KX_MESSAGE_WARNING, "URL Adapter (%s) Error:%s", kxShortName(request.written), error);
+    if (request.errorOut != nullptr) *request.errorOut = error;
+    return true;
 }
 
-// Records on the adapter where it came from. A file adapter named itself after its path, which stands when the
-// URL has no final component of its own.
-void record(kxSerializeAdapter& adapter, const Request& request, const kxString& context)
+// Records on the adapter where it came from. An adapter that named itself keeps its name when the URL has no
+// final component.
+void record(kxSerializeAdapter& adapter, const Request& request)
 {
     adapter.setScheme(request.parts.scheme);
     adapter.setAddress(request.parts.address);
     if (!request.parts.name.isEmpty()) adapter.setName(request.parts.name);
-    adapter.setContext(context);
+    adapter.setContext(request.context);
     adapter.setOptions(request.parts.options);
     adapter.setFlags(request.flags & ~KX_SERIALIZE_SILENT);
 }
@@ -74,25 +254,24 @@ void record(kxSerializeAdapter& adapter, const Request& request, const kxString&
 Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, std::uint32_t flags,
                                        const kxString& context, kxString* errorOut)
 {
-    const Request request{url, kxUrl(url), mode, flags};
+    Request request(url, mode, flags, context, errorOut);
+    const Nesting nesting;
     if (url.isEmpty()) {
-        constexpr std::string_view kEmptyUrl = "Empty URL name in getAdapter";
-        warn(request, kEmptyUrl);
-        giveReason(errorOut, kxTranslate(kEmptyUrl));
+        request.refuse(KX_MESSAGE_WARNING, "Empty URL name in getAdapter");
         return {};
     }
-    Adapter adapter = make(request);
-    if (!adapter) {
-        constexpr std::string_view kNoAdapter = "Could not create URL Adapter '%s'";
-        warn(request, kNoAdapter, kxShortName(url));
-        giveReason(errorOut, kxString::format(kxTranslate(kNoAdapter), kxShortName(url)));
+    if (nesting.isTooDeep()) {
+        request.refuse(KX_MESSAGE_WARNING, "Too many URLs within one another in getAdapter");
         return {};
     }
-    if (adapter->hasError()) {
-        warn(request, "URL Adapter (%s) Error:%s", kxShortName(url), adapter->getError());
-        giveReason(errorOut, adapter->getError());
+    if (!resolveGuid(request)) return {};
+    kxString reason;
+    const Made made = make(request, reason);
+    if (!made.adapter) {
+        if (made.then != Then::kNothingTold) tellNoAdapter(request, reason);
         return {};
     }
-    record(*adapter, request, context);
-    return adapter;
+    if (made.then != Then::kRecord && isInError(request, *made.adapter)) return {};
+    if (made.then != Then::kCheck) record(*made.adapter, request);
+    return made.adapter;
 }

@@ -16,7 +16,7 @@ kxString joined(std::int32_t count, const char* const* words)
 {
     std::string line;
     for (std::int32_t index = 0; index < count; ++index) line.append(words[index]).append(1, ' ');
-    if (line.size() > KX_STRING_MAX_LENGTH) kxRaiseFatal("Too many characters in kxString");
+    kxString::requireLength(line.size());
     return kxString(line);
 }
 

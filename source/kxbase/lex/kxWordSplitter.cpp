@@ -1,19 +1,12 @@
 #include "kxbase/lex/kxWordSplitter.h"
 
-#include <algorithm>
+#include "kxbase/string/kxWhiteSpace.h"
 
 namespace {
-
-constexpr std::string_view kWhiteSpace = " \t\r\n\v\f";
 
 bool isQuote(char character)
 {
     return character == '\'' || character == '"';
-}
-
-bool isWhiteSpace(char character)
-{
-    return kWhiteSpace.find(character) != std::string_view::npos;
 }
 
 // Length of the quoted piece that the text begins with; 0 when it begins with none.
@@ -30,7 +23,7 @@ bool kxWordSplitter::next(std::string& word)
 {
     word.clear();
     while (!rest_.empty()) {
-        if (!isWhiteSpace(rest_.front())) {
+        if (!kxIsWhiteSpace(rest_.front())) {
             word += takePiece();
         } else {
             rest_.remove_prefix(1);
@@ -45,7 +38,7 @@ std::string_view kxWordSplitter::takePiece()
 {
     const std::size_t quoted = quotedLength(rest_);
     std::size_t length = quoted != 0 ? quoted : 1;
-    while (quoted == 0 && length < rest_.size() && !isWhiteSpace(rest_[length]) &&
+    while (quoted == 0 && length < rest_.size() && !kxIsWhiteSpace(rest_[length]) &&
            quotedLength(rest_.substr(length)) == 0) {
         ++length;
     }

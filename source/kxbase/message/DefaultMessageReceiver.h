@@ -1,13 +1,17 @@
 // Writes messages to standard output: a carriage return, the sender with the level's prefix, the text and a
-// line feed. The carriage return overwrites a progress line.
+// line feed. The carriage return overwrites a progress line. For an Assert, asks in addition whether to stop in
+// the debugger.
 //
 // Sender and prefix are cut at 1023 bytes, the text is not.
 //
-// Threads: called by several threads at once; messages are not mixed with each other.
-// Errors:  what standard output does not take is dropped.
+// Ownership: refers to the dialog, which must outlive its use.
+// Threads:   called by several threads at once; messages are not mixed with each other. Nothing is locked while
+//            the dialog is open.
+// Errors:    what standard output does not take is dropped.
 #pragma once
 
 #include "kxbase/core/kxMutex.h"
+#include "kxbase/message/kxAssertDialog.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 
 class DefaultMessageReceiver : public kxMessageReceiverInterface {
@@ -18,8 +22,18 @@ public:
 
     // A receiver that is switched off drops everything.
     void setEnabled(bool enabled) { enabled_.store(enabled, std::memory_order_relaxed); }
+    // Who asks about assertions; null for kxAssertDialog, as at first.
+    void setAssertDialog(kxAssertDialogInterface* dialog)
+    {
+        dialog_.store(dialog != nullptr ? dialog : &ownDialog_);
+    }
 
 private:
+    void print(const kxString& sender, std::uint32_t level, const kxString& text);
+    void askAboutAssertion(const kxString& text);
+
     std::atomic<bool> enabled_{true};
     kxMutex console_;
+    kxAssertDialog ownDialog_;
+    std::atomic<kxAssertDialogInterface*> dialog_{&ownDialog_};
 };

@@ -7,6 +7,7 @@
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 
@@ -19,11 +20,22 @@ namespace {
 
 constexpr const char* kLevelVariable = "KORVEX_MESSAGE_LEVEL";
 constexpr std::uint32_t kDeepestNesting = 16;
+constexpr std::uint32_t kLongestStandingBackMilliseconds = 100;
 
 std::uint32_t levelFromEnvironment()
 {
     const char* const setting = kxPlatformEnvironment(kLevelVariable);
     return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
+}
+
+kxString formatted(std::uint32_t level, std::string_view text, kxArgumentView arguments)
+{
+    if ((level & KX_MESSAGE_RAW) != 0) return kxString(text);
+    try {
+        return kxString::formatArguments(text, arguments);
+    } catch (const kxFatalError&) {
+        return kxString(text);
+    }
 }
 
 }  // namespace
@@ -35,6 +47,20 @@ struct kxMessageManager::Change {
     Kind kind;
     kxMessageReceiverInterface* receiver = nullptr;
     kxString sender = {};
+};
+
+// Holds senders back while a change waits for its turn.
+struct kxMessageManager::Waiting {
+    explicit Waiting(std::atomic<std::uint32_t>& changes) : count(changes) { ++count; }
+    ~Waiting()
+    {
+        --count;
+        kxPlatformWakeAll(count);
+    }
+    Waiting(const Waiting&) = delete;
+    Waiting& operator=(const Waiting&) = delete;
+
+    std::atomic<std::uint32_t>& count;
 };
 
 // One send on the calling thread. The members of all threads are trivial, so that messages work while a
@@ -83,21 +109,26 @@ kxMessageManager& kxMessageManager::instance()
     return *manager;
 }
 
-kxMessageManager::kxMessageManager() : level_(levelFromEnvironment()), sender_(KX_MODULE_NAME) {}
-
-bool kxMessageManager::passes(std::uint32_t level) const
+kxMessageManager::kxMessageManager() : sender_(KX_MODULE_NAME)
 {
-    const std::uint32_t wanted = this->level();
-    const bool isHidden = (level & ~wanted & KX_MESSAGE_INTERNAL) != 0;
-    return level >= (wanted & KX_MESSAGE_SET_LEVEL_MASK) && !isHidden &&
-           enabled_.load(std::memory_order_relaxed);
+    setLevel(levelFromEnvironment());
 }
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
 {
-    if (!passes(level) || Delivery::depth >= kDeepestNesting) return;
+    if (!kxMessageFilter::passes(level) || Delivery::depth >= kDeepestNesting) return;
+    if (!Delivery::isInside()) letChangesPass();
     const Delivery delivery(*this);
     while (!deliver(level, format, arguments)) addDefaultReceiver();
+}
+
+// Readers come in whoever waits to write, as nested sends need; so senders that never leave the list free would
+// keep a change waiting for ever. Standing back is bounded, since the receiver that the change waits for may
+// itself wait for this thread.
+void kxMessageManager::letChangesPass() const
+{
+    const std::uint32_t waiting = waitingChanges_.load(std::memory_order_relaxed);
+    if (waiting != 0) kxPlatformWaitWhile(waitingChanges_, waiting, kLongestStandingBackMilliseconds);
 }
 
 // Answers false when there is nobody to deliver to.
@@ -116,13 +147,8 @@ kxString kxMessageManager::finishedText(std::uint32_t level, std::string_view fo
                                         kxArgumentView arguments)
 {
     const bool isTranslated = (level & KX_MESSAGE_UNTRANSLATED) == 0 && level >= KX_MESSAGE_NOTICE;
-    const kxString text = isTranslated ? translate(format, level) : kxString(format);
-    if ((level & KX_MESSAGE_RAW) != 0) return text;
-    try {
-        return kxString::formatArguments(text, arguments);
-    } catch (const kxFatalError&) {
-        return text;
-    }
+    if (!isTranslated || translator_.load() == nullptr) return formatted(level, format, arguments);
+    return formatted(level, translate(format, level), arguments);
 }
 
 kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
@@ -172,6 +198,7 @@ void kxMessageManager::change(const Change& change)
 
 void kxMessageManager::apply(const Change& change)
 {
+    const Waiting waiting(waitingChanges_);
     const kxBodyWriteGuard guard(receiversLock_);
     const auto place = std::find(receivers_.begin(), receivers_.end(), change.receiver);
     if (change.kind == Change::SENDER)

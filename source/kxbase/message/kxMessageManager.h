@@ -8,12 +8,14 @@
 //            deliveries on other threads. From inside a receiver, additions and removals take effect when the
 //            outermost delivery of that thread is over; a receiver removed there is not called again by it.
 //            Receivers and the translator are called with the list locked for reading, so they must not wait
-//            for a thread that adds or removes receivers.
+//            for a thread that adds or removes receivers. They may wait for threads that send: a sender stands
+//            back for a waiting change, but not for long.
 // Errors:    sending never throws because of the message; a fault in the formatting becomes a further message.
 //            Receivers that send are nested at most 16 deep, deeper messages are dropped.
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"
+#include "kxbase/core/kxMessageFilter.h"
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 #include "kxbase/message/kxMessageTranslatorInterface.h"
@@ -33,10 +35,10 @@ public:
 
     // Messages below this level are dropped, and those from inside the library unless it carries
     // KX_MESSAGE_INTERNAL. At first it is Notice, or what KORVEX_MESSAGE_LEVEL says.
-    void setLevel(std::uint32_t level) { level_.store(level, std::memory_order_relaxed); }
-    std::uint32_t level() const { return level_.load(std::memory_order_relaxed); }
+    void setLevel(std::uint32_t level) { kxMessageFilter::setLevel(level); }
+    std::uint32_t level() const { return kxMessageFilter::level(); }
     // Switches all messages off and on.
-    void setEnabled(bool enabled) { enabled_.store(enabled, std::memory_order_relaxed); }
+    void setEnabled(bool enabled) { kxMessageFilter::setEnabled(enabled); }
     // The name handed to receivers; "KorvexSDK" at first.
     void setSender(const kxString& sender);
 
@@ -53,19 +55,19 @@ public:
 private:
     struct Change;
     struct Delivery;
+    struct Waiting;
 
     kxMessageManager();
-    bool passes(std::uint32_t level) const;
+    void letChangesPass() const;
     kxString finishedText(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     bool deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     void addDefaultReceiver();
     void change(const Change& change);
     void apply(const Change& change);
 
-    std::atomic<std::uint32_t> level_;
-    std::atomic<bool> enabled_{true};
     std::atomic<kxMessageTranslatorInterface*> translator_{nullptr};
     kxString sender_;  // guarded as the receivers are
+    std::atomic<std::uint32_t> waitingChanges_{0};
     kxReadWriteMutex receiversLock_;
     std::vector<kxMessageReceiverInterface*> receivers_;
     kxMutex defaultReceiverLock_;  // taken before receiversLock_ for writing

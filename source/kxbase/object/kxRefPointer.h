@@ -8,19 +8,23 @@
 // Errors:    releasing a miscounted object is fatal, from the destructor too; while another exception passes
 //            it is a Fatal message instead.
 //
-// T may be incomplete where the pointer is only declared.
+// T may be incomplete where pointers are declared, compared and moved; it is complete where one takes or drops a
+// reference.
 #pragma once
 
 #include "kxbase/object/kxDestructorRelease.h"
 #include "kxbase/object/kxTypeTable.h"
 
 #include <compare>
-#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <utility>
 
 template <typename T> class kxRefPointer {
+    // Forms for a U* that becomes a T* only. An expression and no concept: compilers keep the answer of a
+    // concept, and it would stay "no" for a U that has been asked for while it was incomplete.
+    template <typename U> using Convertible = decltype(std::declval<T*&>() = std::declval<U*>());
+
 public:
     using element_type = T;
 
@@ -29,14 +33,14 @@ public:
     kxRefPointer(T* object) : object_(object) { reference(); }
     kxRefPointer(const kxRefPointer& other) : object_(other.object_) { reference(); }
     kxRefPointer(kxRefPointer&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-    template <typename U>
-    requires std::convertible_to<U*, T*> kxRefPointer(const kxRefPointer<U>& other) : object_(other.object_)
+    template <typename U, typename = Convertible<U>>
+    kxRefPointer(const kxRefPointer<U>& other) : object_(other.object_)
     {
         reference();
     }
-    template <typename U>
-    requires std::convertible_to<U*, T*> kxRefPointer(kxRefPointer<U>&& other)
-    noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    template <typename U, typename = Convertible<U>>
+    kxRefPointer(kxRefPointer<U>&& other) noexcept : object_(std::exchange(other.object_, nullptr))
+    {}
     ~kxRefPointer() noexcept(false)
     {
         if (object_ != nullptr) kxDestructorRelease::run(*object_);
@@ -54,13 +58,11 @@ public:
         kxRefPointer(std::move(other)).swap(*this);
         return *this;
     }
-    template <typename U>
-    requires std::convertible_to<U*, T*> kxRefPointer& operator=(const kxRefPointer<U>& other)
+    template <typename U, typename = Convertible<U>> kxRefPointer& operator=(const kxRefPointer<U>& other)
     {
         return *this = other.get();
     }
-    template <typename U>
-    requires std::convertible_to<U*, T*> kxRefPointer& operator=(kxRefPointer<U>&& other)
+    template <typename U, typename = Convertible<U>> kxRefPointer& operator=(kxRefPointer<U>&& other)
     {
         kxRefPointer(std::move(other)).swap(*this);
         return *this;

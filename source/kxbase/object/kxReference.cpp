@@ -5,6 +5,7 @@
 #include "kxbase/object/kxTypeTable.h"
 
 #include <exception>
+#include <memory>
 
 namespace {
 
@@ -17,25 +18,27 @@ void tellDeletedReferenced()
     kxMessage(KX_MESSAGE_FATAL, kDeletedReferenced);
 }
 
-// Gives the memory of an object back when its destructors are through, however they end.
-class Room {
-public:
-    explicit Room(kxReference* object) noexcept : room_(dynamic_cast<void*>(object)) {}
-    ~Room() { kxTrackedFree(room_); }
-    Room(const Room&) = delete;
-    Room& operator=(const Room&) = delete;
-
-private:
-    void* room_;
-};
-
 }  // namespace
+
+// Gives the memory of an object back when its destructors are through, however they end. The alignment is that
+// of a class for which the usual one is not enough.
+template <typename... Alignment> void kxReference::destroyInPlace(kxReference* object, Alignment... alignment)
+{
+    if (object->referenceCount_ != 0) return tellDeletedReferenced();
+    const auto free = [=](void* room) { kxSharedMemory::operator delete(room, alignment...); };
+    const std::unique_ptr<void, decltype(free)> room(dynamic_cast<void*>(object), free);
+    object->~kxReference();
+}
 
 void kxReference::operator delete(kxReference* object, std::destroying_delete_t) noexcept(false)
 {
-    if (object->referenceCount_ != 0) return tellDeletedReferenced();
-    const Room room(object);
-    object->~kxReference();
+    destroyInPlace(object);
+}
+
+void kxReference::operator delete(kxReference* object, std::destroying_delete_t,
+                                  std::align_val_t alignment) noexcept(false)
+{
+    destroyInPlace(object, alignment);
 }
 
 kxReference::~kxReference() noexcept(false)

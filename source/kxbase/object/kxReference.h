@@ -10,6 +10,9 @@
 //
 // Copies start with a count and a tag of 0; assignment leaves count and tag of both sides as they are.
 // Constness is that of the object's value: a constant object can be referenced.
+//
+// A class with several bases names this one first: behind another one that has members g++ 12 warns of a free at
+// an offset (-Wfree-nonheap-object), for nothing, since the memory given back is that of the whole object.
 #pragma once
 
 #include "kxbase/core/kxSharedMemory.h"
@@ -28,6 +31,8 @@ public:
     // Every delete comes here before any destructor has begun: an object that is still referenced is refused,
     // lives on and keeps its references.
     static void operator delete(kxReference* object, std::destroying_delete_t) noexcept(false);
+    static void operator delete(kxReference* object, std::destroying_delete_t,
+                                std::align_val_t alignment) noexcept(false);
 
     const kxType& getType() const override;
     virtual ~kxReference() noexcept(false);
@@ -73,6 +78,7 @@ protected:
     mutable std::uint32_t referenceCount_ = 0;
 
 private:
+    template <typename... Alignment> static void destroyInPlace(kxReference* object, Alignment... alignment);
     void releaseLast() const;
     [[noreturn]] void refuseReference() const;
 

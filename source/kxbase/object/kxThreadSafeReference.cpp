@@ -5,48 +5,44 @@
 
 #include <limits>
 
-namespace {
-
-constexpr std::uint32_t kMismatch = 0xFFFFFFFFU;
-
-// A release of this thread that is asking deleteIfUnreferenced(). As that may be overridden, the call itself
-// cannot say that a look is pending; it is found here. Plain data on the stack of the release, so that it may
-// be asked after the object has gone.
-struct Look {
-    const kxThreadSafeReference* object;  // null once the look is taken
-    Look* outer;
-};
-thread_local Look* looks = nullptr;
-
-class Looking {
+// A release of this thread that has brought the count to 0 and asks deleteIfUnreferenced(). As that may be
+// overridden, the call itself cannot say that it pays the check; what is owed is found here. It lies on the
+// stack of the release, so that it may be asked after the object has gone.
+class kxThreadSafeReference::OwedCheck {
 public:
-    explicit Looking(const kxThreadSafeReference* object) noexcept : look_{object, looks} { looks = &look_; }
-    ~Looking() { looks = look_.outer; }
-    Looking(const Looking&) = delete;
-    Looking& operator=(const Looking&) = delete;
+    explicit OwedCheck(const kxThreadSafeReference* object) noexcept : object_(object), outer_(innermost)
+    {
+        innermost = this;
+    }
+    // An override that keeps the object, or throws, need not have checked.
+    ~OwedCheck()
+    {
+        innermost = outer_;
+        if (object_ != nullptr) object_->payCheck();
+    }
+    OwedCheck(const OwedCheck&) = delete;
+    OwedCheck& operator=(const OwedCheck&) = delete;
 
-    bool isPending() const noexcept { return look_.object != nullptr; }
+    // Takes over the innermost check that this thread owes the object; answers how many there were, 0 or 1.
+    static std::uint32_t takeOver(const kxThreadSafeReference* object) noexcept
+    {
+        for (OwedCheck* check = innermost; check != nullptr; check = check->outer_)
+            if (check->object_ == object) return check->object_ = nullptr, 1;
+        return 0;
+    }
 
 private:
-    Look look_;
+    static thread_local OwedCheck* innermost;
+
+    const kxThreadSafeReference* object_;  // null once the check is another's
+    OwedCheck* outer_;
 };
 
-// Takes the innermost look of this thread at the object; answers whether there was one.
-bool takeLook(const kxThreadSafeReference* object) noexcept
-{
-    for (Look* look = looks; look != nullptr; look = look->outer) {
-        if (look->object != object) continue;
-        look->object = nullptr;
-        return true;
-    }
-    return false;
-}
-
-}  // namespace
+thread_local kxThreadSafeReference::OwedCheck* kxThreadSafeReference::OwedCheck::innermost = nullptr;
 
 kxThreadSafeReference::~kxThreadSafeReference() noexcept(false)
 {
-    while (takeLook(this)) {
+    while (OwedCheck::takeOver(this) != 0) {
     }
 }
 
@@ -61,23 +57,29 @@ void kxThreadSafeReference::ref() const
     if (isFull) raiseTooMany();
 }
 
+bool kxThreadSafeReference::refIfReferenced() const
+{
+    const kxBodyGuard guard(mutex_);
+    if (referenceCount_ == 0 || referenceCount_ == std::numeric_limits<std::uint32_t>::max()) return false;
+    ++referenceCount_;
+    return true;
+}
+
 void kxThreadSafeReference::unref() const
 {
-    if (release(true) != 0) return;
-    const Looking looking(this);
+    if (countDown() != 0) return;
+    const OwedCheck check(this);
     deleteIfUnreferenced();
-    // An override that keeps the object need not have looked.
-    if (looking.isPending()) dropPendingLook();
 }
 
 std::uint32_t kxThreadSafeReference::unrefWithoutDelete() const
 {
-    return release(false);
+    return takeOneOff(0);
 }
 
 bool kxThreadSafeReference::deleteIfUnreferenced() const
 {
-    return destroyIfLast(takeLook(this));
+    return destroyIfLast(OwedCheck::takeOver(this));
 }
 
 std::uint32_t kxThreadSafeReference::getReferenceCount() const
@@ -86,31 +88,36 @@ std::uint32_t kxThreadSafeReference::getReferenceCount() const
     return referenceCount_;
 }
 
-std::uint32_t kxThreadSafeReference::release(bool looksLater) const
+std::uint32_t kxThreadSafeReference::countDown() const
+{
+    return takeOneOff(1);
+}
+
+std::uint32_t kxThreadSafeReference::takeOneOff(std::uint32_t checksOwedAtZero) const
 {
     std::uint32_t left = kMismatch;
     {
         const kxBodyGuard guard(mutex_);
         if (referenceCount_ != 0) left = --referenceCount_;
-        if (left == 0 && looksLater) ++pendingLooks_;
+        if (left == 0) checksOwed_ += checksOwedAtZero;
     }
     if (left == kMismatch) kxRaiseFatal("REFRENCE MISMATCH ! Unref an object with zero reference count.");
     return left;
 }
 
-void kxThreadSafeReference::dropPendingLook() const
+void kxThreadSafeReference::payCheck() const
 {
     const kxBodyGuard guard(mutex_);
-    --pendingLooks_;
+    --checksOwed_;
 }
 
-bool kxThreadSafeReference::destroyIfLast(bool isPendingLook) const
+bool kxThreadSafeReference::destroyIfLast(std::uint32_t checksPaid) const
 {
     bool isLast = false;
     {
         const kxBodyGuard guard(mutex_);
-        if (isPendingLook) --pendingLooks_;
-        isLast = referenceCount_ == 0 && pendingLooks_ == 0;
+        checksOwed_ -= checksPaid;
+        isLast = referenceCount_ == 0 && checksOwed_ == 0;
     }
     if (isLast) destroy(this);
     return isLast;

@@ -2,6 +2,7 @@
 
 #include "kxbase/containers/kxArray.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxLivingAdapters.h"
 
 #include <algorithm>
 #include <limits>
@@ -21,7 +22,10 @@ std::uint32_t saturatedSum(std::uint32_t first, std::uint32_t second)
 
 }  // namespace
 
-kxSerializeAdapter::kxSerializeAdapter() : pushBack_(KX_QUEUE_LIFO, kPushBackGrowthStep) {}
+kxSerializeAdapter::kxSerializeAdapter() : pushBack_(KX_QUEUE_LIFO, kPushBackGrowthStep)
+{
+    kxLivingAdapters::enter(this);
+}
 
 kxSerializeAdapter::kxSerializeAdapter(const kxRefPointer<kxSerializeAdapter>& parent) : kxSerializeAdapter()
 {
@@ -33,7 +37,10 @@ kxSerializeAdapter::kxSerializeAdapter(const kxRefPointer<kxSerializeAdapter>& p
     options_ = parent->options_;
 }
 
-kxSerializeAdapter::~kxSerializeAdapter() noexcept(false) = default;
+kxSerializeAdapter::~kxSerializeAdapter() noexcept(false)
+{
+    kxLivingAdapters::leave(this);
+}
 
 const kxType& kxSerializeAdapter::getType() const
 {

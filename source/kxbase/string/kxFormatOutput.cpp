@@ -15,7 +15,7 @@ constexpr std::size_t kBytesPerUnit = 3;
 
 bool splitsPair(std::u16string_view text, std::size_t at) noexcept
 {
-    return at < text.size() && (text[at - 1] & 0xFC00U) == 0xD800U;
+    return at < text.size() && kxIsHighSurrogate(text[at - 1]);
 }
 
 }  // namespace

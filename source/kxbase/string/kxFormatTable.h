@@ -3,6 +3,7 @@
 // Included by kxFormatter.cpp alone.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -69,46 +70,72 @@ struct Rule {
 inline constexpr const char* kOther = nullptr;
 inline constexpr const char* kDigits = "0123456789";
 
-// The first rule of a state that fits the character applies; every state ends with one for all others.
+// State, characters, action, whether the character is consumed, next state. The first rule of a state that fits
+// applies; every state ends with one for all other characters.
 inline constexpr Rule kRules[] = {
     {kText, "%", kReset, kTake, kPercent},
     {kText, kOther, kAppend, kTake, kText},
+
     {kPercent, "%", kAppend, kTake, kText},
     {kPercent, kOther, kNothing, kUnget, kStart},
+
     {kStart, "*", kReadStar, kTake, kStar},
     {kStart, "123456789", kClearNumber, kUnget, kNumber},
     {kStart, "0", kPositionZero, kUnget, kFlags},
     {kStart, kOther, kNothing, kUnget, kFlags},
+
     {kStar, "$", kPositionFromStar, kTake, kFlags},
     {kStar, kOther, kWidthFromStar, kUnget, kDot},
+
     {kNumber, kDigits, kAddDigit, kTake, kNumber},
     {kNumber, "$", kPositionFromNumber, kTake, kFlags},
     {kNumber, kOther, kWidthFromNumber, kUnget, kDot},
+
     {kFlags, "-", kSetLeft, kTake, kFlags},
     {kFlags, "+", kSetPlus, kTake, kFlags},
     {kFlags, "0", kSetZero, kTake, kFlags},
     {kFlags, " ", kSetSpace, kTake, kFlags},
     {kFlags, "#", kSetAlternate, kTake, kFlags},
     {kFlags, kOther, kNothing, kUnget, kWidth},
+
     {kWidth, "*", kWidthFromArgument, kTake, kDot},
     {kWidth, kDigits, kClearNumber, kUnget, kWidthDigits},
-    {kWidth, kOther, kNothing, kUnget, kDot},
+    {kWidth, kOther, kNothing, kUnget, kDot},  // no digits: the width stays 0
+
     {kWidthDigits, kDigits, kAddDigit, kTake, kWidthDigits},
     {kWidthDigits, kOther, kWidthFromNumber, kUnget, kDot},
+
     {kDot, ".", kNothing, kTake, kPrecision},
     {kDot, kOther, kNothing, kUnget, kSize},
+
     {kPrecision, "*", kPrecisionFromArgument, kTake, kSize},
     {kPrecision, kDigits, kClearNumber, kUnget, kPrecisionDigits},
-    {kPrecision, kOther, kNothing, kUnget, kSize},
+    {kPrecision, kOther, kNothing, kUnget, kSize},  // no digits: no precision
+
     {kPrecisionDigits, kDigits, kAddDigit, kTake, kPrecisionDigits},
     {kPrecisionDigits, kOther, kPrecisionFromNumber, kUnget, kSize},
+
     {kSize, "lL", kSize4Bytes, kTake, kSize2},
     {kSize, "hH", kSize2Bytes, kTake, kConversion},
     {kSize, kOther, kNothing, kUnget, kConversion},
+
     {kSize2, "lL", kSize8Bytes, kTake, kConversion},
     {kSize2, kOther, kNothing, kUnget, kConversion},
+
     {kConversion, kOther, kConvert, kTake, kText},
 };
+
+constexpr bool everyStateGoesOn()
+{
+    for (std::uint8_t state = 0; state < kStateCount; ++state) {
+        const auto takesAll = [state](const Rule& rule) {
+            return rule.state == state && rule.characters == kOther;
+        };
+        if (!std::any_of(std::begin(kRules), std::end(kRules), takesAll)) return false;
+    }
+    return true;
+}
+static_assert(everyStateGoesOn(), "a rule for all other characters is missing");
 
 inline constexpr std::size_t kAsciiCount = 128;
 

@@ -14,6 +14,13 @@
 // A precision of 0 with the value 0 gives no digits. f without precision writes as many decimals as the value
 // has; e and g have six. Text that is no conversion is copied as it is.
 //
+// NaN and infinities have no digits: f, e and g send the Internal Warning "Too large number for kxDtoA" and write
+// the sign alone ('-' for minus infinity, else what the flags ask for), with blanks up to the width. So does f
+// for a magnitude above 2^64, which e and g write.
+//
+// The grammar stands in kxFormatTable.h. A letter is a row of kConversions in kxFormatConversion.cpp, which
+// names the function that writes it.
+//
 // Ownership: refers to the caller's text and arguments.
 // Threads:   no state outside the object; a fault found here may be formatted by another one meanwhile.
 // Errors:    faults in the format are Warnings, and the text is built from all that can be converted.

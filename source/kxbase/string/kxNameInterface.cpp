@@ -1,20 +1,22 @@
 #include "kxbase/string/kxNameInterface.h"
 
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/string/kxString.h"
+
+#include <new>
 
 namespace {
 
-// Never destroyed, so that names can be asked for until the very end of the process.
-union Undestroyed {
-    constexpr Undestroyed() : value() {}
-    ~Undestroyed() {}
-    kxString value;
-};
-constinit const Undestroyed kNoName;
+constinit const kxUndestroyed<kxString> kNoName;
 
 std::unique_ptr<kxString> copyOf(const kxString& name)
 {
-    return name.isEmpty() ? nullptr : std::make_unique<kxString>(name);
+    if (name.isEmpty()) return nullptr;
+    std::unique_ptr<kxString> copy(new (std::nothrow) kxString);
+    if (copy == nullptr) kxThrowBadAlloc(__FILE__, __LINE__);
+    *copy = name;
+    return copy;
 }
 
 }  // namespace

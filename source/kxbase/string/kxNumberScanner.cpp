@@ -1,16 +1,15 @@
 #include "kxbase/string/kxNumberScanner.h"
 
+#include "kxbase/containers/kxArray.h"
 #include "kxbase/core/kxArgument.h"
+#include "kxbase/string/kxWhiteSpace.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <string>
 #include <utility>
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
 constexpr bool isDigit(char c) noexcept
 {
@@ -89,9 +88,22 @@ double valueOf(std::string_view text, const Shape& shape) noexcept
     return text[0] == '-' ? -value : value;
 }
 
+// The same for a number whose separator is no point.
+double valueWithPoint(std::string_view text, const Shape& shape)
+{
+    constexpr std::size_t kShort = 64;
+    char shortText[kShort];
+    kxArray<char> longText;
+    if (text.size() > kShort) longText.resize(static_cast<std::uint32_t>(text.size()));
+    char* const pointed = text.size() > kShort ? longText.data() : shortText;
+    std::copy(text.begin(), text.end(), pointed);
+    pointed[shape.point] = '.';
+    return valueOf({pointed, text.size()}, shape);
+}
+
 std::string_view pastBlanks(std::string_view text) noexcept
 {
-    const std::size_t start = text.find_first_not_of(kBlanks);
+    const std::size_t start = text.find_first_not_of(KX_WHITE_SPACE);
     return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
@@ -103,9 +115,7 @@ kxScannedNumber kxNumberScanner::scan(std::string_view text) const
     if (shape.length == 0) return {};
     const bool whole = shape.point == 0 && shape.exponent == 0;
     if (shape.point == 0 || separator_ == '.') return {shape.length, valueOf(text, shape), whole};
-    std::string pointed(text.substr(0, shape.length));
-    pointed[shape.point] = '.';
-    return {shape.length, valueOf(pointed, shape), whole};
+    return {shape.length, valueWithPoint(text.substr(0, shape.length), shape), whole};
 }
 
 kxScannedNumber kxNumberScanner::scanPastBlanks(std::string_view text) const

@@ -12,11 +12,6 @@
 
 namespace {
 
-[[noreturn]] void raiseTooLong()
-{
-    kxRaiseFatal("Too many characters in kxString");
-}
-
 [[noreturn]] void raiseBadIndex()
 {
     kxRaiseFatal("kxString(index) out of bounds");
@@ -42,6 +37,11 @@ std::uint32_t hashTail(const char* bytes, std::size_t count) noexcept
 }
 
 }  // namespace
+
+void kxString::raiseTooLong()
+{
+    kxRaiseFatal("Too many characters in kxString");
+}
 
 std::string_view kxString::viewOf(const char* text, std::size_t limit) noexcept
 {
@@ -166,7 +166,7 @@ kxString kxString::joined(const kxString& left, std::string_view right)
 {
     if (right.empty()) return left;
     const std::uint64_t sum = std::uint64_t{left.length_} + right.size();
-    if (sum > KX_STRING_MAX_LENGTH) raiseTooLong();
+    requireLength(sum);
     return built(static_cast<std::size_t>(sum), [&](char* buffer) {
         std::memcpy(buffer, left.text(), left.length_);
         std::memcpy(buffer + left.length_, right.data(), right.size());

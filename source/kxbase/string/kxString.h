@@ -6,8 +6,9 @@
 //            shares it with its copies. A string that was moved from is empty.
 // Threads:   a plain value; separate objects may be used on separate threads freely.
 // Errors:    indices out of range and concatenation beyond KX_STRING_MAX_LENGTH are fatal; a failed
-//            allocation is reported, throws std::bad_alloc and leaves the target as it was. Construction
-//            from longer text cuts silently, wide text and results of format() at the last whole character.
+//            allocation is reported with its place in the library, throws std::bad_alloc and leaves the
+//            target as it was. Construction from longer text cuts silently, wide text and results of format()
+//            at the last whole character.
 // Units:     lengths and indices are in bytes; "characters" are code points.
 #pragma once
 
@@ -87,8 +88,15 @@ public:
 
     // The hash that a string of this text has.
     static std::uint32_t hashOf(std::string_view text) noexcept;
-    // The same for raw text; a length of 0 means that it is counted up to the first zero.
+    // The same for raw text; a length of 0 means that it is counted up to the first zero, and no further than
+    // KX_STRING_MAX_LENGTH.
     static std::uint32_t hashOf(const char* text, std::uint16_t length) noexcept;
+
+    // Fatal for a length that no string has: "Too many characters in kxString".
+    static void requireLength(std::uint64_t length)
+    {
+        if (length > KX_STRING_MAX_LENGTH) raiseTooLong();
+    }
 
     // Requires index < length().
     const char& operator[](std::uint32_t index) const;
@@ -97,6 +105,9 @@ public:
     // A count past the end is cut; a start past the end is fatal unless the count is 0.
     kxString substring(std::uint32_t index, std::uint32_t count) const;
 
+    // Adding is fatal when the sum of the lengths is beyond KX_STRING_MAX_LENGTH. Text given by a pointer is
+    // counted no further than that before the sum is taken, so that a longer one is cut when it is added to the
+    // empty string, or the empty string to it. Text of a known length counts in full.
     kxString& operator+=(const kxString& added) { return append(added.view()); }
     kxString& operator+=(std::string_view added) { return append(added); }
     kxString& operator+=(const char* added);
@@ -195,9 +206,17 @@ private:
     {
         return viewOf(text, length_ + std::size_t{1});
     }
-    // A string whose buffer is `length` bytes that `fill` writes, which must not throw.
-    template <typename Fill> static kxString built(std::size_t length, const Fill& fill);
-    template <typename Fill> void build(std::size_t length, const Fill& fill);
+    [[noreturn]] static void raiseTooLong();
+    // A string whose buffer is `length` bytes that `fill` writes, which must not throw. A failed allocation is
+    // reported with the caller's position.
+    template <typename Fill>
+    static kxString built(std::size_t length, const Fill& fill, const char* file = __builtin_FILE(),
+                          std::uint32_t line = __builtin_LINE());
+    template <typename Fill>
+    void build(std::size_t length, const Fill& fill, const char* file = __builtin_FILE(),
+               std::uint32_t line = __builtin_LINE());
+    // A text with zeros put in at a position, cut to what a string holds.
+    static kxString withZeros(std::string_view text, std::size_t position, std::size_t count);
     static kxString joined(const kxString& left, std::string_view right);
 
     bool ownsText() const noexcept { return text_ != nullptr && uniqueId_ == 0; }

@@ -6,10 +6,11 @@
 
 // `fill` is called with the buffer and writes exactly `length` bytes. Requires an empty string and a length of
 // at most KX_STRING_MAX_LENGTH.
-template <typename Fill> void kxString::build(std::size_t length, const Fill& fill)
+template <typename Fill>
+void kxString::build(std::size_t length, const Fill& fill, const char* file, std::uint32_t line)
 {
     if (length == 0) return;
-    auto* const buffer = static_cast<char*>(kxTrackedAllocate(length + 1));
+    auto* const buffer = static_cast<char*>(kxTrackedAllocate(length + 1, file, line));
     fill(buffer);
     buffer[length] = 0;
     text_ = buffer;
@@ -17,9 +18,10 @@ template <typename Fill> void kxString::build(std::size_t length, const Fill& fi
     hash_ = hashOf({buffer, length});
 }
 
-template <typename Fill> kxString kxString::built(std::size_t length, const Fill& fill)
+template <typename Fill>
+kxString kxString::built(std::size_t length, const Fill& fill, const char* file, std::uint32_t line)
 {
     kxString result;
-    result.build(length, fill);
+    result.build(length, fill, file, line);
     return result;
 }

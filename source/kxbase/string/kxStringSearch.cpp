@@ -2,13 +2,12 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxStringBuild.h"
+#include "kxbase/string/kxWhiteSpace.h"
 
 #include <algorithm>
-#include <cstring>
+#include <new>
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
 constexpr char lowered(char c) noexcept
 {
@@ -31,6 +30,18 @@ std::size_t countMatches(std::string_view text, std::string_view what) noexcept
     std::size_t count = 0;
     for (std::size_t at = 0; (at = text.find(what, at)) != std::string_view::npos; at += what.size()) ++count;
     return count;
+}
+
+// The pieces report what they allocate themselves.
+std::vector<kxString> roomFor(std::size_t count)
+{
+    std::vector<kxString> strings;
+    try {
+        strings.reserve(count);
+    } catch (const std::bad_alloc&) {
+        kxThrowBadAlloc(__FILE__, __LINE__);
+    }
+    return strings;
 }
 
 char* copyTo(char* to, std::string_view text) noexcept
@@ -78,21 +89,22 @@ std::uint32_t kxString::findLast(std::string_view part, std::uint32_t from) cons
 
 kxString kxString::trimmedLeft() const
 {
-    const std::size_t first = view().find_first_not_of(kBlanks);
+    const std::size_t first = view().find_first_not_of(KX_WHITE_SPACE);
     return first == 0 ? *this : kxString(view().substr(std::min<std::size_t>(first, length_)));
 }
 
 kxString kxString::trimmedRight() const
 {
-    const std::size_t kept = view().find_last_not_of(kBlanks) + 1;  // the sum is 0 when only blanks are there
+    const std::size_t kept =
+        view().find_last_not_of(KX_WHITE_SPACE) + 1;  // the sum is 0 when only blanks are there
     return kept == length_ ? *this : kxString(view().substr(0, kept));
 }
 
 kxString kxString::trimmed() const
 {
-    const std::size_t kept = view().find_last_not_of(kBlanks) + 1;
+    const std::size_t kept = view().find_last_not_of(KX_WHITE_SPACE) + 1;
     const std::string_view left = view().substr(0, kept);
-    const std::size_t first = std::min(left.find_first_not_of(kBlanks), kept);
+    const std::size_t first = std::min(left.find_first_not_of(KX_WHITE_SPACE), kept);
     return first == 0 && kept == length_ ? *this : kxString(left.substr(first));
 }
 
@@ -101,7 +113,7 @@ kxString kxString::replaced(std::string_view what, std::string_view with) const
     const std::uint64_t matches = countMatches(view(), what);
     if (matches == 0) return *this;
     const std::uint64_t length = length_ - matches * what.size() + matches * std::uint64_t{with.size()};
-    if (length > KX_STRING_MAX_LENGTH) kxRaiseFatal("Too many characters in kxString");
+    requireLength(length);
     return built(static_cast<std::size_t>(length), [&](char* to) {
         std::string_view left = view();
         for (std::size_t at = left.find(what); at != std::string_view::npos; at = left.find(what)) {
@@ -114,8 +126,7 @@ kxString kxString::replaced(std::string_view what, std::string_view with) const
 
 std::vector<kxString> kxString::split(std::string_view separator) const
 {
-    std::vector<kxString> pieces;
-    pieces.reserve(countMatches(view(), separator) + 1);
+    std::vector<kxString> pieces = roomFor(countMatches(view(), separator) + 1);
     std::string_view left = view();
     while (!separator.empty()) {
         const std::size_t at = left.find(separator);

@@ -1,10 +1,9 @@
 // Strings from wide text and wide text from strings.
-#include "kxbase/containers/kxDynamicArray.h"
-#include "kxbase/containers/kxThreadData.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxStringBuild.h"
 #include "kxbase/string/kxUtf.h"
+#include "kxbase/string/kxWideBuffer.h"
 
 #include <algorithm>
 
@@ -19,11 +18,6 @@ std::u16string_view viewOfWide(const char16_t* text) noexcept
     return {text, length};
 }
 
-constexpr bool isSurrogate(char16_t unit, char16_t kind) noexcept
-{
-    return (unit & 0xFC00U) == kind;
-}
-
 // The part whose UTF-8 form a string holds, cut between characters.
 std::u16string_view fitting(std::u16string_view units) noexcept
 {
@@ -34,24 +28,10 @@ std::u16string_view fitting(std::u16string_view units) noexcept
         // So many must go at least.
         const std::size_t excess = (kxUtfLengthOfWide(units) - KX_STRING_MAX_LENGTH + 2) / kBytesPerUnit;
         std::size_t kept = units.size() - excess;
-        if (kept != 0 && isSurrogate(units[kept], 0xDC00) && isSurrogate(units[kept - 1], 0xD800)) --kept;
+        if (kept != 0 && kxIsLowSurrogate(units[kept]) && kxIsHighSurrogate(units[kept - 1])) --kept;
         units = units.substr(0, kept);
     }
     return units;
-}
-
-constexpr std::uint32_t kGrowthUnits = 64;
-
-struct WideBuffer {
-    kxDynamicArray<char16_t> units{kGrowthUnits};
-};
-using WideBuffers = kxThreadData<WideBuffer, KX_STRING_WIDE_BUFFERS>;
-
-// Never destroyed, so that strings can be converted until the very end of the process.
-WideBuffers& wideBuffers()
-{
-    static WideBuffers* const buffers = new WideBuffers;
-    return *buffers;
 }
 
 // Once for a conversion that stops, with the text of the decoder.
@@ -88,10 +68,9 @@ const char16_t* kxString::wide(std::uint32_t length) const
 {
     const std::uint32_t limit = length != 0 ? std::min<std::uint32_t>(length, length_) : length_;
     const std::uint32_t room = length != 0 ? limit : characterCount();
-    kxDynamicArray<char16_t>& buffer = wideBuffers().next().units;
-    if (buffer.size() <= room) buffer.resize(room + 1);
-    const kxUtfProgress progress = kxUtfToWide(view(), buffer.data(), room);
-    buffer.data()[progress.written] = 0;
+    char16_t* const buffer = kxNextWideBuffer(room + 1);
+    const kxUtfProgress progress = kxUtfToWide(view(), buffer, room);
+    buffer[progress.written] = 0;
     if (progress.read != length_ && progress.written != limit) warnMalformed();
-    return buffer.data();
+    return buffer;
 }

@@ -25,38 +25,57 @@ using Outcome = kxUniqueStringTable::Outcome;
 
 }  // namespace
 
+kxUniqueString::kxUniqueString(std::string_view text, std::uint16_t id)
+{
+    text = text.substr(0, KX_STRING_MAX_LENGTH);
+    if (text.empty())
+        make(*this, id);
+    else
+        adoptText(*this, text, hashOf(text), id);
+}
+
 kxUniqueString::kxUniqueString(kxUniqueId id)
 {
-    if (id == KX_UNIQUE_NONE) return;
-    kxUniqueStringTable& table = kxUniqueStringTable::instance();
-    const kxUniqueStringData& slot = table.slotOfOwn(id);
-    adopt(slot.text, static_cast<std::uint16_t>(slot.lengthPlusOne - 1), slot.hash, id);
+    if (id != KX_UNIQUE_NONE) adoptSlot(*this, kxUniqueStringTable::instance().slotOfOwn(id));
 }
 
 bool kxUniqueString::make(kxString& string, std::uint16_t id)
 {
     if (string.uniqueId_ != 0) return true;
-    if (string.isEmpty() && id == 0) return false;
-    kxUniqueStringTable& table = kxUniqueStringTable::instance();
-    const auto adoptSlot = [&](const kxUniqueStringData& slot) {
-        string.adopt(slot.text, static_cast<std::uint16_t>(slot.lengthPlusOne - 1), slot.hash,
-                     table.idOf(slot));
-        return true;
-    };
-    const bool asksForText = string.isEmpty();
-    if (asksForText) {
-        const kxUniqueStringData* const slot = table.slotInUse(id);
-        if (slot != nullptr) return adoptSlot(*slot);
-        string = kxString::format("Unique(%d)", id);
-    }
-    const auto answer = table.enter(string.view(), string.hash(), id);
-    // Whoever registered the id in the meantime has given it its text.
-    const bool isFilledMeanwhile = asksForText && answer.outcome == Outcome::kIdTaken;
-    if (answer.outcome != Outcome::kAdopt && !isFilledMeanwhile) raise(answer, string.view(), id);
-    return adoptSlot(*answer.slot);
+    if (!string.isEmpty())
+        adoptText(string, string.view(), string.hash(), id);
+    else if (id != 0)
+        adoptId(string, id);
+    return string.uniqueId_ != 0;
 }
 
 std::uint32_t kxUniqueString::count()
 {
     return kxUniqueStringTable::instance().count();
+}
+
+void kxUniqueString::adoptText(kxString& string, std::string_view text, std::uint32_t hash, std::uint16_t id)
+{
+    const auto answer = kxUniqueStringTable::instance().enter(text, hash, id);
+    if (answer.outcome != Outcome::kAdopt) raise(answer, text, id);
+    adoptSlot(string, *answer.slot);
+}
+
+void kxUniqueString::adoptId(kxString& string, std::uint16_t id)
+{
+    kxUniqueStringTable& table = kxUniqueStringTable::instance();
+    const kxUniqueStringData* const slot = table.slotInUse(id);
+    if (slot != nullptr) return adoptSlot(string, *slot);
+    const kxString text = format("Unique(%d)", id);
+    const auto answer = table.enter(text.view(), text.hash(), id);
+    // Whoever registered the id in the meantime has given it its text.
+    const bool hasText = answer.outcome == Outcome::kAdopt || answer.outcome == Outcome::kIdTaken;
+    if (!hasText) raise(answer, text.view(), id);
+    adoptSlot(string, *answer.slot);
+}
+
+void kxUniqueString::adoptSlot(kxString& string, const kxUniqueStringData& slot) noexcept
+{
+    string.adopt(slot.text, static_cast<std::uint16_t>(slot.lengthPlusOne - 1), slot.hash,
+                 kxUniqueStringTable::instance().idOf(slot));
 }

@@ -5,17 +5,19 @@
 // Threads:   strings may be made unique from any thread, also before main and after it; the text is read
 //            without a lock.
 // Errors:    the same text under two ids, or two texts under one id, is fatal; so is a table that has no free
-//            id left.
+//            id left. A string that could not be made unique is as it was.
 #pragma once
 
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
+struct kxUniqueStringData;
+
 class kxUniqueString : public kxString {
 public:
-    // Makes the text unique under the id, or under the first free one when the id is 0. An empty text gets
-    // what `make` gives it.
-    explicit kxUniqueString(std::string_view text, std::uint16_t id = 0) : kxString(text) { make(*this, id); }
+    // The text under the id, or under the first free one when the id is 0; a known text costs no allocation. An
+    // empty text gets what `make` gives it.
+    explicit kxUniqueString(std::string_view text, std::uint16_t id = 0);
     // A text of the library itself; takes no lock.
     explicit kxUniqueString(kxUniqueId id);
 
@@ -26,4 +28,9 @@ public:
 
     // Texts in the table.
     static std::uint32_t count();
+
+private:
+    static void adoptText(kxString& string, std::string_view text, std::uint32_t hash, std::uint16_t id);
+    static void adoptId(kxString& string, std::uint16_t id);
+    static void adoptSlot(kxString& string, const kxUniqueStringData& slot) noexcept;
 };

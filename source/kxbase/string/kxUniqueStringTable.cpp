@@ -1,6 +1,8 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
@@ -29,8 +31,16 @@ constexpr OwnText kOwnTexts[] = {
 
 kxUniqueStringTable& kxUniqueStringTable::instance()
 {
-    static kxUniqueStringTable& table = *new kxUniqueStringTable;
-    return table;
+    static constinit kxPlatformForkGuard guard{[] { instance().mutex_.lock(); },
+                                               [] { instance().mutex_.unlock(); }};
+    try {
+        static kxUniqueStringTable& table = *new kxUniqueStringTable;
+        [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+        return table;
+    } catch (const std::bad_alloc&) {
+        // Reported below, where a receiver of the report may try again.
+    }
+    kxThrowBadAlloc(__FILE__, __LINE__);
 }
 
 // The library's own texts go in first, so that no string made unique by another unit's start-up code can take
@@ -41,8 +51,10 @@ kxUniqueStringTable::kxUniqueStringTable()
 {
     index_.setReuse(true);
     if (slots_ != nullptr && enterOwnTexts()) return;
+    for (const auto& own : kOwnTexts)
+        if (slots_ != nullptr) std::free(const_cast<char*>(slotOfOwn(own.id).text));
     std::free(slots_);
-    kxThrowBadAlloc(__FILE__, __LINE__);
+    throw std::bad_alloc();
 }
 
 bool kxUniqueStringTable::enterOwnTexts()

@@ -3,7 +3,8 @@
 // Ownership: created on first use with the library's own texts in it, never destroyed; owns copies of the
 //            texts. Outside the memory check, like all objects that live as long as the process.
 // Threads:   any; one mutex guards the table, and nothing is raised or freed under it. A slot that has been
-//            filled never changes.
+//            filled never changes. A forked child finds the mutex free and the table whole, unless
+//            another thread was just making the very first unique string.
 #pragma once
 
 #include "kxbase/containers/kxDict.h"

@@ -172,21 +172,11 @@ std::uint32_t decodeShort(const char* bytes, std::size_t left, std::uint32_t& co
     return 0;
 }
 
-constexpr bool isHighSurrogate(char16_t unit) noexcept
-{
-    return (unit & 0xFC00U) == 0xD800U;
-}
-
-constexpr bool isLowSurrogate(char16_t unit) noexcept
-{
-    return (unit & 0xFC00U) == 0xDC00U;
-}
-
 // The code point at an index, which moves behind it.
 std::uint32_t takeWide(std::u16string_view units, std::size_t& index) noexcept
 {
     const char16_t first = units[index++];
-    if (!isHighSurrogate(first) || index == units.size() || !isLowSurrogate(units[index])) return first;
+    if (!kxIsHighSurrogate(first) || index == units.size() || !kxIsLowSurrogate(units[index])) return first;
     return 0x10000U + ((first & 0x3FFU) << 10U) + (units[index++] & 0x3FFU);
 }
 
@@ -309,7 +299,7 @@ std::size_t kxUtfLengthOfWide(std::u16string_view units) noexcept
     for (const char16_t unit : units) {
         bytes += (unit >= 0x80 ? 1U : 0U) + (unit >= 0x800 ? 1U : 0U);
         // The two halves of a pair were counted as three bytes each, but are four together.
-        if (isLowSurrogate(unit) && isHighSurrogate(before)) bytes -= 2;
+        if (kxIsLowSurrogate(unit) && kxIsHighSurrogate(before)) bytes -= 2;
         before = unit;
     }
     return bytes;

@@ -15,6 +15,16 @@
 constexpr std::uint32_t KX_UTF_MAX_BYTES = 6;
 constexpr std::uint32_t KX_UTF_MAX_CODE_POINT = 0x7FFFFFFFU;
 
+// The two halves of a pair of UTF-16 units.
+constexpr bool kxIsHighSurrogate(char16_t unit) noexcept
+{
+    return (unit & 0xFC00U) == 0xD800U;
+}
+constexpr bool kxIsLowSurrogate(char16_t unit) noexcept
+{
+    return (unit & 0xFC00U) == 0xDC00U;
+}
+
 // A decoded sequence; a length of 0 says that the bytes are malformed or that there are none.
 struct kxUtfSequence {
     std::uint32_t codePoint;

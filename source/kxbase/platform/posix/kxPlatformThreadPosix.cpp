@@ -1,5 +1,6 @@
 #include "kxbase/platform/kxPlatformThread.h"
 
+#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <utility>
@@ -13,21 +14,56 @@ namespace {
 thread_local std::uint32_t cachedThreadId = 0;
 thread_local std::uint32_t threadIdBeforeFork = 0;
 
+std::atomic<kxPlatformForkGuard*> forkGuards{nullptr};
+// Where the list began when this thread began to fork; another thread may add to it meanwhile.
+thread_local kxPlatformForkGuard* forkGuardsTaken = nullptr;
+
+void takeForkGuards()
+{
+    forkGuardsTaken = forkGuards.load();
+    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next) guard->before();
+}
+
+void releaseForkGuards()
+{
+    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next) guard->after();
+}
+
 // The only thread of a forked child has a new id.
-const bool forkHandlerInstalled =
-    pthread_atfork(nullptr, nullptr, [] { threadIdBeforeFork = std::exchange(cachedThreadId, 0); }) == 0;
+void releaseForkGuardsInChild()
+{
+    releaseForkGuards();
+    threadIdBeforeFork = std::exchange(cachedThreadId, 0);
+}
+
+void watchForks()
+{
+    [[maybe_unused]] static const int result =
+        pthread_atfork(takeForkGuards, releaseForkGuards, releaseForkGuardsInChild);
+}
 
 }  // namespace
 
 std::uint32_t kxPlatformThreadId()
 {
-    if (cachedThreadId == 0) cachedThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
+    if (cachedThreadId == 0) {
+        watchForks();
+        cachedThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
+    }
     return cachedThreadId;
 }
 
 std::uint32_t kxPlatformThreadIdBeforeFork()
 {
     return threadIdBeforeFork;
+}
+
+void kxPlatformAddForkGuard(kxPlatformForkGuard& guard)
+{
+    watchForks();
+    guard.next = forkGuards.load();
+    while (!forkGuards.compare_exchange_weak(guard.next, &guard)) {
+    }
 }
 
 void kxPlatformSleep(std::uint32_t milliseconds)

@@ -1,0 +1,89 @@
+#include "kxbase/message/kxMessageFileReceiver.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/message/kxMessagePrefix.h"
+
+#include <chrono>
+#include <cstdio>
+
+namespace {
+
+constexpr std::size_t kMostPendingBytes = 65536;
+
+std::string timeText(double secondsSince1970)
+{
+    using namespace std::chrono;
+    const sys_time<milliseconds> time(milliseconds(static_cast<std::int64_t>(secondsSince1970 * 1000)));
+    const auto day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss clock(time - day);
+    char text[64];
+    std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
+    return text;
+}
+
+bool isUrgent(std::uint32_t level)
+{
+    return (level & KX_MESSAGE_LEVEL_NIBBLE) >= KX_MESSAGE_WARNING;
+}
+
+}  // namespace
+
+kxMessageFileReceiver::kxMessageFileReceiver(const kxString& fileName) : fileName_(fileName)
+{
+    const kxPlatformFileOpened opened = kxPlatformFileOpenWrite(fileName_.text(), KX_PLATFORM_APPEND);
+    file_ = opened.file;
+    if (!isOpen()) report(opened.error);
+}
+
+kxMessageFileReceiver::~kxMessageFileReceiver() noexcept
+{
+    flush();
+    if (isOpen()) kxPlatformFileClose(file_);
+}
+
+void kxMessageFileReceiver::receive(const kxString& sender, std::uint32_t level, const kxString& text)
+{
+    if (!isOpen()) return;
+    std::string line = timeText(kxClock::seconds());
+    line.append(" ").append(sender.view()).append(kxMessagePrefix(level)).append(text.view()).append("\n");
+    if (!keep(line) || isUrgent(level)) flush();
+}
+
+// Answers whether there is room for more.
+bool kxMessageFileReceiver::keep(const std::string& line)
+{
+    const kxBodyGuard guard(mutex_);
+    if (!isFailing_ || pending_.size() + line.size() <= kMostPendingBytes) pending_ += line;
+    return pending_.size() < kMostPendingBytes;
+}
+
+void kxMessageFileReceiver::flush()
+{
+    if (const kxPlatformError error = writeOut()) report(error);
+}
+
+// Answers a failure that has not been reported yet.
+kxPlatformError kxMessageFileReceiver::writeOut()
+{
+    const kxBodyGuard guard(mutex_);
+    if (pending_.empty() || !isOpen()) return 0;
+    const kxPlatformIoResult result = kxPlatformFileWrite(file_, pending_.data(), pending_.size());
+    pending_.erase(0, static_cast<std::size_t>(result.count));
+    const bool wasFailing = isFailing_;
+    isFailing_ = result.error != 0;
+    return wasFailing ? 0 : result.error;
+}
+
+void kxMessageFileReceiver::report(kxPlatformError error) const
+{
+    char reason[256];
+    kxPlatformErrorText(error, reason, sizeof(reason));
+    kxMessage(KX_MESSAGE_WARNING, isOpen() ? "Could not write to '%s' (%s)" : "Could not open '%s' (%s)",
+              fileName_, reason);
+}

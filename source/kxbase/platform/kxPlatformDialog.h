@@ -1,0 +1,9 @@
+// A question to whoever sits at the program, and the stop in a debugger that may follow.
+#pragma once
+
+// Shows a title and a text, both UTF-8, and waits for the answer Retry or Ignore; answers whether it was Retry.
+// Where nobody can be asked, and when the input ends, it was not. One question at a time.
+bool kxPlatformDialogAskRetry(const char* title, const char* text);
+
+// Stops in the debugger. Without one, the process ends as it does at any breakpoint.
+void kxPlatformBreak();

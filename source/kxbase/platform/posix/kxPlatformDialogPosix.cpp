@@ -1,0 +1,138 @@
+#include "kxbase/platform/kxPlatformDialog.h"
+
+#include "kxbase/platform/kxPlatformFile.h"
+
+#include <csignal>
+#include <cstring>
+#include <initializer_list>
+
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* kControllingTerminal = "/dev/tty";
+constexpr const char* kQuestion = "\n\n[R]etry or [I]gnore? ";
+
+// The keys that send a signal. While single keys are read they are answered here, so that nobody finds the
+// terminal in that mode.
+constexpr struct {
+    int place;
+    int signal;
+} kSignalKeys[] = {{VINTR, SIGINT}, {VQUIT, SIGQUIT}, {VSUSP, SIGTSTP}};
+
+bool isKey(const termios& mode, int place, unsigned char key)
+{
+    return mode.c_cc[place] == key && key != _POSIX_VDISABLE;
+}
+
+int signalOf(const termios& mode, unsigned char key)
+{
+    if ((mode.c_lflag & ISIG) == 0) return 0;
+    for (const auto& row : kSignalKeys)
+        if (isKey(mode, row.place, key)) return row.signal;
+    return 0;
+}
+
+struct Reply {
+    bool isRetry;
+    int signal;  // that a key asked for, or 0
+};
+
+class ControllingTerminal {
+public:
+    ControllingTerminal()
+        : input_(kxPlatformFileOpenRead(kControllingTerminal).file),
+          // Opening for writing would make the file where there is none.
+          output_(isOpen() ? kxPlatformFileOpenWrite(kControllingTerminal, KX_PLATFORM_APPEND).file
+                           : KX_PLATFORM_NO_FILE)
+    {}
+    ~ControllingTerminal()
+    {
+        for (const kxPlatformFileHandle handle : {input_, output_})
+            if (handle != KX_PLATFORM_NO_FILE) kxPlatformFileClose(handle);
+    }
+    ControllingTerminal(const ControllingTerminal&) = delete;
+    ControllingTerminal& operator=(const ControllingTerminal&) = delete;
+
+    bool isOurs() const { return isOpen() && ::tcgetpgrp(descriptor()) == ::getpgrp(); }
+    int descriptor() const { return static_cast<int>(input_); }
+    void show(std::initializer_list<const char*> pieces)
+    {
+        for (const char* const piece : pieces) kxPlatformFileWrite(output_, piece, std::strlen(piece));
+    }
+    // `mode` gives the keys their meaning.
+    Reply readReply(const termios& mode)
+    {
+        unsigned char key = 0;
+        while (kxPlatformFileRead(input_, &key, 1).count == 1 && !isKey(mode, VEOF, key)) {
+            if (key == 'R' || key == 'r') return {true, 0};
+            if (key == 'I' || key == 'i') break;
+            const int signal = signalOf(mode, key);
+            if (signal != 0) return {false, signal};
+        }
+        return {false, 0};
+    }
+
+private:
+    bool isOpen() const { return input_ != KX_PLATFORM_NO_FILE; }
+
+    const kxPlatformFileHandle input_;
+    const kxPlatformFileHandle output_;
+};
+
+// Makes keys arrive at once and without an effect of their own.
+class SingleKeys {
+public:
+    explicit SingleKeys(int descriptor) : descriptor_(descriptor)
+    {
+        isSet_ = ::tcgetattr(descriptor, &before_) == 0;
+        termios single = before_;
+        single.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | ISIG | IEXTEN);
+        single.c_cc[VMIN] = 1;
+        single.c_cc[VTIME] = 0;
+        if (isSet_) ::tcsetattr(descriptor, TCSANOW, &single);
+    }
+    ~SingleKeys()
+    {
+        if (isSet_) ::tcsetattr(descriptor_, TCSANOW, &before_);
+    }
+    SingleKeys(const SingleKeys&) = delete;
+    SingleKeys& operator=(const SingleKeys&) = delete;
+
+    const termios& modeBefore() const { return before_; }
+
+private:
+    const int descriptor_;
+    termios before_{};
+    bool isSet_;
+};
+
+// Keys that are typed as soon as the question is seen must find the mode set.
+Reply ask(ControllingTerminal& terminal, const char* title, const char* text)
+{
+    const SingleKeys keys(terminal.descriptor());
+    terminal.show({"\n", title, "\n", text, kQuestion});
+    const Reply reply = terminal.readReply(keys.modeBefore());
+    terminal.show({"\n"});
+    return reply;
+}
+
+}  // namespace
+
+bool kxPlatformDialogAskRetry(const char* title, const char* text)
+{
+    ControllingTerminal terminal;
+    while (terminal.isOurs()) {
+        const Reply reply = ask(terminal, title, text);
+        if (reply.signal == 0) return reply.isRetry;
+        // As the terminal would have done; who lives on is asked again.
+        ::kill(0, reply.signal);
+    }
+    return false;
+}
+
+void kxPlatformBreak()
+{
+    ::raise(SIGTRAP);
+}

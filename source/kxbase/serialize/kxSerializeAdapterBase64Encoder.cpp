@@ -1,0 +1,195 @@
+#include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
+
+#include "kxbase/object/kxDestructorRelease.h"
+#include "kxbase/object/kxTypeTable.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+namespace {
+
+constexpr std::uint32_t kGroupBytes = 3;
+constexpr std::uint32_t kGroupCharacters = 4;
+
+}  // namespace
+
+kxSerializeAdapterBase64Encoder::kxSerializeAdapterBase64Encoder(
+    const kxRefPointer<kxSerializeAdapter>& parent)
+    : kxSerializeAdapterTextEncoder(parent)
+{}
+
+kxSerializeAdapterBase64Encoder::~kxSerializeAdapterBase64Encoder() noexcept(false)
+{
+    try {
+        endGroup();
+    } catch (const std::exception& error) {
+        kxDestructorRelease::raiseOrReport(error);
+    }
+}
+
+const kxType& kxSerializeAdapterBase64Encoder::getType() const
+{
+    return kxTypeTable::find("kxSerializeAdapterBase64Encoder");
+}
+
+std::uint32_t kxSerializeAdapterBase64Encoder::flush()
+{
+    group_ = {};
+    endGroup();
+    return 0;
+}
+
+// ---- writing
+
+void kxSerializeAdapterBase64Encoder::startWriting()
+{
+    if (std::exchange(isReading_, false)) group_ = {};
+}
+
+void kxSerializeAdapterBase64Encoder::endGroup()
+{
+    if (pendingCount_ == 0) return;
+    std::uint8_t text[kGroupCharacters];
+    const std::size_t characters =
+        kxBase64Codec::encodeRest(pending_, std::exchange(pendingCount_, 0U), text);
+    writeText(text, static_cast<std::uint32_t>(characters));
+}
+
+void kxSerializeAdapterBase64Encoder::writeByte(std::uint8_t byte)
+{
+    startWriting();
+    pending_[pendingCount_++] = byte;
+    if (pendingCount_ < kGroupBytes) return;
+    std::uint8_t text[kGroupCharacters];
+    kxBase64Codec::encode(pending_, 1, text);
+    pendingCount_ = 0;
+    writeText(text, kGroupCharacters);
+}
+
+void kxSerializeAdapterBase64Encoder::writeBlock(const void* bytes, std::uint32_t count)
+{
+    const auto* next = static_cast<const std::uint8_t*>(bytes);
+    for (; count != 0 && pendingCount_ != 0; --count) writeByte(*next++);
+    if (count == 0) return;
+
+    startWriting();
+    std::uint8_t text[kTextBytes];
+    while (count >= kGroupBytes) {
+        const std::uint32_t groups = std::min(count / kGroupBytes, kTextBytes / kGroupCharacters);
+        kxBase64Codec::encode(next, groups, text);
+        writeText(text, groups * kGroupCharacters);
+        next += groups * kGroupBytes;
+        count -= groups * kGroupBytes;
+    }
+    std::memcpy(pending_, next, count);
+    pendingCount_ = count;
+}
+
+// ---- reading
+
+void kxSerializeAdapterBase64Encoder::startReading()
+{
+    endGroup();
+    isReading_ = true;
+}
+
+// Text that holds a byte when its length is taken for a whole number of groups.
+std::uint32_t kxSerializeAdapterBase64Encoder::leastTextBytes() const
+{
+    return isWide() ? 3 : 2;
+}
+
+// Reads on, character by character, until a group gives bytes. Answers false when none does.
+bool kxSerializeAdapterBase64Encoder::readGroup()
+{
+    std::uint8_t character = 0;
+    while (readTextByte(character)) {
+        if (group_.take(character) && group_.length() != 0) return true;
+    }
+    group_.end();
+    if (group_.length() != 0) return true;
+    group_ = {};
+    return false;
+}
+
+std::uint8_t kxSerializeAdapterBase64Encoder::readByte()
+{
+    startReading();
+    if (group_.length() == 0 && !readGroup()) return 0;
+    return group_.takeByte();
+}
+
+std::uint32_t kxSerializeAdapterBase64Encoder::takeDecoded(std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint32_t taken = std::min(count, group_.length());
+    for (std::uint32_t index = 0; index < taken; ++index) bytes[index] = group_.takeByte();
+    return taken;
+}
+
+// Answers the number of bytes; what stands behind the last of them is in the group.
+std::uint32_t kxSerializeAdapterBase64Encoder::decode(const std::uint8_t* text, std::size_t size,
+                                                      std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint8_t* const end = text + size;
+    std::uint32_t taken = 0;
+    while (text != end) {
+        if (group_.isAtFirstPlace()) {
+            const std::size_t most = std::min(static_cast<std::size_t>(end - text) / kGroupCharacters,
+                                              std::size_t{(count - taken) / kGroupBytes});
+            const std::size_t groups = kxBase64Codec::decode(text, most, bytes + taken);
+            text += groups * kGroupCharacters;
+            taken += static_cast<std::uint32_t>(groups * kGroupBytes);
+            if (groups != 0) group_ = {};
+            if (text == end) break;
+        }
+        if (group_.take(*text++)) taken += takeDecoded(bytes + taken, count - taken);
+    }
+    return taken;
+}
+
+// Reads and decodes text of which `ready` bytes are there. Answers the number of bytes, 0 when there are none.
+std::uint32_t kxSerializeAdapterBase64Encoder::readPiece(std::uint8_t* bytes, std::uint32_t count,
+                                                         std::uint32_t ready)
+{
+    // Reading stops where a group could end with less text behind it than the next one needs.
+    const std::uint64_t groups = (std::uint64_t{count} + kGroupBytes - 1) / kGroupBytes;
+    const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(
+        {groups * kGroupCharacters, ready - leastTextBytes() + 1, std::uint64_t{kTextBytes}}));
+    std::uint8_t text[kTextBytes];
+    const std::uint32_t got = readText(text, wanted);
+    if (got == 0) return 0;
+    std::size_t size = got;
+    if (isWide()) {
+        // Nearly every other byte is foreign. The last one stays: it tells whether a group was left behind.
+        size = kxBase64Codec::dropForeign(text, got - 1);
+        text[size++] = text[got - 1];
+    }
+    const std::uint32_t taken = decode(text, size, bytes, count);
+    if (!group_.isBegun() || !readGroup()) return taken;
+    return taken + takeDecoded(bytes + taken, count - taken);
+}
+
+std::uint32_t kxSerializeAdapterBase64Encoder::readBlock(void* bytes, std::uint32_t count)
+{
+    startReading();
+    auto* const begin = static_cast<std::uint8_t*>(bytes);
+    std::uint32_t taken = takeDecoded(begin, count);
+    while (taken < count) {
+        const std::uint32_t ready = textLength(leastTextBytes());
+        if (ready == 0) break;
+        const std::uint32_t got = readPiece(begin + taken, count - taken, ready);
+        if (got == 0) break;
+        taken += got;
+    }
+    return taken;
+}
+
+std::uint32_t kxSerializeAdapterBase64Encoder::getDataLength()
+{
+    const std::uint64_t text = textLength(leastTextBytes());
+    const std::uint64_t bytes = text * kGroupBytes / (isWide() ? 8 : 4) + group_.length();
+    return static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(bytes, std::numeric_limits<std::uint32_t>::max()));
+}
