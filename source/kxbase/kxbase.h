@@ -28,6 +28,8 @@
 #include "kxbase/net/kxHostAddress.h"
 #include "kxbase/net/kxNetData.h"
 #include "kxbase/net/kxNetwork.h"
+#include "kxbase/net/kxSerializeAdapterNet.h"
+#include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/net/kxSocket.h"
 #include "kxbase/net/kxSocketAddress.h"
 #include "kxbase/object/kxRefPointer.h"

@@ -1,0 +1,133 @@
+#include "kxbase/net/kxSerializeAdapterNet.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxMessage.h"
+
+#include <algorithm>
+
+namespace {
+
+// Another thread may take in what this one waits for, so a wait is never long.
+constexpr std::uint32_t kWaitMilliseconds = 20;
+// A look costs about a microsecond: an answer that takes the peer a millisecond is still passed on at once.
+constexpr std::uint32_t kFreeLooks = 1000;
+
+}  // namespace
+
+kxSerializeAdapterNet::kxSerializeAdapterNet() : pace_(kFreeLooks) {}
+
+void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
+{
+    blocking_ = blocks;
+    timeoutSeconds_ = timeoutSeconds;
+}
+
+bool kxSerializeAdapterNet::hasError()
+{
+    if (kxSerializeAdapter::hasError()) return true;
+    if (hasPushBack()) return false;
+    {
+        const kxBodyGuard guard(lock_);
+        if (!queue_.isEmpty() || isReceiving()) return false;
+    }
+    setError(kxTranslate("IP connection closed"));
+    return true;
+}
+
+std::uint32_t kxSerializeAdapterNet::readBlock(void* bytes, std::uint32_t count)
+{
+    auto* const begin = static_cast<std::uint8_t*>(bytes);
+    std::uint32_t taken = 0;
+    for (;;) {
+        {
+            const kxBodyGuard guard(lock_);
+            taken += queue_.take(begin + taken, count - taken);
+        }
+        if (taken == count || !awaitData()) return taken;
+    }
+}
+
+std::uint8_t kxSerializeAdapterNet::readByte()
+{
+    std::uint8_t byte = 0;
+    readBlock(&byte, 1);
+    return byte;
+}
+
+std::uint32_t kxSerializeAdapterNet::getDataLength()
+{
+    if (!loadNext()) {
+        if (!awaitData() && !blocking_) passIdleLook();
+    } else {
+        poll();
+    }
+    const kxBodyGuard guard(lock_);
+    if (queue_.isEmpty()) {
+        pace_.foundNothing();
+        return 0;
+    }
+    pace_.moved();
+    return queue_.length();
+}
+
+void kxSerializeAdapterNet::poll()
+{
+    const kxBodyGuard guard(lock_);
+    receivePending();
+}
+
+bool kxSerializeAdapterNet::loadNext()
+{
+    const kxBodyGuard guard(lock_);
+    return queue_.loadNext();
+}
+
+// Waits, as far as the adapter is to wait, until there is a byte to read; answers whether there is one.
+bool kxSerializeAdapterNet::awaitData()
+{
+    const double start = blocking_ ? kxClock::seconds() : 0;
+    for (;;) {
+        {
+            const kxBodyGuard guard(lock_);
+            if (queue_.isEmpty()) receivePending();
+            if (queue_.loadNext()) return true;
+            if (!blocking_ || !isReceiving()) return false;
+        }
+        const double left = start + timeoutSeconds_ - kxClock::seconds();
+        if (left < 0) {
+            closeReceiving();
+            return false;
+        }
+        waitForInput(static_cast<std::uint32_t>(std::min<double>(left * 1000 + 1, kWaitMilliseconds)));
+    }
+}
+
+void kxSerializeAdapterNet::waitForInput(std::uint32_t milliseconds)
+{
+    kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
+    {
+        const kxBodyGuard guard(lock_);
+        socket = receivingSocket();
+    }
+    kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
+}
+
+// Without blocking, what a look costs in time that found nothing.
+void kxSerializeAdapterNet::passIdleLook()
+{
+    std::uint32_t milliseconds = 0;
+    {
+        const kxBodyGuard guard(lock_);
+        if (hasWritten_.load(std::memory_order_relaxed)) {
+            hasWritten_.store(false, std::memory_order_relaxed);
+            pace_.moved();
+        }
+        milliseconds = pace_.waitMilliseconds();
+    }
+    if (milliseconds == 0) return;
+    waitForInput(milliseconds);
+    const kxBodyGuard guard(lock_);
+    receivePending();
+    queue_.loadNext();
+}
