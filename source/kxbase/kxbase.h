@@ -29,6 +29,7 @@
 #include "kxbase/net/kxNetData.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/net/kxSerializeAdapterNet.h"
+#include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/net/kxSocket.h"
 #include "kxbase/net/kxSocketAddress.h"
