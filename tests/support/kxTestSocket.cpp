@@ -46,7 +46,9 @@ kxTestSocket kxTestSocket::datagram(std::uint16_t port)
 {
     kxTestSocket made(opened(SOCK_DGRAM));
     const int on = 1;
-    ::setsockopt(made.descriptor_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    for (const int option : {SO_REUSEADDR, SO_BROADCAST}) {
+        ::setsockopt(made.descriptor_, SOL_SOCKET, option, &on, sizeof(on));
+    }
     sockaddr_in address = addressOf(port);
     if (port != 0) address.sin_addr.s_addr = htonl(INADDR_ANY);  // to hear what everybody is sent
     checked(::bind(made.descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), "bind");
@@ -93,11 +95,13 @@ void kxTestSocket::send(std::string_view bytes, int flags)
     }
 }
 
-void kxTestSocket::sendTo(std::uint16_t port, std::string_view bytes)
+void kxTestSocket::sendTo(std::uint16_t port, std::string_view bytes, const char* host)
 {
-    withAddress(port, "sendto", [&](auto... address) {
-        return ::sendto(descriptor_, bytes.data(), bytes.size(), 0, address...);
-    });
+    sockaddr_in address = addressOf(port);
+    address.sin_addr.s_addr = ::inet_addr(host);
+    checked(::sendto(descriptor_, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                     sizeof(address)),
+            "sendto");
 }
 
 std::optional<std::string> kxTestSocket::receive(std::chrono::milliseconds timeout)

@@ -33,7 +33,7 @@ public:
 
     kxTestSocket accept();
     void send(std::string_view bytes, int flags = 0);
-    void sendTo(std::uint16_t port, std::string_view bytes);
+    void sendTo(std::uint16_t port, std::string_view bytes, const char* host = "127.0.0.1");
     // One read; nothing when the time passes. An empty text is the end of a stream or an empty datagram.
     std::optional<std::string> receive(std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
     // All until the end; nothing when the peer reset the connection or the time passes.

@@ -1,4 +1,6 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/net/kxSerializeAdapterTCP.h"
+#include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/platform/kxPlatformMemory.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
@@ -143,13 +145,24 @@ Made makeRandomAccess(const Request& request)
     return {adapter, isLayer ? Then::kRecord : Then::kCheckAndRecord};
 }
 
+// For adapters that read the text behind the scheme themselves.
+template <typename Class> Made makeBehindScheme(const Request& request)
+{
+    return {kxMakeRef<Class>(kxString(request.url.view().substr(request.parts.scheme.length())))};
+}
+
 // In the order in which they are tried.
 constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},   {"mem:", makeMemory},        {"adapt:", findAdapter},
-    {"con:", makeConsole}, {"rand:", makeRandomAccess},
+    {"file:", makeFile},
+    {"mem:", makeMemory},
+    {"adapt:", findAdapter},
+    {"con:", makeConsole},
+    {"rand:", makeRandomAccess},
+    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},
+    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},
 };
 
 // ---- from the URL to the adapter
