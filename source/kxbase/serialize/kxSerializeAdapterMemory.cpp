@@ -3,7 +3,6 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -33,11 +32,12 @@ std::uint32_t kxSerializeAdapterMemory::flush()
 }
 
 // How many of `count` bytes the block has left; sets the error text when these are fewer.
-std::uint32_t kxSerializeAdapterMemory::fitting(std::uint32_t count, const char* errorText)
+inline std::uint32_t kxSerializeAdapterMemory::fitting(std::uint32_t count, const char* errorText)
 {
     const std::uint32_t left = size_ - position_;
-    if (count > left) setError(kxTranslate(errorText));
-    return std::min(count, left);
+    if (count <= left) return count;
+    setError(kxTranslate(errorText));
+    return left;
 }
 
 void kxSerializeAdapterMemory::writeBlock(const void* bytes, std::uint32_t count)
@@ -50,7 +50,10 @@ void kxSerializeAdapterMemory::writeBlock(const void* bytes, std::uint32_t count
 
 void kxSerializeAdapterMemory::writeByte(std::uint8_t byte)
 {
-    writeBlock(&byte, 1);
+    if (position_ < size_)
+        block_[position_++] = byte;
+    else
+        setError(kxTranslate(kWrittenBeyondEnd));
 }
 
 std::uint32_t kxSerializeAdapterMemory::readBlock(void* bytes, std::uint32_t count)

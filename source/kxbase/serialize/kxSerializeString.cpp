@@ -1,31 +1,7 @@
 #include "kxbase/serialize/kxSerializeString.h"
 
+#include "kxbase/serialize/kxCollectedText.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
-
-#include <algorithm>
-#include <vector>
-
-namespace {
-
-// The bytes of one read as its 16-bit count sees them.
-class CollectedText {
-public:
-    void add(char byte)
-    {
-        if (count_ == bytes_.size())
-            bytes_.push_back(byte);
-        else
-            bytes_[count_] = byte;
-        ++count_;
-    }
-    std::string_view view() const { return {bytes_.data(), count_}; }
-
-private:
-    std::vector<char> bytes_;  // at most 65536, since the count wraps
-    std::uint16_t count_ = 0;
-};
-
-}  // namespace
 
 kxSerializeString::kxSerializeString(const kxString& text, bool usesTerminator, char terminator)
     : text_(text), terminator_(terminator), usesTerminator_(usesTerminator)
@@ -39,7 +15,7 @@ void kxSerializeString::write(kxSerializeAdapter& adapter) const
 
 void kxSerializeString::read(kxSerializeAdapter& adapter)
 {
-    CollectedText collected;
+    kxCollectedText<char> collected;
     while (adapter.length() != 0 || adapter.hasData()) {
         const char byte = static_cast<char>(adapter.readChar());
         if (usesTerminator_ && byte == terminator_) break;

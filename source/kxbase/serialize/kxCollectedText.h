@@ -1,0 +1,24 @@
+// The bytes or the wide units of a text that is read from an adapter, as a 16-bit count of them sees them: after
+// 65535 it wraps, and what follows overwrites the text from its start.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+template <typename Unit> class kxCollectedText {
+public:
+    void add(Unit unit)
+    {
+        if (count_ == units_.size())
+            units_.push_back(unit);
+        else
+            units_[count_] = unit;
+        ++count_;
+    }
+    std::basic_string_view<Unit> view() const { return {units_.data(), count_}; }
+
+private:
+    std::vector<Unit> units_;  // at most 65536, since the count wraps
+    std::uint16_t count_ = 0;
+};

@@ -1,0 +1,218 @@
+#include "kxbase/serialize/kxSerializeAdapterMemory.h"
+#include "kxbase/serialize/kxSerializeBinary.h"
+#include "kxbase/serialize/kxSerializeGUID.h"
+#include "kxbase/serialize/kxSerializeString.h"
+#include "kxbase/serialize/kxSerializeStringWide.h"
+#include "kxbase/serialize/kxSerializeVector.h"
+#include "kxbase/serialize/kxVarUInt64.h"
+#include "support/kxScriptedAdapter.h"
+#include "support/kxTestRandom.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+kxRefPointer<kxScriptedAdapter> adapterOver(std::string bytes)
+{
+    static kxScriptedAdapter::Journal journal;
+    const auto adapter = kxMakeRef<kxScriptedAdapter>("wire", journal);
+    adapter->ready = std::move(bytes);
+    return adapter;
+}
+
+std::string hexOf(const std::string& bytes)
+{
+    std::string text;
+    for (const char byte : bytes) {
+        constexpr const char* kDigits = "0123456789ABCDEF";
+        const auto value = static_cast<unsigned char>(byte);
+        text += {kDigits[value >> 4], kDigits[value & 15]};
+    }
+    return text;
+}
+
+std::string stored(const kxSerializeData& value)
+{
+    const auto adapter = adapterOver("");
+    value.write(*adapter);
+    EXPECT_EQ(adapter->written.size(), value.getDataSize());
+    return adapter->written;
+}
+
+// Writes the value, reads it into the other, gives it back, which changes nothing ahead of what is pending, and
+// reads it again.
+void expectRoundTrip(const kxSerializeData& value, kxSerializeData& other, const std::string& bytes)
+{
+    EXPECT_EQ(hexOf(stored(value)), bytes);
+    const auto adapter = adapterOver(stored(value) + "rest");
+    other.read(*adapter);
+    EXPECT_EQ(hexOf(stored(other)), bytes);
+    EXPECT_EQ(adapter->length(), 4U) << "nothing behind the value is taken";
+    other.pushBack(*adapter);
+    value.pushBack(*adapter);
+    other.read(*adapter);
+    other.read(*adapter);
+    EXPECT_EQ(hexOf(stored(other)), bytes);
+    EXPECT_EQ(adapter->length(), 4U);
+}
+
+class Nested : public kxSerializeRecord<Nested> {
+public:
+    kxVarUInt64 count;
+    kxSerializeString name;
+    kxSerializeVector<int, 2> place;
+    static auto parts(auto& self) { return std::tie(self.count, self.name, self.place); }
+};
+
+}  // namespace
+
+TEST(kxSerializers, WriteTheseBytesAndReadThemBackAndAgainWhenGivenBack)
+{
+    const auto check = [](const char* why, const auto& value, const char* bytes) {
+        SCOPED_TRACE(why);
+        auto other = value;
+        other.read(*adapterOver(std::string(64, '\0')));  // another value
+        expectRoundTrip(value, other, bytes);
+    };
+    constexpr kxByteOrder big = KX_BYTE_ORDER_BIG;
+    constexpr kxByteOrder little = KX_BYTE_ORDER_LITTLE;
+    check("network order", kxSerializeBinary<int>(1, big), "00000001");
+    check("little-endian", kxSerializeBinary<int>(1, little), "01000000");
+    check("one byte has no order", kxSerializeBinary<unsigned char>(0x80, big), "80");
+    check("negative", kxSerializeBinary<short>(-2, big), "FFFE");
+    check("unsigned", kxSerializeBinary<unsigned short>(0x1234, little), "3412");
+    check("float", kxSerializeBinary<float>(1.0F, big), "3F800000");
+    check("a signalling NaN keeps its bits",
+          kxSerializeBinary<double>(std::bit_cast<double>(0x7FF0000000000001U), big), "7FF0000000000001");
+    check("64 bits", kxSerializeBinary<long long>(0x0102030405060708, big), "0102030405060708");
+    check("the other spelling", kxSerializeBinary<std::int64_t>(-1, little), "FFFFFFFFFFFFFFFF");
+    check("wide character", kxSerializeBinary<char16_t>(u'A', big), "0041");
+    check("pointer", kxSerializeBinary<void*>(reinterpret_cast<void*>(0x1234), big), "0000000000001234");
+    check("text", kxSerializeString("Ping\r\n"), "50696E670D0A00");
+    check("another terminator", kxSerializeString(kxString("a\0b", 3), true, '|'), "6100627C");
+    check("wide, network order", kxSerializeStringWide("A", big), "00410000");
+    check("wide, little-endian", kxSerializeStringWide("A\xE2\x82\xAC", little), "4100AC200000");
+    check("wide, another terminator", kxSerializeStringWide(kxString("a\0b", 3), big, u'\n'),
+          "006100000062000A");
+    check("two components", kxSerializeVec2({1.0F, -2.0F}, big), "3F800000C0000000");
+    check("whole components", kxSerializeVector<unsigned int, 3>({1, 2, 3}), "010000000200000003000000");
+    check("four components", kxSerializeVec4({1, 0, 0, 2}, big), "3F800000000000000000000040000000");
+    check("GUID", kxSerializeGUID(kxGUID("{00112233-4455-6677-8899-AABBCCDDEEFF}")),
+          "00112233445566778899AABBCCDDEEFF");
+    Nested record;
+    record.count.setValue(300);
+    record.name.setText("x");
+    record.place.setValue({5, 6});
+    check("parts of a record, in their order", record, "AC0278000500000006000000");
+}
+
+TEST(kxVarUInt64, UsesSevenBitsAByteAndEndsAtNine)
+{
+    const struct {
+        std::uint64_t value;
+        const char* bytes;
+    } cases[] = {
+        {0, "00"},
+        {127, "7F"},
+        {128, "8001"},
+        {300, "AC02"},
+        {(1ULL << 56) - 1, "FFFFFFFFFFFFFF7F"},
+        {(1ULL << 56), "808080808080808001"},
+        {(1ULL << 63) - 1, "FFFFFFFFFFFFFFFF7F"},
+    };
+    for (const auto& c : cases) {
+        kxVarUInt64 other(99);
+        expectRoundTrip(kxVarUInt64(c.value), other, c.bytes);
+        EXPECT_EQ(other.getValue(), c.value);
+    }
+    // The tenth byte is never written, although the ninth announces it.
+    EXPECT_EQ(hexOf(stored(kxVarUInt64(~0ULL))), "FFFFFFFFFFFFFFFFFF");
+    EXPECT_EQ(hexOf(stored(kxVarUInt64(1ULL << 63))), "808080808080808080");
+
+    kxTestRandom random(3);
+    for (std::uint32_t bit = 0; bit < 63; ++bit) {
+        const std::uint64_t value = 1ULL << bit | (std::uint64_t{random()} << 31 & ((1ULL << bit) - 1));
+        const std::string bytes = stored(kxVarUInt64(value));
+        EXPECT_EQ(bytes.size(), bit / 7 + 1);
+        kxVarUInt64 found;
+        found.read(*adapterOver(bytes));
+        EXPECT_EQ(found.getValue(), value);
+        std::uint64_t decoded = 0;
+        const std::string more = bytes + std::string(8, '\xFF');
+        const auto* const place = reinterpret_cast<const std::uint8_t*>(more.data());
+        EXPECT_EQ(kxVarUInt64::decode(place, static_cast<std::uint32_t>(more.size()), decoded), bytes.size());
+        EXPECT_EQ(decoded, value) << "whole words are taken apart as single bytes are";
+    }
+}
+
+TEST(kxVarUInt64, ReadsAnyNumberOfBytesAddingEachAtItsPlaceModulo64)
+{
+    const struct {
+        const char* why;
+        std::string bytes;
+        std::uint64_t value;
+    } cases[] = {
+        {"needless zero groups", std::string("\x81\x80\x80\x00", 4), 1},
+        {"the tenth byte has place 63", std::string(9, '\xFF') + '\x01', ~0ULL},
+        {"what is above bit 63 falls out", std::string(9, '\x80') + '\x7F', 1ULL << 63},
+        {"the eleventh byte has place 6, and is added",
+         std::string(1, '\xC0') + std::string(9, '\x80') + '\x01', 128},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxVarUInt64 found(5);
+        found.read(*adapterOver(c.bytes));
+        EXPECT_EQ(found.getValue(), c.value);
+        std::uint64_t decoded = 5;
+        const auto* const bytes = reinterpret_cast<const std::uint8_t*>(c.bytes.data());
+        const auto size = static_cast<std::uint32_t>(c.bytes.size());
+        EXPECT_EQ(kxVarUInt64::decode(bytes, size - 1, decoded), 0U) << "cut short";
+        EXPECT_EQ(decoded, 5U);
+        EXPECT_EQ(kxVarUInt64::decode(bytes, size, decoded), size);
+        EXPECT_EQ(decoded, c.value);
+    }
+}
+
+TEST(kxSerializers, TakeWhatThereIsWhenTheDataEndsTooEarly)
+{
+    kxSerializeBinary<unsigned int> number(0x01020304, KX_BYTE_ORDER_BIG);
+    number.read(*adapterOver("\xAA\xBB"));
+    EXPECT_EQ(number.getValue(), 0xAABB0304U) << "the stored form is overwritten from its start";
+    number.read(*adapterOver(""));
+    EXPECT_EQ(number.getValue(), 0xAABB0304U);
+    kxSerializeString text("before");
+    text.read(*adapterOver("no end"));
+    EXPECT_EQ(text.getText(), "no end");
+    text.read(*adapterOver(""));
+    EXPECT_EQ(text.getText(), "");
+    kxSerializeStringWide wide("before", KX_BYTE_ORDER_BIG);
+    wide.read(*adapterOver(std::string("\xD8\x3D\xDE\x00\x00", 5)));
+    EXPECT_EQ(wide.getText(), "\xF0\x9F\x98\x80") << "a pair is one character, the odd byte is dropped";
+    wide.read(*adapterOver(std::string(2 * 65536 + 2, 'x')));
+    EXPECT_EQ(wide.getText(), "\xE7\xA1\xB8") << "the count of units wraps";
+}
+
+TEST(kxSerializeBinary, MovesArraysWithOneBlockOperation)
+{
+    for (const kxByteOrder order : {KX_BYTE_ORDER_LITTLE, KX_BYTE_ORDER_BIG}) {
+        kxTestRandom random(7);
+        std::vector<double> values(40000);
+        std::string expected;
+        for (double& value : values) {
+            value = random();
+            expected += stored(kxSerializeBinary<double>(value, order));
+        }
+        kxScriptedAdapter::Journal journal;
+        const auto adapter = kxMakeRef<kxScriptedAdapter>("wire", journal);
+        kxSerializeBinary<double>::writeArray(*adapter, values.data(), 40000, order);
+        EXPECT_EQ(journal.size(), 1U);
+        EXPECT_TRUE(adapter->written == expected);
+
+        std::vector<double> found(40001, -1.0);
+        adapter->ready = expected + "odd";
+        EXPECT_EQ(kxSerializeBinary<double>::readArray(*adapter, found.data(), 40001, order), 40000U);
+        EXPECT_EQ(journal.size(), 2U);
+        found.pop_back();
+        EXPECT_TRUE(found == values);
+    }
+}
