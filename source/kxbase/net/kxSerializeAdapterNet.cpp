@@ -42,9 +42,9 @@ std::uint32_t kxSerializeAdapterNet::readBlock(void* bytes, std::uint32_t count)
     for (;;) {
         {
             const kxBodyGuard guard(lock_);
-            taken += queue_.take(begin + taken, count - taken);
+            taken += take(begin + taken, count - taken);
         }
-        if (taken == count || !awaitData()) return taken;
+        if (taken == count || awaitData() == 0) return taken;
     }
 }
 
@@ -57,64 +57,37 @@ std::uint8_t kxSerializeAdapterNet::readByte()
 
 std::uint32_t kxSerializeAdapterNet::getDataLength()
 {
-    if (!loadNext()) {
-        if (!awaitData() && !blocking_) passIdleLook();
-    } else {
-        poll();
-    }
+    std::uint32_t ready = awaitData();
+    if (ready == 0 && !blocking_) ready = lookIdly();
     const kxBodyGuard guard(lock_);
-    if (queue_.isEmpty()) {
+    if (ready != 0)
+        pace_.moved();
+    else
         pace_.foundNothing();
-        return 0;
-    }
-    pace_.moved();
-    return queue_.length();
+    return ready;
 }
 
-void kxSerializeAdapterNet::poll()
-{
-    const kxBodyGuard guard(lock_);
-    receivePending();
-}
-
-bool kxSerializeAdapterNet::loadNext()
-{
-    const kxBodyGuard guard(lock_);
-    return queue_.loadNext();
-}
-
-// Waits, as far as the adapter is to wait, until there is a byte to read; answers whether there is one.
-bool kxSerializeAdapterNet::awaitData()
+// Waits, as far as the adapter is to wait, until there are bytes to read; answers how many.
+std::uint32_t kxSerializeAdapterNet::awaitData()
 {
     const double start = blocking_ ? kxClock::seconds() : 0;
     for (;;) {
         {
             const kxBodyGuard guard(lock_);
-            if (queue_.isEmpty()) receivePending();
-            if (queue_.loadNext()) return true;
-            if (!blocking_ || !isReceiving()) return false;
+            const std::uint32_t ready = look();
+            if (ready != 0 || !blocking_ || !isReceiving()) return ready;
         }
         const double left = start + timeoutSeconds_ - kxClock::seconds();
         if (left < 0) {
             closeReceiving();
-            return false;
+            return 0;
         }
         waitForInput(static_cast<std::uint32_t>(std::min<double>(left * 1000 + 1, kWaitMilliseconds)));
     }
 }
 
-void kxSerializeAdapterNet::waitForInput(std::uint32_t milliseconds)
-{
-    kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
-    {
-        const kxBodyGuard guard(lock_);
-        socket = receivingSocket();
-    }
-    kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
-}
-
-// Without blocking, what a look costs in time that found nothing.
-void kxSerializeAdapterNet::passIdleLook()
+// Without blocking, a look that finds nothing costs some time once many have found nothing.
+std::uint32_t kxSerializeAdapterNet::lookIdly()
 {
     std::uint32_t milliseconds = 0;
     {
@@ -125,9 +98,18 @@ void kxSerializeAdapterNet::passIdleLook()
         }
         milliseconds = pace_.waitMilliseconds();
     }
-    if (milliseconds == 0) return;
+    if (milliseconds == 0) return 0;
     waitForInput(milliseconds);
     const kxBodyGuard guard(lock_);
-    receivePending();
-    queue_.loadNext();
+    return look();
+}
+
+void kxSerializeAdapterNet::waitForInput(std::uint32_t milliseconds)
+{
+    kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
+    {
+        const kxBodyGuard guard(lock_);
+        socket = receivingSocket();
+    }
+    kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
 }

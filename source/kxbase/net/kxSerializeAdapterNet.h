@@ -34,8 +34,11 @@ protected:
 
     // Whether more can come. Under the lock.
     virtual bool isReceiving() = 0;
-    // Takes what has arrived into the queue, without waiting. Under the lock.
-    virtual void receivePending() = 0;
+    // Bytes that can be read now, of the queue and of what has arrived since, which may be queued on the way; never
+    // waits. Under the lock.
+    virtual std::uint32_t look() = 0;
+    // Takes what is ready, up to `count` bytes, without waiting; answers how much. Under the lock.
+    virtual std::uint32_t take(std::uint8_t* bytes, std::uint32_t count) = 0;
     // The socket that is received from, or KX_PLATFORM_NO_SOCKET. Under the lock.
     virtual kxPlatformSocketHandle receivingSocket() const = 0;
     // Gives the receiving side up, because nothing came in time. Without the lock.
@@ -45,17 +48,13 @@ protected:
     void setWaiting(bool blocks, double timeoutSeconds);
     // Data went out: input is likely to follow.
     void noteWritten() { hasWritten_.store(true, std::memory_order_relaxed); }
-    // Takes what has arrived, under the lock.
-    void poll();
-
     kxMutex lock_{true};
     kxNetQueue queue_;
 
 private:
-    bool awaitData();
-    bool loadNext();
+    std::uint32_t awaitData();
+    std::uint32_t lookIdly();
     void waitForInput(std::uint32_t milliseconds);
-    void passIdleLook();
 
     bool blocking_ = true;
     double timeoutSeconds_ = 5.0;

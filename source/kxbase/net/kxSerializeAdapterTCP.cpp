@@ -6,10 +6,15 @@
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 
 constexpr std::uint32_t kMostChunksAtOnce = 100;
 constexpr std::uint32_t kRoomStepBytes = 100;
+// Reads of this size are worth a system call of their own, which saves queueing the bytes.
+constexpr std::uint32_t kStraightBytes = 4096;
 constexpr std::uint32_t kReceiveBufferBytes = 1000000;
 constexpr double kConnectSeconds = 3.0;
 constexpr std::uint32_t kConnectPauseMilliseconds = 20;
@@ -133,6 +138,35 @@ void kxSerializeAdapterTCP::closeReceiving()
         connection_.shutDown();
     }
     closeConnection();
+}
+
+// What the socket holds can wait there: then it goes straight to whoever reads it.
+std::uint32_t kxSerializeAdapterTCP::look()
+{
+    std::uint32_t pending = 0;
+    connection_.isActive(pending);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{queue_.length()} + pending,
+                                                              std::numeric_limits<std::uint32_t>::max()));
+}
+
+std::uint32_t kxSerializeAdapterTCP::take(std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint32_t taken = queue_.take(bytes, count);
+    if (taken == count) return taken;
+    if (count - taken >= kStraightBytes) return taken + takeFromSocket(bytes + taken, count - taken);
+    receivePending();
+    return taken + queue_.take(bytes + taken, count - taken);
+}
+
+std::uint32_t kxSerializeAdapterTCP::takeFromSocket(std::uint8_t* bytes, std::uint32_t count)
+{
+    std::uint32_t taken = 0;
+    while (taken < count && connection_.isOpen() && connection_.error() == KX_SOCKET_OK) {
+        const std::int64_t got = connection_.receive(bytes + taken, count - taken);
+        if (got < 1) break;
+        taken += static_cast<std::uint32_t>(got);
+    }
+    return taken;
 }
 
 void kxSerializeAdapterTCP::receivePending()

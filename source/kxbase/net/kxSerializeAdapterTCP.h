@@ -41,7 +41,8 @@ public:
 
 protected:
     bool isReceiving() override;
-    void receivePending() override;
+    std::uint32_t look() override;
+    std::uint32_t take(std::uint8_t* bytes, std::uint32_t count) override;
     kxPlatformSocketHandle receivingSocket() const override;
     void closeReceiving() override;
 
@@ -50,6 +51,8 @@ private:
     bool bindTo(const kxString& interfaceText, const kxNetUrl& url);
     bool connectTo(const kxSocketAddress& destination, const kxString& url);
     void closeConnection();
+    void receivePending();
+    std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);
     void waitForRoom();
     template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments);
 

@@ -43,7 +43,8 @@ kxSerializeAdapterUDP::kxSerializeAdapterUDP(const kxString& url, kxString* erro
     if (!open(url) && errorOut != nullptr) {
         *errorOut = kxString::format(kxTranslate("Failed to open UDP url '%s'"), url);
     }
-    poll();
+    const kxBodyGuard guard(lock_);
+    receivePending();
 }
 
 kxSerializeAdapterUDP::~kxSerializeAdapterUDP() noexcept(false) = default;
@@ -212,6 +213,12 @@ std::uint64_t kxSerializeAdapterUDP::getEmptyDatagrams()
 {
     const kxBodyGuard guard(lock_);
     return emptyDatagrams_;
+}
+
+std::uint32_t kxSerializeAdapterUDP::look()
+{
+    receivePending();
+    return queue_.length();
 }
 
 void kxSerializeAdapterUDP::receivePending()

@@ -46,7 +46,11 @@ public:
 
 protected:
     bool isReceiving() override;
-    void receivePending() override;
+    std::uint32_t look() override;
+    std::uint32_t take(std::uint8_t* bytes, std::uint32_t count) override
+    {
+        return queue_.take(bytes, count);
+    }
     kxPlatformSocketHandle receivingSocket() const override;
     void closeReceiving() override;
 
@@ -61,6 +65,7 @@ private:
     bool joinGroup();
     template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments);
 
+    void receivePending();
     bool dropEmptyDatagram();
     bool receiveOne(std::uint32_t sizeBytes);
     bool isOwn(const kxSocketAddress& sender) const;

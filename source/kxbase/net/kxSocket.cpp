@@ -283,12 +283,21 @@ bool kxSocket::isActive(std::uint32_t& bytesReady)
     bytesReady = 0;
     if (!isOpen() || error() != KX_SOCKET_OK) return false;
     if (kind_ == KX_SOCKET_DATAGRAM) return true;
+    // While data flows one call is enough, and when nothing comes another one.
+    if (hadBytesReady_) bytesReady = pendingBytes();
+    if (bytesReady != 0) return true;
     const kxPlatformSocketResult ready = kxPlatformSocketWait(descriptor_, KX_SOCKET_CAN_READ, 0);
     if (ready.count < 0) return record(ready.error);
     if (ready.count == 0) return true;
-    const kxPlatformSocketResult pending = kxPlatformSocketPending(descriptor_);
-    if (pending.count > 0) bytesReady = static_cast<std::uint32_t>(pending.count);
+    bytesReady = pendingBytes();
     return bytesReady != 0 || !detectsClose_ || !hasClosedPeer();
+}
+
+std::uint32_t kxSocket::pendingBytes()
+{
+    const std::int64_t count = kxPlatformSocketPending(descriptor_).count;
+    hadBytesReady_ = count > 0;
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(count, 0));
 }
 
 // Of a stream that can be read but has nothing pending. Data may have come since, so a look decides.

@@ -98,6 +98,7 @@ public:
 private:
     bool refuse(kxSocketError code);
     std::int64_t counted(const kxPlatformSocketResult& result);
+    std::uint32_t pendingBytes();
     bool hasClosedPeer();
     bool readUntilPeerCloses();
     void readAway(std::int64_t count);
@@ -113,4 +114,5 @@ private:
     kxArray<std::uint8_t> receiveBuffer_;
     std::uint32_t multicastInterface_ = 0;  // 0: the one of the bound address
     bool isConnecting_ = false;             // an attempt goes on
+    bool hadBytesReady_ = false;            // at the last look
 };
