@@ -5,17 +5,18 @@
 #include "kxbase/core/kxMessage.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
 // Another thread may take in what this one waits for, so a wait is never long.
 constexpr std::uint32_t kWaitMilliseconds = 20;
-// A look costs about a microsecond: an answer that takes the peer a millisecond is still passed on at once.
-constexpr std::uint32_t kFreeLooks = 1000;
+
+// Where this thread has looked last and found nothing. A loop over two adapters waits for both of them at once, so
+// that neither's data waits for the other's. A socket that has been closed since does no harm.
+thread_local kxPlatformSocketHandle lastIdleSocket = KX_PLATFORM_NO_SOCKET;
 
 }  // namespace
-
-kxSerializeAdapterNet::kxSerializeAdapterNet() : pace_(kFreeLooks) {}
 
 void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
 {
@@ -90,16 +91,19 @@ std::uint32_t kxSerializeAdapterNet::awaitData()
 std::uint32_t kxSerializeAdapterNet::lookIdly()
 {
     std::uint32_t milliseconds = 0;
+    kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
     {
         const kxBodyGuard guard(lock_);
+        socket = receivingSocket();
         if (hasWritten_.load(std::memory_order_relaxed)) {
             hasWritten_.store(false, std::memory_order_relaxed);
             pace_.moved();
         }
         milliseconds = pace_.waitMilliseconds();
     }
+    const kxPlatformSocketHandle other = std::exchange(lastIdleSocket, socket);
     if (milliseconds == 0) return 0;
-    waitForInput(milliseconds);
+    kxPlatformSocketWaitForEither(socket, other, milliseconds);
     const kxBodyGuard guard(lock_);
     return look();
 }

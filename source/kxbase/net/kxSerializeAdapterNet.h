@@ -30,7 +30,7 @@ public:
     double getTimeout() const { return timeoutSeconds_; }
 
 protected:
-    kxSerializeAdapterNet();
+    kxSerializeAdapterNet() = default;
 
     // Whether more can come. Under the lock.
     virtual bool isReceiving() = 0;

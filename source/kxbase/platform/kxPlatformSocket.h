@@ -107,6 +107,10 @@ void kxPlatformSocketShutDownReceiving(kxPlatformSocketHandle socket);
 // Waits for any of the wanted readiness; `count` is what was found, 0 when the time passed.
 kxPlatformSocketResult kxPlatformSocketWait(kxPlatformSocketHandle socket, std::uint32_t wanted,
                                             std::uint32_t milliseconds);
+// Waits until either socket can be read or the time has passed. One that is none, or none any more, is not waited
+// for.
+void kxPlatformSocketWaitForEither(kxPlatformSocketHandle first, kxPlatformSocketHandle second,
+                                   std::uint32_t milliseconds);
 // Bytes of a stream that are there to read, or those of the first datagram.
 kxPlatformSocketResult kxPlatformSocketPending(kxPlatformSocketHandle socket);
 // Looks at the next byte without taking it or waiting; `count` is 0 at the end of a stream.

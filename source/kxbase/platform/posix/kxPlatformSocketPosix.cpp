@@ -163,16 +163,16 @@ std::int64_t millisecondsNow()
     return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
-int pollUntilDone(pollfd& wanted, std::uint32_t milliseconds)
+int pollUntilDone(pollfd* wanted, nfds_t count, std::uint32_t milliseconds)
 {
     const bool isForever = milliseconds == KX_PLATFORM_WAIT_FOREVER;
     const std::int64_t time = std::min<std::int64_t>(milliseconds, INT_MAX);
-    int found = ::poll(&wanted, 1, isForever ? -1 : static_cast<int>(time));
+    int found = ::poll(wanted, count, isForever ? -1 : static_cast<int>(time));
     if (found >= 0 || errno != EINTR) return found;
     const std::int64_t end = millisecondsNow() + time;
     do {
         const std::int64_t left = std::max<std::int64_t>(end - millisecondsNow(), 0);
-        found = ::poll(&wanted, 1, isForever ? -1 : static_cast<int>(left));
+        found = ::poll(wanted, count, isForever ? -1 : static_cast<int>(left));
     } while (found < 0 && errno == EINTR);
     return found;
 }
@@ -290,7 +290,7 @@ kxPlatformSocketResult kxPlatformSocketWait(kxPlatformSocketHandle socket, std::
     const bool reads = (wanted & KX_SOCKET_CAN_READ) != 0;
     const bool writes = (wanted & KX_SOCKET_CAN_WRITE) != 0;
     pollfd state{descriptorOf(socket), static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0)), 0};
-    const int found = pollUntilDone(state, milliseconds);
+    const int found = pollUntilDone(&state, 1, milliseconds);
     if (found < 0) return {-1, codeOf(errno)};
     if (descriptorOf(socket) < 0 || (state.revents & POLLNVAL) != 0) return {-1, KX_SOCKET_BAD_DESCRIPTOR};
     // A failure is found out by whichever call is waited for.
@@ -299,6 +299,22 @@ kxPlatformSocketResult kxPlatformSocketWait(kxPlatformSocketHandle socket, std::
     if (reads && (hasFailed || (state.revents & POLLIN) != 0)) ready |= KX_SOCKET_CAN_READ;
     if (writes && (hasFailed || (state.revents & POLLOUT) != 0)) ready |= KX_SOCKET_CAN_WRITE;
     return {ready, KX_SOCKET_OK};
+}
+
+void kxPlatformSocketWaitForEither(kxPlatformSocketHandle first, kxPlatformSocketHandle second,
+                                   std::uint32_t milliseconds)
+{
+    pollfd wanted[] = {{descriptorOf(first), POLLIN, 0}, {descriptorOf(second), POLLIN, 0}};
+    // A descriptor that is not open would end every wait at once.
+    while (pollUntilDone(wanted, 2, milliseconds) > 0) {
+        bool hasClosed = false;
+        for (pollfd& one : wanted) {
+            if ((one.revents & POLLNVAL) == 0) continue;
+            one.fd = -1;
+            hasClosed = true;
+        }
+        if (!hasClosed) return;
+    }
 }
 
 kxPlatformSocketResult kxPlatformSocketPending(kxPlatformSocketHandle socket)
