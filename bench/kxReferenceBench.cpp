@@ -3,7 +3,8 @@
 // A kxReference counts through virtual operations and checks for mismatches, which its rules demand and which
 // std::shared_ptr does not do; std::shared_ptr in turn counts without atomics in a program of one thread and
 // with them as soon as there is a second one. kxThreadSafeReference takes its mutex for each operation, as its
-// rules demand, where std::shared_ptr adds to an atomic number.
+// rules demand, where std::shared_ptr adds to an atomic number. Making an object and letting it go is behind for the
+// first reason: counting and destroying are virtual calls, and none is left out when the count is known to be 1.
 #include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxThreadSafeReference.h"
 

@@ -21,7 +21,7 @@ class Unlisted : public kxUserData {};
 
 // Overloads that are chosen while a class is incomplete must not settle what its pointers become later.
 class Later;
-int chosen(const kxRefPointer<kxReference>&)
+[[maybe_unused]] int chosen(const kxRefPointer<kxReference>&)
 {
     return 1;
 }

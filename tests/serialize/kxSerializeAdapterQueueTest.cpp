@@ -6,67 +6,34 @@
 #include <gtest/gtest.h>
 
 #include <deque>
-#include <vector>
-
-namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-// What a queue of the given order delivers.
-class Twin {
-public:
-    explicit Twin(kxQueueOrder order) : order_(order) {}
-    void write(const Bytes& bytes) { bytes_.insert(bytes_.end(), bytes.begin(), bytes.end()); }
-    Bytes read(std::size_t count)
-    {
-        Bytes taken;
-        while (taken.size() < count && !bytes_.empty()) {
-            taken.push_back(order_ == KX_QUEUE_FIFO ? bytes_.front() : bytes_.back());
-            order_ == KX_QUEUE_FIFO ? bytes_.pop_front() : bytes_.pop_back();
-        }
-        return taken;
-    }
-    std::size_t size() const { return bytes_.size(); }
-
-private:
-    kxQueueOrder order_;
-    std::deque<std::uint8_t> bytes_;
-};
-
-}  // namespace
 
 TEST(kxSerializeAdapterQueue, DeliversWhatADequeWould)
 {
     kxTestRandom random(1);
-    for (const kxQueueOrder order : {KX_QUEUE_FIFO, KX_QUEUE_LIFO}) {
-        for (const std::uint32_t step : {0U, 1U, 7U, 100U}) {
-            const auto queue = kxMakeRef<kxSerializeAdapterQueue>(order, step);
-            Twin twin(order);
-            for (int turn = 0; turn < 2000; ++turn) {
-                Bytes bytes(random() % 20);
-                for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
-                switch (random() % 4) {
-                case 0:
-                    queue->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-                    twin.write(bytes);
-                    break;
-                case 1:
-                    for (const auto byte : bytes) queue->writeByte(byte);
-                    twin.write(bytes);
-                    break;
-                case 2: {
-                    bytes.resize(bytes.size() * 2);
-                    bytes.resize(queue->read(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
-                    ASSERT_EQ(bytes, twin.read(bytes.size()));
-                    break;
+    for (std::uint32_t round = 0; round < 20; ++round) {
+        const kxQueueOrder order = round % 2 == 0 ? KX_QUEUE_FIFO : KX_QUEUE_LIFO;
+        const auto queue = kxMakeRef<kxSerializeAdapterQueue>(order, round);
+        std::deque<std::uint8_t> twin;
+        for (int turn = 0; turn < 1000; ++turn) {
+            std::uint8_t bytes[30];
+            std::uint32_t count = random() % 30;
+            for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
+            const bool isBlock = random() % 2 == 0;
+            if (random() % 2 == 0) {
+                if (isBlock) queue->write(bytes, count);
+                for (std::uint32_t index = 0; index < count; ++index) {
+                    if (!isBlock) queue->writeByte(bytes[index]);
+                    twin.push_back(bytes[index]);
                 }
-                default:
-                    if (twin.size() != 0) {
-                        ASSERT_EQ(queue->readByte(), twin.read(1).front());
-                    }
+            } else {
+                if (isBlock) count = queue->read(bytes, count);
+                for (std::uint32_t index = 0; index < count && !twin.empty(); ++index) {
+                    if (!isBlock) bytes[index] = queue->readByte();
+                    ASSERT_EQ(bytes[index], order == KX_QUEUE_FIFO ? twin.front() : twin.back());
+                    order == KX_QUEUE_FIFO ? twin.pop_front() : twin.pop_back();
                 }
-                ASSERT_EQ(queue->getDataLength(), twin.size());
             }
+            ASSERT_EQ(queue->getDataLength(), twin.size());
         }
     }
 }

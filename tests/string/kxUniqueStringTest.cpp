@@ -30,6 +30,7 @@ TEST(kxUniqueString, OneTextHasOneIdAndOnePointer)
         EXPECT_TRUE(first.uniqueId() == second.uniqueId() && first.text() == kxString(second).text());
         EXPECT_TRUE(first == kxString(text) && first.hash() == kxString(text).hash());
     }
+    EXPECT_EQ(kxUniqueString(longest + "cut").uniqueId(), unique(longest).uniqueId());
     const kxString kept = unique("text");
     kxString(kept).setCharacter(0, 'n');
     EXPECT_EQ(kept.view(), "text") << "a change is made to a copy";

@@ -19,6 +19,8 @@ public:
     std::string later;
     // The most that one block read delivers.
     std::size_t shortRead = std::string::npos;
+    // What it says to have at least, true or not.
+    std::uint32_t claimed = 0;
     // Answers of hasError() before it becomes true; negative is never.
     int turnsBeforeError = -1;
     // All that was written.
@@ -57,7 +59,10 @@ public:
         ready.erase(0, 1);
         return static_cast<std::uint8_t>(byte);
     }
-    std::uint32_t getDataLength() override { return static_cast<std::uint32_t>(ready.size()); }
+    std::uint32_t getDataLength() override
+    {
+        return std::max(claimed, static_cast<std::uint32_t>(ready.size()));
+    }
     bool hasData() override
     {
         if (ready.empty()) ready.swap(later);

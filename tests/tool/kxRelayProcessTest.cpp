@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -86,6 +87,10 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
         {{"-URL", "file:none"},
          "URL Adapter (file:none) Error:Could not open 'none' for reading (No such file or directory)",
          "Error in input adapter file:none"},
+        {{"-URL", "hex:b64:file:none"},
+         "URL Adapter (hex:b64:file:none) Error:Could not open 'none' for reading (No such file or "
+         "directory)",
+         "Error in input adapter hex:b64:file:none"},
         {{"-URL", "file:."},
          "URL Adapter (file:.) Error:Could not open '.' for reading (Is a directory)",
          "Error in input adapter file:."},
@@ -99,6 +104,27 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
     }
     run({"-URL", "none:", "-output", "file:made"}, kxExited(99));
     EXPECT_EQ(::access(directory.path("made").c_str(), F_OK), 0) << "the output is opened all the same";
+}
+
+TEST_F(kxRelayProcessTest, ReadsAndWritesTheTextOfTheSystemsEncoders)
+{
+    const auto shell = [&](const std::string& command) {
+        EXPECT_EQ(std::system(("cd '" + directory.path() + "' && " + command).c_str()), 0) << command;
+    };
+    // Text of more than one read and a last group that is not whole.
+    for (const std::size_t size : {0U, 1U, 2U, 3U, 30U, 1500001U}) {
+        SCOPED_TRACE(size);
+        const std::string bytes = kxTestPattern(size);
+        directory.write("bytes", bytes);
+        shell("base64 bytes >b64; base64 -w0 bytes | tr -d = >bare; xxd -p bytes >hex; base64 hex >both");
+        for (const std::string url : {"b64:file:b64", "b64:file:bare", "hex:file:hex", "hex:b64:file:both"}) {
+            EXPECT_TRUE(run({"-URL", url}) == noticeOf(url, "con:") + bytes) << url;
+        }
+        EXPECT_EQ(run({"-URL", "file:bytes", "-output", "hex:file:written"}), "");
+        shell("xxd -r -p written >back; rm written");
+        EXPECT_TRUE(directory.read("back") == noticeOf("file:bytes", "hex:file:written") + bytes);
+        EXPECT_EQ(run({"-URL", "file:bytes", "-output", "dummy:"}), "");
+    }
 }
 
 TEST_F(kxRelayProcessTest, ReadsStandardInputToItsEnd)

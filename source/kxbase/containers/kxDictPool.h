@@ -42,6 +42,7 @@ public:
     void give(void* room, bool inBlock) noexcept
     {
         if (!reuse_ && !inBlock) return Storage::free(room);
+        keepsSingle_ = keepsSingle_ || !inBlock;
         spare_ = ::new (room) Spare{spare_, inBlock};
         ++spareCount_;
     }
@@ -50,7 +51,7 @@ public:
     void setReuse(bool reuse) noexcept
     {
         reuse_ = reuse;
-        if (reuse) return;
+        if (reuse || !std::exchange(keepsSingle_, false)) return;
         Spare* piece = std::exchange(spare_, nullptr);
         spareCount_ = 0;
         while (piece != nullptr) {
@@ -90,4 +91,5 @@ private:
     std::uint32_t spareCount_ = 0;
     std::uint32_t nextPieces_ = kLeastPieces;
     bool reuse_ = false;
+    bool keepsSingle_ = false;  // there may be spare pieces that are not part of a block
 };

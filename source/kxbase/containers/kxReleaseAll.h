@@ -1,7 +1,7 @@
 // Calls a step again and again until it answers false, for steps that take one item out and destroy it.
 //
 // Errors: an exception out of a step goes on to the caller once the steps that are left have been made. What
-//         they throw meanwhile is a Fatal message instead.
+//         they throw meanwhile is a Fatal message instead, or the end of the program if it is no std::exception.
 #pragma once
 
 #include "kxbase/core/kxMessage.h"

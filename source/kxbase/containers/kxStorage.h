@@ -10,13 +10,14 @@
 #include <cstddef>
 #include <cstdlib>
 
-// Tracked memory, the rule.
+// The library's own allocations, the rule.
 struct kxTrackedStorage {
     static void* allocate(std::size_t sizeBytes) { return kxTrackedAllocate(sizeBytes); }
     static void free(void* block) noexcept { kxTrackedFree(block); }
 };
 
-// Memory that the memory check does not see, for process-wide objects that are never destroyed.
+// Bare memory of the C library, for process-wide objects that are never destroyed and would look like leaks among
+// the library's own allocations.
 struct kxUntrackedStorage {
     static void* allocate(std::size_t sizeBytes)
     {

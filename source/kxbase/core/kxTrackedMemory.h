@@ -1,4 +1,5 @@
-// The library's own allocations: string buffers, type names, counted objects, container storage.
+// The library's own allocations: string buffers, type names, counted objects, container storage. The blocks are
+// those of the C library, aligned for every fundamental type.
 //
 // Ownership: a block belongs to the caller until it is given to kxTrackedFree.
 // Threads:   every function may be called from any thread, also before main and after it.

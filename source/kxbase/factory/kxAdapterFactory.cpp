@@ -16,6 +16,8 @@
 
 #include <charconv>
 #include <limits>
+#include <optional>
+#include <string>
 
 // Definition of kxSerializeAdapter::getAdapter: the one place that knows every adapter.
 
@@ -151,18 +153,18 @@ template <typename Class> Made makeBehindScheme(const Request& request)
     return {kxMakeRef<Class>(kxString(request.url.view().substr(request.parts.scheme.length())))};
 }
 
-// In the order in which they are tried.
+// In the order in which they are tried; beside each, the form of its address.
 constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},
-    {"mem:", makeMemory},
-    {"adapt:", findAdapter},
-    {"con:", makeConsole},
-    {"rand:", makeRandomAccess},
-    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},
-    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},
+    {"file:", makeFile},                                // path
+    {"mem:", makeMemory},                               // address,length
+    {"adapt:", findAdapter},                            // address
+    {"con:", makeConsole},                              // none
+    {"rand:", makeRandomAccess},                        // URL
+    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},  // [host][:port]
+    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},  // host[:port]
 };
 
 // ---- from the URL to the adapter
@@ -222,9 +224,10 @@ bool resolveGuid(Request& request)
 }
 
 // Asks the manager of the scheme, then the built-in schemes.
-Made make(const Request& request, kxString& reason)
+Made make(const Request& request)
 {
     if (const auto manager = kxUrlRegistry::instance().findManager(request.parts.scheme)) {
+        kxString reason;  // what the manager says of a failure, which the built-in scheme may make good
         const Adapter adapter =
             manager->create(request.url, request.mode, request.flags, request.context, &reason);
         if (adapter) return {adapter};
@@ -233,12 +236,6 @@ Made make(const Request& request, kxString& reason)
         if (request.parts.scheme == row.scheme) return row.make(request);
     }
     return {};
-}
-
-void tellNoAdapter(const Request& request, const kxString& reason)
-{
-    request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
-    if (!reason.isEmpty() && request.errorOut != nullptr) *request.errorOut = reason;
 }
 
 bool isInError(const Request& request, kxSerializeAdapter& adapter)
@@ -278,10 +275,10 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
         return {};
     }
     if (!resolveGuid(request)) return {};
-    kxString reason;
-    const Made made = make(request, reason);
+    const Made made = make(request);
     if (!made.adapter) {
-        if (made.then != Then::kNothingTold) tellNoAdapter(request, reason);
+        if (made.then != Then::kNothingTold)
+            request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
         return {};
     }
     if (made.then != Then::kRecord && isInError(request, *made.adapter)) return {};

@@ -2,7 +2,6 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/lex/kxWordSplitter.h"
-#include "kxbase/object/kxTypeTable.h"
 
 #include <cstdlib>
 #include <utility>
@@ -34,16 +33,6 @@ struct kxArgumentParser::Found {
     const kxArgOption* option;
     std::uint32_t valueCount;
 };
-
-const kxType& kxArgumentParser::kxArgOption::getType() const
-{
-    return kxTypeTable::find("kxReference");
-}
-
-const kxType& kxArgumentParser::kxArgArgument::getType() const
-{
-    return kxTypeTable::find("kxReference");
-}
 
 kxArgumentParser::kxArgumentParser(std::int32_t argumentCount, const char* const* arguments,
                                    const kxString& prefix)

@@ -71,7 +71,6 @@ private:
 class kxArgumentParser::kxArgOption : public kxReference {
 public:
     kxArgOption(const kxString& name, std::uint32_t startIndex) : name_(name), startIndex_(startIndex) {}
-    const kxType& getType() const override;
 
     // The word without the prefix.
     const kxString& getName() const { return name_; }
@@ -87,7 +86,6 @@ private:
 class kxArgumentParser::kxArgArgument : public kxReference {
 public:
     explicit kxArgArgument(const kxString& value) : value_(value) {}
-    const kxType& getType() const override;
 
     const kxString& getValue() const { return value_; }
     // Whether the word was handed out as the value of an option.

@@ -79,13 +79,3 @@ std::uint8_t kxBase64Codec::value(std::uint8_t character)
 {
     return kValues[character];
 }
-
-std::size_t kxBase64Codec::dropForeign(std::uint8_t* text, std::size_t count)
-{
-    std::size_t kept = 0;
-    for (std::size_t index = 0; index < count; ++index) {
-        text[kept] = text[index];
-        kept += kValues[text[index]] != kForeign ? 1U : 0U;
-    }
-    return kept;
-}

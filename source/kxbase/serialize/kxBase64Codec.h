@@ -22,6 +22,4 @@ public:
     static std::size_t decode(const std::uint8_t* text, std::size_t groups, std::uint8_t* bytes);
     // What a character counts, 0 to 63; kPadding for the equals sign, kForeign for all others.
     static std::uint8_t value(std::uint8_t character);
-    // Moves the characters that are not foreign together. Answers how many these are.
-    static std::size_t dropForeign(std::uint8_t* text, std::size_t count);
 };

@@ -2,6 +2,7 @@
 
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/serialize/kxHexCodec.h"
+#include "kxbase/serialize/kxWideText.h"
 
 #include <algorithm>
 #include <utility>
@@ -68,16 +69,17 @@ bool kxSerializeAdapterBCDEncoder::readCharacter(std::uint8_t& character)
     return true;
 }
 
-// Reads up to `textBytes` bytes; answers the number of characters.
+// Reads up to `textBytes` bytes, whole characters only; answers the number of characters.
 std::uint32_t kxSerializeAdapterBCDEncoder::readCharacters(std::uint8_t* text, std::uint32_t textBytes)
 {
-    const std::uint32_t got = readText(text, textBytes);
+    std::uint32_t got = readText(text, textBytes);
     if (!isWide()) return got;
-    std::uint8_t ignored = 0;
-    if (got % 2 != 0) readTextByte(ignored);
-    const std::uint32_t characters = (got + 1) / 2;
-    for (std::uint32_t index = 0; index < characters; ++index) text[index] = text[2 * index];
-    return characters;
+    if (got % 2 != 0) {
+        text[got] = 0;
+        readTextByte(text[got++]);
+    }
+    kxWideText::narrow(text, got / 2, text);
+    return got / 2;
 }
 
 // Reads on, character by character, until a byte is complete. Answers false when only white space was left.

@@ -2,6 +2,7 @@
 
 #include "kxbase/object/kxDestructorRelease.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxWideText.h"
 
 #include <algorithm>
 #include <cstring>
@@ -160,15 +161,27 @@ std::uint32_t kxSerializeAdapterBase64Encoder::readPiece(std::uint8_t* bytes, st
     std::uint8_t text[kTextBytes];
     const std::uint32_t got = readText(text, wanted);
     if (got == 0) return 0;
-    std::size_t size = got;
-    if (isWide()) {
-        // Nearly every other byte is foreign. The last one stays: it tells whether a group was left behind.
-        size = kxBase64Codec::dropForeign(text, got - 1);
-        text[size++] = text[got - 1];
-    }
-    const std::uint32_t taken = decode(text, size, bytes, count);
+    const std::uint32_t taken =
+        isWide() ? decodeWide(text, got, bytes, count) : decode(text, got, bytes, count);
     if (!group_.isBegun() || !readGroup()) return taken;
     return taken + takeDecoded(bytes + taken, count - taken);
+}
+
+// As decode(). The zero bytes are foreign characters like any other, but half of the text.
+std::uint32_t kxSerializeAdapterBase64Encoder::decodeWide(const std::uint8_t* text, std::uint32_t size,
+                                                          std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint32_t before = text[0] == 0 ? 1 : 0;
+    if (before != 0) group_.take(0);
+    // What stands at the end tells whether the last group was left behind.
+    const std::uint32_t characters = (size - before) / 2 > 0 ? (size - before) / 2 - 1 : 0;
+    std::uint8_t narrow[kTextBytes / 2];
+    if (!kxWideText::narrow(text + before, characters, narrow)) {
+        return decode(text + before, size - before, bytes, count);
+    }
+    const std::uint32_t done = before + 2 * characters;
+    const std::uint32_t taken = decode(narrow, characters, bytes, count);
+    return taken + decode(text + done, size - done, bytes + taken, count - taken);
 }
 
 std::uint32_t kxSerializeAdapterBase64Encoder::readBlock(void* bytes, std::uint32_t count)

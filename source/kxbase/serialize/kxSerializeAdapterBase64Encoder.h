@@ -48,6 +48,8 @@ private:
     std::uint32_t readPiece(std::uint8_t* bytes, std::uint32_t count, std::uint32_t ready);
     std::uint32_t decode(const std::uint8_t* text, std::size_t size, std::uint8_t* bytes,
                          std::uint32_t count);
+    std::uint32_t decodeWide(const std::uint8_t* text, std::uint32_t size, std::uint8_t* bytes,
+                             std::uint32_t count);
 
     bool isReading_ = false;
     std::uint8_t pending_[3] = {};  // written, but not a whole group yet

@@ -1,5 +1,7 @@
 #include "kxbase/serialize/kxSerializeAdapterTextEncoder.h"
 
+#include "kxbase/serialize/kxWideText.h"
+
 #include <algorithm>
 
 kxSerializeAdapterTextEncoder::kxSerializeAdapterTextEncoder(const kxRefPointer<kxSerializeAdapter>& parent)
@@ -44,9 +46,6 @@ void kxSerializeAdapterTextEncoder::writeText(const std::uint8_t* text, std::uin
 {
     if (!isWide()) return parent_->write(text, count);
     std::uint8_t wide[kTextBytes * 2];
-    for (std::uint32_t index = 0; index < count; ++index) {
-        wide[2 * index] = text[index];
-        wide[2 * index + 1] = 0;
-    }
+    kxWideText::widen(text, count, wide);
     parent_->write(wide, 2 * count);
 }

@@ -133,8 +133,11 @@ void writeInteger(const kxFormatConversion& conversion, const kxFormatSpec& spec
     char digits[kIntegerRoom];
     const kxDigitCase digitCase = conversion.letter <= 'Z' ? KX_DIGITS_UPPER : KX_DIGITS_LOWER;
     const bool silent = value == 0 && spec.precision == 0;
-    const std::size_t length =
-        silent ? 0 : kxUnsignedToText(digits, value, {.base = conversion.base, .digitCase = digitCase});
+    std::size_t length = 0;
+    if (!silent && conversion.base == 10)
+        length = kxUnsignedToText(digits, value);
+    else if (!silent)
+        length = kxUnsignedToText(digits, value, {.base = conversion.base, .digitCase = digitCase});
     const auto minimum = static_cast<std::size_t>(std::max(spec.precision, 0));
     writeNumber(spec,
                 {.prefix = prefix,

@@ -32,5 +32,5 @@ public:
 private:
     static void adoptText(kxString& string, std::string_view text, std::uint32_t hash, std::uint16_t id);
     static void adoptId(kxString& string, std::uint16_t id);
-    static void adoptSlot(kxString& string, const kxUniqueStringData& slot) noexcept;
+    static void adoptSlot(kxString& string, const kxUniqueStringData& slot, std::uint16_t id) noexcept;
 };

@@ -1,6 +1,5 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
@@ -27,12 +26,23 @@ constexpr OwnText kOwnTexts[] = {
     {"vec4", KX_UNIQUE_VEC4},   {"Value not set", KX_UNIQUE_VALUE_NOT_SET},
 };
 
+class LockScope {
+public:
+    explicit LockScope(kxPlatformLock& lock) : lock_(lock) { kxPlatformLockAcquire(lock_); }
+    ~LockScope() { kxPlatformLockRelease(lock_); }
+    LockScope(const LockScope&) = delete;
+    LockScope& operator=(const LockScope&) = delete;
+
+private:
+    kxPlatformLock& lock_;
+};
+
 }  // namespace
 
 kxUniqueStringTable& kxUniqueStringTable::instance()
 {
-    static constinit kxPlatformForkGuard guard{[] { instance().mutex_.lock(); },
-                                               [] { instance().mutex_.unlock(); }};
+    static constinit kxPlatformForkGuard guard{[] { kxPlatformLockAcquire(instance().lock_); },
+                                               [] { kxPlatformLockRelease(instance().lock_); }};
     try {
         static kxUniqueStringTable& table = *new kxUniqueStringTable;
         [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
@@ -50,6 +60,7 @@ kxUniqueStringTable::kxUniqueStringTable()
       index_(kIndexBuckets)
 {
     index_.setReuse(true);
+    index_.setNoCache(true);
     if (slots_ != nullptr && enterOwnTexts()) return;
     for (const auto& own : kOwnTexts)
         if (slots_ != nullptr) std::free(const_cast<char*>(slotOfOwn(own.id).text));
@@ -67,7 +78,7 @@ bool kxUniqueStringTable::enterOwnTexts()
 kxUniqueStringTable::Answer kxUniqueStringTable::enter(std::string_view text, std::uint32_t hash,
                                                        std::uint16_t id)
 {
-    const kxBodyGuard guard(mutex_);
+    const LockScope scope(lock_);
     const Key key{text.data(), static_cast<std::uint32_t>(text.size()), hash};
     const kxUniqueStringData* const known = index_.find(key);
     if (known == nullptr) return add(text, hash, id);
@@ -76,14 +87,14 @@ kxUniqueStringTable::Answer kxUniqueStringTable::enter(std::string_view text, st
 
 const kxUniqueStringData* kxUniqueStringTable::slotInUse(std::uint16_t id)
 {
-    const kxBodyGuard guard(mutex_);
+    const LockScope scope(lock_);
     const kxUniqueStringData& slot = slots_[id - 1];
     return slot.lengthPlusOne != 0 ? &slot : nullptr;
 }
 
 std::uint32_t kxUniqueStringTable::count()
 {
-    const kxBodyGuard guard(mutex_);
+    const LockScope scope(lock_);
     return usedCount_;
 }
 
