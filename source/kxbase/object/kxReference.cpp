@@ -89,6 +89,11 @@ std::uint32_t kxReference::getReferenceCount() const
     return referenceCount_;
 }
 
+bool kxReference::isCloneable() const
+{
+    return false;
+}
+
 void kxReference::releaseLast() const
 {
     if (referenceCount_ == 0) kxRaiseFatal("REFERENCE MISMATCH ! Unref an object with zero reference count.");

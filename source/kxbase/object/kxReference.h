@@ -67,6 +67,8 @@ public:
     // True unless a class says otherwise; the library itself does not ask.
     virtual bool isShareable() const;
     virtual std::uint32_t getReferenceCount() const;
+    // Whether copies of what holds the object get a clone of their own; false unless a class says otherwise.
+    virtual bool isCloneable() const;
 
 protected:
     // Raises that the count has no room for another reference.

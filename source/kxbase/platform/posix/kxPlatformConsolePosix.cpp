@@ -1,4 +1,5 @@
 #include "kxbase/platform/kxPlatformConsole.h"
+#include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
 #include <algorithm>
 #include <atomic>
@@ -118,10 +119,9 @@ void installHandlers()
 {
     installHandlerStack();
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-        if (std::find(std::begin(kNotEndingSignals), std::end(kNotEndingSignals), signal) ==
-            std::end(kNotEndingSignals)) {
-            installUnlessHandled(signal, onEndingSignal);
-        }
+        const bool ends = std::find(std::begin(kNotEndingSignals), std::end(kNotEndingSignals), signal) ==
+                          std::end(kNotEndingSignals);
+        if (ends && signal != kxPosixThreadSignal()) installUnlessHandled(signal, onEndingSignal);
     }
     installUnlessHandled(SIGTSTP, onStop);
     installUnlessHandled(SIGCONT, onContinue);
