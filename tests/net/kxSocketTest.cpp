@@ -1,6 +1,7 @@
 #include "kxbase/net/kxSocket.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/net/kxNetwork.h"
+#include "kxbase/thread/kxThreadPoolTicker.h"
 #include "support/kxFatalText.h"
 #include "support/kxMessageRecorder.h"
 #include "support/kxTestSocket.h"
@@ -110,7 +111,7 @@ TEST(kxSocket, SetsOnlyTheOptionsOfTheTable)
     kxSocket socket;
     socket.create(KX_SOCKET_IPV4, KX_SOCKET_DATAGRAM);
     socket.bind(kxSocketAddress(kLocal, 0));
-    socket.setOption(KX_SOCKET_RECEIVE_TIMEOUT, 50);
+    EXPECT_TRUE(socket.setOption(KX_SOCKET_RECEIVE_TIMEOUT, kxDynamicType(50)));
     const double start = kxClock::seconds();
     char byte = 0;
     kxSocketAddress sender;
@@ -277,6 +278,43 @@ TEST(kxSocket, WorksThroughInterruptionsAndOnHighDescriptors)
         EXPECT_EQ(pair.socket.error(), KX_SOCKET_OK);
     }
     for (const int descriptor : taken) ::close(descriptor);
+}
+
+TEST(kxSocket, PostsWhatItReceivesToItsSubscribers)
+{
+    struct Subscriber : kxNotifyInterface {
+        void receive(kxNotifyManager&, kxNotifyMessage& message, const void*) override
+        {
+            auto& data = *static_cast<kxNetData*>(message.getPayload());
+            text.append(reinterpret_cast<const char*>(data.data()), data.length());
+            port = data.sender.port();
+            ++count;
+        }
+        std::atomic<int> count = 0;
+        std::string text;
+        std::uint16_t port = 0;
+    } subscriber;
+    kxSocket socket;
+    ASSERT_TRUE(socket.create(KX_SOCKET_IPV4, KX_SOCKET_DATAGRAM) && socket.bind(kxSocketAddress(kLocal, 0)));
+    const std::uint16_t port = socket.localAddress().port();
+    socket.subscribe(subscriber, &socket);
+    kxTestSocket sender = kxTestSocket::datagram();
+    EXPECT_FALSE(socket.tick());
+    for (int count = 0; count < 150; ++count) sender.sendTo(port, "x");
+    EXPECT_TRUE(socket.tick());
+    EXPECT_EQ(subscriber.text, std::string(100, 'x'));
+    EXPECT_EQ(subscriber.port, sender.port());
+    sender.sendTo(port, "");
+    socket.sendTo(socket.localAddress(), "own", 3);
+    sender.sendTo(port, "y");
+    EXPECT_TRUE(socket.tick());
+    EXPECT_EQ(subscriber.text, std::string(150, 'x')) << "up to its own one";
+
+    kxThreadPoolTicker pool;
+    EXPECT_TRUE(pool.add(socket));
+    while (subscriber.count < 152) sender.sendTo(port, "z");
+    pool.remove(socket);
+    EXPECT_EQ(subscriber.text.substr(150, 2), "yz");
 }
 
 TEST(kxNetwork, ChoosesTheAddressThatOthersReach)

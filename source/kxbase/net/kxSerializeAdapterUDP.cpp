@@ -226,7 +226,13 @@ void kxSerializeAdapterUDP::receivePending()
     if (!receiveSocket_.isActive()) return;
     for (std::uint32_t count = 0; count < kMostDatagramsAtOnce && !queue_.isFull(); ++count) {
         const std::uint32_t pending = receiveSocket_.bytesAvailable();
-        if (pending != 0 ? !receiveOne(pending) : !dropEmptyDatagram()) return;
+        if (pending != 0) {
+            if (!receiveOne(pending)) return;
+        } else if (receiveSocket_.dropEmptyDatagram()) {
+            ++emptyDatagrams_;  // all others waited behind it
+        } else {
+            return;
+        }
     }
 }
 
@@ -244,18 +250,6 @@ bool kxSerializeAdapterUDP::receiveOne(std::uint32_t sizeBytes)
     else
         queue_.giveBack(record);
     return got > 0;
-}
-
-// Nothing is pending, but the socket can be read: then the first datagram is empty, and all others wait behind it.
-bool kxSerializeAdapterUDP::dropEmptyDatagram()
-{
-    if (!receiveSocket_.waitForData(0)) return false;
-    if (receiveSocket_.bytesAvailable() != 0) return true;  // it has only just come
-    kxSocketAddress sender;
-    std::uint8_t nothing = 0;
-    if (receiveSocket_.receiveFrom(sender, &nothing, 1) != 0) return false;
-    ++emptyDatagrams_;
-    return true;
 }
 
 bool kxSerializeAdapterUDP::isOwn(const kxSocketAddress& sender) const

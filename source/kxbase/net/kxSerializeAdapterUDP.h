@@ -66,7 +66,6 @@ private:
     template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments);
 
     void receivePending();
-    bool dropEmptyDatagram();
     bool receiveOne(std::uint32_t sizeBytes);
     bool isOwn(const kxSocketAddress& sender) const;
     std::int64_t sendOne(const std::uint8_t* bytes, std::uint32_t count);

@@ -16,6 +16,7 @@ constexpr std::uint32_t kReceiveBufferBytes = 1000;
 constexpr std::uint32_t kLargestBacklog = 0x7FFFFFFF;
 constexpr double kGracefulSeconds = 2.0;
 constexpr std::uint32_t kGracefulPauseMilliseconds = 10;
+constexpr std::uint32_t kMostReceivedInATick = 100;
 
 constexpr const char* kUnknownText = "kxSocket error: Unknown socket error";
 // By code.
@@ -239,6 +240,39 @@ std::int64_t kxSocket::receiveFrom(kxSocketAddress& sender, void* bytes, std::ui
     return received;
 }
 
+bool kxSocket::dropEmptyDatagram()
+{
+    if (kind_ != KX_SOCKET_DATAGRAM || !waitForData(0)) return false;
+    const kxPlatformSocketResult pending = kxPlatformSocketPending(descriptor_);
+    if (pending.count != 0) return false;  // it has only just come
+    std::uint8_t nothing = 0;
+    return receive(&nothing, 1) == 0;
+}
+
+bool kxSocket::tick()
+{
+    std::uint32_t posted = 0;
+    while (isOpen() && posted < kMostReceivedInATick && postOne()) ++posted;
+    if (posted != 0)
+        deliver();
+    else
+        kxPlatformSleep(0);
+    return posted != 0;
+}
+
+bool kxSocket::postOne()
+{
+    std::uint32_t pending = bytesAvailable();
+    if (pending == 0 && dropEmptyDatagram()) pending = bytesAvailable();
+    if (pending == 0) return false;
+    const auto data = kxMakeRef<kxNetData>();
+    const std::int64_t got = receiveFrom(data->sender, data->prepare(pending), pending);
+    if (got < 1 || data->sender == localAddress_) return false;
+    data->commit(static_cast<std::uint32_t>(got));
+    post("kxNetData", 0, 0, this, data);
+    return true;
+}
+
 std::int64_t kxSocket::send(const void* bytes, std::uint32_t count)
 {
     return counted(trySend(bytes, count));
@@ -332,6 +366,12 @@ bool kxSocket::setOption(std::uint32_t option, std::uint32_t value)
     if (!record(outcome)) return false;
     if (option == KX_SOCKET_MULTICAST_INTERFACE) multicastInterface_ = value;
     return true;
+}
+
+bool kxSocket::setOption(std::uint32_t option, const kxDynamicType& value)
+{
+    // By way of 64 bits, so that addresses keep their highest bit and negative numbers wrap.
+    return setOption(option, static_cast<std::uint32_t>(kxArgument(value.toNumber()).toSigned()));
 }
 
 bool kxSocket::setBlocking(bool blocks)

@@ -4,23 +4,28 @@
 // created anew or closed; with throwing on, a failure of the system is raised as kxFatalError with its text too.
 // A call that would have to wait on a socket that does not block fails without an error.
 //
-// Ownership: owns the descriptor; the destructor closes it, not gracefully.
-// Threads:   takes no lock; whoever shares a socket guards it. Only error() may be asked at any time.
+// In a kxThreadPoolTicker, a socket receives by itself: each tick posts what has come as messages named "kxNetData",
+// with the socket as sender and a kxNetData as payload, and delivers them to the subscribers on the pool's thread.
+//
+// Ownership: owns the descriptor; the destructor closes it, not gracefully. A socket is removed from its pool first.
+// Threads:   takes no lock; whoever shares a socket guards it, and nobody else receives from one that is in a pool.
+//            Only error() may be asked at any time. A payload belongs to the thread that it is delivered on.
 // Units:     counts are in bytes, waits in milliseconds.
 #pragma once
 
+#include "kxbase/dynamic/kxDynamicType.h"
 #include "kxbase/net/kxNetData.h"
+#include "kxbase/notify/kxNotifyManager.h"
 #include "kxbase/object/kxTypeInterface.h"
 #include "kxbase/platform/kxPlatformSocket.h"
+#include "kxbase/thread/kxThreadTicker.h"
 
 #include <atomic>
 
-class kxSocket : public kxTypeInterface {
+class kxSocket : public kxThreadTicker, public kxNotifyManager, public kxTypeInterface {
 public:
     kxSocket();
-    virtual ~kxSocket();
-    kxSocket(const kxSocket&) = delete;
-    kxSocket& operator=(const kxSocket&) = delete;
+    ~kxSocket() override;
     const kxType& getType() const override;
 
     // The fixed text of a code.
@@ -53,6 +58,9 @@ public:
     std::int64_t send(const void* bytes, std::uint32_t count);
     // One datagram, cut to `count`. A sender that the system does not tell is the peer.
     std::int64_t receiveFrom(kxSocketAddress& sender, void* bytes, std::uint32_t count);
+    // Takes an empty datagram that is the first of those that wait, and which bytesAvailable() cannot tell from none.
+    // False when there is none.
+    bool dropEmptyDatagram();
     // An empty destination or 0.0.0.0 fails as in connect().
     std::int64_t sendTo(const kxSocketAddress& destination, const void* bytes, std::uint32_t count);
     // As send() and sendTo(), but a failure is only told, also KX_SOCKET_WOULD_BLOCK, and not recorded. A stream may
@@ -76,6 +84,8 @@ public:
     // The value is that of kxSocketOption. A closed socket and an unknown option fail with KX_SOCKET_BAD_OPTION.
     // Groups are joined and left on the interface that was set last, or that of the bound address.
     bool setOption(std::uint32_t option, std::uint32_t value);
+    // The value is a number.
+    bool setOption(std::uint32_t option, const kxDynamicType& value);
     // Off: receiving, sending and connecting never wait. On in a new socket.
     bool setBlocking(bool blocks);
     // Whether a stream that can be read and has nothing to read is taken as closed. Off in a new socket.
@@ -92,11 +102,16 @@ public:
     kxHostAddress hostAddress() const { return localAddress_.host(); }
     const kxSocketAddress& peerAddress() const { return peerAddress_; }
 
+    // Posts and delivers at most 100 datagrams, or chunks of a stream. One that the socket has sent itself ends the
+    // tick. Answers whether there were any.
+    bool tick() override;
+
     // A buffer for the use of whoever reads the socket, 1000 bytes at first.
     kxArray<std::uint8_t>& receiveBuffer() { return receiveBuffer_; }
 
 private:
     bool refuse(kxSocketError code);
+    bool postOne();
     std::int64_t counted(const kxPlatformSocketResult& result);
     std::uint32_t pendingBytes();
     bool hasClosedPeer();
