@@ -78,13 +78,11 @@ TEST_F(kxRelayProcessTest, CopiesFilesExactlyBehindTheNotice)
 TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
 {
     directory.write("in", "x");
-    const std::string udp = "udp::45455?nic=127.0.0.1&blocking=no&echo=yes";
     const struct {
         Arguments arguments;
         std::string warning;
         std::string fatal;
     } cases[] = {
-        {{}, "Could not create URL Adapter '" + udp + "'", "Error in input adapter " + udp},
         {{"-URL", "abc:x%d"}, "Could not create URL Adapter 'abc:x%d'", "Error in input adapter abc:x%d"},
         {{"-URL", "file:none"},
          "URL Adapter (file:none) Error:Could not open 'none' for reading (No such file or directory)",

@@ -1,4 +1,6 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/net/kxSerializeAdapterTCP.h"
+#include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/platform/kxPlatformMemory.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
@@ -145,16 +147,24 @@ Made makeRandomAccess(const Request& request)
     return {adapter, isLayer ? Then::kRecord : Then::kCheckAndRecord};
 }
 
+// For adapters that read the text behind the scheme themselves.
+template <typename Class> Made makeBehindScheme(const Request& request)
+{
+    return {kxMakeRef<Class>(kxString(request.url.view().substr(request.parts.scheme.length())))};
+}
+
 // In the order in which they are tried; beside each, the form of its address.
 constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},          // path
-    {"mem:", makeMemory},         // address,length
-    {"adapt:", findAdapter},      // address
-    {"con:", makeConsole},        // none
-    {"rand:", makeRandomAccess},  // URL
+    {"file:", makeFile},                                // path
+    {"mem:", makeMemory},                               // address,length
+    {"adapt:", findAdapter},                            // address
+    {"con:", makeConsole},                              // none
+    {"rand:", makeRandomAccess},                        // URL
+    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},  // [host][:port]
+    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},  // host[:port]
 };
 
 // ---- from the URL to the adapter
