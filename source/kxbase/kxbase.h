@@ -1,4 +1,4 @@
-// Everything of the unit kxbase: object core, strings, messages, containers, threads and adapters.
+// Everything of the unit kxbase: object core, strings, messages, containers, threads, adapters, dynamic values.
 #pragma once
 
 #include "kxbase/containers/kxArray.h"

@@ -38,15 +38,10 @@ void untilStopped(Worker& thread)
 {
     while (!thread.isStopping()) kxThread::sleep(1);
 }
+const volatile bool isForEver = true;
 void withoutHeartbeat(Worker&)
 {
     while (true) kxThread::sleep(1);
-}
-
-void busyWithoutHeartbeat(Worker&)
-{
-    for (volatile int turn = 0;; turn = turn + 1) {
-    }
 }
 
 // Thread sanitizer cannot follow a thread that is killed; address sanitizer keeps what it has for one.
@@ -62,11 +57,12 @@ constexpr bool canKill = true, canKillMany = true;
 long processFigure(const std::string& name)
 {
     std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        long value = 0;
-        if (word == name + ":" && status >> value) return value;
+    std::string word;
+    while (status >> word && word != name + ":") {
     }
-    return -1;
+    long value = -1;
+    status >> value;
+    return value;
 }
 
 }  // namespace
@@ -113,28 +109,26 @@ TEST(kxThread, EndsByItselfWithoutWaitingForItself)
 
 TEST(kxThread, ManyMayWaitForTheSameEnd)
 {
-    std::atomic<bool> ends{false};
+    std::atomic<int> waiting{0};
     Worker thread([&](Worker&) {
-        while (!ends) kxThread::sleep(1);
+        while (waiting < 4) kxThread::sleep(1);
     });
     thread.start();
-    std::atomic<int> waiting{0};
     std::vector<std::thread> waiters;
     for (int waiter = 0; waiter < 4; ++waiter) {
         waiters.emplace_back([&, waiter] {
             ++waiting;
             waiter % 2 == 0 ? thread.join() : thread.stop(true);
+            EXPECT_FALSE(thread.isRunning());
         });
     }
-    while (waiting < 4 || !thread.isStopping()) kxThread::sleep(1);
-    ends = true;
     for (std::thread& waiter : waiters) waiter.join();
-    EXPECT_FALSE(thread.isRunning());
 }
 
 TEST(kxThread, TheBodyOutlivesTheObject)
 {
-    static std::atomic<int> phase{0};
+    static std::atomic<int> phase;
+    phase = 0;
     struct Loose : kxThread {
         void process() override
         {
@@ -163,7 +157,12 @@ TEST(kxThread, KillsAThreadWithoutHeartbeat)
         bool isKilled;
     } rows[] = {
         {"asleep", withoutHeartbeat, true},
-        {"busy", busyWithoutHeartbeat, true},
+        {"busy",
+         [](Worker&) {
+             while (isForEver) {
+             }
+         },
+         true},
         {"heartbeats by isStopping", untilStopped, false},
     };
     for (const auto& row : rows) {
@@ -218,23 +217,20 @@ TEST(kxThread, TellsOfExceptions)
         }
         std::string told;
     } handler;
-    const struct {
-        void (*raise)();
-        const char* text;
-    } rows[] = {
+    const std::pair<void (*)(), std::string> rows[] = {
         {[] { throw kxFatalError("100 %s"); }, "100 %s"},
         {[] { throw 5; }, "unknown exception"},
     };
     kxThread::setExceptionHandler(&handler);
-    for (const auto& row : rows) {
+    for (const auto& [raise, text] : rows) {
         const kxMessageRecorder messages;
-        Worker thread([&](Worker&) { row.raise(); });
+        Worker thread([raise = raise](Worker&) { raise(); });
         thread.start();
         thread.join();
         const std::string id = std::to_string(thread.threadId());
-        EXPECT_EQ(handler.told, id + " " + row.text);
-        EXPECT_EQ(messages.texts(), std::vector<std::string>{"Thread " + id + " threw exception ('" +
-                                                             row.text + "') outside process()"});
+        EXPECT_EQ(handler.told, id + " " + text);
+        EXPECT_EQ(messages.texts(), std::vector<std::string>{"Thread " + id + " threw exception ('" + text +
+                                                             "') outside process()"});
     }
     kxThread::setExceptionHandler(nullptr);
 }

@@ -31,8 +31,8 @@ void kxSerializeDynamicType::read(kxSerializeAdapter& adapter)
     typeName.read(adapter);
     std::uint32_t size = 0;
     kxArray<std::uint8_t> bytes;
-    const bool isSound =
-        !typeName.getText().isEmpty() && kxReadAnnouncedSize(adapter, size) && kxReadAnnouncedBytes(adapter, size, bytes);
+    const bool isSound = !typeName.getText().isEmpty() && kxReadAnnouncedSize(adapter, size) &&
+                         kxReadAnnouncedBytes(adapter, size, bytes);
     if (!isSound) kxWarnCorruptStream("kxDynamicType");
     value_ = isSound ? kxDynamicType(typeName.getText(), bytes.data(), size) : kxDynamicType();
 }

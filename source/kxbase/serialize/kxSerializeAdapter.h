@@ -31,7 +31,7 @@ public:
     // `mode` is KX_SERIALIZE_OUTPUT, KX_SERIALIZE_INPUT or their sum; `flags` are kept on the adapter, but for
     // KX_SERIALIZE_SILENT, which keeps the factory from sending Warnings; `context` is a text of the caller's,
     // kept on the adapter. Answers null when no working adapter could be made, and then writes the reason to
-    // `errorOut` when one is given. Never throws for a bad URL.
+    // `errorOut` when one is given. Throws only when memory runs out, never for a bad URL.
     static kxRefPointer<kxSerializeAdapter> getAdapter(const kxString& url, std::uint32_t mode,
                                                        std::uint32_t flags = 0, const kxString& context = {},
                                                        kxString* errorOut = nullptr);

@@ -50,6 +50,26 @@ template <typename Call> void dropExceptions(Call call)
 
 }  // namespace
 
+// Holds the mutex. The thread itself never sleeps on it: were it killed when it had been woken to take the mutex
+// next, the others who sleep on it would not be woken any more.
+class kxThreadState::Guard {
+public:
+    explicit Guard(const kxThreadState& state) : mutex_(state.mutex_)
+    {
+        if (state.isOwnThread()) {
+            while (!mutex_.tryLock()) kxPlatformSleep(0);
+        } else {
+            mutex_.lock();
+        }
+    }
+    ~Guard() { mutex_.unlock(); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    kxMutex& mutex_;
+};
+
 // Unwinding that ends the thread comes by here as well.
 class kxThreadState::Run {
 public:
@@ -59,7 +79,7 @@ public:
         const std::uint32_t threadId = kxPlatformThreadId();
         std::uint32_t priority = 0;
         {
-            const kxBodyGuard guard(state.mutex_);
+            const Guard guard(state);
             run_ = state.run_;
             state.threadId_ = threadId;
             state.flags_ |= KX_THREAD_RUNNING;
@@ -78,7 +98,7 @@ public:
     ~Run()
     {
         {
-            const kxBodyGuard guard(state_.mutex_);
+            const Guard guard(state_);
             if (state_.run_ == run_) state_.leaveProcess();
         }
         ownState = nullptr;
@@ -90,7 +110,7 @@ public:
     // The object whose process() is to be called, or null when it has gone.
     kxThread* enterProcess()
     {
-        const kxBodyGuard guard(state_.mutex_);
+        const Guard guard(state_);
         if (state_.object_ == nullptr) return nullptr;
         if ((state_.flags_ & KX_THREAD_INSIDE) == 0) {
             const kxBodyGuard counting(activeMutex());
@@ -146,7 +166,7 @@ bool kxThreadState::start(bool wait)
 {
     std::uint32_t run = 0;
     {
-        const kxBodyGuard guard(mutex_);
+        const Guard guard(*this);
         refresh();
         if ((flags_ & KX_THREAD_RUNNING) != 0) return true;
         if (!startLocked()) return false;
@@ -193,7 +213,7 @@ void kxThreadState::stop(bool wait)
 {
     while (true) {
         {
-            const kxBodyGuard guard(mutex_);
+            const Guard guard(*this);
             flags_ |= KX_THREAD_STOP;
         }
         checkHeartbeat();
@@ -218,7 +238,7 @@ void kxThreadState::abandon()
     bool isLeftRunning = false;
     const void* const object = object_;
     {
-        const kxBodyGuard guard(mutex_);
+        const Guard guard(*this);
         refresh();
         object_ = nullptr;
         flags_ |= KX_THREAD_STOP;
@@ -231,7 +251,7 @@ void kxThreadState::abandon()
 
 bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     if (check) beatOrWatch();
     refresh();
     return (flags_ & flag) != 0;
@@ -239,43 +259,43 @@ bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
 
 void kxThreadState::checkHeartbeat()
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     beatOrWatch();
 }
 
 void kxThreadState::setWatchdogSeconds(double seconds)
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     watchdogSeconds_ = seconds;
 }
 
 double kxThreadState::watchdogSeconds() const
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     return watchdogSeconds_;
 }
 
 void kxThreadState::setPriority(std::uint32_t priority)
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     priority_ = priority;
 }
 
 std::uint32_t kxThreadState::priority() const
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     return priority_;
 }
 
 double kxThreadState::lastHeartbeatSeconds() const
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     return lastHeartbeat_;
 }
 
 std::uint32_t kxThreadState::threadId() const
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     return threadId_;
 }
 
@@ -297,7 +317,7 @@ bool kxThreadState::isOwnThread() const
 
 kxThreadState::Handle kxThreadState::handleToWaitFor()
 {
-    const kxBodyGuard guard(mutex_);
+    const Guard guard(*this);
     if (object_ == nullptr || isOwnThread()) return nullptr;
     refresh();
     return (flags_ & KX_THREAD_RUNNING) != 0 ? handle_ : nullptr;

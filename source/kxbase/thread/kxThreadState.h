@@ -45,6 +45,7 @@ public:
     static void setExceptionHandler(kxThreadExceptionInterface* handler);
 
 private:
+    class Guard;
     // One run of the body, on its thread.
     class Run;
     // What waits for the end of a thread may outlast the handle that is kept here.
