@@ -1,7 +1,6 @@
 #include "support/kxTestSocket.h"
 
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 
 #include <arpa/inet.h>
@@ -12,104 +11,93 @@
 
 namespace {
 
-int checked(ssize_t result, const char* what)
+int checked(ssize_t result)
 {
-    if (result < 0) throw std::system_error(errno, std::generic_category(), what);
+    if (result < 0) throw std::system_error(errno, std::generic_category(), "kxTestSocket");
     return static_cast<int>(result);
 }
 
-sockaddr_in addressOf(std::uint16_t port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
+struct Address {
+    explicit Address(std::uint16_t port, std::uint32_t host = INADDR_LOOPBACK)
+    {
+        form.sin_family = AF_INET;
+        form.sin_port = htons(port);
+        form.sin_addr.s_addr = htonl(host);
+    }
+    sockaddr* get() { return reinterpret_cast<sockaddr*>(&form); }
 
-int opened(int type)
-{
-    return checked(::socket(AF_INET, type | SOCK_CLOEXEC, 0), "socket");
-}
+    sockaddr_in form{};
+    socklen_t size = sizeof(form);
+};
 
-template <typename Call> void withAddress(std::uint16_t port, const char* what, const Call& call)
+bool canRead(int descriptor, std::chrono::milliseconds timeout)
 {
-    const sockaddr_in address = addressOf(port);
-    checked(call(reinterpret_cast<const sockaddr*>(&address), socklen_t{sizeof(address)}), what);
+    pollfd state{descriptor, POLLIN, 0};
+    return ::poll(&state, 1, static_cast<int>(timeout.count())) > 0;
 }
 
 }  // namespace
 
-kxTestSocket::kxTestSocket(int descriptor) : descriptor_(descriptor) {}
-
 kxTestSocket kxTestSocket::datagram(std::uint16_t port)
 {
-    kxTestSocket made(opened(SOCK_DGRAM));
+    kxTestSocket made(checked(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)));
     const int on = 1;
-    for (const int option : {SO_REUSEADDR, SO_BROADCAST}) {
+    for (const int option : {SO_REUSEADDR, SO_BROADCAST})
         ::setsockopt(made.descriptor_, SOL_SOCKET, option, &on, sizeof(on));
-    }
-    sockaddr_in address = addressOf(port);
-    if (port != 0) address.sin_addr.s_addr = htonl(INADDR_ANY);  // to hear what everybody is sent
-    checked(::bind(made.descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), "bind");
+    Address address(port, port != 0 ? INADDR_ANY : INADDR_LOOPBACK);
+    checked(::bind(made.descriptor_, address.get(), address.size));
     return made;
 }
 
 kxTestSocket kxTestSocket::listener(int backlog)
 {
-    kxTestSocket made(opened(SOCK_STREAM));
-    withAddress(0, "bind", [&](auto... address) { return ::bind(made.descriptor_, address...); });
-    checked(::listen(made.descriptor_, backlog), "listen");
+    kxTestSocket made(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
+    Address address(0);
+    checked(::bind(made.descriptor_, address.get(), address.size));
+    checked(::listen(made.descriptor_, backlog));
     return made;
 }
 
 kxTestSocket kxTestSocket::connectedTo(std::uint16_t port)
 {
-    kxTestSocket made(opened(SOCK_STREAM));
-    withAddress(port, "connect", [&](auto... address) { return ::connect(made.descriptor_, address...); });
+    kxTestSocket made(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
+    Address address(port);
+    checked(::connect(made.descriptor_, address.get(), address.size));
     return made;
 }
 
 std::uint16_t kxTestSocket::port() const
 {
-    sockaddr_in address{};
-    socklen_t size = sizeof(address);
-    checked(::getsockname(descriptor_, reinterpret_cast<sockaddr*>(&address), &size), "getsockname");
-    return ntohs(address.sin_port);
+    Address address(0);
+    checked(::getsockname(descriptor_, address.get(), &address.size));
+    return ntohs(address.form.sin_port);
 }
 
 kxTestSocket kxTestSocket::accept()
 {
-    pollfd state{descriptor_, POLLIN, 0};
-    if (::poll(&state, 1, static_cast<int>(KX_TEST_TIMEOUT.count())) == 0)
-        errno = ETIMEDOUT, checked(-1, "accept");
-    return kxTestSocket(checked(::accept(descriptor_, nullptr, nullptr), "accept"));
+    return kxTestSocket(
+        checked(canRead(descriptor_, KX_TEST_TIMEOUT) ? ::accept(descriptor_, nullptr, nullptr) : -1));
 }
 
 void kxTestSocket::send(std::string_view bytes, int flags)
 {
     while (!bytes.empty()) {
         const ssize_t sent = ::send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | flags);
-        if (sent < 0 && errno == EINTR) continue;
-        bytes.remove_prefix(static_cast<std::size_t>(checked(sent, "send")));
+        if (sent >= 0 || errno != EINTR) bytes.remove_prefix(static_cast<std::size_t>(checked(sent)));
     }
 }
 
-void kxTestSocket::sendTo(std::uint16_t port, std::string_view bytes, const char* host)
+void kxTestSocket::sendTo(std::uint16_t port, std::string_view bytes, std::uint32_t host)
 {
-    sockaddr_in address = addressOf(port);
-    address.sin_addr.s_addr = ::inet_addr(host);
-    checked(::sendto(descriptor_, bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr*>(&address),
-                     sizeof(address)),
-            "sendto");
+    Address address(port, host);
+    checked(::sendto(descriptor_, bytes.data(), bytes.size(), 0, address.get(), address.size));
 }
 
 std::optional<std::string> kxTestSocket::receive(std::chrono::milliseconds timeout)
 {
-    pollfd state{descriptor_, POLLIN, 0};
-    if (::poll(&state, 1, static_cast<int>(timeout.count())) <= 0) return {};
     std::string bytes(1 << 16, '\0');
-    const ssize_t got = ::recv(descriptor_, bytes.data(), bytes.size(), 0);
+    const ssize_t got =
+        canRead(descriptor_, timeout) ? ::recv(descriptor_, bytes.data(), bytes.size(), 0) : -1;
     if (got < 0) return {};
     bytes.resize(static_cast<std::size_t>(got));
     return bytes;

@@ -15,16 +15,14 @@
 
 class kxTestSocket {
 public:
-    // Bound to a port of the system's choice, unless one is given that is to be shared.
+    // On a port of the system's choice; on a given one it hears what everybody is sent, beside others.
     static kxTestSocket datagram(std::uint16_t port = 0);
     static kxTestSocket listener(int backlog = 16);
     static kxTestSocket connectedTo(std::uint16_t port);
 
     kxTestSocket(kxTestSocket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
     ~kxTestSocket() { close(); }
-    kxTestSocket& operator=(const kxTestSocket&) = delete;
 
-    int descriptor() const { return descriptor_; }
     std::uint16_t port() const;
     std::string url(const std::string& scheme) const
     {
@@ -33,7 +31,7 @@ public:
 
     kxTestSocket accept();
     void send(std::string_view bytes, int flags = 0);
-    void sendTo(std::uint16_t port, std::string_view bytes, const char* host = "127.0.0.1");
+    void sendTo(std::uint16_t port, std::string_view bytes, std::uint32_t host = 0x7F000001);
     // One read; nothing when the time passes. An empty text is the end of a stream or an empty datagram.
     std::optional<std::string> receive(std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
     // All until the end; nothing when the peer reset the connection or the time passes.
@@ -44,7 +42,7 @@ public:
     void reset();
 
 private:
-    explicit kxTestSocket(int descriptor);
+    explicit kxTestSocket(int descriptor) : descriptor_(descriptor) {}
 
     int descriptor_;
 };

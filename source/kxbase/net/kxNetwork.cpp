@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformInterfaces.h"
 #include "kxbase/platform/kxPlatformResolver.h"
 #include "kxbase/platform/kxPlatformSocket.h"
@@ -21,13 +22,10 @@ constexpr std::uint32_t kLoopbackBroadcast = 0x7FFFFFFF;  // 127.255.255.255
 constexpr std::uint32_t kLimitedBroadcast = 0xFFFFFFFF;   // 255.255.255.255
 constexpr std::uint32_t kSelfGivenNetwork = 169;
 
-// Found out once, never destroyed.
+// Found out once, never destroyed. Guarded by the mutexes below, of which the second is for the addresses.
 struct Host {
-    kxMutex startLock;
     bool isStarted = false;
     char name[kHostNameBytes] = {};
-
-    kxMutex addressLock;
     std::optional<std::vector<std::uint32_t>> addresses;
     std::optional<std::uint32_t> local;
 };
@@ -36,6 +34,16 @@ Host& host()
 {
     static Host& instance = *new Host;
     return instance;
+}
+
+kxMutex& startMutex()
+{
+    return kxProcessMutex<struct kxNetworkStart>();
+}
+
+kxMutex& addressMutex()
+{
+    return kxProcessMutex<struct kxNetworkAddresses>();
 }
 
 std::vector<kxPlatformInterface> interfacesThatAreUp()
@@ -78,6 +86,11 @@ kxArray<std::uint32_t> askResolver(const char* name)
     return {found, kxPlatformResolve(name, found, kMostAddresses)};
 }
 
+kxArray<std::uint32_t> arrayOf(const std::vector<std::uint32_t>& numbers)
+{
+    return {numbers.data(), static_cast<std::uint32_t>(numbers.size())};
+}
+
 void addNew(kxArray<std::uint32_t>& addresses, std::uint32_t address)
 {
     if (std::find(addresses.begin(), addresses.end(), address) == addresses.end()) addresses.append(address);
@@ -91,7 +104,7 @@ void kxNetwork::start()
     bool hasFailed = false;
     bool hasName = true;
     {
-        const kxBodyGuard guard(own.startLock);
+        const kxBodyGuard guard(startMutex());
         if (own.isStarted) return;
         hasFailed = kxPlatformSocketStart() != KX_SOCKET_OK;
         own.isStarted = !hasFailed;
@@ -111,35 +124,33 @@ kxString kxNetwork::hostName()
 kxArray<std::uint32_t> kxNetwork::hostAddresses()
 {
     const kxString name = hostName();
-    Host& own = host();
-    const kxBodyGuard guard(own.addressLock);
-    if (!own.addresses) {
-        kxArray<std::uint32_t> found = name.isEmpty() ? kxArray<std::uint32_t>() : askResolver(name.text());
-        for (const kxPlatformInterface& entry : interfacesThatAreUp()) addNew(found, entry.address);
-        own.addresses.emplace(found.begin(), found.end());
+    {
+        const kxBodyGuard guard(addressMutex());
+        if (host().addresses) return arrayOf(*host().addresses);
     }
-    return {own.addresses->data(), static_cast<std::uint32_t>(own.addresses->size())};
+    // Asking may take long, so several threads may do it; the first answer counts.
+    kxArray<std::uint32_t> found = name.isEmpty() ? kxArray<std::uint32_t>() : askResolver(name.text());
+    for (const kxPlatformInterface& entry : interfacesThatAreUp()) addNew(found, entry.address);
+    const kxBodyGuard guard(addressMutex());
+    if (!host().addresses) host().addresses.emplace(found.begin(), found.end());
+    return arrayOf(*host().addresses);
 }
 
 std::uint32_t kxNetwork::localAddress()
 {
-    const bool hasName = !hostName().isEmpty();
     const kxArray<std::uint32_t> addresses = hostAddresses();
-    Host& own = host();
-    bool isLoopbackOnly = false;
+    const bool isKnown = !hostName().isEmpty() && !addresses.isEmpty();
+    const std::uint32_t choice = chooseLocal(addresses);
+    bool isFirst = false;
     std::uint32_t local = 0;
     {
-        const kxBodyGuard guard(own.addressLock);
-        if (!own.local) {
-            if (hasName && !addresses.isEmpty()) {
-                local = chooseLocal(addresses);
-                isLoopbackOnly = local == 0;
-            }
-            own.local = isLoopbackOnly ? kLocalHost : local;
-        }
+        const kxBodyGuard guard(addressMutex());
+        Host& own = host();
+        isFirst = !own.local;
+        if (isFirst) own.local = !isKnown ? 0 : choice != 0 ? choice : kLocalHost;
         local = *own.local;
     }
-    if (isLoopbackOnly) {
+    if (isFirst && isKnown && choice == 0) {
         kxMessage(KX_MESSAGE_INTERNAL_WARNING, "Local Host interface only resolved to 127.0.0.1");
     }
     return local;

@@ -1,7 +1,7 @@
 // What the process knows of its machine and of the network around it.
 //
-// Threads: every function may be called from any thread, also before main and after it. A name is asked for under
-//          a lock only while this machine's own addresses are looked up, once.
+// Threads: every function may be called from any thread, also before main and after it. No lock is held while a name
+//          is asked for.
 // Errors:  "Network initialisation error" is fatal. A name that cannot be found is a Debug message.
 // Units:   addresses are IPv4 numbers in the host's byte order.
 #pragma once
