@@ -352,7 +352,7 @@ constexpr auto kRowOfLetter = [] {
 
 }  // namespace
 
-const kxFormatConversion* kxFindFormatConversion(char32_t letter) noexcept
+const kxFormatConversion* kxFindFormatConversion(unsigned char letter) noexcept
 {
     const std::uint8_t row = letter < kRowOfLetter.size() ? kRowOfLetter[letter] : kNone;
     return row != kNone ? &kConversions[row] : nullptr;
