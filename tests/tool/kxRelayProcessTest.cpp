@@ -127,6 +127,15 @@ TEST_F(kxRelayProcessTest, ReadsAndWritesTheTextOfTheSystemsEncoders)
     }
 }
 
+TEST_F(kxRelayProcessTest, OpensLayersOnNoDataAndEndsWith0)
+{
+    directory.write("empty", "");
+    directory.write("feed", "\n");
+    for (const std::string url : {"rand:file:empty", "hex:rand:file:empty", "rand:hex:file:feed"}) {
+        EXPECT_EQ(run({"-URL", url}), noticeOf(url, "con:"));
+    }
+}
+
 TEST_F(kxRelayProcessTest, ReadsStandardInputToItsEnd)
 {
     const std::string bytes = kxTestPattern(3000000);

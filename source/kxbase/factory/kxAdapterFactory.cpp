@@ -67,7 +67,6 @@ struct Request {
 // What is left to do with the answer of a scheme.
 enum class Then {
     kCheckAndRecord,
-    kRecord,      // its parent has been checked, and the layer must not look for the end of the data
     kCheck,       // belongs to somebody else and stays as it is
     kNothingTold  // the failure has been told
 };
@@ -141,10 +140,8 @@ Made makeConsole(const Request&)
 
 Made makeRandomAccess(const Request& request)
 {
-    const Adapter adapter = kxLayeredAdapter<kxSerializeAdapterRandomAccess>(request.url, request.mode,
-                                                                             request.flags, request.context);
-    const bool isLayer = adapter.dynamicCast<kxSerializeAdapterRandomAccess>() != nullptr;
-    return {adapter, isLayer ? Then::kRecord : Then::kCheckAndRecord};
+    return {kxLayeredAdapter<kxSerializeAdapterRandomAccess>(request.url, request.mode, request.flags,
+                                                             request.context)};
 }
 
 // For adapters that read the text behind the scheme themselves.
@@ -281,7 +278,7 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
             request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
         return {};
     }
-    if (made.then != Then::kRecord && isInError(request, *made.adapter)) return {};
+    if (isInError(request, *made.adapter)) return {};
     if (made.then != Then::kCheck) record(*made.adapter, request);
     return made.adapter;
 }

@@ -25,9 +25,7 @@ private:
         std::uint32_t flush() override
         {
             const std::uint32_t result = Encoder::flush();
-            // Text that was read but gives no byte yet is pushed back, and a flush would throw it away.
-            const bool hasTextBack = parent_->length() != parent_->getDataLength();
-            return hasTextBack ? result : result + parent_->flush();
+            return result + parent_->flush();
         }
 
     private:
