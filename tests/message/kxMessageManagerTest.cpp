@@ -260,6 +260,11 @@ TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
     EXPECT_EQ(textOf([] { kxThrowBadAlloc("/a/b/c.cpp", 7); }), "bad_alloc");
     EXPECT_EQ(messages.texts(), Texts({"Bad Alloc:File: c.cpp  Line: 7  Ver: 2.10.5"}));
     EXPECT_EQ(messages.entries()[0].level, KX_MESSAGE_FATAL);
+    Receiver failing([](const std::string&) { throw 1; });
+    manager.addReceiver(failing);
+    for (int time = 0; time < 2; ++time) EXPECT_EQ(textOf([] { kxThrowBadAlloc("x", 1); }), "bad_alloc");
+    manager.removeReceiver(failing);
+    EXPECT_EQ(messages.texts().size(), 3U);
 }
 
 TEST(kxMessagePrefix, NamesLevelsAndFindsThem)

@@ -100,7 +100,8 @@ TEST(kxFailedAllocation, IsReportedOnceAndLeavesTheTargetAsItWas)
         SCOPED_TRACE(c.why);
         const std::vector<std::string> texts = failures(c.operation);
         EXPECT_FALSE(texts.empty());
-        for (const std::string& text : texts) EXPECT_TRUE(text.starts_with("Bad Alloc:File: kx")) << text;
+        for (const std::string& text : texts)
+            EXPECT_TRUE(text.starts_with("Bad Alloc:File: kxbase/")) << text;
     }
     const auto formatShort = [](kxString& target, kxString&) {
         target = kxString::format("%d %s", 5, "text");
