@@ -11,7 +11,7 @@
 #pragma once
 
 #include "kxbase/containers/kxLinkIterator.h"
-#include "kxbase/containers/kxReleaseAll.h"
+#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxTrackedMemory.h"
 

@@ -19,7 +19,7 @@
 #include "kxbase/containers/kxDictPool.h"
 #include "kxbase/containers/kxKeyTraits.h"
 #include "kxbase/containers/kxLinkIterator.h"
-#include "kxbase/containers/kxReleaseAll.h"
+#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/containers/kxStorage.h"
 
 #include <limits>

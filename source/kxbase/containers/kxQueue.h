@@ -17,7 +17,7 @@
 
 #include "kxbase/containers/kxItemBlock.h"
 #include "kxbase/containers/kxQueueOrder.h"
-#include "kxbase/containers/kxReleaseAll.h"
+#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
-#include "kxbase/containers/kxReleaseAll.h"
+#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxUndestroyed.h"
