@@ -47,6 +47,7 @@
 #include "kxbase/notify/kxNotifyInterface.h"
 #include "kxbase/notify/kxNotifyManager.h"
 #include "kxbase/notify/kxNotifyMessage.h"
+#include "kxbase/object/kxRefHolder.h"
 #include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxReference.h"
 #include "kxbase/object/kxThreadSafeReference.h"

@@ -11,8 +11,8 @@ struct kxDictNoLinks {};
 
 template <typename Key, typename Value, typename Links = kxDictNoLinks> class kxDictEntry {
 public:
-    kxDictEntry(Key&& key, Value* value, std::uint32_t hash, std::uint16_t fingerprint, bool inBlock)
-        : hash_(hash), fingerprint_(fingerprint), inBlock_(inBlock), key_(std::move(key)), value_(value)
+    kxDictEntry(Key&& key, Value* value, std::uint32_t hash, std::uint16_t fingerprint)
+        : hash_(hash), fingerprint_(fingerprint), key_(std::move(key)), value_(value)
     {}
 
     const Key& key() const noexcept { return key_; }
@@ -26,7 +26,6 @@ private:
     kxDictEntry* next_ = nullptr;  // in the bucket
     std::uint32_t hash_;
     std::uint16_t fingerprint_;
-    bool inBlock_;  // lies in a block of the dictionary's pool, so it cannot be freed by itself
     Key key_;
     Value* value_;
     [[no_unique_address]] Links links_{};

@@ -16,6 +16,7 @@
 #pragma once
 
 #include "kxbase/core/kxSharedMemory.h"
+#include "kxbase/object/kxDestruction.h"
 #include "kxbase/object/kxTypeInterface.h"
 
 #include <cstdint>
@@ -73,8 +74,9 @@ public:
 protected:
     // Raises that the count has no room for another reference.
     [[noreturn]] static void raiseTooMany();
-    // Deletes through the virtual destructor, in bounded stack depth.
-    static void destroy(const kxReference* object);
+    // Deletes an object without references through the virtual destructor, in bounded stack depth. A class that
+    // guards its count says how a reference is taken and dropped while the object is put aside.
+    static void destroy(const kxReference* object, const kxDestruction::Steps& steps);
 
     // Of the thread-safe variant under its mutex.
     mutable std::uint32_t referenceCount_ = 0;
@@ -82,6 +84,8 @@ protected:
 private:
     template <typename... Alignment> static void destroyInPlace(kxReference* object, Alignment... alignment);
     void releaseLast() const;
+
+    static const kxDestruction::Steps kSteps;
     [[noreturn]] void refuseReference() const;
 
     std::uint32_t tag_ = 0;
