@@ -158,12 +158,16 @@ TEST(kxSerializeAdapterUDP, CarriesGroups)
 {
     const std::uint16_t port = freePort();
     Adapter sender(urlOf("239.255.77.1", port, "blocking=no&ttl=0"));
+    Adapter local(urlOf("239.255.77.1", port));
     Adapter listener(urlOf("239.255.77.1", port));
     Adapter stranger(urlOf("239.255.77.2", port));
+    write(local, "local");
+    EXPECT_EQ(readAll(listener, 5), "local");
     write(sender, "group");
     if (sender.hasError() || sender.getSendError() != KX_SOCKET_OK)
         GTEST_SKIP() << "no groups on this machine";
     EXPECT_EQ(readAll(listener, 5), "group");
+    EXPECT_EQ(readAll(local, 5), "group") << "and nothing of its own";
     EXPECT_EQ(stranger.length(), 0U) << "a group that it has not joined";
     EXPECT_EQ(sender.length(), 0U);
 }
