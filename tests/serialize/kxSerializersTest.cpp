@@ -56,14 +56,6 @@ void expectRoundTrip(const kxSerializeData& value, kxSerializeData& other, const
     EXPECT_EQ(adapter->length(), 4U);
 }
 
-class Nested : public kxSerializeRecord<Nested> {
-public:
-    kxVarUInt64 count;
-    kxSerializeString name;
-    kxSerializeVector<int, 2> place;
-    static auto parts(auto& self) { return std::tie(self.count, self.name, self.place); }
-};
-
 }  // namespace
 
 TEST(kxSerializers, WriteTheseBytesAndReadThemBackAndAgainWhenGivenBack)
@@ -105,11 +97,6 @@ TEST(kxSerializers, WriteTheseBytesAndReadThemBackAndAgainWhenGivenBack)
     check("low groups first", kxVarUInt64(300), "AC02");
     check("the last of eight", kxVarUInt64((1ULL << 56) - 1), "FFFFFFFFFFFFFF7F");
     check("the last that comes back", kxVarUInt64((1ULL << 63) - 1), "FFFFFFFFFFFFFFFF7F");
-    Nested record;
-    record.count.setValue(300);
-    record.name.setText("x");
-    record.place.setValue({5, 6});
-    check("parts of a record, in their order", record, "AC0278000500000006000000");
 }
 
 TEST(kxVarUInt64, ReadsAnyNumberOfBytesAddingEachAtItsPlaceModulo64)

@@ -107,8 +107,13 @@ TEST(kxFormatter, WarnsOnceAndGoesOn)
     const auto expectUnknown = [](const std::string& format, const char* expected) {
         expectMessages({"Unknown format option in string '" + format + "'"}, expected, format, 7);
     };
-    for (const char* format : {"%q%d", "%3+%d", "%\xE2\x82\xAC%d", "%\xFF%d", "%hh%d"})
+    for (const char* format : {"%q%d", "%3+%d", "%\xE2\x82\xAC%d", "%\xFF%d", "%hh%d", "%\xC1\xA4%d"})
         expectUnknown(format, "7");
+    expect("\xC0\xA5"
+           "d7",
+           "\xC0\xA5"
+           "d%d",
+           7);  // an overlong percent sign is text
     for (const char* format : {"%", "%-", "%5", "%5.", "%ll"}) expectUnknown(format, "");
 }
 

@@ -50,6 +50,7 @@ TEST(kxUniqueString, RequestsDecideTheId)
     EXPECT_EQ(request("", 200), "at 200");
     EXPECT_EQ(request("", 300), request("Unique(300)", 300));
     EXPECT_EQ(request("at the end", 65535), "at the end");
+    EXPECT_EQ(kxUniqueString(static_cast<kxUniqueId>(301)), request("", 301)) << "not one of the library's";
     const std::string bad = "Bad unique string (\"";
     EXPECT_EQ(request("array", 9), bad + "array\":9). String already used with ID (\"array\":8)");
     EXPECT_EQ(request("b", 200), bad + "b\":200). ID already used with string (\"at 200\":200)");

@@ -8,6 +8,7 @@
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 
@@ -137,6 +138,7 @@ bool kxMessageManager::deliver(std::uint32_t level, std::string_view format, kxA
     const kxBodyReadGuard guard(receiversLock_);
     if (receivers_.empty()) return false;
     const kxString text = finishedText(level, format, arguments);
+    const kxFormatFaultReceiving receiving;
     for (kxMessageReceiverInterface* const receiver : receivers_) {
         if (!Delivery::isRemoved(receiver)) receiver->receive(sender_, level, text);
     }

@@ -77,7 +77,11 @@ public:
     std::uint32_t length();
     // Reads up to `count` bytes, pushed-back ones first; answers how many were read. A null buffer throws
     // exactly `count` bytes away instead and answers `count`.
-    std::uint32_t read(void* bytes, std::uint32_t count);
+    std::uint32_t read(void* bytes, std::uint32_t count)
+    {
+        const bool isDirect = pushBack_.isEmpty() && bytes != nullptr && count != 0;
+        return isDirect ? readBlock(bytes, count) : readMixed(bytes, count);
+    }
     // The next byte. What an exhausted adapter answers is the concrete adapter's.
     std::uint8_t readChar() { return pushBack_.isEmpty() ? readByte() : pushBack_.pop(); }
     void write(const void* bytes, std::uint32_t count) { writeBlock(bytes, count); }
@@ -113,6 +117,8 @@ protected:
     void discardPushBack() { pushBack_.clear(); }
 
 private:
+    // Pushed-back bytes first, a null buffer, or nothing at all.
+    std::uint32_t readMixed(void* bytes, std::uint32_t count);
     std::uint32_t skip(std::uint32_t count);
     bool readAhead(std::uint32_t count);
 

@@ -86,10 +86,13 @@ std::size_t usedCharacters(const kxFormatSpec& spec) noexcept
 void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                  kxFormatOutput& output)
 {
-    if (argument.hasText())
-        return writeText(spec, argument.text(usedCharacters(spec) * KX_UTF_MAX_BYTES), output);
-    kxSendFormatFault(KX_MESSAGE_WARNING,
-                      "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
+    if (!argument.hasText()) {
+        kxSendFormatFault(KX_MESSAGE_WARNING,
+                          "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
+        return;
+    }
+    if (output.isFull()) return;
+    writeText(spec, argument.text(usedCharacters(spec) * KX_UTF_MAX_BYTES), output);
 }
 
 void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -100,6 +103,7 @@ void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgu
                           "Using kxString::format(\"%%S\",arg) where arg is no valid pointer");
         return;
     }
+    if (output.isFull()) return;
     constexpr std::size_t kUnitsPerCharacter = 2;
     const std::u16string_view wide = argument.wideText(usedCharacters(spec) * kUnitsPerCharacter);
     if (spec.width == 0 && spec.precision < 0) return output.appendWide(wide);
@@ -352,7 +356,7 @@ constexpr auto kRowOfLetter = [] {
 
 }  // namespace
 
-const kxFormatConversion* kxFindFormatConversion(char32_t letter) noexcept
+const kxFormatConversion* kxFindFormatConversion(unsigned char letter) noexcept
 {
     const std::uint8_t row = letter < kRowOfLetter.size() ? kRowOfLetter[letter] : kNone;
     return row != kNone ? &kConversions[row] : nullptr;

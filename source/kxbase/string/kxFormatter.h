@@ -44,12 +44,12 @@ public:
 
 private:
     // An action of kxFormatTable.
-    void perform(std::uint8_t action, char32_t character);
+    void perform(std::uint8_t action, unsigned char character);
     void copyText();
     void setPosition(std::int64_t number) noexcept;
     void setWidth(std::int64_t width) noexcept;
     void setPrecision(std::int64_t precision) noexcept;
-    void convert(char32_t letter);
+    void convert(unsigned char letter);
     const kxArgument& nextArgument() noexcept;
     void warnPosition() const;
     void warnUnknown() const;

@@ -36,7 +36,10 @@ kxUniqueString::kxUniqueString(std::string_view text, std::uint16_t id)
 
 kxUniqueString::kxUniqueString(kxUniqueId id)
 {
-    if (id != KX_UNIQUE_NONE) adoptSlot(*this, kxUniqueStringTable::instance().slotOfOwn(id), id);
+    if (kxUniqueStringTable::isOwn(id))
+        adoptSlot(*this, kxUniqueStringTable::instance().slotOfOwn(id), id);
+    else
+        make(*this, id);
 }
 
 bool kxUniqueString::make(kxString& string, std::uint16_t id)

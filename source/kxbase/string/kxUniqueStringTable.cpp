@@ -5,7 +5,9 @@
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -15,7 +17,7 @@ struct OwnText {
     std::string_view text;
     kxUniqueId id;
 };
-constexpr OwnText kOwnTexts[] = {
+constexpr OwnText kOwn[] = {
     {"void", KX_UNIQUE_VOID},   {"num", KX_UNIQUE_NUM},
     {"llnum", KX_UNIQUE_LLNUM}, {"str", KX_UNIQUE_STR},
     {"guid", KX_UNIQUE_GUID},   {"ptr", KX_UNIQUE_PTR},
@@ -25,6 +27,10 @@ constexpr OwnText kOwnTexts[] = {
     {"vec2", KX_UNIQUE_VEC2},   {"vec3", KX_UNIQUE_VEC3},
     {"vec4", KX_UNIQUE_VEC4},   {"Value not set", KX_UNIQUE_VALUE_NOT_SET},
 };
+static_assert(std::size(kOwn) == kxUniqueStringTable::kOwnTexts &&
+                  std::all_of(std::begin(kOwn), std::end(kOwn),
+                              [](const OwnText& own) { return kxUniqueStringTable::isOwn(own.id); }),
+              "the ids that need no lock are those filled here");
 
 class LockScope {
 public:
@@ -62,7 +68,7 @@ kxUniqueStringTable::kxUniqueStringTable()
     index_.setReuse(true);
     index_.setNoCache(true);
     if (slots_ != nullptr && enterOwnTexts()) return;
-    for (const auto& own : kOwnTexts)
+    for (const auto& own : kOwn)
         if (slots_ != nullptr) std::free(const_cast<char*>(slotOfOwn(own.id).text));
     std::free(slots_);
     throw std::bad_alloc();
@@ -70,7 +76,7 @@ kxUniqueStringTable::kxUniqueStringTable()
 
 bool kxUniqueStringTable::enterOwnTexts()
 {
-    for (const auto& own : kOwnTexts)
+    for (const auto& own : kOwn)
         if (enter(own.text, kxString::hashOf(own.text), own.id).outcome != Outcome::kAdopt) return false;
     return true;
 }

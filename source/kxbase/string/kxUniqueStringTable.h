@@ -29,6 +29,8 @@ struct kxUniqueStringData {
 class kxUniqueStringTable {
 public:
     static constexpr std::uint32_t kSlots = 65535;
+    // The library's own texts have the ids from 1 to this.
+    static constexpr std::uint32_t kOwnTexts = 16;
 
     enum class Outcome : std::uint8_t {
         kAdopt,        // the text has this slot now
@@ -48,6 +50,7 @@ public:
     Answer enter(std::string_view text, std::uint32_t hash, std::uint16_t id);
     // The slot of an id other than 0, or null when it is free.
     const kxUniqueStringData* slotInUse(std::uint16_t id);
+    static constexpr bool isOwn(std::uint16_t id) noexcept { return id != 0 && id <= kOwnTexts; }
     // The slot of one of the library's own texts, without a lock.
     const kxUniqueStringData& slotOfOwn(std::uint16_t id) const noexcept { return slots_[id - 1]; }
     std::uint16_t idOf(const kxUniqueStringData& slot) const noexcept
