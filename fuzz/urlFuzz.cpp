@@ -1,6 +1,7 @@
 // URLs: the parts hold what the URL holds, options are found as a plain split finds them, and the factory ends with
 // an adapter or a reason.
 
+#include "kxbase/net/kxNetUrl.h"
 #include "kxbase/serialize/DummyURLManagerInterface.h"
 #include "kxbase/serialize/kxEncoderURLManager.h"
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
@@ -56,12 +57,21 @@ void lookOptionsUp(const kxString& text)
     options.getInteger(key, 0);
 }
 
-// Nothing outside this process is touched: files are stood in for, and addresses are off.
+void takeHostApart(const kxString& url)
+{
+    const kxNetUrl parts(url);
+    require(parts.host.view().find_first_of(":/\\") == std::string_view::npos);
+    require(url.contains(parts.host.view()) && url.endsWith(parts.options.view()));
+}
+
+// Nothing outside this process is touched: files and hosts are stood in for, and addresses are off.
 void makeSafe()
 {
     kxUrlRegistry& registry = kxUrlRegistry::instance();
     registry.setAddressUrls(false);
-    registry.addManager("file:", kxMakeRef<DummyURLManagerInterface>());
+    for (const char* const scheme : {"file:", "udp:", "tcp:"}) {
+        registry.addManager(scheme, kxMakeRef<DummyURLManagerInterface>());
+    }
     registry.addManager("hex:", kxMakeRef<kxEncoderURLManager<kxSerializeAdapterBCDEncoder>>());
     registry.addUrl(kxGUID("{0123ABCD-45EF-6789-FEDC-BA9876543210}"), "hex:file:x");
 }
@@ -81,6 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const bool isSafe = (makeSafe(), true);
     const kxString text(reinterpret_cast<const char*>(data), size);
     takeApart(text);
+    takeHostApart(text);
     lookOptionsUp(text);
     if (isSafe && !text.contains("con:")) open(text);
     return 0;

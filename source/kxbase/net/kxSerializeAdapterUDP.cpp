@@ -139,7 +139,7 @@ bool kxSerializeAdapterUDP::aimSending()
         }
     }
     if (mode_ == KX_UDP_MULTICAST) {
-        // The loopback interface carries no groups.
+        // A socket that is bound to loopback leaves by it when the system chooses, and by no other interface.
         const std::uint32_t leaving = kxNetwork::isLoopback(ownHost_) ? 0 : ownHost_;
         if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_INTERFACE, leaving)) {
             return fail("Failed to set MULTICAST interface '%s'", ownAddress_.host().text());
@@ -171,12 +171,17 @@ bool kxSerializeAdapterUDP::openReceiving()
 
 bool kxSerializeAdapterUDP::joinGroup()
 {
-    const std::uint32_t arriving = kxNetwork::isLoopback(interface_.value()) ? 0 : interface_.value();
+    const std::uint32_t group = destination_.hostValue();
+    const std::uint32_t arriving = interface_.value();
     if (arriving != 0 && !receiveSocket_.setOption(KX_SOCKET_MULTICAST_INTERFACE, arriving)) {
         return fail("Failed to set MULTICAST interface '%s'", interfaceText_);
     }
-    if (!receiveSocket_.setOption(KX_SOCKET_JOIN_GROUP, destination_.hostValue())) {
+    if (!receiveSocket_.setOption(KX_SOCKET_JOIN_GROUP, group)) {
         return fail("Failed to join MULTICAST address '%s'", destination_.host().text());
+    }
+    // Loopback brings what is sent from loopback; all else comes by the system's choice, where there is one.
+    if (kxNetwork::isLoopback(arriving)) {
+        (void)kxPlatformSocketSetOption(receiveSocket_.descriptor(), KX_SOCKET_JOIN_GROUP, group, 0);
     }
     return true;
 }
