@@ -11,8 +11,8 @@
 #pragma once
 
 #include "kxbase/containers/kxItemBlock.h"
-#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <algorithm>
 #include <limits>

@@ -11,9 +11,9 @@
 #pragma once
 
 #include "kxbase/containers/kxLinkIterator.h"
-#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxTrackedMemory.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <cstddef>
 #include <cstdint>

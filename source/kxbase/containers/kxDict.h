@@ -46,6 +46,7 @@ public:
             Entry**& buckets;
             ~Buckets() { Storage::free(buckets); }
         } owned{buckets_};
+        setReuse(false);
         clear();
     }
     kxDict(const kxDict&) = delete;
@@ -245,11 +246,11 @@ private:
     {
         const std::uint32_t hash = Traits::hash(key);
         const std::uint16_t fingerprint = fingerprintOf(key);
-        void* const record = pool_.take();
+        const auto record = pool_.take();
         try {
-            return ::new (record) Entry(std::move(key), value, hash, fingerprint);
+            return ::new (record.room) Entry(std::move(key), value, hash, fingerprint, record.place);
         } catch (...) {
-            pool_.give(record);
+            pool_.give(record.room, record.place);
             throw;
         }
     }
@@ -259,8 +260,9 @@ private:
         const struct Record {
             kxDictPool<Entry, Storage>& pool;
             Entry* entry;
-            ~Record() { pool.give(entry); }
-        } record{pool_, entry};
+            std::uint16_t place;
+            ~Record() { pool.give(entry, place); }
+        } record{pool_, entry, entry->place_};
         entry->~Entry();
     }
     void forget() const noexcept { lastFound_ = nullptr; }

@@ -17,8 +17,8 @@
 
 #include "kxbase/containers/kxItemBlock.h"
 #include "kxbase/containers/kxQueueOrder.h"
-#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <algorithm>
 #include <cstring>
