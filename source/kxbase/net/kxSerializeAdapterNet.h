@@ -58,6 +58,8 @@ private:
 
     bool blocking_ = true;
     double timeoutSeconds_ = 5.0;
-    kxIdlePace pace_;
+    // A wait for both ends ends with the first byte of either, so that few looks are worth making without one.
+    static constexpr std::uint32_t kFreeLooks = 20;
+    kxIdlePace pace_{kFreeLooks};
     std::atomic<bool> hasWritten_{false};
 };
