@@ -135,6 +135,14 @@ TEST_F(kxMessageManagerTest, DeliversInOrderAndLimitsNesting)
     kxMessage(KX_MESSAGE_NOTICE, "once");
     manager.removeReceiver(echoing);
     EXPECT_EQ(received, 16);
+    received = 0;
+    Receiver too(echoing);
+    manager.addReceiver(echoing);
+    manager.addReceiver(too);
+    kxMessage(KX_MESSAGE_NOTICE, "once");
+    manager.removeReceiver(echoing);
+    manager.removeReceiver(too);
+    EXPECT_EQ(received, 2 * 1001) << "bounded in breadth as well";
 }
 
 TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelivery)
@@ -161,7 +169,9 @@ TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelive
 TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherThreadsSend)
 {
     std::atomic<bool> stop{false};
-    Receiver slow([](const std::string&) { std::this_thread::sleep_for(std::chrono::milliseconds(1)); });
+    std::atomic<int> milliseconds{1};
+    Receiver slow(
+        [&](const std::string&) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); });
     manager.addReceiver(slow);
     std::vector<std::thread> senders;
     for (int index = 0; index < 6; ++index) {
@@ -178,6 +188,7 @@ TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherT
         });
         manager.addReceiver(receiver);
         while (calls < 6) std::this_thread::yield();
+        if (round == 19) milliseconds = 150;
         manager.removeReceiver(receiver);
         alive = false;
     }

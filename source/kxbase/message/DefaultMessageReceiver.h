@@ -5,8 +5,8 @@
 // Sender and prefix are cut at 1023 bytes, the text is not.
 //
 // Ownership: refers to the dialog, which must outlive its use.
-// Threads:   called by several threads at once; messages are not mixed with each other. Nothing is locked while
-//            the dialog is open.
+// Threads:   called by several threads at once; messages are not mixed with each other. While the dialog is open
+//            the console is free, but the manager's list stays locked for reading: others send, changes wait.
 // Errors:    what standard output does not take is dropped.
 #pragma once
 
