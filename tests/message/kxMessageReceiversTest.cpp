@@ -70,12 +70,15 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         std::string kind;
         const char* keys;  // null when nothing is asked
         kxProcessEnd end;
+        int signal = 0;  // that comes before the keys
     } cases[] = {
         {"retry", "R", kxKilledBy(SIGTRAP)},
         {"other keys first", "x\rr", kxKilledBy(SIGTRAP)},
         {"ignore", "i", kxExited(7)},
         {"end of file", "\x04", kxExited(7)},
         {"interrupt", "\x03", kxKilledBy(SIGINT)},
+        {"terminated", "", kxKilledBy(SIGTERM), SIGTERM},
+        {"stopped, then retry", "r", kxKilledBy(SIGTRAP), SIGTSTP},
         {"background", nullptr, kxExited(7)},
         {"no terminal", nullptr, kxExited(7)},
     };
@@ -83,6 +86,7 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         SCOPED_TRACE(c.kind);
         kxPseudoTerminal terminal;
         const termios before = terminal.attributes();
+        EXPECT_TRUE(terminal.send(c.kind == "retry" ? "i" : "r")) << "typed ahead, which is no answer";
         kxProcessOptions options;
         options.arguments = {"--gtest_filter=kxAssertDialog.*"};
         options.environment = {{"KX_TEST_ASSERT_PROGRAM", c.kind}};
@@ -91,7 +95,15 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         kxProcess program("/proc/self/exe", options);
         if (c.keys != nullptr) {
             EXPECT_TRUE(terminal.readUntil("KorvexSDK Assert\r\n\r\nbroken 7\r\n\r\n---- Press 'Retry'"));
-            EXPECT_TRUE(terminal.readUntil("gnore? ") && terminal.send(c.keys));
+            EXPECT_TRUE(terminal.readUntil("gnore? "));
+            if (c.signal != 0) program.signal(c.signal);
+            if (c.signal == SIGTSTP) {
+                EXPECT_TRUE(program.waitUntilStopped());
+                EXPECT_TRUE(kxSameAttributes(before, terminal.attributes()));
+                program.signal(SIGCONT);
+                EXPECT_TRUE(terminal.waitForAttributes([](const termios& m) { return !(m.c_lflag & ISIG); }));
+            }
+            EXPECT_TRUE(terminal.send(c.keys));
         }
         EXPECT_EQ(program.wait(), c.end);
         EXPECT_TRUE(kxSameAttributes(before, terminal.attributes()));
