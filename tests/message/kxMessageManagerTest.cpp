@@ -13,6 +13,7 @@
 #include <new>
 #include <thread>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -248,6 +249,36 @@ TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
     kxMessage(KX_MESSAGE_NOTICE, "x");
     manager.removeReceiver(added);
     EXPECT_EQ(afterwards, 1);
+}
+
+TEST_F(kxMessageManagerTest, WorksInAForkedChildWhateverOtherThreadsWereDoing)
+{
+    pid_t child = -1;
+    Receiver forking([&](const std::string& text) {
+        if (text == "fork" && (child = ::fork()) == 0) ::alarm(5);
+    });
+    manager.addReceiver(forking);
+    std::atomic<bool> stop{false};
+    std::thread changing([&] {
+        while (!stop) manager.setSender("KorvexSDK");
+    });
+    std::thread sending([&] {
+        while (!stop) kxMessage(KX_MESSAGE_NOTICE, "x");
+    });
+    int status = 0;
+    for (int round = 0; round < 20 && status == 0; ++round) {
+        kxMessage(KX_MESSAGE_NOTICE, "fork");
+        if (child == 0) {
+            manager.removeReceiver(forking);
+            ::_exit(0);
+        }
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+    }
+    EXPECT_EQ(status, 0);
+    stop = true;
+    changing.join();
+    sending.join();
+    manager.removeReceiver(forking);
 }
 
 TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)

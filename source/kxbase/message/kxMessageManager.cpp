@@ -3,10 +3,12 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
@@ -112,7 +114,7 @@ struct kxMessageManager::Delivery {
         nestedSends = 0;
         if (waiting == nullptr) return;
         const std::unique_ptr<Changes> changes(std::exchange(waiting, nullptr));
-        for (const Change& change : *changes) manager.apply(change);
+        for (Change& change : *changes) manager.apply(change);
     }
 
     kxMessageManager& manager;
@@ -132,9 +134,23 @@ struct kxMessageManager::MakingReceiver {
     MakingReceiver& operator=(const MakingReceiver&) = delete;
 };
 
+// A fork happens while nobody changes the list: it is locked for reading, since a receiver may be what forks. In
+// the child a new lock takes the place of the old one, which threads that are not there may hold or wait for.
+struct kxMessageManager::Fork {
+    static void before() { instance().receiversLock_.readLock(); }
+    static void after() { instance().receiversLock_.unlock(); }
+    static void afterInChild()
+    {
+        std::construct_at(&instance().receiversLock_, kxSemaphoreStart{.holderCount = Delivery::depth});
+        instance().waitingChanges_ = 0;
+    }
+};
+
 kxMessageManager& kxMessageManager::instance()
 {
+    static constinit kxPlatformForkGuard guard{Fork::before, Fork::after, Fork::afterInChild};
     static kxMessageManager* const manager = new kxMessageManager;
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
     return *manager;
 }
 
@@ -194,7 +210,7 @@ kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
 
 DefaultMessageReceiver& kxMessageManager::defaultReceiver()
 {
-    const kxBodyGuard guard(defaultReceiverLock_);
+    const kxBodyGuard guard(kxProcessMutex<DefaultMessageReceiver>());
     if (defaultReceiver_ == nullptr) {
         const MakingReceiver making;
         defaultReceiver_ = new DefaultMessageReceiver;
@@ -224,7 +240,7 @@ void kxMessageManager::removeReceiver(kxMessageReceiverInterface& receiver)
     change({Change::REMOVE, &receiver});
 }
 
-void kxMessageManager::change(const Change& change)
+void kxMessageManager::change(Change change)
 {
     if (Delivery::isInside())
         Delivery::postpone(change);
@@ -232,13 +248,14 @@ void kxMessageManager::change(const Change& change)
         apply(change);
 }
 
-void kxMessageManager::apply(const Change& change)
+// What the change replaces goes with the change, when the list is free again.
+void kxMessageManager::apply(Change& change)
 {
     const Waiting waiting(*this);
     const kxBodyWriteGuard guard(receiversLock_);
     const auto place = std::find(receivers_.begin(), receivers_.end(), change.receiver);
     if (change.kind == Change::SENDER)
-        sender_ = change.sender;
+        std::swap(sender_, change.sender);
     else if (change.kind == Change::ADD && place == receivers_.end())
         receivers_.push_back(change.receiver);
     else if (change.kind == Change::REMOVE && place != receivers_.end())

@@ -11,7 +11,8 @@
 //            From inside a receiver, additions and removals take effect when the outermost delivery of that
 //            thread is over; a receiver removed there is not called again by it. Receivers and the translator
 //            are called with the list locked for reading, so they must not wait for a thread that adds or
-//            removes receivers. They may wait for threads that send.
+//            removes receivers. They may wait for threads that send. A forked child may use everything, also
+//            when a receiver forks.
 // Errors:    sending never throws because of the message; a fault in the formatting becomes a further message.
 //            Receivers that send are nested at most 16 deep and send at most 1000 times within one outermost
 //            message; what is more is dropped.
@@ -19,7 +20,6 @@
 
 #include "kxbase/core/kxArgumentView.h"
 #include "kxbase/core/kxMessageFilter.h"
-#include "kxbase/core/kxMutex.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 #include "kxbase/message/kxMessageTranslatorInterface.h"
 #include "kxbase/thread/kxReadWriteMutex.h"
@@ -58,6 +58,7 @@ public:
 private:
     struct Change;
     struct Delivery;
+    struct Fork;
     struct MakingReceiver;
     struct Waiting;
 
@@ -66,8 +67,8 @@ private:
     kxString finishedText(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     bool deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     void addDefaultReceiver();
-    void change(const Change& change);
-    void apply(const Change& change);
+    void change(Change change);
+    void apply(Change& change);
 
     std::atomic<kxMessageTranslatorInterface*> translator_{nullptr};
     kxString sender_;                           // guarded as the receivers are
@@ -75,6 +76,5 @@ private:
     std::atomic<std::uint32_t> waitingChanges_{0};
     kxReadWriteMutex receiversLock_;
     std::vector<kxMessageReceiverInterface*> receivers_;
-    kxMutex defaultReceiverLock_;  // taken before receiversLock_ for writing
-    DefaultMessageReceiver* defaultReceiver_ = nullptr;
+    DefaultMessageReceiver* defaultReceiver_ = nullptr;  // under a mutex of the process
 };

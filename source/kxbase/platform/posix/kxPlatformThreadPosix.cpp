@@ -30,7 +30,8 @@ void releaseForkGuards()
 // The only thread of a forked child has a new id.
 void releaseForkGuardsInChild()
 {
-    releaseForkGuards();
+    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next)
+        guard->afterInChild();
     cachedThreadId = 0;
 }
 
