@@ -13,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -70,12 +71,15 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         std::string kind;
         const char* keys;  // null when nothing is asked
         kxProcessEnd end;
+        int signal = 0;  // that comes before the keys
     } cases[] = {
         {"retry", "R", kxKilledBy(SIGTRAP)},
         {"other keys first", "x\rr", kxKilledBy(SIGTRAP)},
         {"ignore", "i", kxExited(7)},
         {"end of file", "\x04", kxExited(7)},
         {"interrupt", "\x03", kxKilledBy(SIGINT)},
+        {"terminated", "", kxKilledBy(SIGTERM), SIGTERM},
+        {"stopped, then retry", "r", kxKilledBy(SIGTRAP), SIGTSTP},
         {"background", nullptr, kxExited(7)},
         {"no terminal", nullptr, kxExited(7)},
     };
@@ -83,6 +87,7 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         SCOPED_TRACE(c.kind);
         kxPseudoTerminal terminal;
         const termios before = terminal.attributes();
+        EXPECT_TRUE(terminal.send(c.kind == "retry" ? "i" : "r")) << "typed ahead, which is no answer";
         kxProcessOptions options;
         options.arguments = {"--gtest_filter=kxAssertDialog.*"};
         options.environment = {{"KX_TEST_ASSERT_PROGRAM", c.kind}};
@@ -91,7 +96,15 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         kxProcess program("/proc/self/exe", options);
         if (c.keys != nullptr) {
             EXPECT_TRUE(terminal.readUntil("KorvexSDK Assert\r\n\r\nbroken 7\r\n\r\n---- Press 'Retry'"));
-            EXPECT_TRUE(terminal.readUntil("gnore? ") && terminal.send(c.keys));
+            EXPECT_TRUE(terminal.readUntil("gnore? "));
+            if (c.signal != 0) program.signal(c.signal);
+            if (c.signal == SIGTSTP) {
+                EXPECT_TRUE(program.waitUntilStopped());
+                EXPECT_TRUE(kxSameAttributes(before, terminal.attributes()));
+                program.signal(SIGCONT);
+                EXPECT_TRUE(terminal.waitForAttributes([](const termios& m) { return !(m.c_lflag & ISIG); }));
+            }
+            EXPECT_TRUE(terminal.send(c.keys));
         }
         EXPECT_EQ(program.wait(), c.end);
         EXPECT_TRUE(kxSameAttributes(before, terminal.attributes()));
@@ -128,6 +141,12 @@ TEST(kxMessageFileReceiver, AppendsFromWarningOnAtOnceAndReportsAFailingFileOnce
     kxMessageFileReceiver file(directory.write("log", "before\n").c_str());
     file.receive("s", KX_MESSAGE_NOTICE, "kept back");
     EXPECT_EQ(directory.read("log"), "before\n");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        file.flush();  // the line is the parent's
+        ::_exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
     file.receive("s", KX_MESSAGE_INTERNAL_WARNING, "urgent");
     const std::string time = "20..-[01].-[0-3].T[0-2].:[0-5].:[0-6].\\....Z ";
     EXPECT_THAT(directory.read("log"), MatchesRegex("before\n" + time + "s Notice::kept back\n" + time +
