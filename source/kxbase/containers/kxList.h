@@ -71,7 +71,7 @@ public:
     }
     T& insertAfter(iterator position, T item)
     {
-        Node* const before = position.cursor().node;
+        Node* const before = nodeAt(position);
         before->next = newNode(std::move(item), before->next);
         if (tail_ == before) tail_ = before->next;
         return before->next->item;
@@ -79,8 +79,8 @@ public:
 
     // Takes the first item out.
     T takeFirst() { return takeNode(nullptr); }
-    // Takes out the item behind `position`.
-    T takeAfter(iterator position) { return takeNode(position.cursor().node); }
+    // Takes out the item behind `position`, which must be at an item.
+    T takeAfter(iterator position) { return takeNode(nodeAt(position)); }
     // Removes the first item that equals `item`; answers whether there was one.
     bool remove(const T& item)
     {
@@ -174,6 +174,12 @@ private:
         } const room;
     };
 
+    static Node* nodeAt(iterator position)
+    {
+        Node* const node = position.cursor().node;
+        if (node == nullptr) kxRaiseFatal("No item to take in kxList");
+        return node;
+    }
     T takeNode(Node* before)
     {
         const Loose loose(*this, unlink(before));

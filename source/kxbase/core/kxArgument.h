@@ -63,7 +63,8 @@ public:
 
     kxArgumentKind kind() const noexcept { return kind_; }
 
-    // The integer; a double is truncated towards zero and saturated, NaN, text and empty give 0.
+    // The integer; a double is truncated towards zero and saturated, NaN, text and empty give 0. What is negative
+    // is its two's complement as an unsigned number.
     std::int64_t toSigned() const noexcept;
     std::uint64_t toUnsigned() const noexcept;
     // The floating value of a number; text and empty give 0.

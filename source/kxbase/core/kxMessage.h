@@ -4,7 +4,8 @@
 // rule texts) goes in as an argument, never as the format.
 //
 // Threads: every function may be called from any thread, also before main and after it.
-// Errors:  a message never throws because of its content; the raising functions always throw.
+// Errors:  a message never throws because of its content; the raising functions always throw. Receivers must not
+//          throw; what one throws all the same reaches whoever sent the message.
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"

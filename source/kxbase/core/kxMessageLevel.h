@@ -24,7 +24,8 @@ constexpr std::uint32_t KX_MESSAGE_UNTRANSLATED = 0x0200;  // the translator is 
 constexpr std::uint32_t KX_MESSAGE_LEVEL_MASK = 0xF0FF;
 // The level proper, without what refines it.
 constexpr std::uint32_t KX_MESSAGE_LEVEL_NIBBLE = 0xF000;
-// What counts of the level that is set when a message is held against it: neither flags nor bit 7.
+// What counts of the level that is set when a message is held against it: neither flags nor bit 7, which no
+// level has.
 constexpr std::uint32_t KX_MESSAGE_SET_LEVEL_MASK = 0xF07F;
 
 constexpr std::uint32_t KX_MESSAGE_INTERNAL_WARNING = KX_MESSAGE_WARNING | KX_MESSAGE_INTERNAL;

@@ -67,8 +67,8 @@ struct Request {
 // What is left to do with the answer of a scheme.
 enum class Then {
     kCheckAndRecord,
-    kCheck,       // belongs to somebody else and stays as it is
-    kNothingTold  // the failure has been told
+    kCheckOnly,   // belongs to somebody else and stays as it is
+    kAlreadyTold  // the failure has been told
 };
 
 struct Made {
@@ -88,7 +88,7 @@ bool takeNumber(std::string_view& text, std::uint64_t& number)
 Made wrongSyntax(const Request& request, std::string_view text)
 {
     request.refuse(KX_MESSAGE_WARNING, text, kxShortName(request.written));
-    return {nullptr, Then::kNothingTold};
+    return {nullptr, Then::kAlreadyTold};
 }
 
 Made makeFile(const Request& request)
@@ -130,7 +130,7 @@ Made findAdapter(const Request& request)
     }
     const Adapter adapter = kxLivingAdapters::find(address);
     if (!adapter) return {kxFailedAdapter(kxTranslate("No adapter at this address"))};
-    return {adapter, Then::kCheck};
+    return {adapter, Then::kCheckOnly};
 }
 
 Made makeConsole(const Request&)
@@ -274,11 +274,11 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
     if (!resolveGuid(request)) return {};
     const Made made = make(request);
     if (!made.adapter) {
-        if (made.then != Then::kNothingTold)
+        if (made.then != Then::kAlreadyTold)
             request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
         return {};
     }
     if (isInError(request, *made.adapter)) return {};
-    if (made.then != Then::kCheck) record(*made.adapter, request);
+    if (made.then != Then::kCheckOnly) record(*made.adapter, request);
     return made.adapter;
 }

@@ -3,14 +3,16 @@
 //
 // An option owns no values: it remembers how many arguments stood before it. Its values are the arguments up
 // to the next option or the end. So `prog -URL tcp::1 extra -ping` has the arguments prog, tcp::1 and extra;
-// URL has two values from index 1 on, ping has none. A negative number is an argument, not an option.
+// URL has two values from index 1 on, ping has none. A word that goes on behind the prefix as a number
+// other than zero is an argument: -5 is a value, -0 an option.
 //
 // Quotes, '...' or "...", group a piece of a word; a quote without a partner is an ordinary character.
 //
 // Ownership: owns everything it holds.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    a missing value gives the default; when no default is wanted, the usage and the error go out as
-//            Warnings and the process ends with 99, unless ending was switched off.
+//            Warnings and the process ends with 99. With ending switched off nothing is sent, the answer is
+//            empty and getErrorText() says why.
 // Units:     indices and counts are in words, from 0.
 #pragma once
 

@@ -67,6 +67,7 @@ bool kxReference::isTagClear() const
 
 std::uint32_t kxReference::unrefWithoutDelete() const
 {
+    // Spelled so on purpose: it tells this way of releasing from unref() in a log.
     if (referenceCount_ == 0) kxRaiseFatal("REFRENCE MISMATCH ! Unref an object with zero reference count.");
     return --referenceCount_;
 }

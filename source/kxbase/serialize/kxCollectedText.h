@@ -1,5 +1,6 @@
 // The bytes or the wide units of a text that is read from an adapter, as a 16-bit count of them sees them: after
-// 65535 it wraps, and what follows overwrites the text from its start.
+// 65535 it wraps, and what follows overwrites the text from its start. Kept on purpose, since
+// streams are read the same everywhere.
 #pragma once
 
 #include "kxbase/containers/kxArray.h"

@@ -41,6 +41,7 @@ kxRefPointer<kxSerializeAdapter> kxLivingAdapters::find(std::uint64_t address)
     auto* const adapter = reinterpret_cast<kxSerializeAdapter*>(static_cast<std::uintptr_t>(address));
     const kxBodyGuard guard(kxProcessMutex<AdaptersMutex>());
     if (!addresses().contains(address) || !adapter->refIfReferenced()) return nullptr;
+    // The pointer has taken a reference of its own.
     kxRefPointer<kxSerializeAdapter> found(adapter);
     adapter->unrefWithoutDelete();
     return found;

@@ -7,9 +7,11 @@
 // Ownership: held only through kxRefPointer; closed by the destructor when the last reference goes.
 // Threads:   the reference count is thread-safe. Reading and writing take no lock: one thread at a time,
 //            unless a concrete adapter says otherwise.
-// Errors:    nothing is thrown. The error state is the error text: empty means none, and once set it stays.
-//            Ask hasError() before getError(): some adapters write the text only then. Reading from an
-//            exhausted adapter gives fewer bytes than asked.
+// Errors:    the base throws nothing; an adapter that does says so. The error state is the error text: empty means
+//            none, and once set it stays. Ask hasError() before getError(): some adapters write the text only
+//            then. Adapters with an end (files, the console, connections) show it as an error, once everything
+//            has been read and somebody looked for more; those in memory never end. Reading from an exhausted
+//            adapter gives fewer bytes than asked.
 // Units:     counts are in bytes; a length beyond 4294967295 is given as 4294967295.
 #pragma once
 
@@ -57,6 +59,7 @@ public:
     virtual kxInstanceTable& getInstanceTable();
     // Hands out 0, 1, 2, ...
     virtual std::uint32_t nextInstanceId();
+    // Starts the ids at 0 again and forgets the objects stored; those read back stay.
     virtual void resetInstances();
     // The text itself.
     virtual kxString translate(const kxString& text);

@@ -89,6 +89,7 @@ bool kxSerializeAdapterFile::hasError()
 bool kxSerializeAdapterFile::mayWrite() const
 {
     if (isWriting()) return true;
+    // Wording kept as programs know it: it names what the file was not opened for.
     kxMessage(KX_MESSAGE_WARNING, "Can use KX_SERIALIZE_INPUT on a file opened for writing !\n");
     return false;
 }
@@ -178,6 +179,7 @@ void kxSerializeAdapterFile::close()
 bool kxSerializeAdapterFile::mayRead() const
 {
     if (!isWriting()) return true;
+    // Wording kept as programs know it: it names what the file was not opened for.
     kxMessage(KX_MESSAGE_WARNING, "Can use KX_SERIALIZE_OUTPUT on a file opened for reading !\n");
     return false;
 }

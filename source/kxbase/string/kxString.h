@@ -89,7 +89,7 @@ public:
     // The hash that a string of this text has.
     static std::uint32_t hashOf(std::string_view text) noexcept;
     // The same for raw text; a length of 0 means that it is counted up to the first zero, and no further than
-    // KX_STRING_MAX_LENGTH.
+    // KX_STRING_MAX_LENGTH, so it must not stand for an empty range.
     static std::uint32_t hashOf(const char* text, std::uint16_t length) noexcept;
 
     // Fatal for a length that no string has: "Too many characters in kxString".
@@ -102,12 +102,12 @@ public:
     const char& operator[](std::uint32_t index) const;
     // Gives the string a text of its own first when it was unique. Requires index < length().
     void setCharacter(std::uint32_t index, char character);
-    // A count past the end is cut; a start past the end is fatal unless the count is 0.
+    // A count past the end is cut; a start at or past the end is fatal unless the count is 0.
     kxString substring(std::uint32_t index, std::uint32_t count) const;
 
-    // Adding is fatal when the sum of the lengths is beyond KX_STRING_MAX_LENGTH. Text given by a pointer is
-    // counted no further than that before the sum is taken, so that a longer one is cut when it is added to the
-    // empty string, or the empty string to it. Text of a known length counts in full.
+    // Adding is fatal when the sum of the lengths is beyond KX_STRING_MAX_LENGTH. A longer text given by a pointer
+    // counts as that much: it is cut when the other side is empty, and fatal otherwise. Text of a known length
+    // counts in full.
     kxString& operator+=(const kxString& added) { return append(added.view()); }
     kxString& operator+=(std::string_view added) { return append(added); }
     kxString& operator+=(const char* added);

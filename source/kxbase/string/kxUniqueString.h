@@ -1,6 +1,8 @@
 // Text with a process-wide 16-bit id: the same text always has the same id, and the same id always the same
 // text, which is stored once. Copies share it, and two such strings compare by id.
 //
+// Changing the text makes it an ordinary string, whose uniqueId() is 0.
+//
 // Ownership: the text belongs to a process-wide table and is never freed.
 // Threads:   strings may be made unique from any thread, also before main and after it; the text is read
 //            without a lock.
