@@ -1,0 +1,55 @@
+// Takes the bytes of a composed dynamic value apart.
+//
+// The whole value is looked at first, down to its innermost ones and without copying anything: counts and sizes
+// are held against the bytes that are left, and composed values against KX_DYNAMIC_LEVELS. When the form is
+// broken anywhere, the reader sends "Corrupt Stream in %s!!" and holds nothing: every count and text is then 0 or
+// empty.
+//
+// Ownership: refers to the value, which must outlive it.
+// Threads:   one thread at a time.
+#pragma once
+
+#include "kxbase/dynamic/kxDynamicType.h"
+
+// How deep composed values may lie in one another. Deeper ones can be made, but are not read.
+constexpr std::uint32_t KX_DYNAMIC_LEVELS = 64;
+
+class kxDynamicReferences;
+
+class kxDynamicReader {
+public:
+    // The reader's name is that of the class that reads.
+    kxDynamicReader(const kxDynamicType& value, std::string_view readerName);
+
+    bool isAtEnd() const noexcept { return at_ == end_; }
+    std::uint64_t takeCount() noexcept;
+    // Text up to its terminating zero.
+    std::string_view takeText() noexcept;
+    std::uint32_t takeUInt32() noexcept;
+    double takeDouble() noexcept;
+    kxDynamicType takeItem();
+
+private:
+    struct Item;
+
+    kxDynamicReader(const std::uint8_t* bytes, std::uint32_t size,
+                    const kxDynamicReferences* references) noexcept
+        : at_(bytes), end_(bytes + size), references_(references)
+    {}
+
+    std::uint32_t bytesLeft() const noexcept { return static_cast<std::uint32_t>(end_ - at_); }
+    // Each answers whether there was one of a sound form.
+    bool take(std::uint64_t& number) noexcept;
+    bool take(std::string_view& text) noexcept;
+    bool take(Item& item) noexcept;
+    bool skip(std::uint32_t count) noexcept;
+
+    bool isSoundItem(std::uint32_t levelsLeft);
+    bool isSoundValue(kxUniqueId type, std::uint32_t levelsLeft);
+    bool isSoundList(std::uint32_t levelsLeft, bool isNamed);
+    bool isSoundReference();
+
+    const std::uint8_t* at_;
+    const std::uint8_t* end_;
+    const kxDynamicReferences* references_;  // null when the value holds none
+};

@@ -1,0 +1,51 @@
+// Named dynamic values, in the order in which their names came.
+//
+// As bytes: the number of values as a kxVarUInt64, then for each its name with a zero byte behind it, and the value
+// as kxSerializeDynamicType has it.
+//
+// Ownership: owns names and values.
+// Threads:   a plain value; several threads may read one.
+// Errors:    a value of another type than "cont" is fatal. Broken bytes give the empty container and the Warning
+//            "Corrupt Stream in kxDynamicTypeContainer!!".
+//
+// A name ends at its first zero byte, and may be empty.
+#pragma once
+
+#include "kxbase/containers/kxDictList.h"
+#include "kxbase/dynamic/kxDynamicType.h"
+#include "kxbase/string/kxStringCompareInterface.h"
+
+class kxDynamicTypeContainer {
+public:
+    using Values = kxDictList<kxString, kxDynamicType, kxStringCompareInterface>;
+
+    kxDynamicTypeContainer() { values_.setNoCache(true); }
+    explicit kxDynamicTypeContainer(const kxDynamicType& value);
+    kxDynamicTypeContainer(const kxDynamicTypeContainer& other);
+    kxDynamicTypeContainer& operator=(const kxDynamicTypeContainer& other);
+    ~kxDynamicTypeContainer() noexcept(false) { clear(); }
+    operator kxDynamicType() const;
+
+    std::uint32_t count() const noexcept { return values_.count(); }
+    bool isEmpty() const noexcept { return values_.isEmpty(); }
+    bool has(const kxString& name) const { return find(name) != nullptr; }
+    // Null when there is none; the value stays the container's.
+    const kxDynamicType* find(const kxString& name) const { return values_.find(keyOf(name)); }
+    // "void" when there is none.
+    kxDynamicType get(const kxString& name) const;
+    // A name that is there already keeps its place.
+    void set(const kxString& name, kxDynamicType value);
+    // Answers whether there was one.
+    bool remove(const kxString& name);
+    void clear();
+
+    // The same names with the same values, in the same order.
+    friend bool operator==(const kxDynamicTypeContainer& left, const kxDynamicTypeContainer& right) noexcept;
+
+private:
+    friend class kxDynamicTypeContainerIterator;
+
+    static kxString keyOf(const kxString& name) { return kxString(name.text()); }
+
+    Values values_;
+};

@@ -1,0 +1,32 @@
+#include "kxbase/dynamic/kxDynamicTypeCustom.h"
+
+#include "kxbase/containers/kxArray.h"
+#include "kxbase/dynamic/kxDynamicFault.h"
+#include "kxbase/serialize/kxSerializeAdapterMemory.h"
+
+kxDynamicTypeCustom::kxDynamicTypeCustom(const kxString& typeName, const kxSerializeData& data)
+{
+    kxArray<std::uint8_t> bytes(data.getDataSize());
+    kxSerializeAdapterMemory adapter(bytes.data(), bytes.size());
+    data.write(adapter);
+    value_ = kxDynamicType(typeName, bytes.data(), bytes.size());
+}
+
+kxDynamicTypeCustom::kxDynamicTypeCustom(const kxDynamicType& value, const kxString& typeName) : value_(value)
+{
+    if (value.isType(typeName)) return;
+    kxRaiseFatal("Can not convert dynamic argument type '%s' to kxDynamicTypeCustom type '%s'!!",
+                 value.getTypeName(), typeName);
+}
+
+bool kxDynamicTypeCustom::read(kxSerializeData& data) const
+{
+    const auto bytes = value_.getBytes();
+    // Nothing is written through the adapter.
+    kxSerializeAdapterMemory adapter(const_cast<std::uint8_t*>(bytes.data()),
+                                     static_cast<std::uint32_t>(bytes.size()));
+    data.read(adapter);
+    if (!adapter.hasError()) return true;
+    kxWarnCorruptStream("kxDynamicTypeCustom");
+    return false;
+}

@@ -1,0 +1,37 @@
+#include "kxbase/dynamic/kxDynamicWriter.h"
+
+#include "kxbase/serialize/kxVarUInt64.h"
+
+void kxDynamicWriter::addCount(std::uint64_t number)
+{
+    std::uint8_t bytes[kxVarUInt64::KX_MAX_BYTES];
+    addBytes(bytes, kxVarUInt64::encode(number, bytes));
+}
+
+void kxDynamicWriter::addText(const kxString& text)
+{
+    addBytes(text.text(), static_cast<std::uint32_t>(std::strlen(text.text())) + 1);
+}
+
+void kxDynamicWriter::addItem(const kxDynamicType& value)
+{
+    addText(value.getTypeName());
+    addCount(value.bytes_.size());
+    addBytes(value.bytes_.data(), value.bytes_.size());
+    if (!value.attachment_ || value.isType(KX_UNIQUE_NONE)) return;
+    if (value.isType(KX_UNIQUE_REF)) return objects_.push_back(value.attachment_);
+    const auto& inside = static_cast<const kxDynamicReferences&>(*value.attachment_).objects();
+    objects_.insert(objects_.end(), inside.begin(), inside.end());
+}
+
+kxDynamicType kxDynamicWriter::finish(kxUniqueId type)
+{
+    kxRefPointer<kxReference> references;
+    if (!objects_.empty()) references = kxMakeRef<kxDynamicReferences>(std::move(objects_));
+    return {type, kxDynamicBytes(bytes_.data(), bytes_.size()), std::move(references)};
+}
+
+void kxDynamicWriter::addBytes(const void* bytes, std::uint32_t count)
+{
+    bytes_.appendBlock(static_cast<const std::uint8_t*>(bytes), count);
+}

@@ -1,0 +1,434 @@
+#include "kxbase/dynamic/kxDynamicTypeArray.h"
+#include "kxbase/dynamic/kxDynamicTypeChain.h"
+#include "kxbase/dynamic/kxDynamicTypeContainerIterator.h"
+#include "kxbase/dynamic/kxDynamicTypeCustom.h"
+#include "kxbase/dynamic/kxDynamicTypeError.h"
+#include "kxbase/dynamic/kxDynamicTypeInt64.h"
+#include "kxbase/dynamic/kxDynamicTypeTimeTagged.h"
+#include "kxbase/dynamic/kxDynamicTypeVoid.h"
+#include "kxbase/dynamic/kxSerializeDynamicType.h"
+#include "kxbase/serialize/kxSerializeAdapterQueue.h"
+#include "kxbase/serialize/kxSerializeString.h"
+#include "kxbase/serialize/kxVarUInt64.h"
+#include "support/kxFatalText.h"
+#include "support/kxMessageRecorder.h"
+#include "support/kxTestRandom.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <set>
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+std::string bytesOf(const kxDynamicType& value)
+{
+    return {value.getBytes().begin(), value.getBytes().end()};
+}
+
+kxDynamicType made(const char* typeName, const std::string& bytes)
+{
+    return kxDynamicType(typeName, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+std::string countText(std::uint64_t count)
+{
+    std::uint8_t bytes[kxVarUInt64::KX_MAX_BYTES];
+    return {reinterpret_cast<const char*>(bytes), kxVarUInt64::encode(count, bytes)};
+}
+
+std::string item(const char* typeName, const std::string& bytes)
+{
+    return typeName + std::string(1, '\0') + countText(bytes.size()) + bytes;
+}
+
+// Takes a value apart and puts it together again, down to its innermost values.
+kxDynamicType rebuilt(const kxDynamicType& value)
+{
+    const auto fill = [](auto list, const auto& from) -> kxDynamicType {
+        for (const kxDynamicType& each : from) list.append(rebuilt(each));
+        return list;
+    };
+    if (value.isType(KX_UNIQUE_ARRAY)) return fill(kxDynamicTypeArray(), kxDynamicTypeArray(value));
+    if (value.isType(KX_UNIQUE_CHAIN)) return fill(kxDynamicTypeChain(), kxDynamicTypeChain(value));
+    if (value.isType(KX_UNIQUE_TTAG)) {
+        const kxDynamicTypeTimeTagged tagged(value);
+        return kxDynamicTypeTimeTagged(rebuilt(tagged.getValue()), tagged.getTime());
+    }
+    if (value.isType(KX_UNIQUE_ERROR)) return kxDynamicTypeError(value);
+    if (!value.isType(KX_UNIQUE_CONT)) return value;
+    const kxDynamicTypeContainer from(value);
+    kxDynamicTypeContainer container;
+    for (kxDynamicTypeContainerIterator at(from); !at.isAtEnd(); ++at)
+        container.set(at.getName(), rebuilt(at.getValue()));
+    return container;
+}
+
+std::uint32_t depthOf(kxDynamicType value)
+{
+    std::uint32_t depth = 0;
+    for (; value.isType(KX_UNIQUE_ARRAY) && kxDynamicTypeArray(value).count() == 1; ++depth)
+        value = kxDynamicType(kxDynamicTypeArray(value).get(0));
+    return depth;
+}
+
+kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
+{
+    const auto sequence = [&](auto list) -> kxDynamicType {
+        for (std::uint32_t left = random() % 5; left != 0; --left)
+            list.append(randomValue(random, levels - 1));
+        return list;
+    };
+    switch (random() % (levels == 0 ? 7 : 12)) {
+    case 0:
+        return {};
+    case 1:
+        return static_cast<double>(random()) / (1 << random() % 32);
+    case 2:
+        return static_cast<std::int64_t>(random()) * -4567;
+    case 3:
+        return kxString(std::string(random() % 300, static_cast<char>('a' + random() % 26)));
+    case 4:
+        return kxVec3{1.5F, static_cast<float>(random()), -0.0F};
+    case 5:
+        return kxGUID(random(), 1, 2, {3, 4});
+    case 6:
+        return kxDynamicTypeError(static_cast<std::int32_t>(random()), "why");
+    case 7:
+        return kxDynamicTypeTimeTagged(randomValue(random, levels - 1), random());
+    case 8:
+        return sequence(kxDynamicTypeChain());
+    case 9: {
+        kxDynamicTypeContainer container;
+        for (std::uint32_t left = random() % 5; left != 0; --left)
+            container.set(kxString::fromUnsigned(random() % 9), randomValue(random, levels - 1));
+        return container;
+    }
+    default:
+        return sequence(kxDynamicTypeArray());
+    }
+}
+
+}  // namespace
+
+TEST(kxDynamicType, StoresNumbersInTheShortestForm)
+{
+    const struct {
+        double number;
+        std::string bytes;
+    } cases[] = {
+        {0, std::string(1, '\0')},
+        {-0.0, std::string(1, '\0')},
+        {5, "\x05"},
+        {-128, "\x80"},
+        {-129, "\x7F\xFF"},
+        {128, std::string("\x80\x00", 2)},
+        {300, "\x2C\x01"},
+        {100000, std::string("\xA0\x86\x01\x00", 4)},
+        {-2147483648.0, std::string("\x00\x00\x00\x80", 4)},
+        {2147483648.0, std::string("\x00\x00\x00\x00\x00\x00\xE0\x41", 8)},
+        {2.5, std::string("\x00\x00\x00\x00\x00\x00\x04\x40", 8)},
+        {3e10, std::string("\x00\x00\x00\xB0\x8E\xF0\x1B\x42", 8)},
+        {INFINITY, std::string("\x00\x00\x00\x00\x00\x00\xF0\x7F", 8)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.number);
+        const kxDynamicType value(c.number);
+        EXPECT_EQ(bytesOf(value), c.bytes);
+        EXPECT_EQ(value.toNumber(), c.number);
+    }
+    EXPECT_TRUE(std::isnan(kxDynamicType(std::nan("")).toNumber()));
+}
+
+TEST(kxDynamicType, ConvertsItsOwnKindAndNothingElse)
+{
+    int target = 0;
+    const kxGUID guid("{00112233-4455-6677-8899-AABBCCDDEEFF}");
+    const kxRefPointer<kxReference> object(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 1));
+    const kxDynamicType values[] = {
+        {},
+        5,
+        std::int64_t{-7},
+        "text",
+        kxVec2{1, 2},
+        kxVec3{1, 2, 3},
+        kxVec4{1, 2, 3, 4},
+        guid,
+        kxDynamicType(static_cast<void*>(&target)),
+        kxDynamicType(object),
+        kxDynamicTypeArray(),
+        kxDynamicTypeContainer(),
+        kxDynamicTypeChain(),
+        kxDynamicTypeError(),
+        kxDynamicTypeTimeTagged(1, 2),
+        made("mine", "abc"),
+    };
+    using Value = const kxDynamicType&;
+    const std::string start = "Can not convert dynamic argument type '";
+    const struct {
+        std::function<void(Value)> convert;
+        std::set<std::string> accepted;
+        const char* end;
+    } conversions[] = {
+        {[](Value value) { value.toNumber(); }, {"num", "llnum"}, "' to number type !!"},
+        {[](Value value) { EXPECT_EQ(kxDynamicTypeInt64(value).getValue(), -7); },
+         {"llnum"},
+         "' to kxDynamicTypeInt64 !!"},
+        {[](Value value) { value.toString(); }, {"str", "guid", "ptr", "ref"}, "' to string type !!"},
+        {[](Value value) {
+             EXPECT_EQ(value.toVec2(), (kxVec2{1, 2}));
+         },
+         {"vec2"},
+         "' to Vec2 type !!"},
+        {[](Value value) {
+             EXPECT_EQ(value.toVec3(), (kxVec3{1, 2, 3}));
+         },
+         {"vec3"},
+         "' to Vec3 type !!"},
+        {[](Value value) {
+             EXPECT_EQ(value.toVec4(), (kxVec4{1, 2, 3, 4}));
+         },
+         {"vec4"},
+         "' to Vec4 type !!"},
+        {[&](Value value) { EXPECT_EQ(value.toGUID(), guid); }, {"guid"}, "' to GUID type !!"},
+        {[&](Value value) { EXPECT_EQ(value.toPointer(), &target); }, {"ptr"}, "' to pointer type !!"},
+        {[&](Value value) { EXPECT_EQ(value.toReference(), object); }, {"ref"}, "' to reference type !!"},
+        {[](Value value) { kxDynamicTypeVoid{value}; }, {"void"}, "' to kxDynamicTypeVoid !!"},
+        {[](Value value) { kxDynamicTypeArray{value}; }, {"array"}, "' to kxDynamicTypeArray !!"},
+        {[](Value value) { kxDynamicTypeChain{value}; }, {"chain"}, "' to kxDynamicTypeChain !!"},
+        {[](Value value) { kxDynamicTypeContainer{value}; }, {"cont"}, "' to kxDynamicTypeContainer !!"},
+        {[](Value value) { kxDynamicTypeError{value}; }, {"error"}, "' to kxDynamicTypeError !!"},
+        {[](Value value) { kxDynamicTypeTimeTagged{value}; }, {"ttag"}, "' to kxDynamicTypeTimeTagged !!"},
+        {[](Value value) { kxDynamicTypeCustom(value, "mine"); },
+         {"mine"},
+         "' to kxDynamicTypeCustom type 'mine'!!"},
+    };
+    for (const auto& conversion : conversions)
+        for (const kxDynamicType& value : values) {
+            const std::string name(value.getTypeName().view());
+            const bool accepted = conversion.accepted.count(name) != 0;
+            EXPECT_EQ(kxFatalText([&] { conversion.convert(value); }),
+                      accepted ? "" : start + name + conversion.end);
+            EXPECT_TRUE(value.isType(kxString(name.c_str())));
+        }
+    EXPECT_EQ(values[1].getTypeName().uniqueId(), KX_UNIQUE_NUM);
+    EXPECT_EQ(values[2].toNumber(), -7.0);
+    EXPECT_EQ(values[3].toString(), "text");
+    EXPECT_EQ(values[7].toString(), "{00112233-4455-6677-8899-AABBCCDDEEFF}");
+    EXPECT_EQ(kxDynamicType(reinterpret_cast<void*>(0xABC)).toString(), "0x0000000000000ABC");
+    EXPECT_EQ(made("guid", "").toGUID(), kxGUID());
+}
+
+TEST(kxDynamicType, CopiesAreApartAndMovesLeaveVoid)
+{
+    const std::string longText(100, 'x');
+    for (const kxDynamicType& original :
+         {kxDynamicType(longText), kxDynamicType(1), made("mine", longText)}) {
+        kxDynamicType copy = original;
+        EXPECT_EQ(copy, original);
+        kxDynamicType taken = std::move(copy);
+        EXPECT_EQ(taken, original);
+        EXPECT_TRUE(copy.isType(KX_UNIQUE_VOID) && copy.getBytes().empty());
+        const kxDynamicType& itself = taken;
+        taken = itself;
+        EXPECT_EQ(taken, original);
+        taken = kxDynamicType("other");
+        EXPECT_NE(taken, original);
+    }
+    EXPECT_NE(kxDynamicType(made("mine", "a")), made("yours", "a"));
+}
+
+TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
+{
+    kxRefPointer<kxSerializeAdapterQueue> object(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 1));
+    {
+        kxDynamicTypeArray inner;
+        inner.append(kxDynamicType(object));
+        inner.append(kxDynamicType(static_cast<kxReference*>(nullptr)));
+        kxDynamicTypeContainer outer;
+        outer.set("list", inner);
+        inner.clear();
+        const kxDynamicType value = outer;
+        outer.clear();
+        EXPECT_EQ(object->getReferenceCount(), 2U);
+        const kxDynamicType copy = value;
+        const kxDynamicTypeArray found(kxDynamicTypeContainer(copy).get("list"));
+        EXPECT_EQ(found.get(0).toReference(), object);
+        EXPECT_EQ(found.get(1).toReference(), nullptr);
+
+        kxMessageRecorder recorder;
+        const kxDynamicTypeContainer forged(made("cont", bytesOf(value)));
+        EXPECT_TRUE(forged.isEmpty()) << "the same bytes from outside";
+        EXPECT_TRUE(made("ref", bytesOf(kxDynamicType(object))).isType(KX_UNIQUE_VOID));
+        EXPECT_EQ(recorder.texts(),
+                  (Texts{"Corrupt Stream in kxDynamicTypeContainer!!", "Corrupt Stream in kxDynamicType!!"}));
+    }
+    EXPECT_EQ(object->getReferenceCount(), 1U);
+}
+
+TEST(kxDynamicTypeContainer, KeepsNamesInTheOrderInWhichTheyCame)
+{
+    kxDynamicTypeContainer container;
+    for (const char* const name : {"b", "a", "", "c"}) container.set(name, name);
+    container.set("a", 7);
+    EXPECT_TRUE(container.remove("b"));
+    EXPECT_FALSE(container.remove("b"));
+    container.set("b", kxString("again"));
+    std::string seen;
+    for (kxDynamicTypeContainerIterator at(container); !at.isAtEnd(); ++at)
+        seen +=
+            "<" + std::string(at.getName().view()) + ":" + std::string(at.getValue().getTypeName().view());
+    EXPECT_EQ(seen, "<a:num<:str<c:str<b:str");
+    EXPECT_EQ(container.get("a").toNumber(), 7);
+    EXPECT_TRUE(container.get("none").isType(KX_UNIQUE_VOID));
+    EXPECT_FALSE(container.has("none"));
+    EXPECT_EQ(bytesOf(kxDynamicType(container)).substr(0, 9), std::string("\x04"
+                                                                          "a\0num\0\x01\x07",
+                                                                          9));
+    kxDynamicTypeContainer copy;
+    copy.set("gone", 1);
+    copy = container;
+    EXPECT_EQ(copy, container);
+    container.set("a", 8);
+    EXPECT_NE(copy, container);
+}
+
+TEST(kxDynamicTypeArray, ChangesAndChecksItsValues)
+{
+    kxDynamicTypeArray array;
+    for (int number = 0; number < 200; ++number) array.append(number);
+    array.remove(1);
+    array.set(0, "first");
+    EXPECT_EQ(array.count(), 199U);
+    EXPECT_EQ(array.get(1).toNumber(), 2);
+    EXPECT_EQ(array.get(198).toNumber(), 199);
+    EXPECT_EQ(kxFatalText([&] { array.remove(199); }), "kxArray get() index out of bounds");
+    EXPECT_EQ(kxDynamicTypeArray(kxDynamicType(array)), array);
+    while (array.count() > 2) array.remove(2);
+
+    array.checkTypes({"str", "num"});
+    const char* const text = "Argument type mismatch : Expected type '%s' but got type '%s' for argument %d";
+    const auto mismatch = [&](const char* expected, const char* found, int position) {
+        return std::string(kxString::format(text, expected, found, position).view());
+    };
+    EXPECT_EQ(kxFatalText([&] { array.checkTypes({"str", "guid"}); }), mismatch("guid", "num", 2));
+    EXPECT_EQ(kxFatalText([&] { array.checkTypes({"str"}); }), mismatch("void", "num", 2));
+    EXPECT_EQ(kxFatalText([&] { array.checkTypes({"str", "num", "vec2"}); }), mismatch("vec2", "void", 3));
+}
+
+TEST(kxDynamicType, NestedValuesComeBackFromAnAdapter)
+{
+    kxTestRandom random(11);
+    for (int round = 0; round < 300; ++round) {
+        const kxDynamicType value = randomValue(random, 4);
+        const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 64U);
+        const kxSerializeDynamicType stored(value);
+        stored.write(*adapter);
+        EXPECT_EQ(adapter->length(), stored.getDataSize());
+        kxSerializeDynamicType found;
+        found.read(*adapter);
+        found.pushBack(*adapter);
+        kxSerializeDynamicType again(kxDynamicType("something else"));
+        again.read(*adapter);
+        EXPECT_EQ(adapter->length(), 0U);
+        ASSERT_EQ(again.getValue(), value);
+        ASSERT_EQ(rebuilt(again.getValue()), value);
+    }
+    const kxDynamicTypeError error(kxDynamicType(kxDynamicTypeError(-5, "why")));
+    EXPECT_EQ(error.getCode(), -5);
+    EXPECT_EQ(error.getText(), "why");
+    EXPECT_EQ(bytesOf(kxDynamicTypeTimeTagged(kxDynamicType(3), 2.0)),
+              std::string("num\0\x01\x03\x00\x00\x00\x00\x00\x00\x00\x40", 14));
+
+    const kxDynamicType custom = kxDynamicTypeCustom("count", kxVarUInt64(300));
+    kxVarUInt64 count;
+    EXPECT_TRUE(kxDynamicTypeCustom(custom, "count").read(count));
+    EXPECT_EQ(count.getValue(), 300U);
+}
+
+TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
+{
+    const std::string huge = countText((1ULL << 63) - 1);
+    const std::string zero(1, '\0');
+    const auto nested = [&](std::uint32_t levels) {
+        std::string bytes = zero;
+        while (--levels != 0) bytes = "\x01" + item("array", bytes);
+        return bytes;
+    };
+    const struct {
+        const char* why;
+        const char* typeName;
+        std::string bytes;
+    } cases[] = {
+        {"no count", "array", ""},
+        {"a count without items", "chain", "\x02"},
+        {"a count beyond all memory", "array", huge},
+        {"a count that never ends", "array", std::string(9, '\xFF')},
+        {"more bytes than items", "array", zero + "x"},
+        {"an item without a type", "array", "\x01" + item("", "")},
+        {"an item larger than what is left", "array", "\x01num" + zero + "\x02\x05"},
+        {"an item of nearly 2^63 bytes", "array", "\x01num" + zero + huge},
+        {"a name without an end", "cont", "\x01name"},
+        {"a broken value inside", "cont", "\x01n" + zero + item("array", "\x05")},
+        {"an object inside", "array", "\x01" + item("ref", "12345678")},
+        {"an object as a fake attachment", "ttag", item("ref", "12345678") + "12345678"},
+        {"levels beyond the most", "array", nested(65)},
+        {"a thousand levels", "array", nested(1000)},
+        {"a tag without its time", "ttag", item("num", "\x05") + "1234567"},
+        {"a text without an end", "error", "1234why"},
+        {"more than a text", "error", "1234why" + zero + "x"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxMessageRecorder recorder;
+        const kxDynamicType found = rebuilt(made(c.typeName, c.bytes));
+        EXPECT_TRUE(found == kxDynamicType(kxDynamicTypeArray()) ||
+                    found == kxDynamicType(kxDynamicTypeChain()) ||
+                    found == kxDynamicType(kxDynamicTypeContainer()) ||
+                    found == kxDynamicType(kxDynamicTypeError()) ||
+                    found == kxDynamicType(kxDynamicTypeTimeTagged(kxDynamicType(), 0)));
+        ASSERT_EQ(recorder.entries().size(), 1U);
+        EXPECT_EQ(recorder.entries()[0].level, KX_MESSAGE_WARNING);
+        EXPECT_EQ(recorder.entries()[0].text.find("Corrupt Stream in kxDynamicType"), 0U);
+    }
+    EXPECT_EQ(depthOf(made("array", nested(64))), 63U);
+
+    kxMessageRecorder recorder;
+    EXPECT_EQ(made("num", "abc").toNumber(), 0);
+    EXPECT_EQ(made("llnum", "1234567").toNumber(), 0);
+    EXPECT_EQ(made("vec3", "short").toVec3(), kxVec3());
+    EXPECT_EQ(made("guid", "short").toGUID(), kxGUID());
+    EXPECT_EQ(made("ptr", "short").toPointer(), nullptr);
+    EXPECT_EQ(recorder.texts(), Texts(5, "Corrupt Stream in kxDynamicType!!"));
+}
+
+TEST(kxSerializeDynamicType, BrokenStreamsGiveVoidAndAWarning)
+{
+    const std::string zero(1, '\0');
+    const struct {
+        const char* why;
+        std::string stream;
+    } cases[] = {
+        {"nothing", ""},
+        {"no type", zero},
+        {"no size", "num" + zero},
+        {"half a size", "num" + zero + "\x80"},
+        {"a size without end", "num" + zero + std::string(12, '\xFF')},
+        {"a size above 32 bits", "num" + zero + countText(1ULL << 32)},
+        {"a size that no memory holds", "num" + zero + countText(0xFFFFFFFF) + "\x05"},
+        {"an object", item("ref", "12345678")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxMessageRecorder recorder;
+        const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 64U);
+        adapter->write(c.stream.data(), static_cast<std::uint32_t>(c.stream.size()));
+        kxSerializeDynamicType found(kxDynamicType(1));
+        found.read(*adapter);
+        EXPECT_EQ(found.getValue(), kxDynamicType());
+        EXPECT_EQ(recorder.texts(), Texts{"Corrupt Stream in kxDynamicType!!"});
+    }
+}
