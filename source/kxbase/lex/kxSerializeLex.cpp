@@ -6,11 +6,13 @@
 #include "kxbase/lex/kxRuleParser.h"
 #include "kxbase/lex/kxRuleSplitter.h"
 #include "kxbase/lex/kxScanPattern.h"
+#include "kxbase/serialize/kxSerializeAdapterString.h"
 #include "kxbase/serialize/kxShortName.h"
 
 namespace {
 
 constexpr std::string_view kScanRule = "main";
+constexpr std::string_view kNotAll = "Not All arguments were parsed";
 constexpr std::uint32_t kReadBytes = 65536;
 
 // Reads up to the end, or to a byte more than there may be.
@@ -156,8 +158,17 @@ kxLexResult kxSerializeLex::runWhole(const kxString& rule)
 {
     const kxLexResult result = run(rule);
     if (result == KX_LEX_OK && adapter_ && (adapter_->length() != 0 || adapter_->hasData()))
-        error_ = kxTranslate("Not All arguments were parsed");
+        error_ = kxTranslate(kNotAll);
     return result;
+}
+
+bool kxSerializeLex::runText(const kxString& rule, const kxString& text)
+{
+    setAdapter(kxMakeRef<kxSerializeAdapterString>(text));
+    clearValues();
+    const kxLexResult result = runWhole(rule);
+    if (result == KX_LEX_NO_MATCH && error_.isEmpty()) error_ = kxTranslate(kNotAll);
+    return error_.isEmpty();
 }
 
 kxLexResult kxSerializeLex::match(const kxRuleProgram& program)

@@ -52,6 +52,9 @@ public:
     kxLexResult run(const kxString& rule);
     // The same; input that is left over leaves the error text "Not All arguments were parsed".
     kxLexResult runWhole(const kxString& rule);
+    // Matches a rule against a text as a whole, from an adapter of its own. False when that is not so; then there is an
+    // error text, and there may be values nevertheless.
+    bool runText(const kxString& rule, const kxString& text);
     // Matches a scan pattern, which becomes the rule "main".
     kxLexResult scan(std::string_view pattern);
 
