@@ -1,16 +1,19 @@
 #include "kxbase/lex/kxLexInput.h"
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/serialize/kxWideText.h"
 #include "kxbase/string/kxUtf.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 namespace {
 
 constexpr std::uint32_t kFirstBlockBytes = 256;
 constexpr std::uint32_t kLastBlockBytes = 65536;
 // A history beyond this is not kept for the next match.
-constexpr std::size_t kKeptUnits = 1024 * 1024;
+constexpr std::size_t kKeptUnits = 4 * 1024 * 1024;
 
 bool hasSingleSurrogate(std::u16string_view units)
 {
@@ -20,6 +23,20 @@ bool hasSingleSurrogate(std::u16string_view units)
         if (++at == units.size() || !kxIsLowSurrogate(units[at])) return true;
     }
     return false;
+}
+
+// Looks for its byte, which is what libraries are fast at, and then whether that is all of the character.
+std::size_t findLineFeed(std::u16string_view units, std::size_t from)
+{
+    while (from < units.size()) {
+        const auto* const start = reinterpret_cast<const char*>(units.data() + from);
+        const void* const found = std::memchr(start, '\n', (units.size() - from) * sizeof(char16_t));
+        if (found == nullptr) break;
+        from += static_cast<std::size_t>(static_cast<const char*>(found) - start) / sizeof(char16_t);
+        if (units[from] == u'\n') return from;
+        ++from;
+    }
+    return std::u16string_view::npos;
 }
 
 }  // namespace
@@ -74,24 +91,39 @@ bool kxLexInput::more()
     if (hasEnded_ || isFull_ || !adapter_) return false;
     isFull_ = units_.size() >= limit_;
     if (isFull_) return false;
-    const std::size_t before = units_.size();
-    while (units_.size() == before) {
+    const std::size_t position = units_.size();
+    do {
         const std::uint32_t count = readBytes(blockBytes_);
         hasEnded_ = count == 0;
         if (hasEnded_) return false;
         const auto* const bytes = reinterpret_cast<const unsigned char*>(bytes_.data());
-        if (!isWide_) {
-            units_.append(bytes, bytes + count);
-            continue;
-        }
-        for (std::uint32_t at = 0; at < count; ++at) {
-            if (hasOddByte_) units_ += static_cast<char16_t>(oddByte_ | (bytes[at] << 8U));
-            oddByte_ = bytes[at];
-            hasOddByte_ = !hasOddByte_;
-        }
-    }
+        if (isWide_)
+            appendPairs(bytes, count);
+        else
+            appendBytes(bytes, count);
+    } while (position == units_.size());
     blockBytes_ = std::min(blockBytes_ * 2, kLastBlockBytes);
     return true;
+}
+
+void kxLexInput::appendBytes(const unsigned char* bytes, std::uint32_t count)
+{
+    const std::size_t before = units_.size();
+    units_.resize(before + count);
+    char16_t* const units = units_.data() + before;
+    if constexpr (std::endian::native == std::endian::little)
+        kxWideText::widen(bytes, count, reinterpret_cast<std::uint8_t*>(units));
+    else
+        std::copy(bytes, bytes + count, units);
+}
+
+void kxLexInput::appendPairs(const unsigned char* bytes, std::uint32_t count)
+{
+    for (std::uint32_t at = 0; at < count; ++at) {
+        if (hasOddByte_) units_ += static_cast<char16_t>(oddByte_ | (bytes[at] << 8U));
+        oddByte_ = bytes[at];
+        hasOddByte_ = !hasOddByte_;
+    }
 }
 
 std::uint32_t kxLexInput::readBytes(std::uint32_t most)
@@ -105,19 +137,19 @@ std::uint32_t kxLexInput::readBytes(std::uint32_t most)
 kxTextPlace kxLexInput::placeOf(std::uint32_t position)
 {
     const std::u16string_view units = units_;
-    if (position < lastPosition_) {
-        const std::u16string_view back = units.substr(position, lastPosition_ - position);
-        const auto lines = static_cast<std::uint32_t>(std::count(back.begin(), back.end(), u'\n'));
-        const std::size_t lineStart = lines != 0 ? units.substr(0, position).rfind(u'\n') + 1 : 0;
-        lastPlace_.line -= lines;
-        if (lines == 0)
-            lastPlace_.column -= lastPosition_ - position;
-        else
-            lastPlace_.column =
-                position - static_cast<std::uint32_t>(lineStart) + (lineStart == 0 ? startPlace_.column : 1);
-        lastPosition_ = position;
+    const std::uint32_t from = std::min(position, lastPosition_);
+    const std::uint32_t to = std::max(position, lastPosition_);
+    std::uint32_t lines = 0;
+    for (std::size_t at = from; (at = findLineFeed(units.substr(0, to), at)) != units.npos; ++at) ++lines;
+    lastPlace_.line += position < lastPosition_ ? 0 - lines : lines;
+    if (lines == 0) {
+        lastPlace_.column += position - lastPosition_;  // backwards too, modulo 2^32
+    } else {
+        const std::size_t lineStart = units.substr(0, position).rfind(u'\n') + 1;  // 0 when there is none
+        lastPlace_.column =
+            position - static_cast<std::uint32_t>(lineStart) + (lineStart == 0 ? startPlace_.column : 1);
     }
-    for (; lastPosition_ < position; ++lastPosition_) lastPlace_.pass(units[lastPosition_]);
+    lastPosition_ = position;
     return lastPlace_;
 }
 

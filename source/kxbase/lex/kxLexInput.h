@@ -77,6 +77,8 @@ private:
         return KX_LEX_END;
     }
     std::uint32_t readBytes(std::uint32_t most);
+    void appendBytes(const unsigned char* bytes, std::uint32_t count);
+    void appendPairs(const unsigned char* bytes, std::uint32_t count);
     void giveBytesBack(std::uint32_t position);
 
     kxRefPointer<kxSerializeAdapter> adapter_;

@@ -33,22 +33,128 @@ void kxMatchMachine::start(const kxRuleProgram& program)
     fault_ = nullptr;
 }
 
+bool kxMatchMachine::stop(const char* fault)
+{
+    if (fault_ == nullptr) fault_ = fault;
+    return false;
+}
+
+// ---- rules, choices and rounds
+
+inline bool kxMatchMachine::push(const Frame& frame)
+{
+    if (frames_.size() == kMaxFrames) return stop(kTooDeep);
+    frames_.push_back(frame);
+    return true;
+}
+
+inline bool kxMatchMachine::pushChoice(FrameKind kind, std::uint32_t otherWay)
+{
+    return push({kind, isSpent_, otherWay, position_, log_.count(), mark_, 0});
+}
+
+inline bool kxMatchMachine::enterRule(const kxInstruction& instruction)
+{
+    if (depth_ == KX_LEX_MAX_DEPTH) return stop(kTooDeep);
+    if (--stepsLeft_ < 0) return stop(kTooManySteps);
+    if (tracer_ != nullptr)
+        tracer_->enterRule(*program_->rules[instruction.a], depth_, input_.placeOf(position_));
+    if (!push({FrameKind::kCall, isSpent_, at_ + 1, ruleStart_, 0, mark_, instruction.a})) return false;
+    ++depth_;
+    ruleStart_ = position_;
+    mark_ = KX_MATCH_NO_MARK;
+    isSpent_ = false;
+    return true;
+}
+
+inline void kxMatchMachine::leaveRule()
+{
+    const Frame& frame = frames_.back();
+    --depth_;
+    if (tracer_ != nullptr)
+        tracer_->leaveRule(*program_->rules[frame.count], depth_, input_.placeOf(position_), KX_LEX_OK);
+    at_ = frame.at;
+    ruleStart_ = frame.position;
+    mark_ = frame.mark;
+    isSpent_ = frame.wasSpent;
+    frames_.pop_back();
+}
+
+void kxMatchMachine::leaveFailedRule(const Frame& frame)
+{
+    --depth_;
+    if (tracer_ != nullptr)
+        tracer_->leaveRule(*program_->rules[frame.count], depth_, input_.placeOf(ruleStart_),
+                           KX_LEX_NO_MATCH);
+    ruleStart_ = frame.position;
+}
+
+// Whether the next round can match; when the data has to be waited for, it is tried.
+inline bool kxMatchMachine::canGoOn(const kxProgramBounds& bounds, std::uint32_t rounds) const
+{
+    if (bounds.first == kxProgramBounds::kAnySet || rounds < bounds.minimum || position_ == end_) return true;
+    return program_->sets[bounds.first].contains(units_[position_]);
+}
+
+// Rounds stand in the frame of their repetition, whose choice is the end of the repetition. Answers whether that has
+// come.
+inline bool kxMatchMachine::endRound(const kxInstruction& instruction)
+{
+    Frame& frame = frames_.back();
+    const kxProgramBounds& bounds = program_->bounds[instruction.a];
+    if (position_ == frame.position || ++frame.count == bounds.maximum || !canGoOn(bounds, frame.count)) {
+        frames_.pop_back();
+        return true;
+    }
+    frame.position = position_;
+    frame.records = log_.count();
+    frame.mark = mark_;
+    frame.wasSpent = isSpent_;
+    return false;
+}
+
+// Goes back to the last choice that is left; false when there is none.
+inline bool kxMatchMachine::comeBack()
+{
+    const std::uint32_t from = position_;
+    for (; !frames_.empty(); frames_.pop_back()) {
+        const Frame& frame = frames_.back();
+        if (--stepsLeft_ < 0) return stop(kTooManySteps);
+        if (frame.kind == FrameKind::kCall) {
+            leaveFailedRule(frame);
+            continue;
+        }
+        // The end of a repetition is no way out before there were enough rounds.
+        if (frame.kind == FrameKind::kRounds &&
+            frame.count < program_->bounds[program_->code[frame.at - 1].a].minimum)
+            continue;
+        stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
+        position_ = frame.position;
+        log_.cutTo(frame.records);
+        mark_ = frame.mark;
+        isSpent_ = frame.wasSpent;
+        at_ = frame.at;
+        frames_.pop_back();
+        return true;
+    }
+    return false;
+}
+
 kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
 {
     start(program);
-    const kxInstruction* const code = program.code.data();
     // Copies of members, for the loop.
-    std::uint32_t at = 0;
+    const kxInstruction* const code = program.code.data();
+    const kxInstruction* at = code;
     std::uint32_t position = 0;
     const char16_t* units = units_;
     std::uint32_t end = end_;
 
     const auto store = [&] {
-        at_ = at;
+        at_ = static_cast<std::uint32_t>(at - code);
         position_ = position;
     };
-    const auto load = [&] {
-        at = at_;
+    const auto loadInput = [&] {
         position = position_;
         units = units_;
         end = end_;
@@ -58,93 +164,110 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             return true;
         store();
         const bool hasMore = more();
-        load();
+        loadInput();
         return hasMore;
     };
 
+    // What matches goes on with the loop, what fails leaves the switch.
     for (;;) {
-        const kxInstruction& instruction = code[at];
-        bool matches = true;
-        switch (instruction.operation) {
+        switch (at->operation) {
         case KX_OP_UNIT:
-            matches = hasUnit() && units[position] == instruction.a;
-            position += matches;
+            if (!hasUnit() || units[position] != at->a) break;
+            ++position;
             ++at;
-            break;
+            continue;
         case KX_OP_SET:
-            matches = hasUnit() && program.sets[instruction.a].contains(units[position]);
-            position += matches;
+            if (!hasUnit() || !program.sets[at->a].contains(units[position])) break;
+            ++position;
             ++at;
-            break;
+            continue;
         case KX_OP_TEST:
-            at = hasUnit() && program.sets[instruction.a].contains(units[position]) ? at + 1 : instruction.b;
-            matches = fault_ == nullptr;
-            break;
-        case KX_OP_TEXT:
+            if (hasUnit() && program.sets[at->a].contains(units[position])) {
+                ++at;
+                continue;
+            }
+            if (fault_ != nullptr) break;
+            at = code + at->b;
+            continue;
+        case KX_OP_TEXT: {
             store();
-            matches = takeText(instruction);
-            load();
+            const bool matches = takeText(*at);
+            loadInput();
+            if (!matches) break;
             ++at;
-            break;
-        case KX_OP_RUN:
-            store();
-            matches = takeRun(instruction);
-            load();
+            continue;
+        }
+        case KX_OP_RUN: {
+            const kxProgramSet& set = program.sets[at->a];
+            const kxProgramBounds& bounds = program.bounds[at->b];
+            const std::uint32_t most = std::min(bounds.maximum, end - position);
+            const char16_t* const first = units + position;
+            std::uint32_t taken = 0;
+            while (taken != most && set.contains(first[taken])) ++taken;
+            if (position + taken == end && taken != bounds.maximum) [[unlikely]] {
+                store();
+                const bool matches = takeRun(*at, taken);
+                loadInput();
+                if (!matches) break;
+            } else {
+                if (taken < bounds.minimum) break;
+                position += taken;
+            }
             ++at;
-            break;
+            continue;
+        }
         case KX_OP_CHOICE:
-            store();
-            matches = pushChoice(FrameKind::kChoice, instruction.b);
+            position_ = position;
+            if (!pushChoice(FrameKind::kChoice, at->b)) break;
             ++at;
-            break;
+            continue;
         case KX_OP_COMMIT:
             frames_.pop_back();
-            at = instruction.b;
-            break;
+            [[fallthrough]];
+        case KX_OP_JUMP:
+            at = code + at->b;
+            continue;
         case KX_OP_REFUSE:
             frames_.pop_back();
-            matches = false;
-            break;
-        case KX_OP_JUMP:
-            at = instruction.b;
             break;
         case KX_OP_REPEAT:
-            store();
-            matches = pushChoice(FrameKind::kRounds, instruction.b);
+            position_ = position;
+            if (!pushChoice(FrameKind::kRounds, at->b)) break;
             ++at;
-            break;
+            continue;
         case KX_OP_AGAIN:
-            store();
-            endRound(instruction);
-            at = at_;
-            break;
+            position_ = position;
+            at = endRound(*at) ? at + 1 : code + at->b;
+            continue;
         case KX_OP_CALL:
             store();
-            matches = enterRule(instruction);
-            at = instruction.b;
-            break;
+            if (!enterRule(*at)) break;
+            at = code + at->b;
+            continue;
         case KX_OP_RETURN:
-            store();
+            position_ = position;
             leaveRule();
-            at = at_;
-            break;
-        case KX_OP_NATIVE:
+            at = code + at_;
+            continue;
+        case KX_OP_NATIVE: {
             store();
-            matches = runFunction(*program.functions[instruction.a]);
-            load();
+            const bool matches = runFunction(*program.functions[at->a]);
+            loadInput();
+            if (!matches) break;
             ++at;
-            break;
+            continue;
+        }
         case KX_OP_MARK:
             store();
-            matches = mark();
+            if (!mark()) break;
             ++at;
-            break;
+            continue;
         case KX_OP_PUSH:
         case KX_OP_BLANK:
             store();
-            matches = record(instruction);
+            if (!record(*at)) break;
             ++at;
-            break;
+            continue;
         case KX_OP_UNKNOWN:
             store();
             return KX_LEX_ERROR;
@@ -152,20 +275,12 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             store();
             return KX_LEX_OK;
         }
-        if (matches) [[likely]]
-            continue;
-        if (fault_ != nullptr) return KX_LEX_ERROR;
         store();
+        if (fault_ != nullptr) return KX_LEX_ERROR;
         if (!comeBack()) return fault_ != nullptr ? KX_LEX_ERROR : KX_LEX_NO_MATCH;
-        at = at_;
+        at = code + at_;
         position = position_;
     }
-}
-
-bool kxMatchMachine::stop(const char* fault)
-{
-    if (fault_ == nullptr) fault_ = fault;
-    return false;
 }
 
 // ---- input
@@ -197,30 +312,24 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
     return true;
 }
 
-bool kxMatchMachine::takeRun(const kxInstruction& instruction)
+// Goes on with a run that has come to the end of what was read.
+bool kxMatchMachine::takeRun(const kxInstruction& instruction, std::uint32_t taken)
 {
     const kxProgramSet& set = program_->sets[instruction.a];
     const kxProgramBounds& bounds = program_->bounds[instruction.b];
-    std::uint32_t position = position_;
-    std::uint32_t left = bounds.maximum;
-    while (left != 0) {
-        const char16_t* const first = units_ + position;
-        const char16_t* const last = first + std::min(left, end_ - position);
-        const char16_t* unit = first;
-        while (unit != last && set.contains(*unit)) ++unit;
-        const auto taken = static_cast<std::uint32_t>(unit - first);
-        position += taken;
-        left -= taken;
-        if (unit != last || left == 0) break;
-        const bool wasShort = isShort_;
-        if (more()) continue;
-        if (fault_ != nullptr) return false;
-        // A run that is long enough has not failed.
-        isShort_ = wasShort || position - position_ < bounds.minimum;
-        break;
+    const bool wasShort = isShort_;
+    while (taken != bounds.maximum) {
+        if (position_ + taken == end_ && !more()) {
+            if (fault_ != nullptr) return false;
+            // A run that is long enough has not failed.
+            isShort_ = wasShort || taken < bounds.minimum;
+            break;
+        }
+        if (!set.contains(units_[position_ + taken])) break;
+        ++taken;
     }
-    const bool matches = position - position_ >= bounds.minimum;
-    if (matches) position_ = position;
+    const bool matches = taken >= bounds.minimum;
+    position_ += matches ? taken : 0;
     return matches;
 }
 
@@ -246,100 +355,6 @@ bool kxMatchMachine::runFunction(const kxFuncInfo& function)
     if (input_.isFull()) return stop(kTooLong);
     if (result != KX_LEX_OK && result != KX_LEX_NO_MATCH) return stop("Function failed");
     return result == KX_LEX_OK;
-}
-
-// ---- rules, choices and rounds
-
-bool kxMatchMachine::push(const Frame& frame)
-{
-    if (frames_.size() == kMaxFrames) return stop(kTooDeep);
-    frames_.push_back(frame);
-    return true;
-}
-
-bool kxMatchMachine::pushChoice(FrameKind kind, std::uint32_t otherWay)
-{
-    return push({kind, isSpent_, otherWay, position_, log_.count(), mark_, 0});
-}
-
-bool kxMatchMachine::enterRule(const kxInstruction& instruction)
-{
-    if (depth_ == KX_LEX_MAX_DEPTH) return stop(kTooDeep);
-    if (--stepsLeft_ < 0) return stop(kTooManySteps);
-    if (tracer_ != nullptr)
-        tracer_->enterRule(*program_->rules[instruction.a], depth_, input_.placeOf(position_));
-    if (!push({FrameKind::kCall, isSpent_, at_ + 1, ruleStart_, 0, mark_, instruction.a})) return false;
-    ++depth_;
-    ruleStart_ = position_;
-    mark_ = KX_MATCH_NO_MARK;
-    isSpent_ = false;
-    return true;
-}
-
-void kxMatchMachine::leaveRule()
-{
-    const Frame& frame = frames_.back();
-    --depth_;
-    if (tracer_ != nullptr)
-        tracer_->leaveRule(*program_->rules[frame.count], depth_, input_.placeOf(position_), KX_LEX_OK);
-    at_ = frame.at;
-    ruleStart_ = frame.position;
-    mark_ = frame.mark;
-    isSpent_ = frame.wasSpent;
-    frames_.pop_back();
-}
-
-void kxMatchMachine::leaveFailedRule(const Frame& frame)
-{
-    --depth_;
-    if (tracer_ != nullptr)
-        tracer_->leaveRule(*program_->rules[frame.count], depth_, input_.placeOf(ruleStart_),
-                           KX_LEX_NO_MATCH);
-    ruleStart_ = frame.position;
-}
-
-// Rounds stand in the frame of their repetition, whose choice is the end of the repetition.
-void kxMatchMachine::endRound(const kxInstruction& instruction)
-{
-    Frame& frame = frames_.back();
-    const kxProgramBounds& bounds = program_->bounds[instruction.a];
-    if (position_ == frame.position || ++frame.count == bounds.maximum) {
-        frames_.pop_back();
-        ++at_;
-        return;
-    }
-    frame.position = position_;
-    frame.records = log_.count();
-    frame.mark = mark_;
-    frame.wasSpent = isSpent_;
-    at_ = instruction.b;
-}
-
-// Goes back to the last choice that is left; false when there is none.
-bool kxMatchMachine::comeBack()
-{
-    const std::uint32_t from = position_;
-    for (; !frames_.empty(); frames_.pop_back()) {
-        const Frame& frame = frames_.back();
-        if (--stepsLeft_ < 0) return stop(kTooManySteps);
-        if (frame.kind == FrameKind::kCall) {
-            leaveFailedRule(frame);
-            continue;
-        }
-        // The end of a repetition is no way out before there were enough rounds.
-        if (frame.kind == FrameKind::kRounds &&
-            frame.count < program_->bounds[program_->code[frame.at - 1].a].minimum)
-            continue;
-        stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
-        position_ = frame.position;
-        log_.cutTo(frame.records);
-        mark_ = frame.mark;
-        isSpent_ = frame.wasSpent;
-        at_ = frame.at;
-        frames_.pop_back();
-        return true;
-    }
-    return false;
 }
 
 // ---- records

@@ -57,12 +57,13 @@ private:
     void start(const kxRuleProgram& program);
     bool more();
     bool takeText(const kxInstruction& instruction);
-    bool takeRun(const kxInstruction& instruction);
+    bool takeRun(const kxInstruction& instruction, std::uint32_t taken);
     bool enterRule(const kxInstruction& instruction);
     void leaveRule();
     bool push(const Frame& frame);
     bool pushChoice(FrameKind kind, std::uint32_t otherWay);
-    void endRound(const kxInstruction& instruction);
+    bool endRound(const kxInstruction& instruction);
+    bool canGoOn(const kxProgramBounds& bounds, std::uint32_t rounds) const;
     bool comeBack();
     void leaveFailedRule(const Frame& frame);
     bool runFunction(const kxFuncInfo& function);

@@ -4,15 +4,16 @@
 #include "kxbase/lex/kxRuleWalk.h"
 
 #include <algorithm>
-#include <optional>
+#include <map>
 
 namespace {
 
 constexpr std::uint32_t kNone = KX_RULE_NO_NODE;
 // A rule of more nodes is not worth putting in where it is called.
-constexpr std::size_t kInlineNodes = 12;
+constexpr std::size_t kInlineNodes = 40;
+constexpr std::uint32_t kInlineDepth = 4;
 constexpr std::uint32_t kSingleDepth = 8;
-constexpr kxProgramBounds kAny{0, KX_RULE_UNLIMITED};
+constexpr kxProgramBounds kAtLeastOne{1, KX_RULE_UNLIMITED};
 
 class Compiler {
 public:
@@ -43,6 +44,8 @@ public:
     {
         const kxRuleNode& node = nodeAt(step.node);
         if (!isInlined_) offset_ = node.offset;
+        if (step.node == std::exchange(runNode_, kNone))
+            return emit(KX_OP_RUN, singleSet(*rule_, step.node, kSingleDepth), boundsIndex(kAtLeastOne));
         step.chain = step.place = kNone;
         switch (node.kind) {
         case KX_RULE_LITERAL:
@@ -63,7 +66,10 @@ public:
     void child(kxRuleStep& step)
     {
         const kxRuleNodeKind kind = nodeAt(step.node).kind;
-        if (kind == KX_RULE_CHOICE) beginAlternative(step);
+        if (kind == KX_RULE_CHOICE) {
+            beginAlternative(step);
+            if (isRoundOfCharacters(step)) runNode_ = step.nextChild;
+        }
         if (kind == KX_RULE_DIFFERENCE) beginUnwanted(step);
     }
     void leave(kxRuleStep& step)
@@ -87,7 +93,9 @@ private:
     void compileRule(const kxRuleSet::Rule& rule)
     {
         const kxRuleSet::Rule* const outer = std::exchange(rule_, &rule);
+        const std::uint32_t rounds = std::exchange(rounds_, kNone);
         kxRuleWalk(rule.info->tree(), *this);
+        rounds_ = rounds;
         rule_ = outer;
     }
 
@@ -132,14 +140,22 @@ private:
         return before.kind == kxRuleSet::Kind::kFunction && nodeAt(node - 1).next == node &&
                set_.functions()[before.index]->name() == "fWS";
     }
-    // Rules that neither mark nor call; also, so that they do not nest, none that are long.
+    // Rules that neither mark nor run functions of the program, and are short with all that they call.
     bool canBeInlined(const kxRuleSet::Rule& rule) const
     {
+        std::size_t nodes = kInlineNodes;
+        return takesNoMore(rule, nodes, kInlineDepth);
+    }
+    bool takesNoMore(const kxRuleSet::Rule& rule, std::size_t& nodesLeft, std::uint32_t depth) const
+    {
         const std::vector<kxRuleNode>& nodes = rule.info->tree().nodes();
-        if (nodes.size() > kInlineNodes) return false;
+        if (nodes.size() > nodesLeft || depth == 0) return false;
+        nodesLeft -= nodes.size();
         for (std::uint32_t node = 0; node < nodes.size(); ++node) {
             if (nodes[node].kind == KX_RULE_MARK) return false;
-            if (nodes[node].kind == KX_RULE_NAME && !isCharacter(rule.targets[node])) return false;
+            if (nodes[node].kind != KX_RULE_NAME || isCharacter(rule.targets[node])) continue;
+            if (rule.targets[node].kind != kxRuleSet::Kind::kRule) return false;
+            if (!takesNoMore(set_.rules()[rule.targets[node].index], nodesLeft, depth - 1)) return false;
         }
         return true;
     }
@@ -215,9 +231,9 @@ private:
     {
         if (node.maximum == 0) return false;
         const std::uint32_t set = singleSet(*rule_, node.firstChild, kSingleDepth);
-        const kxProgramBounds bounds{node.minimum, node.maximum};
-        if (set != kNone) return emit(KX_OP_RUN, set, boundsIndex(bounds));
+        if (set != kNone) return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
         const kxUnitSet& first = rule_->first[node.firstChild];
+        const kxProgramBounds bounds = boundsOf(node);
         if (!isPlain_ && node.minimum == 0 && !first.hasNothing()) {
             step.chain = here();
             emit(KX_OP_TEST, setOf(first), kNone);
@@ -229,21 +245,59 @@ private:
             emit(KX_OP_REPEAT, boundsIndex(bounds), step.chain);
         step.chain = begin;
         step.place = here();
+        if (isPlain_ || node.maximum != KX_RULE_UNLIMITED || node.minimum > 1) return true;
+        if (nodeAt(node.firstChild).kind == KX_RULE_CHOICE) rounds_ = node.firstChild;
+        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild, bounds);
         return true;
+    }
+    // Characters that are matched round by round may as well be taken all at once: where rounds are not limited, an
+    // alternative that is one character and comes first, or begins like no other.
+    bool isRoundOfCharacters(const kxRuleStep& step)
+    {
+        const kxRuleNode& choice = nodeAt(step.node);
+        if (isPlain_ || step.node != rounds_ || singleSet(*rule_, step.nextChild, kSingleDepth) == kNone)
+            return false;
+        if (step.child == 0) return true;
+        for (std::uint32_t other = choice.firstChild; other != step.nextChild; other = nodeAt(other).next) {
+            const kxUnitSet& first = rule_->first[other];
+            if (first.hasNothing() || first.overlaps(rule_->first[step.nextChild])) return false;
+        }
+        return true;
+    }
+    // The same for a difference: characters with which nothing unwanted begins.
+    void runOfWanted(const kxRuleStep& step, std::uint32_t difference, const kxProgramBounds& bounds)
+    {
+        kxUnitSet unwanted;
+        std::uint32_t child = nodeAt(difference).firstChild;
+        for (; nodeAt(child).next != kNone; child = nodeAt(child).next) unwanted |= rule_->first[child];
+        if (unwanted.hasNothing() || singleSet(*rule_, child, kSingleDepth) == kNone) return;
+        kxUnitSet wanted = rule_->first[child];
+        wanted.remove(unwanted);
+        if (set_.isWide()) wanted.removeHigh();
+        const std::uint32_t set = setOf(wanted);
+        emit(KX_OP_TEST, set, here() + 3);
+        emit(KX_OP_RUN, set, boundsIndex(kAtLeastOne));
+        emit(KX_OP_AGAIN, boundsIndex(bounds), step.place);
     }
     void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
     {
         if (isOptional(node))
             emit(KX_OP_COMMIT, 0, here() + 1);
         else
-            emit(KX_OP_AGAIN, boundsIndex({node.minimum, node.maximum}), step.place);
+            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
         closeChain(step.chain);
+    }
+    kxProgramBounds boundsOf(const kxRuleNode& node)
+    {
+        const kxUnitSet& first = rule_->first[node.firstChild];
+        const bool isTested = !isPlain_ && !first.hasNothing();
+        return {node.minimum, node.maximum, isTested ? setOf(first) : kxProgramBounds::kAnySet};
     }
     static bool isOptional(const kxRuleNode& node) { return node.minimum == 0 && node.maximum == 1; }
     std::uint32_t boundsIndex(const kxProgramBounds& bounds)
     {
         const auto count = static_cast<std::uint32_t>(program_.bounds.size());
-        const auto [place, isNew] = boundsIndex_.try_emplace({bounds.minimum, bounds.maximum}, count);
+        const auto [place, isNew] = boundsIndex_.try_emplace(bounds, count);
         if (isNew) program_.bounds.push_back(bounds);
         return place->second;
     }
@@ -306,9 +360,11 @@ private:
     kxRuleProgram program_;
     const kxRuleSet::Rule* rule_ = nullptr;  // being compiled
     bool isInlined_ = false;                 // into another one, whose text errors show
+    std::uint32_t rounds_ = kNone;           // the choice whose rounds are not limited
+    std::uint32_t runNode_ = kNone;          // the node that is to take all it can
     std::uint32_t offset_ = 0;
     std::map<std::u16string, std::uint32_t> setIndex_;
-    std::map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t> boundsIndex_;
+    std::map<kxProgramBounds, std::uint32_t> boundsIndex_;
 };
 
 }  // namespace

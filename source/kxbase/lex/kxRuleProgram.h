@@ -8,7 +8,7 @@
 #include "kxbase/lex/kxFuncInfo.h"
 #include "kxbase/lex/kxRuleInfo.h"
 
-#include <map>
+#include <compare>
 #include <memory>
 
 enum kxOperation : std::uint8_t {
@@ -41,9 +41,14 @@ struct kxInstruction {
     std::uint32_t offset;  // of what it was made from, in the text of its rule
 };
 
+// Of runs and rounds.
 struct kxProgramBounds {
+    static constexpr std::uint32_t kAnySet = KX_RULE_NO_NODE;
+
     std::uint32_t minimum;
     std::uint32_t maximum;
+    std::uint32_t first = kAnySet;  // the set that every round begins with
+    friend auto operator<=>(const kxProgramBounds&, const kxProgramBounds&) = default;
 };
 
 struct kxProgramSet {

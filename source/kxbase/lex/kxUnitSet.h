@@ -35,6 +35,8 @@ public:
         bits_.flip();
         removeNothing();
     }
+    void removeHigh() { bits_.reset(kHigh); }
+    void remove(const kxUnitSet& other) { bits_ &= ~other.bits_; }
     bool contains(char16_t unit) const { return bits_[unit < kHigh ? unit : kHigh]; }
     bool hasNothing() const { return bits_[kNothing]; }
     bool overlaps(const kxUnitSet& other) const { return (bits_ & other.bits_).any(); }
