@@ -1,0 +1,47 @@
+// Inputs of the library's own grammars. What fast programs make of them, plain ones make as well.
+
+#include "kxbase/lex/kxDynamicTypeArgumentParser.h"
+#include "kxbase/lex/kxRegKeyExpandParser.h"
+#include "kxbase/lex/kxSerializeLex.h"
+#include "kxbase/message/kxMessageManager.h"
+#include "kxbase/serialize/kxSerializeAdapterQueue.h"
+
+#include <cstdlib>
+
+namespace {
+
+const char* const kRules = "main ::= ($ fNum fPush | $ fStr fPushStr | $ fIdent fPush | list | other) main?;"
+                           "list ::= '[' (main (',' main){0,3})? ']';"
+                           "other ::= ([^] - ('[' | ']' | ',')) | '[' $ fPlain fPush ']' | ',' fHex{2,5};";
+
+// The result, what is left and the number of values.
+std::string outcomeOf(std::string_view text, bool isPlain)
+{
+    const auto input = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 1024U);
+    input->write(text.data(), static_cast<std::uint32_t>(text.size()));
+    kxSerializeLex lex(input);
+    lex.setTracing(isPlain);
+    lex.setStepLimit(100000);
+    lex.addRules(kRules);
+    const kxLexResult result = lex.run("main");
+    if (result == KX_LEX_ERROR) return "";
+    return std::to_string(result) + " " + std::to_string(input->length()) + " " +
+           std::to_string(lex.valueCount());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    kxMessageManager::instance().setEnabled(false);
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string fast = outcomeOf(text, false);
+    const std::string plain = outcomeOf(text, true);
+    // A plain program uses more steps and calls.
+    if (fast != plain && !fast.empty() && !plain.empty()) std::abort();
+    kxDynamicTypeArgumentParser arguments;
+    arguments.parse(text);
+    kxString expanded;
+    kxRegKeyExpandParser().expand(text, expanded);
+    return 0;
+}
