@@ -200,7 +200,7 @@ TEST(kxMatchMachine, DoesWhatTheSlowMatcherDoes)
     const kxMessageRecorder messages(KX_MESSAGE_WARNING);
     RandomRules random(20);
     std::uint32_t matched = 0;
-    for (int round = 0; round < 800; ++round) {
+    for (int round = 0; round < 400; ++round) {
         const std::vector<std::string> rules = random.rules();
         std::string set;
         for (const std::string& rule : rules) set += rule + ";\n";
@@ -214,6 +214,6 @@ TEST(kxMatchMachine, DoesWhatTheSlowMatcherDoes)
             matched += expected.starts_with("OK") ? 1 : 0;
         }
     }
-    EXPECT_GT(matched, 700U);
+    EXPECT_GT(matched, 350U);
     EXPECT_TRUE(messages.entries().empty());
 }

@@ -22,7 +22,7 @@ constexpr std::uint32_t KX_LEX_MAX_DEPTH = 10000;
 constexpr std::uint32_t KX_LEX_MAX_RECORDS = 4 * 1024 * 1024;
 // Calls and failures of one match, and how many more each character read allows.
 constexpr std::int64_t KX_LEX_STEPS = 200'000'000;
-constexpr std::int64_t KX_LEX_STEPS_PER_CHARACTER = 100;
+constexpr std::int64_t KX_LEX_STEPS_PER_CHARACTER = 20;
 
 class kxMatchMachine {
 public:

@@ -21,6 +21,7 @@ public:
     const kxString& getError() const { return error_; }
 
 protected:
+    // Neither may call expand() of the same object.
     virtual std::optional<kxString> findSetting(const kxString& name);
     virtual std::optional<kxString> findInterface(const kxString& name);
 

@@ -12,6 +12,10 @@ constexpr std::uint32_t kNone = KX_RULE_NO_NODE;
 // A rule of more nodes is not worth putting in where it is called.
 constexpr std::size_t kInlineNodes = 40;
 constexpr std::uint32_t kInlineDepth = 4;
+// Behind so many instructions rules are only called.
+constexpr std::uint32_t kInlineCode = 65536;
+// Alternatives that are compared with one; among more, some will begin alike.
+constexpr std::uint32_t kComparedAlternatives = 64;
 constexpr std::uint32_t kSingleDepth = 8;
 constexpr kxProgramBounds kAtLeastOne{1, KX_RULE_UNLIMITED};
 
@@ -144,7 +148,7 @@ private:
     bool canBeInlined(const kxRuleSet::Rule& rule) const
     {
         std::size_t nodes = kInlineNodes;
-        return takesNoMore(rule, nodes, kInlineDepth);
+        return here() < kInlineCode && takesNoMore(rule, nodes, kInlineDepth);
     }
     bool takesNoMore(const kxRuleSet::Rule& rule, std::size_t& nodesLeft, std::uint32_t depth) const
     {
@@ -197,8 +201,10 @@ private:
     }
     bool overlapsLater(const kxUnitSet& first, std::uint32_t later) const
     {
-        for (; later != kNone; later = nodeAt(later).next) {
-            if (rule_->first[later].hasNothing() || rule_->first[later].overlaps(first)) return true;
+        for (std::uint32_t count = 0; later != kNone; later = nodeAt(later).next) {
+            if (++count > kComparedAlternatives || rule_->first[later].hasNothing() ||
+                rule_->first[later].overlaps(first))
+                return true;
         }
         return false;
     }
@@ -258,6 +264,7 @@ private:
         if (isPlain_ || step.node != rounds_ || singleSet(*rule_, step.nextChild, kSingleDepth) == kNone)
             return false;
         if (step.child == 0) return true;
+        if (step.child > kComparedAlternatives) return false;
         for (std::uint32_t other = choice.firstChild; other != step.nextChild; other = nodeAt(other).next) {
             const kxUnitSet& first = rule_->first[other];
             if (first.hasNothing() || first.overlaps(rule_->first[step.nextChild])) return false;

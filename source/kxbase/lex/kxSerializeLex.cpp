@@ -60,6 +60,7 @@ bool kxSerializeLex::addRule(std::string_view text)
 
 bool kxSerializeLex::compile(std::string_view text, const kxTextPlace& place)
 {
+    if (text.size() > KX_LEX_MAX_RULE_BYTES) return fail(kxTranslate("Too much input"));
     kxRuleParser parser(text, place);
     if (!parser.parse()) return fail(parser.fault());
     names_.set(kxMakeRef<kxRuleInfo>(parser.takeTree()));
@@ -173,22 +174,30 @@ bool kxSerializeLex::runText(const kxString& rule, const kxString& text)
 
 kxLexResult kxSerializeLex::match(const kxRuleProgram& program)
 {
-    // Also when a function of the program throws.
-    struct Run {
-        kxLexInput& input;
-        std::uint32_t end = 0;
-        ~Run() { input.finish(end); }
-    } run{input_};
+    if (isMatching_) kxRaiseFatal("kxSerializeLex:match within a match");
+    struct Matching {
+        bool& flag;
+        explicit Matching(bool& matching) : flag(matching) { flag = true; }
+        ~Matching() { flag = false; }
+    } matching(isMatching_);
     input_.begin();
+    try {
+        const kxLexResult result = matchAndDeliver(program);
+        input_.finish(result == KX_LEX_OK ? machine_.position() : 0);
+        return result;
+    } catch (...) {
+        input_.finish(0);
+        throw;
+    }
+}
+
+kxLexResult kxSerializeLex::matchAndDeliver(const kxRuleProgram& program)
+{
     machine_.setTracer(traces_ ? &trace_ : nullptr);
     const kxLexResult result = machine_.run(program);
+    if (result == KX_LEX_OK) return deliver(program) ? KX_LEX_OK : KX_LEX_ERROR;
     if (result == KX_LEX_NO_MATCH) {
         if (machine_.wasShortOfData()) error_ = kxTranslate("Adapter out of Data");
-        return result;
-    }
-    if (result == KX_LEX_OK) {
-        if (!deliver(program)) return KX_LEX_ERROR;
-        run.end = machine_.position();
         return result;
     }
     const kxInstruction& instruction = program.code[machine_.instruction()];

@@ -10,7 +10,8 @@
 //
 // Ownership: holds a reference to the adapter; owns rules and values.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    nothing is thrown but by functions of the program; taking a value when there is none is fatal. A rule
+// Errors:    nothing is thrown but by functions of the program; taking a value when there is none is fatal, and so is
+//            a match from within a function or an action of the same lexer. A rule
 //            that is not well formed sends Warnings and leaves the rule of that name as it was. KX_LEX_ERROR and
 //            some other ends of a run leave an error text.
 // Units:     characters are bytes, or in wide mode pairs of bytes, low byte first.
@@ -22,7 +23,7 @@
 #include "kxbase/lex/kxMatchMachine.h"
 #include "kxbase/lex/kxRulePrograms.h"
 
-// Bytes of a rule set that is read from a URL.
+// Bytes of a rule, and of a rule set that is read from a URL.
 constexpr std::uint32_t KX_LEX_MAX_RULE_BYTES = 1024 * 1024;
 
 class kxSerializeLex {
@@ -79,6 +80,7 @@ private:
     bool addRulesOf(std::string_view set, const char* malformed, const kxString& source);
     bool fail(const kxString& text);
     kxLexResult match(const kxRuleProgram& program);
+    kxLexResult matchAndDeliver(const kxRuleProgram& program);
     bool deliver(const kxRuleProgram& program);
     void setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction);
 
@@ -96,4 +98,5 @@ private:
     char decimalSeparator_ = '.';
     bool isWide_ = false;
     bool traces_ = false;
+    bool isMatching_ = false;
 };
