@@ -14,15 +14,22 @@ const char* const kRules = "main ::= ($ fNum fPush | $ fStr fPushStr | $ fIdent 
                            "list ::= '[' (main (',' main){0,3})? ']';"
                            "other ::= ([^] - ('[' | ']' | ',')) | '[' $ fPlain fPush ']' | ',' fHex{2,5};";
 
-// The result, what is left and the number of values.
-std::string outcomeOf(std::string_view text, bool isPlain)
+struct Lexer : kxSerializeLex {
+    explicit Lexer(bool isPlain)
+    {
+        setTracing(isPlain);
+        setStepLimit(100000);
+        addRules(kRules);
+    }
+};
+
+// The result, what is left and the number of values; empty when the match was stopped.
+std::string outcomeOf(kxSerializeLex& lex, std::string_view text)
 {
     const auto input = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 1024U);
     input->write(text.data(), static_cast<std::uint32_t>(text.size()));
-    kxSerializeLex lex(input);
-    lex.setTracing(isPlain);
-    lex.setStepLimit(100000);
-    lex.addRules(kRules);
+    lex.setAdapter(input);
+    lex.clearValues();
     const kxLexResult result = lex.run("main");
     if (result == KX_LEX_ERROR) return "";
     return std::to_string(result) + " " + std::to_string(input->length()) + " " +
@@ -35,13 +42,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     kxMessageManager::instance().setEnabled(false);
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const std::string fast = outcomeOf(text, false);
-    const std::string plain = outcomeOf(text, true);
-    // A plain program uses more steps and calls.
+    static Lexer fastLexer(false);
+    static Lexer plainLexer(true);
+    static kxDynamicTypeArgumentParser arguments;
+    static kxRegKeyExpandParser references;
+    const std::string fast = outcomeOf(fastLexer, text);
+    const std::string plain = outcomeOf(plainLexer, text);
+    // A plain program uses more steps and calls, so that it may be stopped alone.
     if (fast != plain && !fast.empty() && !plain.empty()) std::abort();
-    kxDynamicTypeArgumentParser arguments;
     arguments.parse(text);
     kxString expanded;
-    kxRegKeyExpandParser().expand(text, expanded);
+    references.expand(text, expanded);
     return 0;
 }

@@ -98,6 +98,8 @@ kxLexResult kxDynamicTypeArgumentParser::addNumber(kxLexCapture& capture)
 kxLexResult kxDynamicTypeArgumentParser::addGuid(kxLexCapture& capture)
 {
     kxGUID guid;
-    kxGUID::read(capture.view(0), guid);
-    return add(guid);
+    const char* const fault = kxGUID::read(capture.view(0), guid);
+    if (fault == nullptr) return add(guid);
+    capture.setFault(kxTranslate(fault));
+    return KX_LEX_ERROR;
 }
