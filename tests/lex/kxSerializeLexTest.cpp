@@ -63,6 +63,7 @@ TEST(kxSerializeLex, MatchesEveryConstruct)
         {"as many as there may be", "main ::= ('a' 'b'){1,2}", "ababab", "OK <ab>"},
         {"an exact count", "main ::= ('x')2 'x'", "xxxx", "OK <x>"},
         {"a round of nothing ends", "main ::= ('a'?)* ('' $){3,5} 'b'", "aab", "OK <>"},
+        {"a character leaves others their round", "main ::= ('abx' | [abc])*", "cabx!", "OK <!>"},
         {"difference", "main ::= ([^] - ('$(' | '${'))*", "a$b${c", "OK <${c>"},
         {"a set as a difference", "main ::= [abc] - 'b' - 'c'", "b", "No Match <b>"},
         {"forward references", "main ::= b; b ::= 'x'", "x", "OK <>"},
