@@ -1,7 +1,8 @@
 // Messages that nobody wants and messages that are delivered, beside spdlog.
 //
 // The null receiver takes the finished text and drops it. A delivered message holds the list of receivers locked
-// for reading, as its rules demand; spdlog's multi-threaded null sink takes a mutex.
+// for reading and hands over a kxString, which is allocated and hashed, as its rules demand; spdlog formats into a
+// buffer on the stack, and its multi-threaded null sink takes a mutex.
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/message/kxMessageManager.h"
 

@@ -118,6 +118,33 @@ void doubleToChars(benchmark::State& state)
 }
 BENCHMARK(doubleToChars);
 
+// Values with two decimals, as many digits as they need: here up to where only noise is left, in the twin the
+// shortest text that reads back as the value.
+std::vector<double> someAmounts()
+{
+    std::mt19937_64 random(4);
+    std::vector<double> values(256);
+    for (auto& value : values) value = static_cast<double>(random() % 1000000) / 100;
+    return values;
+}
+
+void doubleAutomaticKx(benchmark::State& state)
+{
+    eachValue(state, someAmounts(), [](char* text, double value) {
+        std::uint32_t length = 0;
+        kxDtoA(text, value, -1, &length);
+        return length;
+    });
+}
+BENCHMARK(doubleAutomaticKx);
+
+void doubleAutomaticToChars(benchmark::State& state)
+{
+    eachValue(state, someAmounts(),
+              [](char* text, double value) { return std::to_chars(text, text + 64, value).ptr; });
+}
+BENCHMARK(doubleAutomaticToChars);
+
 // Mostly ASCII words with letters of two and three bytes between, cut to whole characters.
 std::string mixedText(std::size_t size)
 {

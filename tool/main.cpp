@@ -3,6 +3,11 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/lex/kxArgumentParser.h"
 #include "kxbase/platform/kxPlatformConsole.h"
+#include "kxbase/serialize/DummyURLManagerInterface.h"
+#include "kxbase/serialize/kxEncoderURLManager.h"
+#include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
+#include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
+#include "kxbase/serialize/kxUrlRegistry.h"
 #include "kxbase/thread/kxThread.h"
 #include "tool/kxRelay.h"
 
@@ -21,6 +26,15 @@ using Adapter = kxRefPointer<kxSerializeAdapter>;
 bool isUsable(const Adapter& adapter)
 {
     return adapter && !adapter->hasError();
+}
+
+// Adds the schemes that the library leaves to its programs.
+void registerSchemes()
+{
+    kxUrlRegistry& registry = kxUrlRegistry::instance();
+    registry.addManager("dummy:", kxMakeRef<DummyURLManagerInterface>());
+    registry.addManager("hex:", kxMakeRef<kxEncoderURLManager<kxSerializeAdapterBCDEncoder>>());
+    registry.addManager("b64:", kxMakeRef<kxEncoderURLManager<kxSerializeAdapterBase64Encoder>>());
 }
 
 // Ends the process without closing the endpoints first.
@@ -65,6 +79,7 @@ int main(int argumentCount, char** arguments)
 {
     kxPlatformConsoleOpenStreams();
     try {
+        registerSchemes();
         relay(argumentCount, arguments);
     } catch (const std::exception& error) {
         kxMessage(KX_MESSAGE_FATAL, "KORVEX Fatal System Error ! %s", error.what());

@@ -8,27 +8,52 @@
 #include "kxbase/object/kxReference.h"
 #include "tests/support/kxMessageRecorder.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
 
-TEST(kxContainerFaults, AQueueTakesWhatItsItemsPushWhenTheyGo)
+// Adds others to its container as it goes, while there are some left to add. Only copied, so that what stays behind
+// of an item that is taken does so too.
+struct Adding {
+    Adding() = default;
+    Adding(const Adding&) = default;
+    ~Adding()
+    {
+        while (left > 0) --left, add();
+    }
+    static inline int left = 0;
+    static inline std::function<void()> add;
+    std::string text = std::string(50, 'l');
+};
+
+// Adds three items and then five while `remove` works, which leaves `kept` of the old ones.
+template <typename Container, typename Remove>
+void expectThatAddedItemsStay(Container& container, std::uint32_t kept, Remove remove)
 {
-    kxQueue<kxRefPointer<kxReference>> queue(KX_QUEUE_FIFO, 1);
-    struct Pusher : kxReference {
-        explicit Pusher(kxQueue<kxRefPointer<kxReference>>& to) : target(to) {}
-        ~Pusher() override
-        {
-            for (int count = 0; count < 20; ++count) target.push(nullptr);
-        }
-        kxQueue<kxRefPointer<kxReference>>& target;
-    };
-    for (int count = 0; count < 3; ++count) queue.push(kxMakeRef<Pusher>(queue).get());
-    queue.clear();
-    kxRefPointer<kxReference> taken[60];
-    for (auto& item : taken) item = kxMakeRef<Pusher>(queue);
-    queue.popBlock(taken, 60);
-    EXPECT_EQ(queue.length(), 1200U);
+    for (int count = 0; count < 3; ++count) Adding::add();
+    Adding::left = 5;
+    remove(container);
+    const auto isWhole = [](const Adding& item) { return item.text == std::string(50, 'l'); };
+    EXPECT_EQ(std::count_if(container.begin(), container.end(), isWhole), kept + 5);
+    Adding::left = 0;
+    container.clear();
+}
+
+TEST(kxContainerFaults, ItemsMayAddOthersWhenTheyGo)
+{
+    for (const auto order : {KX_QUEUE_LIFO, KX_QUEUE_FIFO}) {
+        kxQueue<Adding> queue(order, 1);
+        Adding::add = [&queue] { queue.push(Adding()); };
+        expectThatAddedItemsStay(queue, 2, [](auto& any) { any.pop(); });
+        expectThatAddedItemsStay(queue, 0, [](auto& any) { any.clear(); });
+        Adding::add();
+        Adding::left = 5;  // for the destructor
+    }
+    kxArray<Adding> array;
+    Adding::add = [&array] { array.append(Adding()); };
+    expectThatAddedItemsStay(array, 1, [](auto& any) { any.resize(1); });
+    expectThatAddedItemsStay(array, 0, [](auto& any) { any.clear(); });
     kxThreadData<kxRefPointer<kxReference>, 2>().next() = kxMakeRef<kxReference>();
 }
 

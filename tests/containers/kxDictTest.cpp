@@ -103,12 +103,15 @@ TEST(kxDict, RemovedRecordsAreKeptWhileReuseIsOn)
 {
     Dict dict;
     dict.setReuse(true);
-    dict.insert(1, &kValues[0]);
-    const std::uint32_t spare = dict.spareCount();
+    for (const std::uint32_t key : {1U, 2U, 3U}) dict.insert(key, &kValues[0]);
+    EXPECT_EQ(dict.spareCount(), 0U);
     dict.remove(1);
-    EXPECT_EQ(dict.spareCount(), spare + 1);
+    dict.remove(2);
     dict.insert(1, &kValues[0]);
-    EXPECT_EQ(dict.spareCount(), spare);
+    EXPECT_EQ(dict.spareCount(), 1U);
+    dict.setReuse(false);
+    dict.clear();
+    EXPECT_EQ(dict.spareCount(), 0U);
 }
 
 TEST(kxBucketIndex, IsTheRemainder)

@@ -86,7 +86,7 @@ TEST(kxSequences, BehaveAsTheStandardDeque)
 TEST(kxArray, EndsAtItsSizes)
 {
     kxArray<int> array(3);
-    for (const std::uint32_t index : {3U, 0xFFFFFFFFU}) {
+    for (const std::uint64_t index : {3ULL, 0xFFFFFFFFULL, 1ULL << 32}) {
         EXPECT_EQ(kxFatalText([&] { array[index] = 1; }), "Template-kxArray [] index out of bounds");
         EXPECT_EQ(kxFatalText([&] { array.get(index); }), "kxArray get() index out of bounds");
     }
@@ -102,6 +102,17 @@ TEST(kxArray, EndsAtItsSizes)
     kxDynamicArray<int> smallest(0);
     smallest.resize(3);
     EXPECT_EQ(smallest.growthStep() + smallest.capacity(), 4U) << "a step of 0 is 1";
+}
+
+TEST(kxSequences, EmptyListsHaveNothingToTake)
+{
+    kxList<int> list;
+    kxDList<int> linked;
+    EXPECT_EQ(kxFatalText([&] { list.takeFirst(); }), "No item to take in kxList");
+    list.append(1);
+    EXPECT_EQ(kxFatalText([&] { list.takeAfter(list.begin()); }), "No item to take in kxList");
+    EXPECT_EQ(kxFatalText([&] { linked.takeLast(); }), "No item to take in kxDList");
+    EXPECT_EQ(kxFatalText([&] { linked.remove(linked.end()); }), "No item to take in kxDList");
 }
 
 struct Watched : kxReference {

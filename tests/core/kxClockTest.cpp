@@ -8,28 +8,16 @@
 #include <ctime>
 #include <thread>
 
-namespace {
-
-std::uint64_t ticks = 0;
-int starts = 0;
-
-kxCounterClock::Base startAtThousand()
-{
-    ++starts;
-    return {1000, ticks};
-}
-std::uint64_t readTicks()
-{
-    return ticks;
-}
-
-}  // namespace
-
 TEST(kxCounterClock, FollowsTheCounterFromItsBase)
 {
-    ticks = 50;
-    starts = 0;
-    kxCounterClock clock(startAtThousand, readTicks, 0.25);
+    static std::uint64_t ticks = 50;
+    static int starts = 0;
+    const auto start = [] {
+        ++starts;
+        return kxCounterClock::Base{1000, ticks};
+    };
+    kxCounterClock clock(
+        start, [] { return ticks; }, 0.25);
     const struct {
         const char* why;
         std::uint64_t ticks;

@@ -39,16 +39,19 @@ TEST(kxMutex, CountsItsLocksAndRemembersItsOwner)
     EXPECT_EQ(untracked.owner(), 0U);
 }
 
-TEST(kxMutex, StaysHeldInAForkedChild)
+TEST(kxMutex, StaysHeldInForkedChildren)
 {
     kxMutex mutex(true);
     mutex.lock();
     const pid_t child = ::fork();
     if (child == 0) {
+        const pid_t grandchild = ::fork();
         const bool isHeld = mutex.tryLock() && mutex.owner() == kxPlatformThreadId();
         mutex.unlock();
         mutex.unlock();
-        ::_exit(isHeld && mutex.lockCount() == 0 ? 0 : 1);
+        int status = 0;
+        if (grandchild != 0) ::waitpid(grandchild, &status, 0);
+        ::_exit(isHeld && mutex.lockCount() == 0 && status == 0 ? 0 : 1);
     }
     int status = -1;
     EXPECT_EQ(::waitpid(child, &status, 0), child);

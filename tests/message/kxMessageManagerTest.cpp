@@ -13,6 +13,7 @@
 #include <new>
 #include <thread>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -135,6 +136,14 @@ TEST_F(kxMessageManagerTest, DeliversInOrderAndLimitsNesting)
     kxMessage(KX_MESSAGE_NOTICE, "once");
     manager.removeReceiver(echoing);
     EXPECT_EQ(received, 16);
+    received = 0;
+    Receiver too(echoing);
+    manager.addReceiver(echoing);
+    manager.addReceiver(too);
+    kxMessage(KX_MESSAGE_NOTICE, "once");
+    manager.removeReceiver(echoing);
+    manager.removeReceiver(too);
+    EXPECT_EQ(received, 2 * 1001) << "bounded in breadth as well";
 }
 
 TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelivery)
@@ -161,7 +170,9 @@ TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelive
 TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherThreadsSend)
 {
     std::atomic<bool> stop{false};
-    Receiver slow([](const std::string&) { std::this_thread::sleep_for(std::chrono::milliseconds(1)); });
+    std::atomic<int> milliseconds{1};
+    Receiver slow(
+        [&](const std::string&) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); });
     manager.addReceiver(slow);
     std::vector<std::thread> senders;
     for (int index = 0; index < 6; ++index) {
@@ -178,6 +189,7 @@ TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherT
         });
         manager.addReceiver(receiver);
         while (calls < 6) std::this_thread::yield();
+        if (round == 19) milliseconds = 150;
         manager.removeReceiver(receiver);
         alive = false;
     }
@@ -239,6 +251,36 @@ TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
     EXPECT_EQ(afterwards, 1);
 }
 
+TEST_F(kxMessageManagerTest, WorksInAForkedChildWhateverOtherThreadsWereDoing)
+{
+    pid_t child = -1;
+    Receiver forking([&](const std::string& text) {
+        if (text == "fork" && (child = ::fork()) == 0) ::alarm(5);
+    });
+    manager.addReceiver(forking);
+    std::atomic<bool> stop{false};
+    std::thread changing([&] {
+        while (!stop) manager.setSender("KorvexSDK");
+    });
+    std::thread sending([&] {
+        while (!stop) kxMessage(KX_MESSAGE_NOTICE, "x");
+    });
+    int status = 0;
+    for (int round = 0; round < 20 && status == 0; ++round) {
+        kxMessage(KX_MESSAGE_NOTICE, "fork");
+        if (child == 0) {
+            manager.removeReceiver(forking);
+            ::_exit(0);
+        }
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+    }
+    EXPECT_EQ(status, 0);
+    stop = true;
+    changing.join();
+    sending.join();
+    manager.removeReceiver(forking);
+}
+
 TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
 {
     const kxMessageRecorder messages;
@@ -260,6 +302,11 @@ TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
     EXPECT_EQ(textOf([] { kxThrowBadAlloc("/a/b/c.cpp", 7); }), "bad_alloc");
     EXPECT_EQ(messages.texts(), Texts({"Bad Alloc:File: c.cpp  Line: 7  Ver: 2.10.5"}));
     EXPECT_EQ(messages.entries()[0].level, KX_MESSAGE_FATAL);
+    Receiver failing([](const std::string&) { throw 1; });
+    manager.addReceiver(failing);
+    for (int time = 0; time < 2; ++time) EXPECT_EQ(textOf([] { kxThrowBadAlloc("x", 1); }), "bad_alloc");
+    manager.removeReceiver(failing);
+    EXPECT_EQ(messages.texts().size(), 3U);
 }
 
 TEST(kxMessagePrefix, NamesLevelsAndFindsThem)

@@ -1,7 +1,9 @@
-#include "kxbase/object/kxRefPointer.h"
+#include "kxbase/object/kxRefHolder.h"
 #include "kxbase/object/kxReference.h"
+#include "tests/support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 #include <unordered_set>
 
 // Stand-ins for two listed classes and one that the tree does not name.
@@ -64,6 +66,27 @@ TEST(kxRefPointer, CountsEveryWayToHoldAnObject)
     head->next = kxMakeRef<kxObject>();
     head = head->next;  // the first object goes and with it the only other reference to the second
     EXPECT_EQ(head->getReferenceCount(), 1U);
+}
+
+// Counts how often it is referenced.
+struct Watched : kxReference {
+    void ref() const override { ++references, kxReference::ref(); }
+    static inline int references = 0;
+};
+
+TEST(kxRefHolder, IsMovedByTheStandardLibraryAndTellsOfMiscounts)
+{
+    const kxMessageRecorder messages;
+    std::vector<kxRefHolder<Watched>> objects;
+    for (int count = 0; count < 100; ++count) objects.push_back(kxMakeRef<Watched>());
+    EXPECT_EQ(Watched::references, 100);
+    std::thread([holder = std::move(objects.back())] { EXPECT_EQ(holder->getReferenceCount(), 1U); }).join();
+    objects.pop_back();
+    Watched object;
+    objects.emplace_back(&object);
+    object.unrefWithoutDelete();
+    objects.clear();
+    EXPECT_EQ(messages.texts().size(), 1U) << "a miscount found by a destructor";
 }
 
 TEST(kxRefPointer, CastsByDescriptorAndComparesByAddress)

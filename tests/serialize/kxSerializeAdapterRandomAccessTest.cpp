@@ -62,6 +62,8 @@ TEST(kxSerializeAdapterRandomAccess, EndsWhereItsParentHasEnded)
     const auto access = kxMakeRef<kxSerializeAdapterRandomAccess>(file);
     EXPECT_FALSE(access->hasError()) << "there is data left";
     access->read(nullptr, 3);
+    EXPECT_FALSE(access->hasError()) << "asking is no look";
+    EXPECT_EQ(access->length(), 0U);
     EXPECT_TRUE(access->hasError());
     EXPECT_EQ(access->getError(), "End of file");
     access->setPosition(1);

@@ -3,6 +3,7 @@
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
+#include "kxbase/serialize/kxSerializeAdapterQueue.h"
 #include "tests/support/kxScriptedAdapter.h"
 #include "tests/support/kxTempDirectory.h"
 #include "tests/support/kxTestRandom.h"
@@ -196,8 +197,10 @@ TEST(kxTextEncoder, BlocksWriteWhatBytesWriteAndAllOfItIsReadBack)
 
 TEST(kxTextEncoder, Base64TurnsBetweenWritingAndReading)
 {
-    Stage stage(BASE64, false, "TWFuTWFu");
+    Stage stage(BASE64, false);
     stage.write("M");
+    EXPECT_EQ(stage.read(4) + stage.parent->written, "") << "a read of nothing leaves the group";
+    stage.parent->ready = "TWFuTWFu";
     EXPECT_EQ(stage.encoder->readByte(), 'M');
     EXPECT_EQ(stage.parent->written, "TQ") << "what was written comes out first";
     EXPECT_EQ(stage.encoder->getDataLength(), 5U) << "two of them decoded";
@@ -232,6 +235,38 @@ TEST(kxTextEncoder, EndsWithItsParentWhateverTailIsLeft)
         EXPECT_EQ(bytes, c.bytes);
         EXPECT_TRUE(encoder->hasError());
         EXPECT_EQ(encoder->getError(), "End of file");
+    }
+}
+
+TEST(kxTextEncoder, KeepsTheTailThroughAFlushOfItsParent)
+{
+    Stage stage(HEX, false);
+    const auto queue = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 8U);
+    stage.encoder = makeEncoder(HEX, queue);
+    queue->writeByte('3');
+    EXPECT_EQ(stage.encoder->length(), 0U);
+    EXPECT_FALSE(stage.encoder->hasError());
+    queue->flush();
+    queue->write("C41", 3);
+    EXPECT_EQ(stage.read(9), "\x3C\x41");
+}
+
+TEST(kxTextEncoder, LeavesVeryLongWhiteSpaceAndGoesOnBehindIt)
+{
+    const struct {
+        Encoding encoding;
+        const char* before;
+        const char* behind;
+        const char* bytes;
+    } cases[] = {{HEX, "3", "C41", "\x3C\x41"}, {BASE64, "TWF", "uTQ", "ManM"}};
+    for (const auto& c : cases) {
+        for (const bool isWide : {false, true}) {
+            Stage stage(c.encoding, isWide, c.before + std::string(1500000, '\n') + c.behind);
+            EXPECT_EQ(stage.read(1000), "");
+            std::string bytes;
+            while (stage.encoder->length() != 0) bytes += stage.read(1000);
+            EXPECT_EQ(bytes, c.bytes);
+        }
     }
 }
 

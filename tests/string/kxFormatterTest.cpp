@@ -74,6 +74,8 @@ TEST(kxFormatter, WritesFloatingValues)
     expect("-1.000e+308    1.00e+100 0 1e+22", "%.3e %12.2e %g %.30g", -1e308, 1e100, 0.0, 1e22);
     expect("0.0001 1e-05 100000 1e+06 1e+06", "%g %g %g %g %g", 0.0001, 0.00001, 1e5, 1e6, 999999.5);
     expect("1.23e+03 1.50000 -0000002.5", "%.3g %#g %010g", 1234.5, 1.5, -2.5);
+    expect("1.13e+00 4.8288677135570738e+167 0.10000000000000001", "%.2e %.16e %.17g", 1.125,
+           4.828867713557074e+167, 0.1);
     expect("0.5" + std::string(999, '0'), "%.1000f", 0.5);
     const Texts warnings(3, "Too large number for kxDtoA");
     expectMessages(warnings, "<||->", "<%f|%e|%g>", 1e20, std::nan(""), -HUGE_VAL);
@@ -107,8 +109,13 @@ TEST(kxFormatter, WarnsOnceAndGoesOn)
     const auto expectUnknown = [](const std::string& format, const char* expected) {
         expectMessages({"Unknown format option in string '" + format + "'"}, expected, format, 7);
     };
-    for (const char* format : {"%q%d", "%3+%d", "%\xE2\x82\xAC%d", "%\xFF%d", "%hh%d"})
+    for (const char* format : {"%q%d", "%3+%d", "%\xE2\x82\xAC%d", "%\xFF%d", "%hh%d", "%\xC1\xA4%d"})
         expectUnknown(format, "7");
+    expect("\xC0\xA5"
+           "d7",
+           "\xC0\xA5"
+           "d%d",
+           7);  // an overlong percent sign is text
     for (const char* format : {"%", "%-", "%5", "%5.", "%ll"}) expectUnknown(format, "");
 }
 

@@ -71,6 +71,10 @@ TEST(kxIntegerToText, WritesEveryBase)
         char text[70] = {};
         std::to_chars(text, text + sizeof text, value, static_cast<int>(base));
         ASSERT_EQ(integer(value, {.base = base}), text);
+        const bool isDecimal = base == 10;
+        char decimal[24] = {};
+        ASSERT_EQ(std::string(decimal, isDecimal ? kxIntegerToText(decimal, value) : 0),
+                  isDecimal ? text : "");
     };
     for (std::uint64_t power = 1, i = 0; i < 20; ++i, power *= 10)
         for (const std::uint64_t value : {power - 1, power, power + 1}) compareWithStandard(value, 10);

@@ -85,6 +85,11 @@ TEST(kxString, EndsAtItsBounds)
     EXPECT_EQ(kxFatalText([&] { grown += added.text(); }), tooMany);
     EXPECT_EQ(grown, base) << "a failed addition changes nothing";
     EXPECT_EQ((grown += added.text() + 1).length(), 65535);
+    // Longer text is counted up to the bound when only a pointer is given, and in full when its length is known.
+    const std::string endless(70000, 'x');
+    EXPECT_EQ(kxString() + endless.c_str(), endless.c_str() + kxString());
+    EXPECT_EQ(kxString::hashOf(endless.c_str(), 0), (kxString() += endless.c_str()).hash());
+    EXPECT_EQ(kxFatalText([&] { kxString() += std::string_view(endless); }), tooMany);
     EXPECT_EQ(kxFatalText([&] { (void)string[3]; }), bounds);
     EXPECT_EQ(kxFatalText([&] { string.setCharacter(3, 'x'); }), bounds);
     EXPECT_EQ(kxFatalText([&] { string.substring(3, 1); }), "kxString(index,len) out of bounds");

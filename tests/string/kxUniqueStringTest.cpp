@@ -30,6 +30,7 @@ TEST(kxUniqueString, OneTextHasOneIdAndOnePointer)
         EXPECT_TRUE(first.uniqueId() == second.uniqueId() && first.text() == kxString(second).text());
         EXPECT_TRUE(first == kxString(text) && first.hash() == kxString(text).hash());
     }
+    EXPECT_EQ(kxUniqueString(longest + "cut").uniqueId(), unique(longest).uniqueId());
     const kxString kept = unique("text");
     kxString(kept).setCharacter(0, 'n');
     EXPECT_EQ(kept.view(), "text") << "a change is made to a copy";
@@ -49,6 +50,7 @@ TEST(kxUniqueString, RequestsDecideTheId)
     EXPECT_EQ(request("", 200), "at 200");
     EXPECT_EQ(request("", 300), request("Unique(300)", 300));
     EXPECT_EQ(request("at the end", 65535), "at the end");
+    EXPECT_EQ(kxUniqueString(static_cast<kxUniqueId>(301)), request("", 301)) << "not one of the library's";
     const std::string bad = "Bad unique string (\"";
     EXPECT_EQ(request("array", 9), bad + "array\":9). String already used with ID (\"array\":8)");
     EXPECT_EQ(request("b", 200), bad + "b\":200). ID already used with string (\"at 200\":200)");

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -77,17 +78,19 @@ TEST_F(kxRelayProcessTest, CopiesFilesExactlyBehindTheNotice)
 TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
 {
     directory.write("in", "x");
-    const std::string udp = "udp::45455?nic=127.0.0.1&blocking=no&echo=yes";
     const struct {
         Arguments arguments;
         std::string warning;
         std::string fatal;
     } cases[] = {
-        {{}, "Could not create URL Adapter '" + udp + "'", "Error in input adapter " + udp},
         {{"-URL", "abc:x%d"}, "Could not create URL Adapter 'abc:x%d'", "Error in input adapter abc:x%d"},
         {{"-URL", "file:none"},
          "URL Adapter (file:none) Error:Could not open 'none' for reading (No such file or directory)",
          "Error in input adapter file:none"},
+        {{"-URL", "hex:b64:file:none"},
+         "URL Adapter (hex:b64:file:none) Error:Could not open 'none' for reading (No such file or "
+         "directory)",
+         "Error in input adapter hex:b64:file:none"},
         {{"-URL", "file:."},
          "URL Adapter (file:.) Error:Could not open '.' for reading (Is a directory)",
          "Error in input adapter file:."},
@@ -101,6 +104,36 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
     }
     run({"-URL", "none:", "-output", "file:made"}, kxExited(99));
     EXPECT_EQ(::access(directory.path("made").c_str(), F_OK), 0) << "the output is opened all the same";
+}
+
+TEST_F(kxRelayProcessTest, ReadsAndWritesTheTextOfTheSystemsEncoders)
+{
+    const auto shell = [&](const std::string& command) {
+        EXPECT_EQ(std::system(("cd '" + directory.path() + "' && " + command).c_str()), 0) << command;
+    };
+    // Text of more than one read and a last group that is not whole.
+    for (const std::size_t size : {0U, 1U, 2U, 3U, 30U, 1500001U}) {
+        SCOPED_TRACE(size);
+        const std::string bytes = kxTestPattern(size);
+        directory.write("bytes", bytes);
+        shell("base64 bytes >b64; base64 -w0 bytes | tr -d = >bare; xxd -p bytes >hex; base64 hex >both");
+        for (const std::string url : {"b64:file:b64", "b64:file:bare", "hex:file:hex", "hex:b64:file:both"}) {
+            EXPECT_TRUE(run({"-URL", url}) == noticeOf(url, "con:") + bytes) << url;
+        }
+        EXPECT_EQ(run({"-URL", "file:bytes", "-output", "hex:file:written"}), "");
+        shell("xxd -r -p written >back; rm written");
+        EXPECT_TRUE(directory.read("back") == noticeOf("file:bytes", "hex:file:written") + bytes);
+        EXPECT_EQ(run({"-URL", "file:bytes", "-output", "dummy:"}), "");
+    }
+}
+
+TEST_F(kxRelayProcessTest, OpensLayersOnNoDataAndEndsWith0)
+{
+    directory.write("empty", "");
+    directory.write("feed", "\n");
+    for (const std::string url : {"rand:file:empty", "hex:rand:file:empty", "rand:hex:file:feed"}) {
+        EXPECT_EQ(run({"-URL", url}), noticeOf(url, "con:"));
+    }
 }
 
 TEST_F(kxRelayProcessTest, ReadsStandardInputToItsEnd)

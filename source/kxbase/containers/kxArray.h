@@ -1,17 +1,18 @@
 // Contiguous items, counted with 32 bits.
 //
-// Ownership: owns its items; a copy has copies of them. The room never shrinks.
+// Ownership: owns its items; a copy has copies of them. The room does not shrink.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    an index at or beyond the size is fatal. A failed allocation throws std::bad_alloc and leaves the
 //            array as it was; so does growing beyond 32 bits. When items throw as they are cut off, all go and
 //            the first exception goes on.
+// Items may append to the array from their destructors; what they append while others are cut off stays.
 //
 // Growing may move the items: pointers, references and iterators end with it.
 #pragma once
 
 #include "kxbase/containers/kxItemBlock.h"
-#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <algorithm>
 #include <limits>
@@ -36,20 +37,27 @@ public:
         swap(other);
         return *this;
     }
-    ~kxArray() noexcept(std::is_nothrow_destructible_v<T>) { clear(); }
+    ~kxArray() noexcept(std::is_nothrow_destructible_v<T>)
+    {
+        kxReleaseAll([this] {
+            clear();
+            return !isEmpty();
+        });
+    }
 
     std::uint32_t size() const noexcept { return size_; }
     bool isEmpty() const noexcept { return size_ == 0; }
     // Items that the array has room for.
     std::uint32_t capacity() const noexcept { return block_.capacity(); }
 
-    T& operator[](std::uint32_t index)
+    // Indices are taken as wide as they come, so that none is cut to one that exists.
+    T& operator[](std::size_t index)
     {
         if (index >= size_) kxRaiseTemplateFatal("kxArray [] index out of bounds");
         return data()[index];
     }
-    const T& operator[](std::uint32_t index) const { return const_cast<kxArray&>(*this)[index]; }
-    const T& get(std::uint32_t index) const
+    const T& operator[](std::size_t index) const { return const_cast<kxArray&>(*this)[index]; }
+    const T& get(std::size_t index) const
     {
         if (index >= size_) kxRaiseFatal("kxArray get() index out of bounds");
         return data()[index];
@@ -65,17 +73,15 @@ public:
     // Cuts items off the end or adds items with their initial value.
     void resize(std::uint32_t size)
     {
-        if (size > size_) {
-            const std::uint32_t added = size - size_;
-            makeRoom(size);
-            std::uninitialized_value_construct_n(data() + size_, added);
-        }
-        cutTo(size);
-        size_ = size;
+        if (size <= size_) return cutTo(size);
+        const std::uint32_t added = size - size_;
+        makeRoom(added);
+        std::uninitialized_value_construct_n(data() + size_, added);
+        size_ += added;
     }
     T& append(T item)
     {
-        makeRoom(std::uint64_t{size_} + 1);
+        makeRoom(1);
         T* const place = ::new (static_cast<void*>(data() + size_)) T(std::move(item));
         ++size_;
         return *place;
@@ -84,7 +90,7 @@ public:
     void appendBlock(const T* items, std::uint32_t count)
     {
         if (count == 0) return;
-        makeRoom(std::uint64_t{size_} + count);
+        makeRoom(count);
         std::uninitialized_copy_n(items, count, data() + size_);
         size_ += count;
     }
@@ -111,9 +117,10 @@ protected:
 
 private:
     // Grows by half at least, so that every item is moved a few times only, however many are added.
-    void makeRoom(std::uint64_t needed)
+    void makeRoom(std::uint32_t added)
     {
-        if (needed > capacity()) growTo(needed, std::uint64_t{capacity()} * 3 / 2);
+        while (std::uint64_t{size_} + added > capacity())
+            growTo(std::uint64_t{size_} + added, std::uint64_t{capacity()} * 3 / 2);
     }
     void growTo(std::uint64_t needed, std::uint64_t wanted)
     {
@@ -124,14 +131,15 @@ private:
     }
     void cutTo(std::uint32_t size)
     {
-        if constexpr (std::is_trivially_destructible_v<T>) {
-            size_ = std::min(size_, size);
-            return;
+        if (size >= size_) return;
+        std::uint32_t last = std::exchange(size_, size);
+        if constexpr (!std::is_trivially_destructible_v<T>) {
+            const typename kxItemBlock<T>::Hold hold(block_);
+            kxReleaseAll([items = data(), size, &last] {
+                if (last > size) std::destroy_at(items + --last);
+                return last > size;
+            });
         }
-        kxReleaseAll([this, size] {
-            if (size_ > size) std::destroy_at(data() + --size_);
-            return size_ > size;
-        });
     }
 
     kxItemBlock<T> block_;

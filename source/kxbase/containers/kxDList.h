@@ -2,17 +2,18 @@
 //
 // Ownership: owns its items.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    taking from an empty list is a mistake of the caller that is not looked for. A failed allocation
-//            throws std::bad_alloc and leaves the list as it was, as does an item that cannot be moved in. When
-//            items throw as they are cleared, all go and the first exception goes on.
+// Errors:    taking or removing an item that the list does not have is fatal. A failed allocation throws
+//            std::bad_alloc and leaves the list as it was, as does an item that cannot be moved in. When items
+//            throw as they are cleared, all go and the first exception goes on.
 //
 // Iterators stay valid until their item is removed; end() always. An item is out of the list before its
 // destructor runs.
 #pragma once
 
 #include "kxbase/containers/kxLinkIterator.h"
-#include "kxbase/containers/kxReleaseAll.h"
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxTrackedMemory.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -130,8 +131,9 @@ private:
             throw;
         }
     }
-    Node* unlink(Link* link) noexcept
+    Node* unlink(Link* link)
     {
+        if (link == &ends_) kxRaiseFatal("No item to take in kxDList");
         link->previous->next = link->next;
         link->next->previous = link->previous;
         --count_;

@@ -19,8 +19,8 @@
 #include "kxbase/containers/kxDictPool.h"
 #include "kxbase/containers/kxKeyTraits.h"
 #include "kxbase/containers/kxLinkIterator.h"
-#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/containers/kxStorage.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <limits>
 #include <type_traits>
@@ -46,6 +46,7 @@ public:
             Entry**& buckets;
             ~Buckets() { Storage::free(buckets); }
         } owned{buckets_};
+        setReuse(false);
         clear();
     }
     kxDict(const kxDict&) = delete;
@@ -245,23 +246,23 @@ private:
     {
         const std::uint32_t hash = Traits::hash(key);
         const std::uint16_t fingerprint = fingerprintOf(key);
-        const auto piece = pool_.take();
+        const auto record = pool_.take();
         try {
-            return ::new (piece.room) Entry(std::move(key), value, hash, fingerprint, piece.inBlock);
+            return ::new (record.room) Entry(std::move(key), value, hash, fingerprint, record.place);
         } catch (...) {
-            pool_.give(piece.room, piece.inBlock);
+            pool_.give(record.room, record.place);
             throw;
         }
     }
     void destroyEntry(Entry* entry)
     {
         // Given back even when the key's destructor throws.
-        const struct Piece {
+        const struct Record {
             kxDictPool<Entry, Storage>& pool;
             Entry* entry;
-            bool inBlock;
-            ~Piece() { pool.give(entry, inBlock); }
-        } piece{pool_, entry, entry->inBlock_};
+            std::uint16_t place;
+            ~Record() { pool.give(entry, place); }
+        } record{pool_, entry, entry->place_};
         entry->~Entry();
     }
     void forget() const noexcept { lastFound_ = nullptr; }

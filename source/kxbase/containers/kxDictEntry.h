@@ -11,8 +11,8 @@ struct kxDictNoLinks {};
 
 template <typename Key, typename Value, typename Links = kxDictNoLinks> class kxDictEntry {
 public:
-    kxDictEntry(Key&& key, Value* value, std::uint32_t hash, std::uint16_t fingerprint, bool inBlock)
-        : hash_(hash), fingerprint_(fingerprint), inBlock_(inBlock), key_(std::move(key)), value_(value)
+    kxDictEntry(Key&& key, Value* value, std::uint32_t hash, std::uint16_t fingerprint, std::uint16_t place)
+        : hash_(hash), fingerprint_(fingerprint), place_(place), key_(std::move(key)), value_(value)
     {}
 
     const Key& key() const noexcept { return key_; }
@@ -26,7 +26,7 @@ private:
     kxDictEntry* next_ = nullptr;  // in the bucket
     std::uint32_t hash_;
     std::uint16_t fingerprint_;
-    bool inBlock_;  // lies in a block of the dictionary's pool, so it cannot be freed by itself
+    std::uint16_t place_;  // of the record, for the pool
     Key key_;
     Value* value_;
     [[no_unique_address]] Links links_{};

@@ -5,6 +5,8 @@
 // Errors:    a failed allocation throws std::bad_alloc and leaves room and items as they were. A move of an
 //            item that throws leaves the room as it was and all items in it, those moved before as a move
 //            leaves them.
+// Items whose destructors add items to the container are destroyed under a Hold; a reallocation destroys the old
+// ones when the block has its new room already, which may be full again when it returns.
 // Units:     capacities and positions are in items.
 #pragma once
 
@@ -40,18 +42,43 @@ public:
         if constexpr (std::is_trivially_copyable_v<T>) {
             items_ = static_cast<T*>(kxTrackedReallocate(items_, sizeBytes));
         } else {
-            T* const fresh = static_cast<T*>(kxTrackedAllocate(sizeBytes));
-            try {
-                if (last > first) std::uninitialized_move(items_ + first, items_ + last, fresh + first);
-            } catch (...) {
-                kxTrackedFree(fresh);
-                throw;
-            }
-            if (last > first) std::destroy(items_ + first, items_ + last);
-            kxTrackedFree(std::exchange(items_, fresh));
+            kxItemBlock fresh;
+            fresh.items_ = static_cast<T*>(kxTrackedAllocate(sizeBytes));
+            if (last > first) std::uninitialized_move(items_ + first, items_ + last, fresh.items_ + first);
+            const bool isHeld = capacity_ == 0;
+            std::swap(items_, fresh.items_);
+            capacity_ = capacity;
+            T* const old = isHeld ? std::exchange(fresh.items_, nullptr) : fresh.items_;
+            if (last > first) std::destroy(old + first, old + last);
+            return;
         }
         capacity_ = capacity;
     }
+
+    // Keeps the room where it is while items in it are destroyed whose destructors may add others: the block has
+    // no capacity meanwhile, and a reallocation leaves the old room to this object.
+    class Hold {
+    public:
+        explicit Hold(kxItemBlock& block) noexcept
+            : block_(block), room_(block.capacity_ != 0 ? block.items_ : nullptr),
+              capacity_(std::exchange(block.capacity_, 0U))
+        {}
+        ~Hold()
+        {
+            if (room_ == nullptr) return;  // held further out already
+            if (block_.items_ == room_)
+                block_.capacity_ = capacity_;
+            else
+                kxTrackedFree(room_);
+        }
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+    private:
+        kxItemBlock& block_;
+        T* const room_;
+        const std::uint32_t capacity_;
+    };
 
     void swap(kxItemBlock& other) noexcept
     {

@@ -3,17 +3,18 @@
 // Ownership: owns its items. Removed nodes go to a pool of the list's own while reuse is on, else they are
 //            freed.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    taking the first item of an empty list is a mistake of the caller that is not looked for. A failed
-//            allocation throws std::bad_alloc and leaves the list as it was, as does an item that cannot be
-//            moved in. When items throw as they are cleared, all go and the first exception goes on.
+// Errors:    taking an item that the list does not have is fatal. A failed allocation throws std::bad_alloc and
+//            leaves the list as it was, as does an item that cannot be moved in. When items throw as they are
+//            cleared, all go and the first exception goes on.
 //
 // Iterators stay valid until their item is removed. An item is out of the list before its destructor runs, so
 // that the destructor may use the list.
 #pragma once
 
 #include "kxbase/containers/kxLinkIterator.h"
-#include "kxbase/containers/kxReleaseAll.h"
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxTrackedMemory.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -76,9 +77,9 @@ public:
         return before->next->item;
     }
 
-    // Takes the first item out of a list that is not empty.
+    // Takes the first item out.
     T takeFirst() { return takeNode(nullptr); }
-    // Takes out the item behind `position`, which must not be the last.
+    // Takes out the item behind `position`.
     T takeAfter(iterator position) { return takeNode(position.cursor().node); }
     // Removes the first item that equals `item`; answers whether there was one.
     bool remove(const T& item)
@@ -111,8 +112,8 @@ public:
     T* last() noexcept { return itemOf(tail_); }
     const T* last() const noexcept { return itemOf(tail_); }
     // By counting from the front; null at or beyond the end.
-    T* at(std::uint32_t index) noexcept { return itemOf(nodeAt(index)); }
-    const T* at(std::uint32_t index) const noexcept { return itemOf(nodeAt(index)); }
+    T* at(std::size_t index) noexcept { return itemOf(nodeAt(index)); }
+    const T* at(std::size_t index) const noexcept { return itemOf(nodeAt(index)); }
 
     iterator begin() noexcept { return iterator({head_}); }
     iterator end() noexcept { return iterator(); }
@@ -133,7 +134,7 @@ private:
                   "over-aligned items need an allocator of their own");
 
     static T* itemOf(Node* node) noexcept { return node != nullptr ? &node->item : nullptr; }
-    Node* nodeAt(std::uint32_t index) const noexcept
+    Node* nodeAt(std::size_t index) const noexcept
     {
         if (index >= count_) return nullptr;
         Node* node = head_;
@@ -180,9 +181,10 @@ private:
     }
     void dropNode(Node* before) { const Loose loose(*this, unlink(before)); }
     // Takes out the node after `before`, or the first.
-    Node* unlink(Node* before) noexcept
+    Node* unlink(Node* before)
     {
         Node* const node = before != nullptr ? before->next : head_;
+        if (node == nullptr) kxRaiseFatal("No item to take in kxList");
         (before != nullptr ? before->next : head_) = node->next;
         if (tail_ == node) tail_ = before;
         --count_;

@@ -6,7 +6,8 @@
 // Ownership: owns its items and the block, which grows by whole growth steps and never shrinks: by as many as a
 //            push needs for plain items, by half at least for items that have to be moved one after the other.
 // Threads:   takes no lock; one thread at a time.
-// Items may push into the queue from their destructors.
+// Items may push into the queue from their destructors. A walk goes from the first position to the last, the oldest
+// item first: in the order in which a first-in-first-out queue pops, in the reverse of the other's.
 //
 // Errors:    taking from or looking into an empty queue is fatal. Positions are 32 bits: a push that would
 //            pass them reports "Bad Alloc:" and throws std::bad_alloc, and nothing is pushed. When items throw
@@ -16,8 +17,8 @@
 
 #include "kxbase/containers/kxItemBlock.h"
 #include "kxbase/containers/kxQueueOrder.h"
-#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/object/kxReleaseAll.h"
 
 #include <algorithm>
 #include <cstring>
@@ -29,6 +30,10 @@ constexpr std::uint32_t KX_QUEUE_GROWTH_STEP = 16;
 
 template <typename T, kxQueueTaken Taken = KX_QUEUE_KEEP_TAKEN> class kxQueue {
 public:
+    using value_type = T;
+    using iterator = T*;
+    using const_iterator = const T*;
+
     explicit kxQueue(kxQueueOrder order = KX_QUEUE_LIFO, std::uint32_t growthStep = KX_QUEUE_GROWTH_STEP)
         : order_(order), growthStep_(growthStep != 0 ? growthStep : 1)
     {}
@@ -52,10 +57,13 @@ public:
     T pop()
     {
         if (tail_ <= head_) raiseOutOfData();
-        T* const place = block_.data() + nextPosition();
-        T item(std::move(*place));
+        const std::uint32_t position = nextPosition();
+        T item(std::move(block_.data()[position]));
         order_ == KX_QUEUE_FIFO ? ++head_ : --tail_;
-        discard(place, 1);
+        if constexpr (kTrivial)
+            wipe(block_.data() + position, 1);
+        else
+            destroyHeld(position, position + 1);
         return item;
     }
     // What pop() would take.
@@ -64,6 +72,12 @@ public:
         if (tail_ <= head_) kxRaiseFatal("No top() item in kxQueue");
         return block_.data()[nextPosition()];
     }
+
+    // Pushing ends the validity of iterators.
+    iterator begin() noexcept { return block_.data() + head_; }
+    iterator end() noexcept { return block_.data() + tail_; }
+    const_iterator begin() const noexcept { return block_.data() + head_; }
+    const_iterator end() const noexcept { return block_.data() + tail_; }
 
     // The block forms do what as many single operations would do, at once.
 
@@ -95,7 +109,7 @@ public:
         else
             std::move(std::make_reverse_iterator(places + taken), std::make_reverse_iterator(places), items);
         (order_ == KX_QUEUE_FIFO ? head_ : tail_) = order_ == KX_QUEUE_FIFO ? head_ + taken : first;
-        if (taken != 0) discard(places, taken);
+        if (taken != 0) wipe(places, taken);
         if (taken < count) raiseOutOfData();
     }
 
@@ -107,7 +121,7 @@ public:
         const std::uint32_t first = std::exchange(head_, 0U);
         const std::uint32_t last = std::exchange(tail_, 0U);
         usedCount_ = 0;
-        if constexpr (!kTrivial) destroyApart(first, last);
+        if constexpr (!kTrivial) destroyHeld(first, last);
     }
 
     // Items that the block has room for.
@@ -128,10 +142,8 @@ private:
     void makeRoom(std::uint32_t count)
     {
         if (head_ == tail_) head_ = tail_ = 0;
-        const std::uint64_t end = std::uint64_t{tail_} + count;
-        if (end <= usedCount_) return;
-        if (end > block_.capacity()) grow(end - 1);
-        usedCount_ = static_cast<std::uint32_t>(end);
+        while (std::uint64_t{tail_} + count > block_.capacity()) grow(std::uint64_t{tail_} + count - 1);
+        usedCount_ = std::max(usedCount_, tail_ + count);
     }
     // Grows to the next multiple of the step above position `last`, or above half as much again.
     void grow(std::uint64_t last)
@@ -143,24 +155,25 @@ private:
         block_.reallocate(static_cast<std::uint32_t>(capacity), head_, tail_);
     }
 
-    static void discard(T* places, std::uint32_t count)
+    static void wipe(T* places, std::uint32_t count)
     {
         if constexpr (Taken == KX_QUEUE_WIPE_TAKEN)
             std::memset(static_cast<void*>(places), 0, count * sizeof(T));
-        else if constexpr (!kTrivial)
-            std::destroy_n(places, count);
     }
-    // Destroys the items in a block that is not the queue's at the time, since their destructors may push. What
-    // these push stays, in a block of its own.
-    void destroyApart(std::uint32_t first, std::uint32_t last)
+    // Destroys the items at positions that are not the queue's any more. A push from their destructors finds no
+    // used place and no capacity and so takes another block.
+    void destroyHeld(std::uint32_t first, std::uint32_t last)
     {
-        kxItemBlock<T> apart;
-        apart.swap(block_);
-        kxReleaseAll([&apart, &first, last] {
-            if (first < last) std::destroy_at(apart.data() + first++);
-            return first < last;
-        });
-        if (block_.capacity() == 0) block_.swap(apart);
+        if (first == last) return;
+        const std::uint32_t used = std::exchange(usedCount_, 0U);
+        {
+            const typename kxItemBlock<T>::Hold hold(block_);
+            kxReleaseAll([items = block_.data(), &first, last] {
+                if (first < last) std::destroy_at(items + first++);
+                return first < last;
+            });
+        }
+        usedCount_ = std::max(usedCount_, std::min(used, block_.capacity()));
     }
     // Assigning over the items of the caller may run destructors that push.
     void popOneByOne(T* items, std::uint32_t count)

@@ -52,7 +52,7 @@ public:
     T* first() const noexcept { return objectIn(objects_.first()); }
     T* last() const noexcept { return objectIn(objects_.last()); }
     // By counting from the front; null at or beyond the end.
-    T* at(std::uint32_t index) const noexcept { return objectIn(objects_.at(index)); }
+    T* at(std::size_t index) const noexcept { return objectIn(objects_.at(index)); }
 
     const_iterator begin() const noexcept { return const_iterator({objects_.begin()}); }
     const_iterator end() const noexcept { return const_iterator({objects_.end()}); }

@@ -1,13 +1,15 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
-#include "kxbase/containers/kxReleaseAll.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxUndestroyed.h"
+#include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
+#include <cstdlib>
 #include <exception>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -84,11 +86,32 @@ kxThreadRecords::Record& kxThreadRecords::record(MakeRecord make)
     if (Record* const known = find(thread)) return *known;
     kxThreadEnd::watch();
     std::unique_ptr<Record> fresh(make());
+    try {
+        insert(thread, fresh.get());
+    } catch (const std::bad_alloc&) {
+        kxThrowBadAlloc(__FILE__, __LINE__);
+    }
+    return *fresh.release();
+}
+
+void kxThreadRecords::insert(std::uint32_t thread, Record* record)
+{
     const kxBodyGuard guard(mutex_);
-    records_.insert(thread, fresh.get());
+    records_.insert(thread, record);
     lastThread_ = thread;
-    lastRecord_ = fresh.release();
-    return *lastRecord_;
+    lastRecord_ = record;
+}
+
+void* kxThreadRecords::Storage::allocate(std::size_t sizeBytes)
+{
+    void* const block = std::malloc(sizeBytes);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+
+void kxThreadRecords::Storage::free(void* block) noexcept
+{
+    std::free(block);
 }
 
 void kxThreadRecords::lockAll()

@@ -2,8 +2,8 @@
 //
 // Ownership: owns the records; a thread's record goes when the thread ends, or with this object.
 // Threads:   record() may be called from any thread. Records are destroyed while no lock is held.
-// Errors:    a failed allocation throws std::bad_alloc. What a record's destructor throws is a Fatal message when
-//            the thread ends, where nobody could catch it.
+// Errors:    a failed allocation is reported, under no lock, and throws std::bad_alloc. What a record's destructor
+//            throws is a Fatal message when the thread ends, where nobody could catch it.
 //
 // A record asked for while the thread's own objects are being destroyed stays until this object goes or
 // another thread gets the same id; so do in a forked child those of the parent's threads.
@@ -41,13 +41,20 @@ public:
 private:
     friend class kxThreadEnd;
 
+    // Outside the memory check, since most objects of this class live as long as the process. Reports nothing, since
+    // it is asked under a lock.
+    struct Storage {
+        static void* allocate(std::size_t sizeBytes);
+        static void free(void* block) noexcept;
+    };
+
+    void insert(std::uint32_t thread, Record* record);
     Record* find(std::uint32_t thread);
     Record* take(std::uint32_t thread);
     static void dropEverywhere(std::uint32_t thread);
 
     mutable kxMutex mutex_;
-    // Outside the memory check, since most objects of this class live as long as the process.
-    kxDict<std::uint32_t, Record, kxUInt32CompareInterface, kxUntrackedStorage> records_;
+    kxDict<std::uint32_t, Record, kxUInt32CompareInterface, Storage> records_;
     std::uint32_t lastThread_ = 0;
     Record* lastRecord_ = nullptr;
     // All living objects of this class, under a lock that is taken before mutex_.

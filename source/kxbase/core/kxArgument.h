@@ -33,7 +33,7 @@ public:
     template <typename T>
     requires std::integral<T> ||
         (std::is_enum_v<T>&& std::is_convertible_v<T, int>)constexpr kxArgument(T value) noexcept
-        : kind_(T(-1) < T(0) ? KX_ARGUMENT_SIGNED : KX_ARGUMENT_UNSIGNED),
+        : kind_(isSigned<T>() ? KX_ARGUMENT_SIGNED : KX_ARGUMENT_UNSIGNED),
           integer_(static_cast<std::uint64_t>(value))
     {}
     // Unsigned whatever the sign of char is, so that %c writes a char above 0x7F as the character of that number.
@@ -85,6 +85,11 @@ private:
     static constexpr std::uint32_t stored(std::size_t length) noexcept
     {
         return length < kUntilZero ? static_cast<std::uint32_t>(length) : kUntilZero - 1;
+    }
+    template <typename T> static constexpr bool isSigned() noexcept
+    {
+        if constexpr (std::is_enum_v<T>) return std::is_signed_v<std::underlying_type_t<T>>;
+        return std::is_signed_v<T>;
     }
     // Defined beside kxString.
     static std::string_view viewOf(const kxString& text) noexcept;

@@ -3,6 +3,22 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
+namespace {
+
+// Tells the holder: unlike the system's id of a thread it stays the same in a forked child, and unlike an address
+// no later thread has it.
+using Token = std::uint32_t;
+std::atomic<Token> lastToken{0};
+thread_local Token ownToken = 0;
+
+Token tokenOfCaller() noexcept
+{
+    while (ownToken == 0) ownToken = ++lastToken;
+    return ownToken;
+}
+
+}  // namespace
+
 kxMutex::~kxMutex() noexcept(false)
 {
     if (lockCount() != 0) {
@@ -14,16 +30,16 @@ kxMutex::~kxMutex() noexcept(false)
 
 void kxMutex::lock()
 {
-    const std::uint32_t thread = kxPlatformThreadId();
-    if (!isHeldBy(thread)) kxPlatformLockAcquire(lock_);
-    entered(thread);
+    const Token caller = tokenOfCaller();
+    if (!isHeldBy(caller)) kxPlatformLockAcquire(lock_);
+    entered(caller);
 }
 
 bool kxMutex::tryLock()
 {
-    const std::uint32_t thread = kxPlatformThreadId();
-    if (!isHeldBy(thread) && !kxPlatformLockTryAcquire(lock_)) return false;
-    entered(thread);
+    const Token caller = tokenOfCaller();
+    if (!isHeldBy(caller) && !kxPlatformLockTryAcquire(lock_)) return false;
+    entered(caller);
     return true;
 }
 
@@ -50,28 +66,19 @@ void kxMutex::lockTimes(std::uint32_t count)
 
 bool kxMutex::isHeldByCaller() const
 {
-    return isHeldBy(kxPlatformThreadId());
-}
-
-std::uint32_t kxMutex::owner() const noexcept
-{
-    return tracksOwner_ ? holder_.load(std::memory_order_relaxed) : 0;
-}
-
-bool kxMutex::isHeldBy(std::uint32_t thread) const noexcept
-{
-    const std::uint32_t holder = holder_.load(std::memory_order_relaxed);
-    return holder == thread || (holder != 0 && holder == kxPlatformThreadIdBeforeFork());
+    return isHeldBy(tokenOfCaller());
 }
 
 void kxMutex::leave()
 {
     holder_.store(0, std::memory_order_relaxed);
+    if (tracksOwner_) owner_.store(0, std::memory_order_relaxed);
     kxPlatformLockRelease(lock_);
 }
 
-void kxMutex::entered(std::uint32_t thread) noexcept
+void kxMutex::entered(std::uint32_t token) noexcept
 {
-    holder_.store(thread, std::memory_order_relaxed);
+    holder_.store(token, std::memory_order_relaxed);
+    if (tracksOwner_) owner_.store(kxPlatformThreadId(), std::memory_order_relaxed);
     lockCount_.store(lockCount() + 1, std::memory_order_relaxed);
 }

@@ -27,7 +27,7 @@ public:
     void unlock();
 
     // Thread id of the holder; 0 when nobody holds the lock or the owner is not tracked.
-    std::uint32_t owner() const noexcept;
+    std::uint32_t owner() const noexcept { return owner_.load(std::memory_order_relaxed); }
     // Locks outstanding.
     std::uint32_t lockCount() const noexcept { return lockCount_.load(std::memory_order_relaxed); }
 
@@ -39,13 +39,17 @@ protected:
     void lockTimes(std::uint32_t count);
 
 private:
-    bool isHeldBy(std::uint32_t thread) const noexcept;
-    void entered(std::uint32_t thread) noexcept;
+    bool isHeldBy(std::uint32_t token) const noexcept
+    {
+        return holder_.load(std::memory_order_relaxed) == token;
+    }
+    void entered(std::uint32_t token) noexcept;
     void leave();
 
     kxPlatformLock lock_;
     // Read by threads that do not hold the lock, hence atomic; written by the holder alone.
-    std::atomic<std::uint32_t> holder_{0};
+    std::atomic<std::uint32_t> holder_{0};  // its thread's token
+    std::atomic<std::uint32_t> owner_{0};   // its thread's id, when that is tracked
     std::atomic<std::uint32_t> lockCount_{0};
     const bool tracksOwner_;
 };

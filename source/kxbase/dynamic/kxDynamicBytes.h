@@ -5,6 +5,7 @@
 // Errors:    a failed allocation reports "Bad Alloc:" and throws std::bad_alloc.
 #pragma once
 
+#include "kxbase/core/kxMoveBytes.h"
 #include "kxbase/core/kxTrackedMemory.h"
 #include "kxbase/serialize/kxByteOrder.h"
 
@@ -22,7 +23,7 @@ public:
     kxDynamicBytes(const void* bytes, std::uint32_t size) : size_(size)
     {
         if (isInside()) {
-            copyFew(place_.inside, static_cast<const std::uint8_t*>(bytes), size);
+            kxMoveBytes(place_.inside, bytes, size);
             return;
         }
         place_.block = static_cast<std::uint8_t*>(kxTrackedAllocate(size));
@@ -62,26 +63,6 @@ public:
     operator std::span<const std::uint8_t>() const noexcept { return {data(), size_}; }
 
 private:
-    // At most KX_INSIDE_BYTES, by two words that may overlap.
-    static void copyFew(std::uint8_t* target, const std::uint8_t* source, std::uint32_t size) noexcept
-    {
-        if (size >= sizeof(std::uint64_t))
-            copyEnds<std::uint64_t>(target, source, size);
-        else if (size >= sizeof(std::uint32_t))
-            copyEnds<std::uint32_t>(target, source, size);
-        else
-            for (std::uint32_t index = 0; index < size; ++index) target[index] = source[index];
-    }
-    template <typename Word>
-    static void copyEnds(std::uint8_t* target, const std::uint8_t* source, std::uint32_t size) noexcept
-    {
-        Word first;
-        Word last;
-        std::memcpy(&first, source, sizeof(Word));
-        std::memcpy(&last, source + size - sizeof(Word), sizeof(Word));
-        std::memcpy(target, &first, sizeof(Word));
-        std::memcpy(target + size - sizeof(Word), &last, sizeof(Word));
-    }
     bool isInside() const noexcept { return size_ <= KX_INSIDE_BYTES; }
 
     union {

@@ -1,7 +1,7 @@
 #include "kxbase/dynamic/kxDynamicReader.h"
 
-#include "kxbase/dynamic/kxDynamicFault.h"
 #include "kxbase/dynamic/kxDynamicReferences.h"
+#include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
 #include <limits>

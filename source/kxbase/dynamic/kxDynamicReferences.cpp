@@ -5,7 +5,8 @@
 kxDynamicReferences::kxDynamicReferences(Objects objects) : objects_(std::move(objects))
 {
     std::sort(objects_.begin(), objects_.end());
-    objects_.erase(std::unique(objects_.begin(), objects_.end()), objects_.end());
+    const auto* const end = std::unique(objects_.begin(), objects_.end());
+    objects_.resize(static_cast<std::uint32_t>(end - objects_.begin()));
 }
 
 kxReference* kxDynamicReferences::find(std::uint64_t address) const noexcept

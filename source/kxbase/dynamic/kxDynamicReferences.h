@@ -4,14 +4,13 @@
 // Threads:   never changes once it is made; shared by the copies of the value.
 #pragma once
 
+#include "kxbase/containers/kxArray.h"
 #include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxThreadSafeReference.h"
 
-#include <vector>
-
 class kxDynamicReferences final : public kxThreadSafeReference {
 public:
-    using Objects = std::vector<kxRefPointer<kxReference>>;
+    using Objects = kxArray<kxRefPointer<kxReference>>;
 
     explicit kxDynamicReferences(Objects objects);
 

@@ -1,8 +1,8 @@
 #include "kxbase/dynamic/kxDynamicType.h"
 
-#include "kxbase/dynamic/kxDynamicFault.h"
 #include "kxbase/dynamic/kxDynamicTypeName.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxSerializeGUID.h"
 #include "kxbase/string/kxUniqueStringTable.h"
 

@@ -3,6 +3,8 @@
 #include "kxbase/dynamic/kxDynamicReader.h"
 #include "kxbase/dynamic/kxDynamicWriter.h"
 
+#include <memory>
+
 kxDynamicTypeContainer::kxDynamicTypeContainer(const kxDynamicType& value) : kxDynamicTypeContainer()
 {
     value.require(KX_UNIQUE_CONT, "Can not convert dynamic argument type '%s' to kxDynamicTypeContainer !!");
@@ -15,14 +17,14 @@ kxDynamicTypeContainer::kxDynamicTypeContainer(const kxDynamicType& value) : kxD
 
 kxDynamicTypeContainer::kxDynamicTypeContainer(const kxDynamicTypeContainer& other) : kxDynamicTypeContainer()
 {
-    for (const auto& entry : other.values_) set(entry.key(), *entry.value());
+    for (const auto& entry : other.values_) set(entry.key(), entry.value()->value);
 }
 
 kxDynamicTypeContainer& kxDynamicTypeContainer::operator=(const kxDynamicTypeContainer& other)
 {
     if (this == &other) return *this;
     clear();
-    for (const auto& entry : other.values_) set(entry.key(), *entry.value());
+    for (const auto& entry : other.values_) set(entry.key(), entry.value()->value);
     return *this;
 }
 
@@ -32,9 +34,21 @@ kxDynamicTypeContainer::operator kxDynamicType() const
     writer.addCount(count());
     for (const auto& entry : values_) {
         writer.addText(entry.key());
-        writer.addItem(*entry.value());
+        writer.addItem(entry.value()->value);
     }
     return writer.finish(KX_UNIQUE_CONT);
+}
+
+kxDynamicTypeContainer::Place* kxDynamicTypeContainer::placeOf(const kxString& name) const
+{
+    const bool hasZero = name.find('\0') != KX_STRING_NOT_FOUND;
+    return hasZero ? values_.find(keyOf(name)) : values_.find(name);
+}
+
+const kxDynamicType* kxDynamicTypeContainer::find(const kxString& name) const
+{
+    const Place* const place = placeOf(name);
+    return place != nullptr ? &place->value : nullptr;
 }
 
 kxDynamicType kxDynamicTypeContainer::get(const kxString& name) const
@@ -45,26 +59,25 @@ kxDynamicType kxDynamicTypeContainer::get(const kxString& name) const
 
 void kxDynamicTypeContainer::set(const kxString& name, kxDynamicType value)
 {
-    kxString key = keyOf(name);
-    if (kxDynamicType* const present = values_.find(key)) {
-        *present = std::move(value);
+    if (Place* const present = placeOf(name)) {
+        present->value = std::move(value);
         return;
     }
-    auto fresh = std::make_unique<kxDynamicType>(std::move(value));
-    values_.insert(std::move(key), fresh.get());
+    auto fresh = std::make_unique<Place>(std::move(value));
+    values_.insert(keyOf(name), fresh.get());
     fresh.release();
 }
 
 bool kxDynamicTypeContainer::remove(const kxString& name)
 {
-    const std::unique_ptr<kxDynamicType> removed(values_.remove(keyOf(name)));
+    const std::unique_ptr<Place> removed(values_.remove(keyOf(name)));
     return removed != nullptr;
 }
 
 void kxDynamicTypeContainer::clear()
 {
     while (!isEmpty()) {
-        const std::unique_ptr<kxDynamicType> removed(values_.remove(values_.first()->key()));
+        const std::unique_ptr<Place> removed(values_.remove(values_.first()->key()));
     }
 }
 
@@ -72,6 +85,6 @@ bool operator==(const kxDynamicTypeContainer& left, const kxDynamicTypeContainer
 {
     return std::equal(left.values_.begin(), left.values_.end(), right.values_.begin(), right.values_.end(),
                       [](const auto& one, const auto& other) {
-                          return one.key() == other.key() && *one.value() == *other.value();
+                          return one.key() == other.key() && one.value()->value == other.value()->value;
                       });
 }

@@ -12,13 +12,12 @@
 #pragma once
 
 #include "kxbase/containers/kxDictList.h"
+#include "kxbase/core/kxSharedMemory.h"
 #include "kxbase/dynamic/kxDynamicType.h"
 #include "kxbase/string/kxStringCompareInterface.h"
 
 class kxDynamicTypeContainer {
 public:
-    using Values = kxDictList<kxString, kxDynamicType, kxStringCompareInterface>;
-
     kxDynamicTypeContainer() { values_.setNoCache(true); }
     explicit kxDynamicTypeContainer(const kxDynamicType& value);
     kxDynamicTypeContainer(const kxDynamicTypeContainer& other);
@@ -30,7 +29,7 @@ public:
     bool isEmpty() const noexcept { return values_.isEmpty(); }
     bool has(const kxString& name) const { return find(name) != nullptr; }
     // Null when there is none; the value stays the container's.
-    const kxDynamicType* find(const kxString& name) const { return values_.find(keyOf(name)); }
+    const kxDynamicType* find(const kxString& name) const;
     // "void" when there is none.
     kxDynamicType get(const kxString& name) const;
     // A name that is there already keeps its place.
@@ -45,6 +44,13 @@ public:
 private:
     friend class kxDynamicTypeContainerIterator;
 
+    struct Place : kxSharedMemory {
+        explicit Place(kxDynamicType held) : value(std::move(held)) {}
+        kxDynamicType value;
+    };
+    using Values = kxDictList<kxString, Place, kxStringCompareInterface>;
+
+    Place* placeOf(const kxString& name) const;
     static kxString keyOf(const kxString& name) { return kxString(name.text()); }
 
     Values values_;

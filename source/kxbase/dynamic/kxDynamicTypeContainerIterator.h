@@ -18,7 +18,7 @@ public:
 
     bool isAtEnd() const noexcept { return at_ == kxDynamicTypeContainer::Values::const_iterator(); }
     const kxString& getName() const noexcept { return at_->key(); }
-    const kxDynamicType& getValue() const noexcept { return *at_->value(); }
+    const kxDynamicType& getValue() const noexcept { return at_->value()->value; }
     kxDynamicTypeContainerIterator& operator++() noexcept
     {
         ++at_;

@@ -1,7 +1,7 @@
 #include "kxbase/dynamic/kxDynamicTypeCustom.h"
 
 #include "kxbase/containers/kxArray.h"
-#include "kxbase/dynamic/kxDynamicFault.h"
+#include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
 
 kxDynamicTypeCustom::kxDynamicTypeCustom(const kxString& typeName, const kxSerializeData& data)

@@ -19,15 +19,18 @@ void kxDynamicWriter::addItem(const kxDynamicType& value)
     addCount(value.bytes_.size());
     addBytes(value.bytes_.data(), value.bytes_.size());
     if (!value.attachment_ || value.isType(KX_UNIQUE_NONE)) return;
-    if (value.isType(KX_UNIQUE_REF)) return objects_.push_back(value.attachment_);
+    if (value.isType(KX_UNIQUE_REF)) {
+        objects_.append(value.attachment_);
+        return;
+    }
     const auto& inside = static_cast<const kxDynamicReferences&>(*value.attachment_).objects();
-    objects_.insert(objects_.end(), inside.begin(), inside.end());
+    objects_.appendBlock(inside.data(), inside.size());
 }
 
 kxDynamicType kxDynamicWriter::finish(kxUniqueId type)
 {
     kxRefPointer<kxReference> references;
-    if (!objects_.empty()) references = kxMakeRef<kxDynamicReferences>(std::move(objects_));
+    if (!objects_.isEmpty()) references = kxMakeRef<kxDynamicReferences>(std::move(objects_));
     return {type, kxDynamicBytes(bytes_.data(), bytes_.size()), std::move(references)};
 }
 

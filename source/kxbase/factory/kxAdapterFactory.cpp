@@ -1,4 +1,6 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/net/kxSerializeAdapterTCP.h"
+#include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/platform/kxPlatformMemory.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
@@ -14,6 +16,8 @@
 
 #include <charconv>
 #include <limits>
+#include <optional>
+#include <string>
 
 // Definition of kxSerializeAdapter::getAdapter: the one place that knows every adapter.
 
@@ -63,7 +67,6 @@ struct Request {
 // What is left to do with the answer of a scheme.
 enum class Then {
     kCheckAndRecord,
-    kRecord,      // its parent has been checked, and the layer must not look for the end of the data
     kCheck,       // belongs to somebody else and stays as it is
     kNothingTold  // the failure has been told
 };
@@ -137,19 +140,28 @@ Made makeConsole(const Request&)
 
 Made makeRandomAccess(const Request& request)
 {
-    const Adapter adapter = kxLayeredAdapter<kxSerializeAdapterRandomAccess>(request.url, request.mode,
-                                                                             request.flags, request.context);
-    const bool isLayer = adapter.dynamicCast<kxSerializeAdapterRandomAccess>() != nullptr;
-    return {adapter, isLayer ? Then::kRecord : Then::kCheckAndRecord};
+    return {kxLayeredAdapter<kxSerializeAdapterRandomAccess>(request.url, request.mode, request.flags,
+                                                             request.context)};
 }
 
-// In the order in which they are tried.
+// For adapters that read the text behind the scheme themselves.
+template <typename Class> Made makeBehindScheme(const Request& request)
+{
+    return {kxMakeRef<Class>(kxString(request.url.view().substr(request.parts.scheme.length())))};
+}
+
+// In the order in which they are tried; beside each, the form of its address.
 constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},   {"mem:", makeMemory},        {"adapt:", findAdapter},
-    {"con:", makeConsole}, {"rand:", makeRandomAccess},
+    {"file:", makeFile},                                // path
+    {"mem:", makeMemory},                               // address,length
+    {"adapt:", findAdapter},                            // address
+    {"con:", makeConsole},                              // none
+    {"rand:", makeRandomAccess},                        // URL
+    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},  // [host][:port]
+    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},  // host[:port]
 };
 
 // ---- from the URL to the adapter
@@ -209,9 +221,10 @@ bool resolveGuid(Request& request)
 }
 
 // Asks the manager of the scheme, then the built-in schemes.
-Made make(const Request& request, kxString& reason)
+Made make(const Request& request)
 {
     if (const auto manager = kxUrlRegistry::instance().findManager(request.parts.scheme)) {
+        kxString reason;  // what the manager says of a failure, which the built-in scheme may make good
         const Adapter adapter =
             manager->create(request.url, request.mode, request.flags, request.context, &reason);
         if (adapter) return {adapter};
@@ -220,12 +233,6 @@ Made make(const Request& request, kxString& reason)
         if (request.parts.scheme == row.scheme) return row.make(request);
     }
     return {};
-}
-
-void tellNoAdapter(const Request& request, const kxString& reason)
-{
-    request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
-    if (!reason.isEmpty() && request.errorOut != nullptr) *request.errorOut = reason;
 }
 
 bool isInError(const Request& request, kxSerializeAdapter& adapter)
@@ -265,13 +272,13 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
         return {};
     }
     if (!resolveGuid(request)) return {};
-    kxString reason;
-    const Made made = make(request, reason);
+    const Made made = make(request);
     if (!made.adapter) {
-        if (made.then != Then::kNothingTold) tellNoAdapter(request, reason);
+        if (made.then != Then::kNothingTold)
+            request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
         return {};
     }
-    if (made.then != Then::kRecord && isInError(request, *made.adapter)) return {};
+    if (isInError(request, *made.adapter)) return {};
     if (made.then != Then::kCheck) record(*made.adapter, request);
     return made.adapter;
 }

@@ -5,18 +5,19 @@
 // Sender and prefix are cut at 1023 bytes, the text is not.
 //
 // Ownership: refers to the dialog, which must outlive its use.
-// Threads:   called by several threads at once; messages are not mixed with each other. Nothing is locked while
-//            the dialog is open.
+// Threads:   called by several threads at once; messages are not mixed with each other. While the dialog is open
+//            the console is free, but the manager's list stays locked for reading: others send, changes wait.
 // Errors:    what standard output does not take is dropped.
 #pragma once
 
-#include "kxbase/core/kxMutex.h"
 #include "kxbase/message/kxAssertDialog.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 
+#include <atomic>
+
 class DefaultMessageReceiver : public kxMessageReceiverInterface {
 public:
-    // The mutex could raise, receivers must not.
+    // The dialog could raise, receivers must not.
     ~DefaultMessageReceiver() noexcept override {}
     void receive(const kxString& sender, std::uint32_t level, const kxString& text) override;
 
@@ -33,7 +34,6 @@ private:
     void askAboutAssertion(const kxString& text);
 
     std::atomic<bool> enabled_{true};
-    kxMutex console_;
     kxAssertDialog ownDialog_;
     std::atomic<kxAssertDialogInterface*> dialog_{&ownDialog_};
 };

@@ -19,8 +19,11 @@ kxFatalError fatalError(std::string_view prefix, std::string_view format, kxArgu
     return kxFatalError(std::string(prefix).append(text.view()));
 }
 
+// The library's own files from its folder on; of any other file the name alone.
 std::string_view fileName(std::string_view path)
 {
+    for (const std::string_view folder : {"kxbase/", "kxbase\\"})
+        if (const std::size_t at = path.rfind(folder); at != path.npos) return path.substr(at);
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
@@ -54,8 +57,8 @@ void kxThrowBadAlloc(const char* file, std::uint32_t line)
     isReportingBadAlloc = true;
     try {
         reportBadAlloc(file, line);
-    } catch (const std::exception&) {
-        // Memory is short; the failure itself is what the caller must learn of.
+    } catch (...) {
+        // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
     }
     isReportingBadAlloc = false;
     throw std::bad_alloc();

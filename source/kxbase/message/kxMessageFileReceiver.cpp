@@ -3,14 +3,32 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxMutex.h"
+#include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/platform/kxPlatformThread.h"
 
 #include <chrono>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t kMostPendingBytes = 65536;
+
+std::uint32_t forks = 0;  // that led to this process, while there was a file receiver
+
+kxMutex& sharedMutex()
+{
+    static constinit kxUndestroyed<kxMutex> mutex;
+    static constinit kxPlatformForkGuard guard{[] { mutex.value.lock(); }, [] { mutex.value.unlock(); },
+                                               [] {
+                                                   ++forks;
+                                                   mutex.value.unlock();
+                                               }};
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    return mutex.value;
+}
 
 std::string timeText(double secondsSince1970)
 {
@@ -55,10 +73,16 @@ void kxMessageFileReceiver::receive(const kxString& sender, std::uint32_t level,
     if (!keep(line) || isUrgent(level)) flush();
 }
 
+void kxMessageFileReceiver::leaveToParent()
+{
+    if (std::exchange(forksBefore_, forks) != forks) pending_.clear();
+}
+
 // Answers whether there is room for more.
 bool kxMessageFileReceiver::keep(const std::string& line)
 {
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(sharedMutex());
+    leaveToParent();
     if (!isFailing_ || pending_.size() + line.size() <= kMostPendingBytes) pending_ += line;
     return pending_.size() < kMostPendingBytes;
 }
@@ -71,7 +95,8 @@ void kxMessageFileReceiver::flush()
 // Answers a failure that has not been reported yet.
 kxPlatformError kxMessageFileReceiver::writeOut()
 {
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(sharedMutex());
+    leaveToParent();
     if (pending_.empty() || !isOpen()) return 0;
     const kxPlatformIoResult result = kxPlatformFileWrite(file_, pending_.data(), pending_.size());
     pending_.erase(0, static_cast<std::size_t>(result.count));

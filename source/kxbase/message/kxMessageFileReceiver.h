@@ -3,17 +3,17 @@
 //
 // Lines are kept back until 65536 bytes are pending; a Warning or anything above it hands over at once what is
 // there, and so do flush() and the destructor. Each hand-over is one write, so that several processes may share
-// a file.
+// a file. What is pending at a fork is the parent's; the child goes on with nothing pending.
 //
 // Ownership: owns the open file.
-// Threads:   called by several threads at once; lines are not mixed with each other.
+// Threads:   called by several threads at once; lines are not mixed with each other. All file receivers share one
+//            mutex, which is free in a forked child.
 // Errors:    a file that cannot be opened is reported in a Warning and takes nothing. So is the first write that
 //            fails; what could not be written is kept for the next one, and lines that would make more than
 //            65536 bytes of it are lost.
 // Units:     times are UTC by the process clock.
 #pragma once
 
-#include "kxbase/core/kxMutex.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 #include "kxbase/platform/kxPlatformFile.h"
 
@@ -35,12 +35,14 @@ public:
 
 private:
     bool keep(const std::string& line);
+    void leaveToParent();
     kxPlatformError writeOut();
     void report(kxPlatformError error) const;
 
     const kxString fileName_;
     kxPlatformFileHandle file_ = KX_PLATFORM_NO_FILE;
-    kxMutex mutex_;  // guards the fields below; no message is sent under it
+    // Under the shared mutex; no message is sent under it.
     std::string pending_;
-    bool isFailing_ = false;  // the last write failed, which has been reported
+    std::uint32_t forksBefore_ = 0;  // forks that led to the process in which pending_ came together
+    bool isFailing_ = false;         // the last write failed, which has been reported
 };

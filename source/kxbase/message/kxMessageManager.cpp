@@ -3,11 +3,14 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 
@@ -20,7 +23,8 @@ namespace {
 
 constexpr const char* kLevelVariable = "KORVEX_MESSAGE_LEVEL";
 constexpr std::uint32_t kDeepestNesting = 16;
-constexpr std::uint32_t kLongestStandingBackMilliseconds = 100;
+constexpr std::uint32_t kMostNestedSends = 1000;
+constexpr std::uint32_t kLongestStandingBackMilliseconds = 1000;
 
 std::uint32_t levelFromEnvironment()
 {
@@ -51,16 +55,20 @@ struct kxMessageManager::Change {
 
 // Holds senders back while a change waits for its turn.
 struct kxMessageManager::Waiting {
-    explicit Waiting(std::atomic<std::uint32_t>& changes) : count(changes) { ++count; }
+    explicit Waiting(kxMessageManager& owner) : manager(owner)
+    {
+        ++manager.lastTicket_;
+        ++manager.waitingChanges_;
+    }
     ~Waiting()
     {
-        --count;
-        kxPlatformWakeAll(count);
+        --manager.waitingChanges_;
+        kxPlatformWakeAll(manager.waitingChanges_);
     }
     Waiting(const Waiting&) = delete;
     Waiting& operator=(const Waiting&) = delete;
 
-    std::atomic<std::uint32_t>& count;
+    kxMessageManager& manager;
 };
 
 // One send on the calling thread. The members of all threads are trivial, so that messages work while a
@@ -69,9 +77,16 @@ struct kxMessageManager::Delivery {
     using Changes = std::vector<Change>;
 
     static thread_local std::uint32_t depth;
+    static thread_local std::uint32_t nestedSends;  // within the outermost send
+    static thread_local std::uint32_t vainTicket;   // of the change stood back for in vain
+    static thread_local bool isMakingReceiver;
     static thread_local Changes* waiting;  // changes asked for by receivers
 
     static bool isInside() { return depth != 0; }
+    static bool mayBegin()
+    {
+        return !isMakingReceiver && depth < kDeepestNesting && nestedSends < kMostNestedSends;
+    }
 
     static bool isRemoved(const kxMessageReceiverInterface* receiver)
     {
@@ -87,25 +102,55 @@ struct kxMessageManager::Delivery {
         waiting->push_back(change);
     }
 
-    explicit Delivery(kxMessageManager& owner) : manager(owner) { ++depth; }
+    explicit Delivery(kxMessageManager& owner) : manager(owner)
+    {
+        if (depth++ != 0) ++nestedSends;
+    }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
     ~Delivery()
     {
-        if (--depth != 0 || waiting == nullptr) return;
+        if (--depth != 0) return;
+        nestedSends = 0;
+        if (waiting == nullptr) return;
         const std::unique_ptr<Changes> changes(std::exchange(waiting, nullptr));
-        for (const Change& change : *changes) manager.apply(change);
+        for (Change& change : *changes) manager.apply(change);
     }
 
     kxMessageManager& manager;
 };
 
 thread_local std::uint32_t kxMessageManager::Delivery::depth = 0;
+thread_local std::uint32_t kxMessageManager::Delivery::nestedSends = 0;
+thread_local std::uint32_t kxMessageManager::Delivery::vainTicket = 0;
+thread_local bool kxMessageManager::Delivery::isMakingReceiver = false;
 thread_local kxMessageManager::Delivery::Changes* kxMessageManager::Delivery::waiting = nullptr;
+
+// What the creation of a receiver sends goes nowhere: it must not ask for that receiver.
+struct kxMessageManager::MakingReceiver {
+    MakingReceiver() { Delivery::isMakingReceiver = true; }
+    ~MakingReceiver() { Delivery::isMakingReceiver = false; }
+    MakingReceiver(const MakingReceiver&) = delete;
+    MakingReceiver& operator=(const MakingReceiver&) = delete;
+};
+
+// A fork happens while nobody changes the list: it is locked for reading, since a receiver may be what forks. In
+// the child a new lock takes the place of the old one, which threads that are not there may hold or wait for.
+struct kxMessageManager::Fork {
+    static void before() { instance().receiversLock_.readLock(); }
+    static void after() { instance().receiversLock_.unlock(); }
+    static void afterInChild()
+    {
+        std::construct_at(&instance().receiversLock_, kxSemaphoreStart{.holderCount = Delivery::depth});
+        instance().waitingChanges_ = 0;
+    }
+};
 
 kxMessageManager& kxMessageManager::instance()
 {
+    static constinit kxPlatformForkGuard guard{Fork::before, Fork::after, Fork::afterInChild};
     static kxMessageManager* const manager = new kxMessageManager;
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
     return *manager;
 }
 
@@ -116,19 +161,22 @@ kxMessageManager::kxMessageManager() : sender_(KX_MODULE_NAME)
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
 {
-    if (!kxMessageFilter::passes(level) || Delivery::depth >= kDeepestNesting) return;
+    if (!kxMessageFilter::passes(level) || !Delivery::mayBegin()) return;
     if (!Delivery::isInside()) letChangesPass();
     const Delivery delivery(*this);
     while (!deliver(level, format, arguments)) addDefaultReceiver();
 }
 
 // Readers come in whoever waits to write, as nested sends need; so senders that never leave the list free would
-// keep a change waiting for ever. Standing back is bounded, since the receiver that the change waits for may
-// itself wait for this thread.
+// keep a change waiting for ever. A thread stands back once for each change, since the receiver that the change
+// waits for may itself be waiting, even for this thread.
 void kxMessageManager::letChangesPass() const
 {
-    const std::uint32_t waiting = waitingChanges_.load(std::memory_order_relaxed);
-    if (waiting != 0) kxPlatformWaitWhile(waitingChanges_, waiting, kLongestStandingBackMilliseconds);
+    const std::uint32_t waiting = waitingChanges_.load();
+    const std::uint32_t ticket = lastTicket_.load();
+    if (waiting == 0 || ticket == Delivery::vainTicket) return;
+    if (!kxPlatformWaitWhile(waitingChanges_, waiting, kLongestStandingBackMilliseconds))
+        Delivery::vainTicket = ticket;
 }
 
 // Answers false when there is nobody to deliver to.
@@ -137,6 +185,7 @@ bool kxMessageManager::deliver(std::uint32_t level, std::string_view format, kxA
     const kxBodyReadGuard guard(receiversLock_);
     if (receivers_.empty()) return false;
     const kxString text = finishedText(level, format, arguments);
+    const kxFormatFaultReceiving receiving;
     for (kxMessageReceiverInterface* const receiver : receivers_) {
         if (!Delivery::isRemoved(receiver)) receiver->receive(sender_, level, text);
     }
@@ -161,8 +210,11 @@ kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
 
 DefaultMessageReceiver& kxMessageManager::defaultReceiver()
 {
-    const kxBodyGuard guard(defaultReceiverLock_);
-    if (defaultReceiver_ == nullptr) defaultReceiver_ = new DefaultMessageReceiver;
+    const kxBodyGuard guard(kxProcessMutex<DefaultMessageReceiver>());
+    if (defaultReceiver_ == nullptr) {
+        const MakingReceiver making;
+        defaultReceiver_ = new DefaultMessageReceiver;
+    }
     return *defaultReceiver_;
 }
 
@@ -188,7 +240,7 @@ void kxMessageManager::removeReceiver(kxMessageReceiverInterface& receiver)
     change({Change::REMOVE, &receiver});
 }
 
-void kxMessageManager::change(const Change& change)
+void kxMessageManager::change(Change change)
 {
     if (Delivery::isInside())
         Delivery::postpone(change);
@@ -196,13 +248,14 @@ void kxMessageManager::change(const Change& change)
         apply(change);
 }
 
-void kxMessageManager::apply(const Change& change)
+// What the change replaces goes with the change, when the list is free again.
+void kxMessageManager::apply(Change& change)
 {
-    const Waiting waiting(waitingChanges_);
+    const Waiting waiting(*this);
     const kxBodyWriteGuard guard(receiversLock_);
     const auto place = std::find(receivers_.begin(), receivers_.end(), change.receiver);
     if (change.kind == Change::SENDER)
-        sender_ = change.sender;
+        std::swap(sender_, change.sender);
     else if (change.kind == Change::ADD && place == receivers_.end())
         receivers_.push_back(change.receiver);
     else if (change.kind == Change::REMOVE && place != receivers_.end())

@@ -1,22 +1,25 @@
 // The process-wide message service: filters messages by level, translates and formats them, and hands them to
-// its receivers in the order in which they were added. With none added, the first message makes a
-// DefaultMessageReceiver.
+// its receivers in the order in which they were added. With none added, the first message that passes the filter
+// makes a DefaultMessageReceiver; what that creation sends goes nowhere.
 //
 // Ownership: refers to receivers and to the translator; their owners remove them before destroying them. When
 //            a removal returns, the receiver is not called any more.
-// Threads:   every operation may be called from any thread, also before main and after it. A removal waits for
-//            deliveries on other threads. From inside a receiver, additions and removals take effect when the
-//            outermost delivery of that thread is over; a receiver removed there is not called again by it.
-//            Receivers and the translator are called with the list locked for reading, so they must not wait
-//            for a thread that adds or removes receivers. They may wait for threads that send: a sender stands
-//            back for a waiting change, but not for long.
+// Threads:   every operation may be called from any thread, also before main and after it. A change of the
+//            receivers waits for deliveries on other threads. While it waits, each thread that begins to send
+//            stands back for it, up to one second and then not again; so a change gets its turn as long as
+//            deliveries take less than that, and a receiver that blocks holds up no other sender for longer.
+//            From inside a receiver, additions and removals take effect when the outermost delivery of that
+//            thread is over; a receiver removed there is not called again by it. Receivers and the translator
+//            are called with the list locked for reading, so they must not wait for a thread that adds or
+//            removes receivers. They may wait for threads that send. A forked child may use everything, also
+//            when a receiver forks.
 // Errors:    sending never throws because of the message; a fault in the formatting becomes a further message.
-//            Receivers that send are nested at most 16 deep, deeper messages are dropped.
+//            Receivers that send are nested at most 16 deep and send at most 1000 times within one outermost
+//            message; what is more is dropped.
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"
 #include "kxbase/core/kxMessageFilter.h"
-#include "kxbase/core/kxMutex.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 #include "kxbase/message/kxMessageTranslatorInterface.h"
 #include "kxbase/thread/kxReadWriteMutex.h"
@@ -55,6 +58,8 @@ public:
 private:
     struct Change;
     struct Delivery;
+    struct Fork;
+    struct MakingReceiver;
     struct Waiting;
 
     kxMessageManager();
@@ -62,14 +67,14 @@ private:
     kxString finishedText(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     bool deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     void addDefaultReceiver();
-    void change(const Change& change);
-    void apply(const Change& change);
+    void change(Change change);
+    void apply(Change& change);
 
     std::atomic<kxMessageTranslatorInterface*> translator_{nullptr};
-    kxString sender_;  // guarded as the receivers are
+    kxString sender_;                           // guarded as the receivers are
+    std::atomic<std::uint32_t> lastTicket_{0};  // every change has one
     std::atomic<std::uint32_t> waitingChanges_{0};
     kxReadWriteMutex receiversLock_;
     std::vector<kxMessageReceiverInterface*> receivers_;
-    kxMutex defaultReceiverLock_;  // taken before receiversLock_ for writing
-    DefaultMessageReceiver* defaultReceiver_ = nullptr;
+    DefaultMessageReceiver* defaultReceiver_ = nullptr;  // under a mutex of the process
 };

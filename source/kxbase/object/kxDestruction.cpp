@@ -1,18 +1,21 @@
 #include "kxbase/object/kxDestruction.h"
 
+#include "kxbase/object/kxReference.h"
+#include "kxbase/object/kxReleaseAll.h"
+
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
 struct PutAside {
-    const void* object;
-    kxDestruction::Destroy destroy;
+    const kxReference* object;
+    void (*letGo)(const kxReference* object);
 };
 
-// Plain data, so that it needs no destructor of the thread and works until the thread's very end; the block
-// is given back as soon as it is empty. It comes from the bare allocator, whose failure is no error here.
+// Plain data, so that it needs no destructor of the thread and works until the thread's very end; the outermost
+// call gives the block back. It comes from the bare allocator, whose failure is no error here.
 struct ThreadState {
     std::uintptr_t outermost;  // where the stack of the outermost call is; 0 outside
     std::size_t count;
@@ -34,49 +37,52 @@ bool putAside(const PutAside& entry)
     return true;
 }
 
-class Nesting {
+// The outermost call of the thread.
+class Outermost {
 public:
-    explicit Nesting(std::uintptr_t here) noexcept : before_(state.outermost)
+    explicit Outermost(std::uintptr_t here) noexcept { state.outermost = here; }
+    ~Outermost()
     {
-        if (before_ == 0) state.outermost = here;
+        std::free(state.waiting);
+        state = {};
     }
-    ~Nesting() { state.outermost = before_; }
-    Nesting(const Nesting&) = delete;
-    Nesting& operator=(const Nesting&) = delete;
-
-private:
-    std::uintptr_t before_;
+    Outermost(const Outermost&) = delete;
+    Outermost& operator=(const Outermost&) = delete;
 };
 
 // Stacks grow up or down.
 bool isDeep(std::uintptr_t here) noexcept
 {
     const std::uintptr_t start = state.outermost;
-    return start != 0 && (here > start ? here - start : start - here) > KX_DESTRUCTION_STACK_BYTES;
+    return (here > start ? here - start : start - here) > KX_DESTRUCTION_STACK_BYTES;
 }
 
-void destroyWaiting(std::uintptr_t here)
+void letGoOfNext()
 {
-    const Nesting nesting(here);
-    while (state.count != 0) {
-        const PutAside next = state.waiting[--state.count];
-        next.destroy(next.object);
-    }
-    std::free(state.waiting);
-    state.waiting = nullptr;
-    state.capacity = 0;
+    if (state.count == 0) return;
+    const PutAside next = state.waiting[--state.count];
+    next.letGo(next.object);
 }
 
 }  // namespace
 
-void kxDestruction::run(const void* object, Destroy destroy)
+void kxDestruction::run(const kxReference* object, const Steps& steps)
 {
     // Not the address of a local, which a sanitizer may keep elsewhere.
     const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    if (isDeep(here) && putAside({object, destroy})) return;
-    {
-        const Nesting nesting(here);
-        destroy(object);
+    if (state.outermost != 0) {
+        if (isDeep(here) && putAside({object, steps.letGo}))
+            steps.hold(object);
+        else
+            delete object;
+        return;
     }
-    if (state.outermost == 0 && state.count != 0) destroyWaiting(here);
+    const Outermost outermost(here);
+    kxReleaseAll([&object] {
+        if (object != nullptr)
+            delete std::exchange(object, nullptr);
+        else
+            letGoOfNext();
+        return state.count != 0;
+    });
 }

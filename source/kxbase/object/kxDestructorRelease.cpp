@@ -2,8 +2,16 @@
 
 #include "kxbase/core/kxMessage.h"
 
-void kxDestructorRelease::raiseOrReport(const std::exception& error)
+#include <exception>
+
+void kxDestructorRelease::raiseOrReport()
 {
     if (std::uncaught_exceptions() == 0) throw;
-    kxMessage(KX_MESSAGE_FATAL, "%s", error.what());
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        kxMessage(KX_MESSAGE_FATAL, "%s", error.what());
+    } catch (...) {
+        kxMessage(KX_MESSAGE_FATAL, "Unknown exception in a destructor");
+    }
 }

@@ -4,18 +4,16 @@
 //         goes wrong then is a Fatal message instead.
 #pragma once
 
-#include <exception>
-
 class kxDestructorRelease {
 public:
     template <typename T> static void run(T& object)
     {
         try {
             object.unref();
-        } catch (const std::exception& error) {
-            raiseOrReport(error);
+        } catch (...) {
+            raiseOrReport();
         }
     }
     // For a handler in a destructor: raises what is being handled once more, or reports it.
-    static void raiseOrReport(const std::exception& error);
+    static void raiseOrReport();
 };

@@ -8,6 +8,10 @@
 // Errors:    releasing a miscounted object is fatal, from the destructor too; while another exception passes
 //            it is a Fatal message instead.
 //
+// As its destructor may throw, a std::vector copies these pointers when it grows, counting up and down, and g++ 12
+// compiles no std::thread from a function object that holds one. kxRefHolder has neither cost; the containers of
+// this library move their items in any case.
+//
 // T may be incomplete where pointers are declared, compared and moved; it is complete where one takes or drops a
 // reference.
 #pragma once

@@ -1,7 +1,6 @@
 #include "kxbase/object/kxReference.h"
 
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/object/kxDestruction.h"
 #include "kxbase/object/kxTypeTable.h"
 
 #include <exception>
@@ -75,7 +74,7 @@ std::uint32_t kxReference::unrefWithoutDelete() const
 bool kxReference::deleteIfUnreferenced() const
 {
     if (referenceCount_ != 0) return false;
-    destroy(this);
+    destroy(this, kSteps);
     return true;
 }
 
@@ -89,11 +88,16 @@ std::uint32_t kxReference::getReferenceCount() const
     return referenceCount_;
 }
 
+bool kxReference::isCloneable() const
+{
+    return false;
+}
+
 void kxReference::releaseLast() const
 {
     if (referenceCount_ == 0) kxRaiseFatal("REFERENCE MISMATCH ! Unref an object with zero reference count.");
     referenceCount_ = 0;
-    destroy(this);
+    destroy(this, kSteps);
 }
 
 void kxReference::refuseReference() const
@@ -107,7 +111,14 @@ void kxReference::raiseTooMany()
     kxRaiseFatal("REFERENCE MISMATCH ! Too many references to an object");
 }
 
-void kxReference::destroy(const kxReference* object)
+void kxReference::destroy(const kxReference* object, const kxDestruction::Steps& steps)
 {
-    kxDestruction::run(object, [](const void* dying) { delete static_cast<const kxReference*>(dying); });
+    kxDestruction::run(object, steps);
 }
+
+constinit const kxDestruction::Steps kxReference::kSteps = {
+    [](const kxReference* object) { object->referenceCount_ = 1; },
+    [](const kxReference* object) {
+        if (--object->referenceCount_ == 0) delete object;
+    },
+};

@@ -16,6 +16,7 @@
 #pragma once
 
 #include "kxbase/core/kxSharedMemory.h"
+#include "kxbase/object/kxDestruction.h"
 #include "kxbase/object/kxTypeInterface.h"
 
 #include <cstdint>
@@ -67,12 +68,15 @@ public:
     // True unless a class says otherwise; the library itself does not ask.
     virtual bool isShareable() const;
     virtual std::uint32_t getReferenceCount() const;
+    // Whether copies of what holds the object get a clone of their own; false unless a class says otherwise.
+    virtual bool isCloneable() const;
 
 protected:
     // Raises that the count has no room for another reference.
     [[noreturn]] static void raiseTooMany();
-    // Deletes through the virtual destructor, in bounded stack depth.
-    static void destroy(const kxReference* object);
+    // Deletes an object without references through the virtual destructor, in bounded stack depth. A class that
+    // guards its count says how a reference is taken and dropped while the object is put aside.
+    static void destroy(const kxReference* object, const kxDestruction::Steps& steps);
 
     // Of the thread-safe variant under its mutex.
     mutable std::uint32_t referenceCount_ = 0;
@@ -80,6 +84,8 @@ protected:
 private:
     template <typename... Alignment> static void destroyInPlace(kxReference* object, Alignment... alignment);
     void releaseLast() const;
+
+    static const kxDestruction::Steps kSteps;
     [[noreturn]] void refuseReference() const;
 
     std::uint32_t tag_ = 0;

@@ -42,6 +42,8 @@ thread_local kxThreadSafeReference::OwedCheck* kxThreadSafeReference::OwedCheck:
 
 kxThreadSafeReference::~kxThreadSafeReference() noexcept(false)
 {
+    // Only an override that deletes the object by itself leaves checks behind.
+    if (checksOwed_ == 0) return;
     while (OwedCheck::takeOver(this) != 0) {
     }
 }
@@ -119,6 +121,16 @@ bool kxThreadSafeReference::destroyIfLast(std::uint32_t checksPaid) const
         checksOwed_ -= checksPaid;
         isLast = referenceCount_ == 0 && checksOwed_ == 0;
     }
-    if (isLast) destroy(this);
+    if (isLast) destroy(this, kSteps);
     return isLast;
 }
+
+constinit const kxDestruction::Steps kxThreadSafeReference::kSteps = {
+    [](const kxReference* object) {
+        static_cast<const kxThreadSafeReference*>(object)->kxThreadSafeReference::ref();
+    },
+    [](const kxReference* object) {
+        const auto* const shared = static_cast<const kxThreadSafeReference*>(object);
+        if (shared->countDown() == 0) shared->destroyIfLast(1);
+    },
+};

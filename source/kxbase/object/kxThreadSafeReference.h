@@ -40,6 +40,7 @@ protected:
 
 private:
     class OwedCheck;
+    static const kxDestruction::Steps kSteps;
     static constexpr std::uint32_t kMismatch = 0xFFFFFFFFU;
 
     std::uint32_t takeOneOff(std::uint32_t checksOwedAtZero) const;

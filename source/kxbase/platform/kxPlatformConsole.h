@@ -14,9 +14,9 @@ kxPlatformFileHandle kxPlatformConsoleOutput();
 bool kxPlatformConsoleIsTerminal(kxPlatformFileHandle stream);
 
 // Makes keys arrive at once, unechoed and unmapped; signals of the terminal stay on. Answers whether standard
-// input may be read now: not while the process is in the background of that terminal. Ask before each look at
-// a terminal, since a stop or a shell may have taken it away. A terminal that hung up may be read, which tells
-// its end.
+// input may be read now: not while the process is in the background of that terminal, or a dialog is open. Ask
+// before each look at a terminal, since a stop or a shell may have taken it away. A terminal that hung up may be
+// read, which tells its end.
 bool kxPlatformConsoleTakeRaw();
 // Gives the terminal back as it was found. May be called from a signal handler.
 void kxPlatformConsoleRestore();

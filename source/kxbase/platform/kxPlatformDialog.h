@@ -2,7 +2,8 @@
 #pragma once
 
 // Shows a title and a text, both UTF-8, and waits for the answer Retry or Ignore; answers whether it was Retry.
-// Where nobody can be asked, and when the input ends, it was not. One question at a time.
+// Where nobody can be asked, and when the input ends, it was not. What was typed before is no answer. A terminal is
+// given back as kxPlatformConsole.h says, whatever ends or stops the process meanwhile. One question at a time.
 bool kxPlatformDialogAskRetry(const char* title, const char* text);
 
 // Stops in the debugger. Without one, the process ends as it does at any breakpoint.

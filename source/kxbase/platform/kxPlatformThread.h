@@ -1,4 +1,4 @@
-// Threads in the system's numbering.
+// Threads of the system: their ids, and threads that the library starts.
 #pragma once
 
 #include <cstdint>
@@ -6,19 +6,45 @@
 // The system's id of the calling thread, never 0. Kept for each thread, so that asking costs no system call;
 // right in a forked child as well.
 std::uint32_t kxPlatformThreadId();
-// The id that the calling thread had before it forked this process; 0 for every other thread.
-std::uint32_t kxPlatformThreadIdBeforeFork();
 
 // Sleeps at least the given time; signals do not cut it short.
 void kxPlatformSleep(std::uint32_t milliseconds);
 
 // What a process-wide object does around a fork, in whose child only the thread that forks goes on: `before` takes
 // the object's locks, so that no other thread is in the middle of a change, and `after` gives them back, in the
-// parent and in the child. Both run in the thread that forks, which keeps its id until all have run.
+// parent and in the child; where the child needs something else, `afterInChild` says what. All run in the thread
+// that forks, which keeps its id until all have run.
 struct kxPlatformForkGuard {
     void (*before)();
     void (*after)();
+    void (*afterInChild)() = after;
     kxPlatformForkGuard* next = nullptr;  // the platform's own
 };
 // Puts the guard in force until the process ends. The locks of different guards must never be held together.
 void kxPlatformAddForkGuard(kxPlatformForkGuard& guard);
+
+// A thread that was started, until it is closed. Each function that takes one may be called from any thread
+// but itself, several at a time except closing.
+struct kxPlatformThread;
+using kxPlatformThreadBody = void (*)(void* argument);
+
+// Starts a thread that calls the body, with an alternate stack for handlers of crashes. Null when the system
+// refuses. What the body throws ends the process.
+kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument);
+// Answers whether the thread has ended, its thread-local objects destroyed, waiting for that at most the given
+// time.
+bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMilliseconds = 0);
+// Ends a thread whose body has begun, wherever it is. Nothing of it is cleaned up: locks stay locked,
+// thread-local objects and what the thread owned stay behind. A body that returns first is left alone. The
+// thread has ended a moment later, or once the system lets go of it.
+void kxPlatformThreadKill(kxPlatformThread& thread);
+// Gives the thread up. One that has not ended goes on by itself; one that was killed and has not ended leaves
+// its stack behind.
+void kxPlatformThreadClose(kxPlatformThread* thread);
+// Ends the calling thread as kxPlatformThreadKill does; does nothing unless it was started by
+// kxPlatformThreadStart. May be called from a signal handler.
+void kxPlatformThreadKillCaller();
+
+// Sets the priority of the calling thread: steps of -2 to 2, lowest to highest, around the one that it has
+// now. Refusal by the system is silent.
+void kxPlatformThreadSetPriority(int steps);

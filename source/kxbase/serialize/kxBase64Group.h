@@ -24,6 +24,7 @@ public:
             bits_ >>= 8;
         else
             bits_ |= std::uint32_t{value} << (18 - 6 * characters_++);
+        text_[places_] = character;
         if (++places_ == 4) complete();
         return places_ == 0;
     }
@@ -38,6 +39,9 @@ public:
     bool isBegun() const { return isBegun_; }
     // Whether the next character of the alphabet is the first of a group.
     bool isAtFirstPlace() const { return places_ == 0; }
+    // What fills the places so far, at most three.
+    const std::uint8_t* text() const { return text_; }
+    std::uint32_t places() const { return places_; }
     // Bytes of the complete group that have not been taken.
     std::uint32_t length() const { return length_; }
     std::uint8_t takeByte() { return static_cast<std::uint8_t>(bits_ >> (8 * --length_)); }
@@ -51,6 +55,7 @@ private:
         characters_ = 0;
     }
 
+    std::uint8_t text_[4] = {};
     std::uint32_t bits_ = 0;
     std::uint32_t places_ = 0;      // filled so far
     std::uint32_t characters_ = 0;  // those of them filled with bits

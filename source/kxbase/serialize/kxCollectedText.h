@@ -2,16 +2,17 @@
 // 65535 it wraps, and what follows overwrites the text from its start.
 #pragma once
 
+#include "kxbase/containers/kxArray.h"
+
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 template <typename Unit> class kxCollectedText {
 public:
     void add(Unit unit)
     {
         if (count_ == units_.size())
-            units_.push_back(unit);
+            units_.append(unit);
         else
             units_[count_] = unit;
         ++count_;
@@ -19,6 +20,6 @@ public:
     std::basic_string_view<Unit> view() const { return {units_.data(), count_}; }
 
 private:
-    std::vector<Unit> units_;  // at most 65536, since the count wraps
+    kxArray<Unit> units_;  // at most 65536, since the count wraps
     std::uint16_t count_ = 0;
 };

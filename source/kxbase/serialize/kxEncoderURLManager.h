@@ -1,8 +1,5 @@
 // Serves a scheme, once registered, with an encoder on the adapter of the URL behind it: "hex:file:x".
 //
-// An encoder's flush does not flush the adapter below it: what that one holds back leaves when it is full or when
-// the last reference to the encoder goes.
-//
 // Threads: any.
 // Errors:  a URL behind the scheme that cannot be opened is refused by the factory with the reason for that URL.
 #pragma once
@@ -15,6 +12,23 @@ public:
     kxRefPointer<kxSerializeAdapter> create(const kxString& url, std::uint32_t mode, std::uint32_t flags,
                                             const kxString& context, kxString* /*errorOut*/) override
     {
-        return kxLayeredAdapter<Encoder>(url, mode, flags, context);
+        return kxLayeredAdapter<Layer>(url, mode, flags, context);
     }
+
+private:
+    // An encoder does not flush its parent. Nobody but this one holds the parent that a URL names, so that
+    // what a file below holds back would stay there until the end.
+    class Layer final : public Encoder {
+    public:
+        explicit Layer(const kxRefPointer<kxSerializeAdapter>& parent) : Encoder(parent), parent_(parent) {}
+
+        std::uint32_t flush() override
+        {
+            const std::uint32_t result = Encoder::flush();
+            return result + parent_->flush();
+        }
+
+    private:
+        const kxRefPointer<kxSerializeAdapter> parent_;
+    };
 };

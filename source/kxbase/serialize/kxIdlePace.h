@@ -11,18 +11,19 @@
 
 class kxIdlePace {
 public:
+    explicit kxIdlePace(std::uint32_t freeLooks = 100) : freeLooks_(freeLooks) {}
+
     // Milliseconds that the look about to be made may wait for input.
-    std::uint32_t waitMilliseconds() const { return idleLooks_ < kFreeLooks ? 0 : 1; }
+    std::uint32_t waitMilliseconds() const { return idleLooks_ < freeLooks_ ? 0 : 1; }
     // The last look found nothing.
     void foundNothing()
     {
-        if (idleLooks_ < kFreeLooks) ++idleLooks_;
+        if (idleLooks_ < freeLooks_) ++idleLooks_;
     }
     // Data moved, in whichever direction.
     void moved() { idleLooks_ = 0; }
 
 private:
-    static constexpr std::uint32_t kFreeLooks = 100;
-
+    std::uint32_t freeLooks_;
     std::uint32_t idleLooks_ = 0;
 };

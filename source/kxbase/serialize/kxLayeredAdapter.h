@@ -6,7 +6,7 @@
 
 // Opens the URL behind the scheme and puts a Layer on its adapter; arguments as those of
 // kxSerializeAdapter::getAdapter. When the URL cannot be opened, nothing is sent, and the answer is a
-// kxFailedAdapter with the reason.
+// kxFailedAdapter with the reason, or null when there is none.
 template <typename Layer>
 kxRefPointer<kxSerializeAdapter> kxLayeredAdapter(const kxString& url, std::uint32_t mode,
                                                   std::uint32_t flags, const kxString& context)
@@ -15,6 +15,7 @@ kxRefPointer<kxSerializeAdapter> kxLayeredAdapter(const kxString& url, std::uint
     const kxString parentUrl(url.view().substr(url.view().find(':') + 1));
     const kxRefPointer<kxSerializeAdapter> parent =
         kxSerializeAdapter::getAdapter(parentUrl, mode, flags | KX_SERIALIZE_SILENT, context, &reason);
-    if (!parent) return kxFailedAdapter(reason);
+    // Without a reason there is nothing that an adapter could carry, and the factory says the rest.
+    if (!parent) return reason.isEmpty() ? nullptr : kxFailedAdapter(reason);
     return kxMakeRef<Layer>(parent);
 }

@@ -1,23 +1,21 @@
 #include "kxbase/serialize/kxLivingAdapters.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
 #include <unordered_set>
 
 namespace {
 
-// Made on first use and never destroyed.
-struct Adapters {
-    kxMutex mutex;
-    std::unordered_set<std::uint64_t> addresses;
+struct AdaptersMutex;
 
-    static Adapters& instance()
-    {
-        static Adapters& adapters = *new Adapters;
-        return adapters;
-    }
-};
+// Made on first use and never destroyed.
+std::unordered_set<std::uint64_t>& addresses()
+{
+    static auto& living = *new std::unordered_set<std::uint64_t>;
+    return living;
+}
 
 std::uint64_t addressOf(const kxSerializeAdapter* adapter)
 {
@@ -28,24 +26,21 @@ std::uint64_t addressOf(const kxSerializeAdapter* adapter)
 
 void kxLivingAdapters::enter(const kxSerializeAdapter* adapter)
 {
-    Adapters& adapters = Adapters::instance();
-    const kxBodyGuard guard(adapters.mutex);
-    adapters.addresses.insert(addressOf(adapter));
+    const kxBodyGuard guard(kxProcessMutex<AdaptersMutex>());
+    addresses().insert(addressOf(adapter));
 }
 
 void kxLivingAdapters::leave(const kxSerializeAdapter* adapter) noexcept
 {
-    Adapters& adapters = Adapters::instance();
-    const kxBodyGuard guard(adapters.mutex);
-    adapters.addresses.erase(addressOf(adapter));
+    const kxBodyGuard guard(kxProcessMutex<AdaptersMutex>());
+    addresses().erase(addressOf(adapter));
 }
 
 kxRefPointer<kxSerializeAdapter> kxLivingAdapters::find(std::uint64_t address)
 {
-    Adapters& adapters = Adapters::instance();
     auto* const adapter = reinterpret_cast<kxSerializeAdapter*>(static_cast<std::uintptr_t>(address));
-    const kxBodyGuard guard(adapters.mutex);
-    if (!adapters.addresses.contains(address) || !adapter->refIfReferenced()) return nullptr;
+    const kxBodyGuard guard(kxProcessMutex<AdaptersMutex>());
+    if (!addresses().contains(address) || !adapter->refIfReferenced()) return nullptr;
     kxRefPointer<kxSerializeAdapter> found(adapter);
     adapter->unrefWithoutDelete();
     return found;

@@ -142,11 +142,9 @@ std::uint32_t kxSerializeAdapter::length()
     return saturatedSum(pushBack_.length(), getDataLength());
 }
 
-std::uint32_t kxSerializeAdapter::read(void* bytes, std::uint32_t count)
+std::uint32_t kxSerializeAdapter::readMixed(void* bytes, std::uint32_t count)
 {
     if (bytes == nullptr) return skip(count);
-    if (pushBack_.isEmpty() && count != 0) return readBlock(bytes, count);
-
     auto* const begin = static_cast<std::uint8_t*>(bytes);
     const std::uint32_t givenBack = std::min(count, pushBack_.length());
     pushBack_.popBlock(begin, givenBack);

@@ -31,7 +31,7 @@ public:
     // `mode` is KX_SERIALIZE_OUTPUT, KX_SERIALIZE_INPUT or their sum; `flags` are kept on the adapter, but for
     // KX_SERIALIZE_SILENT, which keeps the factory from sending Warnings; `context` is a text of the caller's,
     // kept on the adapter. Answers null when no working adapter could be made, and then writes the reason to
-    // `errorOut` when one is given. Never throws for a bad URL.
+    // `errorOut` when one is given. Throws only when memory runs out, never for a bad URL.
     static kxRefPointer<kxSerializeAdapter> getAdapter(const kxString& url, std::uint32_t mode,
                                                        std::uint32_t flags = 0, const kxString& context = {},
                                                        kxString* errorOut = nullptr);
@@ -77,7 +77,11 @@ public:
     std::uint32_t length();
     // Reads up to `count` bytes, pushed-back ones first; answers how many were read. A null buffer throws
     // exactly `count` bytes away instead and answers `count`.
-    std::uint32_t read(void* bytes, std::uint32_t count);
+    std::uint32_t read(void* bytes, std::uint32_t count)
+    {
+        const bool isDirect = pushBack_.isEmpty() && bytes != nullptr && count != 0;
+        return isDirect ? readBlock(bytes, count) : readMixed(bytes, count);
+    }
     // The next byte. What an exhausted adapter answers is the concrete adapter's.
     std::uint8_t readChar() { return pushBack_.isEmpty() ? readByte() : pushBack_.pop(); }
     void write(const void* bytes, std::uint32_t count) { writeBlock(bytes, count); }
@@ -113,6 +117,8 @@ protected:
     void discardPushBack() { pushBack_.clear(); }
 
 private:
+    // Pushed-back bytes first, a null buffer, or nothing at all.
+    std::uint32_t readMixed(void* bytes, std::uint32_t count);
     std::uint32_t skip(std::uint32_t count);
     bool readAhead(std::uint32_t count);
 

@@ -7,12 +7,6 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-constexpr std::uint8_t kLastSpace = 32;
-
-}  // namespace
-
 kxSerializeAdapterBCDEncoder::kxSerializeAdapterBCDEncoder(const kxRefPointer<kxSerializeAdapter>& parent)
     : kxSerializeAdapterTextEncoder(parent)
 {}
@@ -82,23 +76,15 @@ std::uint32_t kxSerializeAdapterBCDEncoder::readCharacters(std::uint8_t* text, s
     return got / 2;
 }
 
-// Reads on, character by character, until a byte is complete. Answers false when only white space was left.
-bool kxSerializeAdapterBCDEncoder::finish(Begun& begun, std::uint8_t& byte)
-{
-    std::uint8_t character = 0;
-    while (readCharacter(character)) {
-        if (begun.take(character, byte)) return true;
-    }
-    byte = static_cast<std::uint8_t>(begun.first << 4);
-    return begun.hasFirst;
-}
-
 std::uint8_t kxSerializeAdapterBCDEncoder::readByte()
 {
     Begun begun;
+    std::uint8_t character = 0;
     std::uint8_t byte = 0;
-    finish(begun, byte);
-    return byte;
+    while (readCharacter(character)) {
+        if (begun.take(character, byte)) return byte;
+    }
+    return static_cast<std::uint8_t>(begun.first << 4);
 }
 
 // Answers the number of bytes; what stands behind the last of them is in `begun`.
@@ -116,31 +102,50 @@ std::uint32_t kxSerializeAdapterBCDEncoder::decode(const std::uint8_t* text, std
             if (pairs != 0) begun = {};
             if (text == end) break;
         }
-        if (begun.take(*text++, *next)) ++next;
+        if (begun.take(*text++, *next))
+            ++next;
+        else
+            text = skipWhiteSpace(text, end);
     }
     return static_cast<std::uint32_t>(next - bytes);
+}
+
+// Reads text for up to `count` more bytes; answers the number of characters, 0 at the end.
+std::uint32_t kxSerializeAdapterBCDEncoder::readPiece(std::uint8_t* text, std::uint32_t count,
+                                                      const Begun& begun)
+{
+    const std::uint32_t unit = characterBytes();
+    const std::uint32_t ready = textLength(2 * unit);
+    // A byte that has begun takes what is left, however little.
+    if (ready == 0) return begun.hasText && readCharacter(*text) ? 1 : 0;
+    // Reading stops where a byte could end with less text behind it than the next one needs.
+    const std::uint64_t needed = (std::uint64_t{count} * 2 - (begun.hasFirst ? 1 : 0)) * unit;
+    const auto wanted =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>({needed, ready - unit, kTextBytes}));
+    return readCharacters(text, wanted / unit * unit);
 }
 
 std::uint32_t kxSerializeAdapterBCDEncoder::readBlock(void* bytes, std::uint32_t count)
 {
     auto* const begin = static_cast<std::uint8_t*>(bytes);
     std::uint32_t taken = 0;
+    std::uint64_t charactersRead = 0;
     std::uint8_t text[kTextBytes];
+    Begun begun;
     while (taken < count) {
-        const std::uint32_t unit = characterBytes();
-        const std::uint32_t ready = textLength(2 * unit);
-        if (ready == 0) break;
-        // Reading stops where a byte could end with less text behind it than the next one needs.
-        const std::uint64_t needed = std::uint64_t{count - taken} * 2 * unit;
-        const auto wanted =
-            static_cast<std::uint32_t>(std::min<std::uint64_t>({needed, ready - unit, kTextBytes}));
-        const std::uint32_t characters = readCharacters(text, wanted / unit * unit);
-        if (characters == 0) break;
-        Begun begun;
+        const std::uint32_t characters = readPiece(text, count - taken, begun);
+        if (characters == 0) {
+            if (begun.hasFirst) begin[taken++] = static_cast<std::uint8_t>(begun.first << 4);
+            break;
+        }
         taken += decode(text, characters, begin + taken, begun);
-        if (!begun.hasText) continue;
-        if (!finish(begun, begin[taken])) break;
-        ++taken;
+        charactersRead += characters;
+        if (!isTooMuchFor(taken, charactersRead)) continue;
+        if (begun.hasFirst) {
+            kxHexCodec::encode(&begun.first, 1, text);
+            unreadText(text + 1, 1);
+        }
+        break;
     }
     return taken;
 }

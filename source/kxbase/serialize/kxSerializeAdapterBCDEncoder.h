@@ -17,7 +17,8 @@ public:
 
     void writeBlock(const void* bytes, std::uint32_t count) override;
     void writeByte(std::uint8_t byte) override;
-    // Ends also where only white space is left. Takes no more text than the bytes need.
+    // Ends also where only white space is left, and early in the middle of very much of it: 1 MB beyond 16
+    // characters for each byte. Takes no more text than the bytes need.
     std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
     // Gives 0 when only white space is left.
     std::uint8_t readByte() override;
@@ -37,7 +38,7 @@ private:
     std::uint32_t characterBytes() const { return isWide() ? 2 : 1; }
     bool readCharacter(std::uint8_t& character);
     std::uint32_t readCharacters(std::uint8_t* text, std::uint32_t textBytes);
-    bool finish(Begun& begun, std::uint8_t& byte);
+    std::uint32_t readPiece(std::uint8_t* text, std::uint32_t count, const Begun& begun);
     static std::uint32_t decode(const std::uint8_t* text, std::uint32_t count, std::uint8_t* bytes,
                                 Begun& begun);
 };

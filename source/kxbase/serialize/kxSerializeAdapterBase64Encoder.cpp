@@ -25,8 +25,8 @@ kxSerializeAdapterBase64Encoder::~kxSerializeAdapterBase64Encoder() noexcept(fal
 {
     try {
         endGroup();
-    } catch (const std::exception& error) {
-        kxDestructorRelease::raiseOrReport(error);
+    } catch (...) {
+        kxDestructorRelease::raiseOrReport();
     }
 }
 
@@ -109,6 +109,12 @@ bool kxSerializeAdapterBase64Encoder::readGroup()
     while (readTextByte(character)) {
         if (group_.take(character) && group_.length() != 0) return true;
     }
+    return endText();
+}
+
+// Answers whether the group gives bytes when no text is left.
+bool kxSerializeAdapterBase64Encoder::endText()
+{
     group_.end();
     if (group_.length() != 0) return true;
     group_ = {};
@@ -117,8 +123,11 @@ bool kxSerializeAdapterBase64Encoder::readGroup()
 
 std::uint8_t kxSerializeAdapterBase64Encoder::readByte()
 {
-    startReading();
-    if (group_.length() == 0 && !readGroup()) return 0;
+    if (group_.length() == 0) {
+        if (!hasText()) return 0;
+        startReading();
+        if (!readGroup()) return 0;
+    }
     return group_.takeByte();
 }
 
@@ -145,26 +154,26 @@ std::uint32_t kxSerializeAdapterBase64Encoder::decode(const std::uint8_t* text, 
             if (groups != 0) group_ = {};
             if (text == end) break;
         }
-        if (group_.take(*text++)) taken += takeDecoded(bytes + taken, count - taken);
+        if (group_.take(*text++))
+            taken += takeDecoded(bytes + taken, count - taken);
+        else
+            text = skipWhiteSpace(text, end);
     }
     return taken;
 }
 
-// Reads and decodes text of which `ready` bytes are there. Answers the number of bytes, 0 when there are none.
-std::uint32_t kxSerializeAdapterBase64Encoder::readPiece(std::uint8_t* bytes, std::uint32_t count,
-                                                         std::uint32_t ready)
+// Reads text for up to `count` more bytes; answers how much, 0 at the end.
+std::uint32_t kxSerializeAdapterBase64Encoder::readPiece(std::uint8_t* text, std::uint32_t count)
 {
+    const std::uint32_t ready = textLength(leastTextBytes());
+    // A group that has begun takes what is left, however little.
+    if (ready == 0) return group_.isBegun() && readTextByte(*text) ? 1 : 0;
+    startReading();
     // Reading stops where a group could end with less text behind it than the next one needs.
     const std::uint64_t groups = (std::uint64_t{count} + kGroupBytes - 1) / kGroupBytes;
-    const auto wanted = static_cast<std::uint32_t>(std::min<std::uint64_t>(
-        {groups * kGroupCharacters, ready - leastTextBytes() + 1, std::uint64_t{kTextBytes}}));
-    std::uint8_t text[kTextBytes];
-    const std::uint32_t got = readText(text, wanted);
-    if (got == 0) return 0;
-    const std::uint32_t taken =
-        isWide() ? decodeWide(text, got, bytes, count) : decode(text, got, bytes, count);
-    if (!group_.isBegun() || !readGroup()) return taken;
-    return taken + takeDecoded(bytes + taken, count - taken);
+    return readText(text, static_cast<std::uint32_t>(std::min<std::uint64_t>(
+                              {groups * kGroupCharacters - group_.places(), ready - leastTextBytes() + 1,
+                               std::uint64_t{kTextBytes}})));
 }
 
 // As decode(). The zero bytes are foreign characters like any other, but half of the text.
@@ -186,15 +195,24 @@ std::uint32_t kxSerializeAdapterBase64Encoder::decodeWide(const std::uint8_t* te
 
 std::uint32_t kxSerializeAdapterBase64Encoder::readBlock(void* bytes, std::uint32_t count)
 {
-    startReading();
     auto* const begin = static_cast<std::uint8_t*>(bytes);
     std::uint32_t taken = takeDecoded(begin, count);
+    std::uint64_t charactersRead = 0;
+    std::uint8_t text[kTextBytes];
     while (taken < count) {
-        const std::uint32_t ready = textLength(leastTextBytes());
-        if (ready == 0) break;
-        const std::uint32_t got = readPiece(begin + taken, count - taken, ready);
-        if (got == 0) break;
-        taken += got;
+        std::uint8_t* const next = begin + taken;
+        const std::uint32_t left = count - taken;
+        const std::uint32_t size = readPiece(text, left);
+        if (size == 0) {
+            if (endText()) taken += takeDecoded(next, left);
+            break;
+        }
+        taken += isWide() ? decodeWide(text, size, next, left) : decode(text, size, next, left);
+        charactersRead += size;
+        if (!isTooMuchFor(taken, charactersRead)) continue;
+        unreadText(group_.text(), group_.places());
+        if (group_.length() == 0) group_ = {};
+        break;
     }
     return taken;
 }

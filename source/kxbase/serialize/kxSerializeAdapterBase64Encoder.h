@@ -8,8 +8,8 @@
 // Text is read with padding or without it. White space and characters outside the alphabet are passed over. A
 // group of fewer than two characters gives no byte.
 //
-// One adapter may write and read: reading writes what is left of the group first, and writing throws decoded
-// bytes away that have not been read.
+// One adapter may write and read: reading text writes what is left of the group first, and writing throws
+// decoded bytes away that have not been read. A read that finds no text leaves the group as it is.
 //
 // Ownership, threads and units are those of kxSerializeAdapterTextEncoder, and errors too. The destructor
 // passes on what the parent throws; while another exception passes it sends a Fatal message instead.
@@ -29,7 +29,8 @@ public:
     std::uint32_t flush() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;
     void writeByte(std::uint8_t byte) override;
-    // Ends where the text gives no more byte. Takes no more text than the bytes need.
+    // Ends where the text gives no more byte, and early in the middle of very much text that gives none: 1 MB
+    // beyond 16 characters for each byte. Takes no more text than the bytes need.
     std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
     // Gives 0 when the text gives no more byte.
     std::uint8_t readByte() override;
@@ -45,7 +46,8 @@ private:
     std::uint32_t leastTextBytes() const;
     bool readGroup();
     std::uint32_t takeDecoded(std::uint8_t* bytes, std::uint32_t count);
-    std::uint32_t readPiece(std::uint8_t* bytes, std::uint32_t count, std::uint32_t ready);
+    bool endText();
+    std::uint32_t readPiece(std::uint8_t* text, std::uint32_t count);
     std::uint32_t decode(const std::uint8_t* text, std::size_t size, std::uint8_t* bytes,
                          std::uint32_t count);
     std::uint32_t decodeWide(const std::uint8_t* text, std::uint32_t size, std::uint8_t* bytes,

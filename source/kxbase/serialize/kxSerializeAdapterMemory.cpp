@@ -1,10 +1,8 @@
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxMoveBytes.h"
 #include "kxbase/object/kxTypeTable.h"
-
-#include <cstring>
-
 namespace {
 
 constexpr const char* kWrittenBeyondEnd = "Memory Adapter written beyond end";
@@ -43,8 +41,7 @@ inline std::uint32_t kxSerializeAdapterMemory::fitting(std::uint32_t count, cons
 void kxSerializeAdapterMemory::writeBlock(const void* bytes, std::uint32_t count)
 {
     const std::uint32_t moved = fitting(count, kWrittenBeyondEnd);
-    if (moved == 0) return;
-    std::memmove(block_ + position_, bytes, moved);
+    kxMoveBytes(block_ + position_, bytes, moved);
     position_ += moved;
 }
 
@@ -59,8 +56,7 @@ void kxSerializeAdapterMemory::writeByte(std::uint8_t byte)
 std::uint32_t kxSerializeAdapterMemory::readBlock(void* bytes, std::uint32_t count)
 {
     const std::uint32_t moved = fitting(count, kReadBeyondEnd);
-    if (moved == 0) return 0;
-    std::memmove(bytes, block_ + position_, moved);
+    kxMoveBytes(bytes, block_ + position_, moved);
     position_ += moved;
     return moved;
 }

@@ -4,7 +4,6 @@
 #include "kxbase/object/kxDestructorRelease.h"
 #include "kxbase/object/kxTypeTable.h"
 
-#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -19,6 +18,8 @@ constexpr std::uint32_t kFirstPieceBytes = 1024 * 1024;
 kxSerializeAdapterRandomAccess::kxSerializeAdapterRandomAccess(const kxRefPointer<kxSerializeAdapter>& parent)
     : kxSerializeAdapter(parent), parent_(parent), copy_(kGrowthStep)
 {
+    // A parent that is in error already shows it without a look.
+    endWasMet_ = parent_->hasError();
     const std::uint32_t count = parent_->length();
     if (count == 0) return;
     copy_ = kxDynamicArray<std::uint8_t>(std::min(count, kFirstPieceBytes));
@@ -44,8 +45,8 @@ kxSerializeAdapterRandomAccess::~kxSerializeAdapterRandomAccess() noexcept(false
     if (!isDirty_) return;
     try {
         parent_->writeBlock(copy_.data(), copy_.size());
-    } catch (const std::exception& error) {
-        kxDestructorRelease::raiseOrReport(error);
+    } catch (...) {
+        kxDestructorRelease::raiseOrReport();
     }
 }
 
@@ -57,7 +58,8 @@ const kxType& kxSerializeAdapterRandomAccess::getType() const
 bool kxSerializeAdapterRandomAccess::hasError()
 {
     if (kxSerializeAdapter::hasError()) return true;
-    if (length() != 0) return false;
+    // Asking for the error is no look: what was opened on no data ends only when data is wanted.
+    if (!endWasMet_ || hasPushBack() || bytesLeft() != 0) return false;
     // Some parents notice their end only when they are asked for more.
     return parent_->hasError() || (parent_->length() == 0 && parent_->hasError());
 }
@@ -91,7 +93,8 @@ void kxSerializeAdapterRandomAccess::writeByte(std::uint8_t byte)
 
 std::uint32_t kxSerializeAdapterRandomAccess::readBlock(void* bytes, std::uint32_t count)
 {
-    const std::uint32_t taken = std::min(count, getDataLength());
+    const std::uint32_t taken = std::min(count, bytesLeft());
+    if (taken < count) endWasMet_ = true;
     if (taken == 0) return 0;
     std::memcpy(bytes, copy_.data() + position_, taken);
     position_ += taken;
@@ -100,13 +103,15 @@ std::uint32_t kxSerializeAdapterRandomAccess::readBlock(void* bytes, std::uint32
 
 std::uint8_t kxSerializeAdapterRandomAccess::readByte()
 {
-    growTo(std::uint64_t{position_} + 1);
+    if (getDataLength() == 0) growTo(std::uint64_t{position_} + 1);
     return copy_[position_++];
 }
 
 std::uint32_t kxSerializeAdapterRandomAccess::getDataLength()
 {
-    return copy_.size() - std::min(position_, copy_.size());
+    const std::uint32_t left = bytesLeft();
+    if (left == 0) endWasMet_ = true;
+    return left;
 }
 
 void kxSerializeAdapterRandomAccess::setPosition(std::uint32_t position)

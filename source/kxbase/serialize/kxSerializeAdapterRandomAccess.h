@@ -4,15 +4,18 @@
 // Ownership: holds a reference to the parent, which must not be null, and owns the copy. Takes over the
 //            parent's name, flags and where it came from.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    at the end of the copy the error state is the parent's. Reading a byte beyond the end adds zero
-//            bytes to the copy instead of failing; blocks end at the end of the copy. A copy beyond 4294967295
-//            bytes reports "Bad Alloc:" and throws std::bad_alloc. The destructor passes on what the parent
+// Errors:    at the end of the copy the error state is the parent's, once somebody has looked for more data
+//            there. Reading a byte beyond the end adds zero bytes to the copy instead of failing; blocks end at
+//            the end of the copy. A copy beyond 4294967295 bytes reports "Bad Alloc:" and throws
+//            std::bad_alloc. The destructor passes on what the parent
 //            throws from the write-back; while another exception passes it sends a Fatal message instead.
 // Units:     counts and positions are in bytes.
 #pragma once
 
 #include "kxbase/containers/kxDynamicArray.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
+
+#include <algorithm>
 
 class kxSerializeAdapterRandomAccess : public kxSerializeAdapter {
 public:
@@ -38,9 +41,11 @@ public:
 private:
     void takeFromParent(std::uint32_t count);
     void growTo(std::uint64_t usedCount);
+    std::uint32_t bytesLeft() const { return copy_.size() - std::min(position_, copy_.size()); }
 
     kxRefPointer<kxSerializeAdapter> parent_;
     std::uint32_t position_ = 0;  // next byte to read or write
     kxDynamicArray<std::uint8_t> copy_;
     bool isDirty_ = false;
+    bool endWasMet_ = false;  // somebody looked for more than there is
 };

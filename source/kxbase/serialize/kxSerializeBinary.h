@@ -8,13 +8,13 @@
 // Units:   counts of arrays are in values.
 #pragma once
 
+#include "kxbase/containers/kxItemBlock.h"
 #include "kxbase/core/kxSerializeData.h"
 #include "kxbase/serialize/kxByteOrder.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
 #include <algorithm>
 #include <limits>
-#include <memory>
 #include <type_traits>
 
 namespace kxBinary {
@@ -131,9 +131,10 @@ private:
     }
     static void writeReversed(kxSerializeAdapter& adapter, const T* values, std::uint32_t count)
     {
-        const auto reversed = std::make_unique_for_overwrite<Bits[]>(count);
-        reverse(values, count, reversed.get());
-        adapter.write(reversed.get(), count * kSizeBytes);
+        kxItemBlock<Bits> reversed;
+        reversed.reallocate(count, 0, 0);
+        reverse(values, count, reversed.data());
+        adapter.write(reversed.data(), count * kSizeBytes);
     }
 
     kxByteOrder order_;

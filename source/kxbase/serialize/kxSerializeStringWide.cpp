@@ -7,9 +7,9 @@ namespace {
 
 constexpr std::uint32_t kUnitBytes = 2;
 
-std::uint32_t sizeBytes(const std::vector<char16_t>& units)
+std::uint32_t sizeBytes(const kxArray<char16_t>& units)
 {
-    return static_cast<std::uint32_t>(units.size()) * kUnitBytes;
+    return units.size() * kUnitBytes;
 }
 
 bool hasMore(kxSerializeAdapter& adapter)
@@ -36,7 +36,7 @@ kxSerializeStringWide::kxSerializeStringWide(const kxString& text, kxByteOrder o
 
 void kxSerializeStringWide::write(kxSerializeAdapter& adapter) const
 {
-    const std::vector<char16_t> units = stored();
+    const kxArray<char16_t> units = stored();
     adapter.write(units.data(), sizeBytes(units));
 }
 
@@ -50,7 +50,7 @@ void kxSerializeStringWide::read(kxSerializeAdapter& adapter)
 
 void kxSerializeStringWide::pushBack(kxSerializeAdapter& adapter) const
 {
-    const std::vector<char16_t> units = stored();
+    const kxArray<char16_t> units = stored();
     adapter.pushBack(units.data(), sizeBytes(units));
 }
 
@@ -59,11 +59,11 @@ std::uint32_t kxSerializeStringWide::getDataSize() const
     return (text_.characterCount() + 1) * kUnitBytes;
 }
 
-std::vector<char16_t> kxSerializeStringWide::stored() const
+kxArray<char16_t> kxSerializeStringWide::stored() const
 {
-    std::vector<char16_t> units(text_.length() + std::size_t{1});
+    kxArray<char16_t> units(text_.length() + std::uint32_t{1});
     units.resize(text_.copyWide(units.data(), false));
-    units.push_back(terminator_);
+    units.append(terminator_);
     for (char16_t& unit : units)
         unit = static_cast<char16_t>(kxInByteOrder(static_cast<std::uint16_t>(unit), order_));
     return units;

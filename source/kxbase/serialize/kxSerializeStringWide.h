@@ -11,11 +11,10 @@
 // Units:     sizes are in bytes.
 #pragma once
 
+#include "kxbase/containers/kxArray.h"
 #include "kxbase/core/kxSerializeData.h"
 #include "kxbase/serialize/kxByteOrder.h"
 #include "kxbase/string/kxString.h"
-
-#include <vector>
 
 class kxSerializeStringWide final : public kxSerializeData {
 public:
@@ -32,7 +31,7 @@ public:
 
 private:
     // Text and terminator as they are stored.
-    std::vector<char16_t> stored() const;
+    kxArray<char16_t> stored() const;
 
     kxString text_;
     char16_t terminator_;

@@ -11,10 +11,10 @@
 
 class kxSerializeURLManagerInterface : public kxThreadSafeReference {
 public:
-    // A new adapter for the URL, or null, which leaves the URL to the built-in schemes. An adapter that carries
-    // an error text is refused by the factory, and its text is given to the caller as the reason. The factory
-    // records where the adapter came from. Arguments as those of kxSerializeAdapter::getAdapter, the URL with its
-    // scheme; a reason written to `errorOut` counts when nothing else makes the adapter.
+    // A new adapter for the URL, or null, which leaves the URL to the built-in schemes. A manager that wants to
+    // say why it fails answers an adapter that carries the reason as its error text: the factory refuses it and
+    // tells its caller; what is written to `errorOut` goes no further. The factory records where the adapter came
+    // from. Arguments as those of kxSerializeAdapter::getAdapter, the URL with its scheme.
     virtual kxRefPointer<kxSerializeAdapter> create(const kxString& url, std::uint32_t mode,
                                                     std::uint32_t flags, const kxString& context,
                                                     kxString* errorOut) = 0;

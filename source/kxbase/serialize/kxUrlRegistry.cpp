@@ -1,6 +1,7 @@
 #include "kxbase/serialize/kxUrlRegistry.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxProcessMutex.h"
 
 #include <memory>
 #include <utility>
@@ -25,7 +26,7 @@ bool kxUrlRegistry::addManager(const kxString& scheme, Manager manager)
     if (!manager || !isScheme(scheme)) return false;
     const std::string key(scheme.view());
     // The manager before is let go when the lock is free again, by the parameter.
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
     if (Manager* const registered = managers_.find(key)) {
         registered->swap(manager);
         return true;
@@ -40,7 +41,7 @@ bool kxUrlRegistry::removeManager(const kxString& scheme)
 {
     const std::string key(scheme.view());
     std::unique_ptr<Manager> removed;  // let go when the lock is free again
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
     removed.reset(managers_.remove(key));
     return removed != nullptr;
 }
@@ -48,7 +49,7 @@ bool kxUrlRegistry::removeManager(const kxString& scheme)
 kxUrlRegistry::Manager kxUrlRegistry::findManager(const kxString& scheme) const
 {
     const std::string key(scheme.view());
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
     const Manager* const found = managers_.find(key);
     return found != nullptr ? *found : Manager();
 }
@@ -56,13 +57,13 @@ kxUrlRegistry::Manager kxUrlRegistry::findManager(const kxString& scheme) const
 void kxUrlRegistry::addUrl(const kxGUID& guid, const kxString& url)
 {
     std::string text(url.view());
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
     urls_.insert_or_assign(guid, std::move(text));
 }
 
 bool kxUrlRegistry::removeUrl(const kxGUID& guid)
 {
-    const kxBodyGuard guard(mutex_);
+    const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
     return urls_.erase(guid) != 0;
 }
 
@@ -70,7 +71,7 @@ std::optional<kxString> kxUrlRegistry::findUrl(const kxGUID& guid) const
 {
     std::string text;
     {
-        const kxBodyGuard guard(mutex_);
+        const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
         const auto found = urls_.find(guid);
         if (found == urls_.end()) return std::nullopt;
         text = found->second;

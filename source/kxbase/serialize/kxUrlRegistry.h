@@ -5,7 +5,6 @@
 #pragma once
 
 #include "kxbase/containers/kxDict.h"
-#include "kxbase/core/kxMutex.h"
 #include "kxbase/serialize/kxSerializeURLManagerInterface.h"
 #include "kxbase/string/kxGUID.h"
 
@@ -50,7 +49,6 @@ private:
 
     kxUrlRegistry() = default;
 
-    mutable kxMutex mutex_;
     // Nothing in here is tracked memory, whose messages could come back for the mutex.
     kxDict<std::string, Manager, SchemeTraits, kxUntrackedStorage> managers_;
     std::unordered_map<kxGUID, std::string> urls_;

@@ -86,10 +86,13 @@ std::size_t usedCharacters(const kxFormatSpec& spec) noexcept
 void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                  kxFormatOutput& output)
 {
-    if (argument.hasText())
-        return writeText(spec, argument.text(usedCharacters(spec) * KX_UTF_MAX_BYTES), output);
-    kxSendFormatFault(KX_MESSAGE_WARNING,
-                      "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
+    if (!argument.hasText()) {
+        kxSendFormatFault(KX_MESSAGE_WARNING,
+                          "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
+        return;
+    }
+    if (output.isFull()) return;
+    writeText(spec, argument.text(usedCharacters(spec) * KX_UTF_MAX_BYTES), output);
 }
 
 void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -100,6 +103,7 @@ void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgu
                           "Using kxString::format(\"%%S\",arg) where arg is no valid pointer");
         return;
     }
+    if (output.isFull()) return;
     constexpr std::size_t kUnitsPerCharacter = 2;
     const std::u16string_view wide = argument.wideText(usedCharacters(spec) * kUnitsPerCharacter);
     if (spec.width == 0 && spec.precision < 0) return output.appendWide(wide);
@@ -133,8 +137,11 @@ void writeInteger(const kxFormatConversion& conversion, const kxFormatSpec& spec
     char digits[kIntegerRoom];
     const kxDigitCase digitCase = conversion.letter <= 'Z' ? KX_DIGITS_UPPER : KX_DIGITS_LOWER;
     const bool silent = value == 0 && spec.precision == 0;
-    const std::size_t length =
-        silent ? 0 : kxUnsignedToText(digits, value, {.base = conversion.base, .digitCase = digitCase});
+    std::size_t length = 0;
+    if (!silent && conversion.base == 10)
+        length = kxUnsignedToText(digits, value);
+    else if (!silent)
+        length = kxUnsignedToText(digits, value, {.base = conversion.base, .digitCase = digitCase});
     const auto minimum = static_cast<std::size_t>(std::max(spec.precision, 0));
     writeNumber(spec,
                 {.prefix = prefix,
@@ -158,6 +165,16 @@ void writeUnsigned(const kxFormatConversion& conversion, const kxFormatSpec& spe
     writeInteger(conversion, spec, spec.alternate && value != 0 ? conversion.prefix : "", value, output);
 }
 
+// More than these a double does not tell; zeros follow.
+constexpr std::int32_t kMaximumSignificant = 17;
+
+// The leading digits of a value: an integer of `count` digits, the first of which counts 10 to the exponent.
+struct Significant {
+    std::uint64_t digits;
+    std::int32_t count;
+    std::int32_t exponent;
+};
+
 // The text of kxDtoA with its sign apart, and the zeros that follow what it can give.
 class Digits {
 public:
@@ -168,6 +185,17 @@ public:
             static_cast<std::int16_t>(std::clamp<std::int32_t>(decimals, -1, KX_DTOA_MAX_DECIMALS));
         kxDtoA(text_, value, given, &length_);
         if (isEmpty()) zeros_ = 0;
+    }
+    // With the point behind `whole` digits, or zeros before them when it is not above 0.
+    Digits(bool negative, const Significant& value, std::int32_t whole, std::int32_t decimals)
+        : zeros_(static_cast<std::size_t>(decimals - std::max(value.count - whole, 0)))
+    {
+        if (negative) text_[length_++] = '-';
+        append(whole > 0 ? 0 : 1 - whole, '0');
+        const std::uint32_t first = length_;
+        appendDigits(value.digits);
+        append(whole - value.count, '0');
+        if (decimals > 0) insertPoint(whole > 0 ? first + static_cast<std::uint32_t>(whole) : negative + 1U);
     }
 
     // What has no digits, since it is too large or no number, gets no zeros and no point either.
@@ -193,6 +221,35 @@ public:
     }
 
 private:
+    void append(std::int32_t count, char character) noexcept
+    {
+        for (; count > 0; --count) text_[length_++] = character;
+    }
+    // In two halves, since a double holds no integer of so many digits.
+    void appendDigits(std::uint64_t digits)
+    {
+        constexpr std::uint64_t kHalf = 1000000000;
+        std::uint32_t length = 0;
+        if (digits >= kHalf) {
+            kxDtoA(text_ + length_, static_cast<double>(digits / kHalf), 0, &length);
+            length_ += length;
+            // The one that keeps the zeros after it is overwritten.
+            const char last = text_[length_ - 1];
+            kxDtoA(text_ + length_ - 1, static_cast<double>(kHalf + digits % kHalf), 0, &length);
+            text_[length_ - 1] = last;
+            length_ += length - 1;
+        } else {
+            kxDtoA(text_ + length_, static_cast<double>(digits), 0, &length);
+            length_ += length;
+        }
+    }
+    void insertPoint(std::uint32_t at) noexcept
+    {
+        std::copy_backward(text_ + at, text_ + length_, text_ + length_ + 1);
+        text_[at] = '.';
+        ++length_;
+    }
+
     char text_[kxDtoARoom(KX_DTOA_MAX_DECIMALS)];
     std::uint32_t length_ = 0;
     std::size_t zeros_;
@@ -229,45 +286,66 @@ void writeFixed(const kxFormatConversion&, const kxFormatSpec& spec, const kxArg
     writeDigits(spec, digits, "", output);
 }
 
-// A value as mantissa * 10 to the power of exponent, 1 <= |mantissa| < 10; zero has the exponent 0.
-struct Scaled {
-    double mantissa;
-    std::int32_t exponent;
-};
-
-Scaled scaled(double value) noexcept
+// Works for what has significant digits: not for 0, NaN and infinities.
+bool isScalable(double value) noexcept
 {
-    if (value == 0 || !std::isfinite(value)) return {value, 0};
-    // Keeps the powers below away from the ends of the table.
-    constexpr std::int32_t kLift = 100;
-    std::int32_t lifted = 0;
-    if (std::fabs(value) < 1e-200) {
-        value *= kxPowerOfTen(kLift);
-        lifted = -kLift;
-    }
-    if (std::fabs(value) < 1e-200) {
-        value *= kxPowerOfTen(kLift);
-        lifted -= kLift;
-    }
-    auto exponent = static_cast<std::int32_t>(std::floor(std::log10(std::fabs(value))));
-    double mantissa = exponent < 0 ? value * kxPowerOfTen(-exponent) : value / kxPowerOfTen(exponent);
-    if (std::fabs(mantissa) >= 10) {
-        mantissa /= 10;
-        ++exponent;
-    } else if (std::fabs(mantissa) < 1) {
-        mantissa *= 10;
-        --exponent;
-    }
-    return {mantissa, exponent + lifted};
+    return value != 0 && std::isfinite(value);
 }
 
-// The same after rounding to `decimals` places of the mantissa, which can carry into the next power.
-Scaled roundedScale(double value, std::int32_t decimals) noexcept
+// A sum that carries twice the digits of a double.
+struct DoubleDouble {
+    double high;
+    double low;  // less than the last place of the high part
+};
+
+DoubleDouble sumOf(double high, double low) noexcept
 {
-    Scaled result = scaled(value);
-    if (std::isfinite(value) && std::fabs(result.mantissa) + 0.5 * kxPowerOfTen(-decimals) >= 10)
-        result = {result.mantissa / 10, result.exponent + 1};
-    return result;
+    const double sum = high + low;
+    return {sum, low - (sum - high)};
+}
+
+// A magnitude times a power of ten, by factors that a double holds exactly.
+DoubleDouble scaled(double magnitude, std::int32_t exponent) noexcept
+{
+    constexpr std::int32_t kLargestExact = 22;
+    DoubleDouble value{magnitude, 0};
+    while (exponent != 0) {
+        const std::int32_t step = std::clamp(exponent, -kLargestExact, kLargestExact);
+        const double power = kxPowerOfTen(std::abs(step));
+        const double product = step > 0 ? value.high * power : value.high / power;
+        value = step > 0 ? sumOf(product, std::fma(value.high, power, -product) + value.low * power)
+                         : sumOf(product, (std::fma(-product, power, value.high) + value.low) / power);
+        exponent -= step;
+    }
+    return value;
+}
+
+// The nearest integer, of two the larger one.
+std::uint64_t nearest(DoubleDouble value) noexcept
+{
+    const double whole = std::floor(value.high);
+    const double rest = value.high - whole + value.low;
+    const double below = std::floor(rest);
+    const auto added = static_cast<std::int64_t>(below) + (rest - below >= 0.5 ? 1 : 0);
+    return static_cast<std::uint64_t>(whole) + static_cast<std::uint64_t>(added);
+}
+
+// The significant digits of a scalable value; they can carry into the next power of ten.
+Significant significantOf(double value, std::int32_t digits) noexcept
+{
+    Significant result{0, std::min(digits, kMaximumSignificant), 0};
+    const double magnitude = std::fabs(value);
+    const auto smallest = static_cast<std::uint64_t>(kxPowerOfTen(result.count - 1));
+    result.exponent = static_cast<std::int32_t>(std::floor(std::log10(magnitude)));
+    while (true) {
+        result.digits = nearest(scaled(magnitude, result.count - 1 - result.exponent));
+        if (result.digits < smallest)
+            --result.exponent;
+        else if (result.digits >= 10 * smallest)
+            ++result.exponent;
+        else
+            return result;
+    }
 }
 
 // "e", a sign and at least two digits.
@@ -278,11 +356,11 @@ std::size_t exponentText(char* text, std::int32_t exponent) noexcept
     return 2 + kxIntegerToText(text + 2, std::abs(exponent), {.minimumDigits = 2});
 }
 
-void writeScaled(const kxFormatSpec& spec, Scaled value, Digits& digits, kxFormatOutput& output)
+void writeScaled(const kxFormatSpec& spec, std::int32_t exponent, const Digits& digits,
+                 kxFormatOutput& output)
 {
-    char exponent[16];
-    const std::size_t length = std::isfinite(value.mantissa) ? exponentText(exponent, value.exponent) : 0;
-    writeDigits(spec, digits, {exponent, length}, output);
+    char text[16];
+    writeDigits(spec, digits, {text, digits.isEmpty() ? 0 : exponentText(text, exponent)}, output);
 }
 
 void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -291,10 +369,10 @@ void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kx
     const double value = argument.toDouble();
     if (isSilent(spec, value)) return writeNoDigits(spec, output);
     const std::int32_t decimals = spec.precision >= 0 ? spec.precision : kDefaultPrecision;
-    const Scaled rounded = roundedScale(value, decimals);
-    Digits digits(rounded.mantissa, decimals);
+    const Significant rounded = isScalable(value) ? significantOf(value, decimals + 1) : Significant{};
+    Digits digits = isScalable(value) ? Digits(value < 0, rounded, 1, decimals) : Digits(value, decimals);
     if (spec.alternate) digits.appendPoint();
-    writeScaled(spec, rounded, digits, output);
+    writeScaled(spec, rounded.exponent, digits, output);
 }
 
 // The form that suits the size: plain digits for exponents from -4 up to the significant digits.
@@ -305,16 +383,18 @@ void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxA
     const double value = argument.toDouble();
     if (isSilent(spec, value)) return writeNoDigits(spec, output);
     const std::int32_t significant = spec.precision >= 0 ? std::max(spec.precision, 1) : kDefaultPrecision;
-    const Scaled rounded = roundedScale(value, significant - 1);
+    const Significant rounded = isScalable(value) ? significantOf(value, significant) : Significant{};
     const bool plain =
         !(std::fabs(value) > kLargestPlain) && rounded.exponent >= -4 && rounded.exponent < significant;
-    Digits digits(plain ? value : rounded.mantissa, significant - 1 - (plain ? rounded.exponent : 0));
+    const std::int32_t whole = plain ? rounded.exponent + 1 : 1;
+    Digits digits = isScalable(value) ? Digits(value < 0, rounded, whole, significant - whole)
+                                      : Digits(value, significant - 1);
     if (!spec.alternate)
         digits.dropZeros();
     else
         digits.appendPoint();
     if (plain) return writeDigits(spec, digits, "", output);
-    writeScaled(spec, rounded, digits, output);
+    writeScaled(spec, rounded.exponent, digits, output);
 }
 
 constexpr kxFormatConversion kConversions[] = {
@@ -349,7 +429,7 @@ constexpr auto kRowOfLetter = [] {
 
 }  // namespace
 
-const kxFormatConversion* kxFindFormatConversion(char32_t letter) noexcept
+const kxFormatConversion* kxFindFormatConversion(unsigned char letter) noexcept
 {
     const std::uint8_t row = letter < kRowOfLetter.size() ? kRowOfLetter[letter] : kNone;
     return row != kNone ? &kConversions[row] : nullptr;

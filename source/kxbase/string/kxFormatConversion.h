@@ -39,4 +39,4 @@ struct kxFormatConversion {
 };
 
 // Null for a letter that is no conversion.
-const kxFormatConversion* kxFindFormatConversion(char32_t letter) noexcept;
+const kxFormatConversion* kxFindFormatConversion(unsigned char letter) noexcept;

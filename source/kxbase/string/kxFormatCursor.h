@@ -26,13 +26,13 @@ public:
         at_ = found != nullptr ? static_cast<const char*>(found) : end_;
         return {last_, static_cast<std::size_t>(at_ - last_)};
     }
-    // Requires !atEnd().
-    char32_t next() noexcept
+    // An ASCII character, or the first byte of any other. So an overlong form is none of the characters that
+    // mean something in a format. Requires !atEnd().
+    unsigned char next() noexcept
     {
         last_ = at_;
         const auto byte = static_cast<unsigned char>(*at_);
-        if (byte >= 0x80) return nextLong();
-        ++at_;
+        at_ += byte < 0x80 ? 1U : std::max(kxUtfPeek({at_, left()}).length, 1U);
         return byte;
     }
     // Gives the character that next() returned last back.
@@ -48,12 +48,6 @@ public:
 
 private:
     std::size_t left() const noexcept { return static_cast<std::size_t>(end_ - at_); }
-    char32_t nextLong() noexcept
-    {
-        const kxUtfSequence sequence = kxUtfPeek({at_, left()});
-        at_ += std::max(sequence.length, 1U);
-        return sequence.length != 0 ? sequence.codePoint : static_cast<unsigned char>(*last_);
-    }
 
     const char* at_;
     const char* last_;  // start of what was read last

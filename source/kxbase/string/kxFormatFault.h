@@ -1,7 +1,8 @@
 // Messages about faults in a format text.
 //
-// Such a message is itself formatted, by a translation that may be faulty as well. While one is sent, further
-// faults on the same thread send nothing, so that they cannot multiply without end.
+// Such a message is itself formatted, by a translation that may be faulty as well. Faults found meanwhile on the
+// same thread send nothing, so that they cannot multiply without end. What the receivers of the message format
+// is their own and reported, down to a few messages inside one another.
 //
 // Threads: any; each thread has its own guard.
 #pragma once
@@ -11,3 +12,15 @@
 #include <string_view>
 
 void kxSendFormatFault(std::uint32_t level, std::string_view text, kxArgumentView arguments = {});
+
+// Lives while receivers have a message whose text is finished.
+class kxFormatFaultReceiving {
+public:
+    kxFormatFaultReceiving() noexcept;
+    ~kxFormatFaultReceiving();
+    kxFormatFaultReceiving(const kxFormatFaultReceiving&) = delete;
+    kxFormatFaultReceiving& operator=(const kxFormatFaultReceiving&) = delete;
+
+private:
+    const bool wasSilent_;
+};

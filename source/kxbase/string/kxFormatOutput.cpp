@@ -1,7 +1,6 @@
 #include "kxbase/string/kxFormatOutput.h"
 
 #include "kxbase/core/kxTrackedMemory.h"
-#include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUtf.h"
 
 #include <algorithm>

@@ -7,6 +7,8 @@
 // Units:     bytes.
 #pragma once
 
+#include "kxbase/string/kxString.h"
+
 #include <cstddef>
 #include <cstring>
 #include <string_view>
@@ -30,6 +32,9 @@ public:
     }
     // UTF-16, which is written as UTF-8.
     void appendWide(std::u16string_view text);
+
+    // Nothing more is kept, so that what would be appended need not be made.
+    bool isFull() const noexcept { return size_ > KX_STRING_MAX_LENGTH; }
 
     // Everything collected, up to a few bytes more than a kxString holds.
     std::string_view text() const noexcept { return {data_, size_}; }

@@ -173,7 +173,7 @@ constexpr Steps shortened(Steps steps)
 
 inline constexpr Steps kSteps = shortened(stepsOfRules());
 
-constexpr Step stepFor(State state, char32_t character) noexcept
+constexpr Step stepFor(State state, unsigned char character) noexcept
 {
     return kSteps[state][character < kAsciiCount ? character : 0];
 }

@@ -13,7 +13,7 @@ std::string_view kxFormatter::run()
 {
     State state = kText;
     while (!cursor_.atEnd()) {
-        const char32_t character = cursor_.next();
+        const unsigned char character = cursor_.next();
         const Step step = stepFor(state, character);
         if (step.take == kUnget) cursor_.unget();
         // The three that most formats are made of are tested first.
@@ -31,7 +31,7 @@ std::string_view kxFormatter::run()
     return output_.stringText();
 }
 
-void kxFormatter::perform(std::uint8_t action, char32_t character)
+void kxFormatter::perform(std::uint8_t action, unsigned char character)
 {
     switch (action) {
     case kReadStar:
@@ -41,7 +41,7 @@ void kxFormatter::perform(std::uint8_t action, char32_t character)
         number_ = 0;
         break;
     case kAddDigit:
-        number_ = std::min(number_ * 10 + (character - U'0'), KX_FORMAT_MAX_WIDTH);
+        number_ = std::min(number_ * 10 + static_cast<std::uint32_t>(character - '0'), KX_FORMAT_MAX_WIDTH);
         break;
     case kPositionFromStar:
         setPosition(starValue_);
@@ -126,7 +126,7 @@ void kxFormatter::setPrecision(std::int64_t precision) noexcept
     spec_.precision = static_cast<std::int32_t>(std::clamp<std::int64_t>(precision, -1, kMaximum));
 }
 
-void kxFormatter::convert(char32_t letter)
+void kxFormatter::convert(unsigned char letter)
 {
     const kxFormatConversion* const conversion = kxFindFormatConversion(letter);
     if (conversion == nullptr) return warnUnknown();

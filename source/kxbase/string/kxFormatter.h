@@ -12,7 +12,8 @@
 //   letter      c s S d u x X o O b B f e g
 //
 // A precision of 0 with the value 0 gives no digits. f without precision writes as many decimals as the value
-// has; e and g have six. Text that is no conversion is copied as it is.
+// has; e and g have six, and write up to 17 significant digits of the value, rounded with ties away from zero, and
+// zeros behind them. Text that is no conversion is copied as it is.
 //
 // NaN and infinities have no digits: f, e and g send the Internal Warning "Too large number for kxDtoA" and write
 // the sign alone ('-' for minus infinity, else what the flags ask for), with blanks up to the width. So does f
@@ -44,12 +45,12 @@ public:
 
 private:
     // An action of kxFormatTable.
-    void perform(std::uint8_t action, char32_t character);
+    void perform(std::uint8_t action, unsigned char character);
     void copyText();
     void setPosition(std::int64_t number) noexcept;
     void setWidth(std::int64_t width) noexcept;
     void setPrecision(std::int64_t precision) noexcept;
-    void convert(char32_t letter);
+    void convert(unsigned char letter);
     const kxArgument& nextArgument() noexcept;
     void warnPosition() const;
     void warnUnknown() const;

@@ -97,8 +97,11 @@ bool hasDashes(std::string_view bare)
 // The text without its braces; empty when its overall shape is wrong.
 std::string_view withoutBraces(std::string_view text)
 {
-    if (text.size() == KX_GUID_TEXT_LENGTH && text.front() == '{' && text.back() == '}') {
+    if (text.starts_with('{') && text.ends_with('}')) {
+        if (text.size() != KX_GUID_TEXT_LENGTH) return {};
         text = text.substr(1, kBareLength);
+    } else if (text.starts_with('{') || text.ends_with('}')) {
+        return {};
     }
     return text.size() == kBareLength && hasDashes(text) ? text : std::string_view();
 }

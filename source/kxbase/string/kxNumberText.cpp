@@ -16,7 +16,6 @@ constexpr std::uint32_t kMaximumBase = 62;
 constexpr char kUpperFirst[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr char kLowerFirst[] = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
-// Two digits at a time halve the number of divisions.
 constexpr auto kPairs = [] {
     std::array<char, 200> pairs{};
     for (std::size_t i = 0; i < 100; ++i) {
@@ -41,34 +40,57 @@ std::size_t decimalDigits(std::uint64_t value) noexcept
     return estimate + (value >= kIntegerPowers[estimate] ? 1U : 0U) + (value == 0 ? 1U : 0U);
 }
 
+// Bits of a digit when the base is a power of two, else 0.
+std::uint32_t bitsOfDigit(std::uint32_t base) noexcept
+{
+    return std::has_single_bit(base) ? static_cast<std::uint32_t>(std::countr_zero(base)) : 0;
+}
+
 std::size_t digitsInBase(std::uint64_t value, std::uint32_t base) noexcept
 {
     if (base == 10) return decimalDigits(value);
+    const std::uint32_t bits = bitsOfDigit(base);
+    if (bits != 0) return (static_cast<std::uint32_t>(std::bit_width(value | 1U)) + bits - 1) / bits;
     std::size_t digits = 1;
     while ((value /= base) != 0) ++digits;
     return digits;
 }
 
-// Fill the `digits` places that end at `end`; places left of the number's own digits become '0'.
-template <typename Char> void writeDecimal(Char* end, std::uint64_t value, std::size_t digits) noexcept
+template <typename Char> void writePair(Char* text, std::uint32_t value) noexcept
 {
-    for (; digits >= 2; digits -= 2) {
-        const char* const pair = &kPairs[2 * (value % 100)];
-        value /= 100;
-        *--end = static_cast<Char>(pair[1]);
-        *--end = static_cast<Char>(pair[0]);
+    std::copy_n(&kPairs[std::size_t{2} * value], 2, text);
+}
+
+// Each function for digits writes those of the value before `end`, and no zeros on their left.
+//
+// Divides 64 bits once for eight digits, and what is left by constants of 32 bits.
+template <typename Char> void writeDecimal(Char* end, std::uint64_t value) noexcept
+{
+    for (; value >= 100000000; value /= 100000000) {
+        const auto eight = static_cast<std::uint32_t>(value % 100000000);
+        end -= 8;
+        writePair(end, eight / 1000000);
+        writePair(end + 2, eight / 10000 % 100);
+        writePair(end + 4, eight % 10000 / 100);
+        writePair(end + 6, eight % 100);
     }
-    if (digits != 0) *--end = static_cast<Char>('0' + value % 10);
+    auto rest = static_cast<std::uint32_t>(value);
+    for (; rest >= 100; rest /= 100) writePair(end -= 2, rest % 100);
+    if (rest >= 10)
+        writePair(end - 2, rest);
+    else
+        end[-1] = static_cast<Char>('0' + rest);
 }
 
 template <typename Char>
-void writeDigits(Char* end, std::uint64_t value, std::size_t digits, const kxIntegerStyle& style) noexcept
+void writeDigits(Char* end, std::uint64_t value, const kxIntegerStyle& style) noexcept
 {
     const char* const set = style.digitCase == KX_DIGITS_UPPER ? kUpperFirst : kLowerFirst;
-    for (; digits != 0; --digits) {
-        *--end = static_cast<Char>(set[value % style.base]);
-        value /= style.base;
-    }
+    const std::uint32_t bits = bitsOfDigit(style.base);
+    do {
+        *--end = static_cast<Char>(set[bits != 0 ? value & (style.base - 1) : value % style.base]);
+        value = bits != 0 ? value >> bits : value / style.base;
+    } while (value != 0);
 }
 
 bool isBase(std::uint32_t base) noexcept
@@ -96,17 +118,25 @@ std::size_t integerToText(Char* text, std::uint64_t magnitude, bool negative,
     const std::size_t length = textLength(magnitude, negative, style);
     text[length] = 0;
     if (length == 0) return 0;
-    std::size_t digits = length;
-    if (negative) {
-        text[0] = '-';
-        --digits;
-    }
-    if (style.base != 10) {
-        writeDigits(text + length, magnitude, digits, style);
-        return length;
-    }
-    writeDecimal(text + length, magnitude, digits);
+    Char* const end = text + length;
+    if (negative) *text++ = '-';
+    std::fill(text, end - digitsInBase(magnitude, style.base), static_cast<Char>('0'));
+    if (style.base == 10)
+        writeDecimal(end, magnitude);
+    else
+        writeDigits(end, magnitude, style);
     return length;
+}
+
+// The common case, without looking at a style.
+template <typename Char>
+std::size_t decimalToText(Char* text, std::uint64_t magnitude, bool negative) noexcept
+{
+    if (negative) *text++ = '-';
+    const std::size_t digits = decimalDigits(magnitude);
+    text[digits] = 0;
+    writeDecimal(text + digits, magnitude);
+    return digits + (negative ? 1U : 0U);
 }
 
 // Two to the power of 64: the largest magnitude that kxDtoA writes, and one more than an integer holds.
@@ -128,7 +158,7 @@ template <typename Char> WholePart<Char> writeWhole(Char* text, double magnitude
     if (magnitude >= kLargest) return {std::copy_n(kLargestText, sizeof kLargestText - 1, text), 0};
     const auto whole = static_cast<std::uint64_t>(magnitude);
     const std::size_t digits = decimalDigits(whole);
-    writeDecimal(text + digits, whole, digits);
+    writeDecimal(text + digits, whole);
     return {text + digits, magnitude - static_cast<double>(whole)};
 }
 
@@ -150,7 +180,9 @@ template <typename Char> bool writeFewDecimals(Char* text, double fraction, std:
     const auto digits = static_cast<std::int64_t>(product);
     const double rest = product - static_cast<double>(digits);
     if (rest < kDoubtful || rest > 1 - kDoubtful) return false;
-    writeDecimal(text + decimals, static_cast<std::uint64_t>(digits), decimals);
+    const auto value = static_cast<std::uint64_t>(digits);
+    std::fill_n(text, decimals - decimalDigits(value), static_cast<Char>('0'));
+    writeDecimal(text + decimals, value);
     return true;
 }
 
@@ -214,9 +246,19 @@ std::size_t kxUnsignedTextLength(std::uint64_t value, const kxIntegerStyle& styl
     return textLength(value, false, style);
 }
 
+std::size_t kxIntegerToText(char* text, std::int64_t value) noexcept
+{
+    return decimalToText(text, magnitudeOf(value), value < 0);
+}
+
 std::size_t kxIntegerToText(char* text, std::int64_t value, const kxIntegerStyle& style) noexcept
 {
     return integerToText(text, magnitudeOf(value), value < 0, style);
+}
+
+std::size_t kxIntegerToText(char16_t* text, std::int64_t value) noexcept
+{
+    return decimalToText(text, magnitudeOf(value), value < 0);
 }
 
 std::size_t kxIntegerToText(char16_t* text, std::int64_t value, const kxIntegerStyle& style) noexcept
@@ -224,9 +266,19 @@ std::size_t kxIntegerToText(char16_t* text, std::int64_t value, const kxIntegerS
     return integerToText(text, magnitudeOf(value), value < 0, style);
 }
 
+std::size_t kxUnsignedToText(char* text, std::uint64_t value) noexcept
+{
+    return decimalToText(text, value, false);
+}
+
 std::size_t kxUnsignedToText(char* text, std::uint64_t value, const kxIntegerStyle& style) noexcept
 {
     return integerToText(text, value, false, style);
+}
+
+std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value) noexcept
+{
+    return decimalToText(text, value, false);
 }
 
 std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value, const kxIntegerStyle& style) noexcept

@@ -25,11 +25,16 @@ struct kxIntegerStyle {
 std::size_t kxIntegerTextLength(std::int64_t value, const kxIntegerStyle& style = {}) noexcept;
 std::size_t kxUnsignedTextLength(std::uint64_t value, const kxIntegerStyle& style = {}) noexcept;
 
-// Writes an integer and a terminating zero; returns the length. The buffer needs the length above and one.
-std::size_t kxIntegerToText(char* text, std::int64_t value, const kxIntegerStyle& style = {}) noexcept;
-std::size_t kxIntegerToText(char16_t* text, std::int64_t value, const kxIntegerStyle& style = {}) noexcept;
-std::size_t kxUnsignedToText(char* text, std::uint64_t value, const kxIntegerStyle& style = {}) noexcept;
-std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value, const kxIntegerStyle& style = {}) noexcept;
+// Writes an integer and a terminating zero; returns the length. The buffer needs the length above and one. The
+// functions without a style write decimal digits.
+std::size_t kxIntegerToText(char* text, std::int64_t value) noexcept;
+std::size_t kxIntegerToText(char16_t* text, std::int64_t value) noexcept;
+std::size_t kxIntegerToText(char* text, std::int64_t value, const kxIntegerStyle& style) noexcept;
+std::size_t kxIntegerToText(char16_t* text, std::int64_t value, const kxIntegerStyle& style) noexcept;
+std::size_t kxUnsignedToText(char* text, std::uint64_t value) noexcept;
+std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value) noexcept;
+std::size_t kxUnsignedToText(char* text, std::uint64_t value, const kxIntegerStyle& style) noexcept;
+std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value, const kxIntegerStyle& style) noexcept;
 
 // Maximum width that formatting and the strings made from numbers use.
 constexpr std::uint16_t KX_DTOA_WIDTH = 20;

@@ -94,9 +94,9 @@ kxString& kxString::operator=(kxString&& other) noexcept
     return *this;
 }
 
-void kxString::release() noexcept
+void kxString::freeText() noexcept
 {
-    if (ownsText()) kxTrackedFree(const_cast<char*>(text_));
+    kxTrackedFree(const_cast<char*>(text_));
 }
 
 void kxString::take(kxString& other) noexcept

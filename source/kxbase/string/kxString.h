@@ -222,7 +222,11 @@ private:
     bool ownsText() const noexcept { return text_ != nullptr && uniqueId_ == 0; }
     bool sameText(const kxString& other) const noexcept;
     kxString& append(std::string_view added);
-    void release() noexcept;
+    void release() noexcept
+    {
+        if (ownsText()) freeText();
+    }
+    void freeText() noexcept;
     void take(kxString& other) noexcept;
     // Points the string at the text of a slot of the table of unique strings, which outlives it; the own
     // buffer is freed.

@@ -36,7 +36,10 @@ kxUniqueString::kxUniqueString(std::string_view text, std::uint16_t id)
 
 kxUniqueString::kxUniqueString(kxUniqueId id)
 {
-    if (id != KX_UNIQUE_NONE) adoptSlot(*this, kxUniqueStringTable::instance().slotOfOwn(id));
+    if (kxUniqueStringTable::isOwn(id))
+        adoptSlot(*this, kxUniqueStringTable::instance().slotOfOwn(id), id);
+    else
+        make(*this, id);
 }
 
 bool kxUniqueString::make(kxString& string, std::uint16_t id)
@@ -56,26 +59,26 @@ std::uint32_t kxUniqueString::count()
 
 void kxUniqueString::adoptText(kxString& string, std::string_view text, std::uint32_t hash, std::uint16_t id)
 {
-    const auto answer = kxUniqueStringTable::instance().enter(text, hash, id);
+    kxUniqueStringTable& table = kxUniqueStringTable::instance();
+    const auto answer = table.enter(text, hash, id);
     if (answer.outcome != Outcome::kAdopt) raise(answer, text, id);
-    adoptSlot(string, *answer.slot);
+    adoptSlot(string, *answer.slot, table.idOf(*answer.slot));
 }
 
 void kxUniqueString::adoptId(kxString& string, std::uint16_t id)
 {
     kxUniqueStringTable& table = kxUniqueStringTable::instance();
     const kxUniqueStringData* const slot = table.slotInUse(id);
-    if (slot != nullptr) return adoptSlot(string, *slot);
+    if (slot != nullptr) return adoptSlot(string, *slot, id);
     const kxString text = format("Unique(%d)", id);
     const auto answer = table.enter(text.view(), text.hash(), id);
     // Whoever registered the id in the meantime has given it its text.
     const bool hasText = answer.outcome == Outcome::kAdopt || answer.outcome == Outcome::kIdTaken;
     if (!hasText) raise(answer, text.view(), id);
-    adoptSlot(string, *answer.slot);
+    adoptSlot(string, *answer.slot, id);
 }
 
-void kxUniqueString::adoptSlot(kxString& string, const kxUniqueStringData& slot) noexcept
+void kxUniqueString::adoptSlot(kxString& string, const kxUniqueStringData& slot, std::uint16_t id) noexcept
 {
-    string.adopt(slot.text, static_cast<std::uint16_t>(slot.lengthPlusOne - 1), slot.hash,
-                 kxUniqueStringTable::instance().idOf(slot));
+    string.adopt(slot.text, static_cast<std::uint16_t>(slot.lengthPlusOne - 1), slot.hash, id);
 }

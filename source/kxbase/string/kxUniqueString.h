@@ -18,7 +18,7 @@ public:
     // The text under the id, or under the first free one when the id is 0; a known text costs no allocation. An
     // empty text gets what `make` gives it.
     explicit kxUniqueString(std::string_view text, std::uint16_t id = 0);
-    // A text of the library itself; takes no lock.
+    // What `make` gives an empty string; takes no lock for a text of the library itself.
     explicit kxUniqueString(kxUniqueId id);
 
     // Makes a string unique in place; one that has an id already stays as it is. The empty string asks for
@@ -32,5 +32,5 @@ public:
 private:
     static void adoptText(kxString& string, std::string_view text, std::uint32_t hash, std::uint16_t id);
     static void adoptId(kxString& string, std::uint16_t id);
-    static void adoptSlot(kxString& string, const kxUniqueStringData& slot) noexcept;
+    static void adoptSlot(kxString& string, const kxUniqueStringData& slot, std::uint16_t id) noexcept;
 };

@@ -1,12 +1,13 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -16,7 +17,7 @@ struct OwnText {
     std::string_view text;
     kxUniqueId id;
 };
-constexpr OwnText kOwnTexts[] = {
+constexpr OwnText kOwn[] = {
     {"void", KX_UNIQUE_VOID},   {"num", KX_UNIQUE_NUM},
     {"llnum", KX_UNIQUE_LLNUM}, {"str", KX_UNIQUE_STR},
     {"guid", KX_UNIQUE_GUID},   {"ptr", KX_UNIQUE_PTR},
@@ -26,13 +27,28 @@ constexpr OwnText kOwnTexts[] = {
     {"vec2", KX_UNIQUE_VEC2},   {"vec3", KX_UNIQUE_VEC3},
     {"vec4", KX_UNIQUE_VEC4},   {"Value not set", KX_UNIQUE_VALUE_NOT_SET},
 };
+static_assert(std::size(kOwn) == kxUniqueStringTable::kOwnTexts &&
+                  std::all_of(std::begin(kOwn), std::end(kOwn),
+                              [](const OwnText& own) { return kxUniqueStringTable::isOwn(own.id); }),
+              "the ids that need no lock are those filled here");
+
+class LockScope {
+public:
+    explicit LockScope(kxPlatformLock& lock) : lock_(lock) { kxPlatformLockAcquire(lock_); }
+    ~LockScope() { kxPlatformLockRelease(lock_); }
+    LockScope(const LockScope&) = delete;
+    LockScope& operator=(const LockScope&) = delete;
+
+private:
+    kxPlatformLock& lock_;
+};
 
 }  // namespace
 
 kxUniqueStringTable& kxUniqueStringTable::instance()
 {
-    static constinit kxPlatformForkGuard guard{[] { instance().mutex_.lock(); },
-                                               [] { instance().mutex_.unlock(); }};
+    static constinit kxPlatformForkGuard guard{[] { kxPlatformLockAcquire(instance().lock_); },
+                                               [] { kxPlatformLockRelease(instance().lock_); }};
     try {
         static kxUniqueStringTable& table = *new kxUniqueStringTable;
         [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
@@ -50,8 +66,9 @@ kxUniqueStringTable::kxUniqueStringTable()
       index_(kIndexBuckets)
 {
     index_.setReuse(true);
+    index_.setNoCache(true);
     if (slots_ != nullptr && enterOwnTexts()) return;
-    for (const auto& own : kOwnTexts)
+    for (const auto& own : kOwn)
         if (slots_ != nullptr) std::free(const_cast<char*>(slotOfOwn(own.id).text));
     std::free(slots_);
     throw std::bad_alloc();
@@ -59,7 +76,7 @@ kxUniqueStringTable::kxUniqueStringTable()
 
 bool kxUniqueStringTable::enterOwnTexts()
 {
-    for (const auto& own : kOwnTexts)
+    for (const auto& own : kOwn)
         if (enter(own.text, kxString::hashOf(own.text), own.id).outcome != Outcome::kAdopt) return false;
     return true;
 }
@@ -67,7 +84,7 @@ bool kxUniqueStringTable::enterOwnTexts()
 kxUniqueStringTable::Answer kxUniqueStringTable::enter(std::string_view text, std::uint32_t hash,
                                                        std::uint16_t id)
 {
-    const kxBodyGuard guard(mutex_);
+    const LockScope scope(lock_);
     const Key key{text.data(), static_cast<std::uint32_t>(text.size()), hash};
     const kxUniqueStringData* const known = index_.find(key);
     if (known == nullptr) return add(text, hash, id);
@@ -76,14 +93,14 @@ kxUniqueStringTable::Answer kxUniqueStringTable::enter(std::string_view text, st
 
 const kxUniqueStringData* kxUniqueStringTable::slotInUse(std::uint16_t id)
 {
-    const kxBodyGuard guard(mutex_);
+    const LockScope scope(lock_);
     const kxUniqueStringData& slot = slots_[id - 1];
     return slot.lengthPlusOne != 0 ? &slot : nullptr;
 }
 
 std::uint32_t kxUniqueStringTable::count()
 {
-    const kxBodyGuard guard(mutex_);
+    const LockScope scope(lock_);
     return usedCount_;
 }
 

@@ -2,13 +2,14 @@
 //
 // Ownership: created on first use with the library's own texts in it, never destroyed; owns copies of the
 //            texts. Outside the memory check, like all objects that live as long as the process.
-// Threads:   any; one mutex guards the table, and nothing is raised or freed under it. A slot that has been
-//            filled never changes. A forked child finds the mutex free and the table whole, unless
-//            another thread was just making the very first unique string.
+// Threads:   any; one lock guards the table. Nothing is raised, sent or freed under it, so that it need not be
+//            recursive as a kxMutex is, which costs twice the time. A slot that has been filled never changes.
+//            A forked child finds the lock free and the table whole, unless another thread was just making the
+//            very first unique string.
 #pragma once
 
 #include "kxbase/containers/kxDict.h"
-#include "kxbase/core/kxMutex.h"
+#include "kxbase/platform/kxPlatformLock.h"
 #include "kxbase/string/kxSameBytes.h"
 
 #include <cstdlib>
@@ -28,6 +29,8 @@ struct kxUniqueStringData {
 class kxUniqueStringTable {
 public:
     static constexpr std::uint32_t kSlots = 65535;
+    // The library's own texts have the ids from 1 to this.
+    static constexpr std::uint32_t kOwnTexts = 16;
 
     enum class Outcome : std::uint8_t {
         kAdopt,        // the text has this slot now
@@ -47,6 +50,7 @@ public:
     Answer enter(std::string_view text, std::uint32_t hash, std::uint16_t id);
     // The slot of an id other than 0, or null when it is free.
     const kxUniqueStringData* slotInUse(std::uint16_t id);
+    static constexpr bool isOwn(std::uint16_t id) noexcept { return id != 0 && id <= kOwnTexts; }
     // The slot of one of the library's own texts, without a lock.
     const kxUniqueStringData& slotOfOwn(std::uint16_t id) const noexcept { return slots_[id - 1]; }
     std::uint16_t idOf(const kxUniqueStringData& slot) const noexcept
@@ -73,7 +77,7 @@ private:
         }
     };
 
-    // Reports nothing while the mutex is held, since a message may want a unique string.
+    // Reports nothing while the lock is held, since a message may want a unique string.
     struct QuietStorage {
         static void* allocate(std::size_t sizeBytes)
         {
@@ -90,7 +94,7 @@ private:
     Answer add(std::string_view text, std::uint32_t hash, std::uint16_t id);
     kxUniqueStringData* freeSlot(std::uint16_t id) noexcept;
 
-    kxMutex mutex_;
+    kxPlatformLock lock_;
     kxUniqueStringData* slots_;
     kxDict<Key, kxUniqueStringData, KeyTraits, QuietStorage> index_;
     std::uint32_t usedCount_ = 0;

@@ -3,6 +3,7 @@
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxUndestroyed.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
 
 #include <new>
@@ -60,6 +61,9 @@ public:
         return *::new (Storage::allocate(sizeof(Ring))) Ring;
     }
 
+    void lock() { mutex_.lock(); }
+    void unlock() { mutex_.unlock(); }
+
 private:
     kxMutex mutex_;
     Ring* first_ = nullptr;
@@ -92,6 +96,9 @@ using RingsOfThreads = kxThreadData<RingOfThread, 1>;
 RingsOfThreads& ringsOfThreads()
 {
     static kxUndestroyed<RingsOfThreads> rings;
+    static constinit kxPlatformForkGuard guard{[] { spareRings.value.lock(); },
+                                               [] { spareRings.value.unlock(); }};
+    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
     return rings.value;
 }
 

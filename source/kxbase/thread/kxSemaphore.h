@@ -1,7 +1,8 @@
 // Counting lock whose holders share a key: holders of one key come in together, another key waits until all
 // have left.
 //
-// Threads: every operation may be called from any thread.
+// Threads: every operation may be called from any thread. A forked child finds every holder in it, those of other
+//          threads as well, and may find it out of reach when another thread was just using it.
 // Errors:  releasing what nobody holds only wakes the waiters.
 #pragma once
 

@@ -1,11 +1,13 @@
 #include "kxbase/platform/kxPlatformDialog.h"
 
 #include "kxbase/platform/kxPlatformFile.h"
+#include "kxbase/platform/posix/kxPosixTerminalMode.h"
 
 #include <csignal>
 #include <cstring>
 #include <initializer_list>
 
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@ namespace {
 
 constexpr const char* kControllingTerminal = "/dev/tty";
 constexpr const char* kQuestion = "\n\n[R]etry or [I]gnore? ";
+constexpr int kLookMilliseconds = 100;
 
 // The keys that send a signal. While single keys are read they are answered here, so that nobody finds the
 // terminal in that mode.
@@ -65,7 +68,7 @@ public:
     Reply readReply(const termios& mode)
     {
         unsigned char key = 0;
-        while (kxPlatformFileRead(input_, &key, 1).count == 1 && !isKey(mode, VEOF, key)) {
+        while (readKey(key) && !isKey(mode, VEOF, key)) {
             if (key == 'R' || key == 'r') return {true, 0};
             if (key == 'I' || key == 'i') break;
             const int signal = signalOf(mode, key);
@@ -75,46 +78,31 @@ public:
     }
 
 private:
+    // A stop may come on another thread, hence the look after it every now and then.
+    bool readKey(unsigned char& key)
+    {
+        pollfd wanted{descriptor(), POLLIN, 0};
+        do {
+            if (!kxPosixDialogMode.takeAfterStop()) return false;
+        } while (::poll(&wanted, 1, kLookMilliseconds) <= 0);
+        return kxPlatformFileRead(input_, &key, 1).count == 1;
+    }
     bool isOpen() const { return input_ != KX_PLATFORM_NO_FILE; }
 
     const kxPlatformFileHandle input_;
     const kxPlatformFileHandle output_;
 };
 
-// Makes keys arrive at once and without an effect of their own.
-class SingleKeys {
-public:
-    explicit SingleKeys(int descriptor) : descriptor_(descriptor)
-    {
-        isSet_ = ::tcgetattr(descriptor, &before_) == 0;
-        termios single = before_;
-        single.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | ISIG | IEXTEN);
-        single.c_cc[VMIN] = 1;
-        single.c_cc[VTIME] = 0;
-        if (isSet_) ::tcsetattr(descriptor, TCSANOW, &single);
-    }
-    ~SingleKeys()
-    {
-        if (isSet_) ::tcsetattr(descriptor_, TCSANOW, &before_);
-    }
-    SingleKeys(const SingleKeys&) = delete;
-    SingleKeys& operator=(const SingleKeys&) = delete;
-
-    const termios& modeBefore() const { return before_; }
-
-private:
-    const int descriptor_;
-    termios before_{};
-    bool isSet_;
-};
-
-// Keys that are typed as soon as the question is seen must find the mode set.
+// Keys that are typed as soon as the question is seen must find the mode set; those typed before it is seen are no
+// answer to it.
 Reply ask(ControllingTerminal& terminal, const char* title, const char* text)
 {
-    const SingleKeys keys(terminal.descriptor());
+    if (!kxPosixDialogMode.take(terminal.descriptor())) return {false, 0};
+    ::tcflush(terminal.descriptor(), TCIFLUSH);
     terminal.show({"\n", title, "\n", text, kQuestion});
-    const Reply reply = terminal.readReply(keys.modeBefore());
+    const Reply reply = terminal.readReply(kxPosixDialogMode.modeBefore());
     terminal.show({"\n"});
+    kxPosixDialogMode.giveBack();
     return reply;
 }
 

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int kFirstOwnDescriptor = 3;
 constexpr mode_t kNewFileMode = 0666;
 constexpr std::size_t kLargestCall = 0x40000000;  // beyond 2 GB a call is cut by the system anyway
 
@@ -34,13 +33,7 @@ int openDescriptor(const char* path, int flags)
     do {
         descriptor = ::open(path, flags | O_CLOEXEC | O_NOCTTY, kNewFileMode);
     } while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0 || descriptor >= kFirstOwnDescriptor) return descriptor;
-
-    const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstOwnDescriptor);
-    const int error = errno;
-    ::close(descriptor);
-    errno = error;
-    return moved;
+    return kxPosixAboveStandardStreams(descriptor);
 }
 
 // Files that the system makes up (as below /proc) claim to be regular and empty; their file systems store

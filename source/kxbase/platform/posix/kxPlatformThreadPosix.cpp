@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cerrno>
 #include <ctime>
-#include <utility>
 
 #include <pthread.h>
 #include <sys/syscall.h>
@@ -12,7 +11,6 @@
 namespace {
 
 thread_local std::uint32_t cachedThreadId = 0;
-thread_local std::uint32_t threadIdBeforeFork = 0;
 
 std::atomic<kxPlatformForkGuard*> forkGuards{nullptr};
 // Where the list began when this thread began to fork; another thread may add to it meanwhile.
@@ -32,8 +30,9 @@ void releaseForkGuards()
 // The only thread of a forked child has a new id.
 void releaseForkGuardsInChild()
 {
-    releaseForkGuards();
-    threadIdBeforeFork = std::exchange(cachedThreadId, 0);
+    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next)
+        guard->afterInChild();
+    cachedThreadId = 0;
 }
 
 void watchForks()
@@ -51,11 +50,6 @@ std::uint32_t kxPlatformThreadId()
         cachedThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
     }
     return cachedThreadId;
-}
-
-std::uint32_t kxPlatformThreadIdBeforeFork()
-{
-    return threadIdBeforeFork;
 }
 
 void kxPlatformAddForkGuard(kxPlatformForkGuard& guard)

@@ -2,7 +2,15 @@
 
 #include <cerrno>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kFirstOwnDescriptor = 3;
+
+}  // namespace
 
 short kxPosixWait(int descriptor, short events, int milliseconds)
 {
@@ -12,4 +20,14 @@ short kxPosixWait(int descriptor, short events, int milliseconds)
         if (milliseconds >= 0) return 0;
     }
     return wanted.revents;
+}
+
+int kxPosixAboveStandardStreams(int descriptor)
+{
+    if (descriptor < 0 || descriptor >= kFirstOwnDescriptor) return descriptor;
+    const int moved = ::fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstOwnDescriptor);
+    const int error = errno;
+    ::close(descriptor);
+    errno = error;
+    return moved;
 }

@@ -7,3 +7,7 @@
 // `events` are those of poll. Signals do not cut the wait short when it is for ever.
 // Answers the events seen; 0 when the time passed.
 short kxPosixWait(int descriptor, short events, int milliseconds);
+
+// A descriptor above those of the standard streams for a newly opened one, which is closed when it is one of
+// them. Answers -1, with errno set, for -1 and when there is no descriptor left.
+int kxPosixAboveStandardStreams(int descriptor);

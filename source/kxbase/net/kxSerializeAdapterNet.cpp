@@ -1,0 +1,119 @@
+#include "kxbase/net/kxSerializeAdapterNet.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxMessage.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// Another thread may take in what this one waits for, so a wait is never long.
+constexpr std::uint32_t kWaitMilliseconds = 20;
+
+// Where this thread has looked last and found nothing. A loop over two adapters waits for both of them at once, so
+// that neither's data waits for the other's. A socket that has been closed since does no harm.
+thread_local kxPlatformSocketHandle lastIdleSocket = KX_PLATFORM_NO_SOCKET;
+
+}  // namespace
+
+void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
+{
+    blocking_ = blocks;
+    timeoutSeconds_ = timeoutSeconds;
+}
+
+bool kxSerializeAdapterNet::hasError()
+{
+    if (kxSerializeAdapter::hasError()) return true;
+    if (hasPushBack()) return false;
+    {
+        const kxBodyGuard guard(lock_);
+        if (!queue_.isEmpty() || isReceiving()) return false;
+    }
+    setError(kxTranslate("IP connection closed"));
+    return true;
+}
+
+std::uint32_t kxSerializeAdapterNet::readBlock(void* bytes, std::uint32_t count)
+{
+    auto* const begin = static_cast<std::uint8_t*>(bytes);
+    std::uint32_t taken = 0;
+    for (;;) {
+        {
+            const kxBodyGuard guard(lock_);
+            taken += take(begin + taken, count - taken);
+        }
+        if (taken == count || awaitData() == 0) return taken;
+    }
+}
+
+std::uint8_t kxSerializeAdapterNet::readByte()
+{
+    std::uint8_t byte = 0;
+    readBlock(&byte, 1);
+    return byte;
+}
+
+std::uint32_t kxSerializeAdapterNet::getDataLength()
+{
+    std::uint32_t ready = awaitData();
+    if (ready == 0 && !blocking_) ready = lookIdly();
+    const kxBodyGuard guard(lock_);
+    if (ready != 0)
+        pace_.moved();
+    else
+        pace_.foundNothing();
+    return ready;
+}
+
+// Waits, as far as the adapter is to wait, until there are bytes to read; answers how many.
+std::uint32_t kxSerializeAdapterNet::awaitData()
+{
+    const double start = blocking_ ? kxClock::seconds() : 0;
+    for (;;) {
+        {
+            const kxBodyGuard guard(lock_);
+            const std::uint32_t ready = look();
+            if (ready != 0 || !blocking_ || !isReceiving()) return ready;
+        }
+        const double left = start + timeoutSeconds_ - kxClock::seconds();
+        if (left < 0) {
+            closeReceiving();
+            return 0;
+        }
+        waitForInput(static_cast<std::uint32_t>(std::min<double>(left * 1000 + 1, kWaitMilliseconds)));
+    }
+}
+
+// Without blocking, a look that finds nothing costs some time once many have found nothing.
+std::uint32_t kxSerializeAdapterNet::lookIdly()
+{
+    std::uint32_t milliseconds = 0;
+    kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
+    {
+        const kxBodyGuard guard(lock_);
+        socket = receivingSocket();
+        if (hasWritten_.load(std::memory_order_relaxed)) {
+            hasWritten_.store(false, std::memory_order_relaxed);
+            pace_.moved();
+        }
+        milliseconds = pace_.waitMilliseconds();
+    }
+    const kxPlatformSocketHandle other = std::exchange(lastIdleSocket, socket);
+    if (milliseconds == 0) return 0;
+    kxPlatformSocketWaitForEither(socket, other, milliseconds);
+    const kxBodyGuard guard(lock_);
+    return look();
+}
+
+void kxSerializeAdapterNet::waitForInput(std::uint32_t milliseconds)
+{
+    kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
+    {
+        const kxBodyGuard guard(lock_);
+        socket = receivingSocket();
+    }
+    kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
+}

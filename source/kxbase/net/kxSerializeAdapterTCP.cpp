@@ -1,0 +1,215 @@
+#include "kxbase/net/kxSerializeAdapterTCP.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/net/kxNetwork.h"
+#include "kxbase/object/kxTypeTable.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr std::uint32_t kMostChunksAtOnce = 100;
+constexpr std::uint32_t kRoomStepBytes = 100;
+// Reads of this size are worth a system call of their own, which saves queueing the bytes.
+constexpr std::uint32_t kStraightBytes = 4096;
+constexpr std::uint32_t kReceiveBufferBytes = 1000000;
+constexpr double kConnectSeconds = 3.0;
+constexpr std::uint32_t kConnectPauseMilliseconds = 20;
+constexpr double kPeerCloseSeconds = 1.0;
+// A write that stands still looks again now and then, whatever it was not woken for.
+constexpr std::uint32_t kWriteWaitMilliseconds = 1000;
+
+std::uint32_t roomFor(std::uint32_t sizeBytes)
+{
+    return (sizeBytes + kRoomStepBytes - 1) / kRoomStepBytes * kRoomStepBytes;
+}
+
+}  // namespace
+
+kxSerializeAdapterTCP::kxSerializeAdapterTCP(const kxString& url, kxString* errorOut)
+{
+    if (url.isEmpty() || open(url) || errorOut == nullptr) return;
+    *errorOut = kxString::format(kxTranslate("Failed to open TCP url '%s'"), url);
+}
+
+kxSerializeAdapterTCP::~kxSerializeAdapterTCP() noexcept(false)
+{
+    closeConnection();
+}
+
+const kxType& kxSerializeAdapterTCP::getType() const
+{
+    return kxTypeTable::find("kxSerializeAdapterTCP");
+}
+
+template <typename... Arguments>
+bool kxSerializeAdapterTCP::fail(std::string_view format, const Arguments&... arguments)
+{
+    setError(kxString::format(kxTranslate(format), arguments...));
+    return false;
+}
+
+bool kxSerializeAdapterTCP::open(const kxString& url)
+{
+    const kxNetUrl parts(url);
+    closeConnection();
+    sendError_.store(KX_SOCKET_OK, std::memory_order_relaxed);
+    setError({});
+    const kxUrlOptions options = parts.lookup();
+    setWaiting(options.getBool("blocking", isBlocking()), options.getNumber("timeout", getTimeout()));
+    if (parts.host.isEmpty()) return fail("Missing IP adress %s", url);
+    if (parts.port == 0) return fail("Unable to connect IP adress %s", url);
+    return prepareSocket() && bindTo(parts.interfaceText(interfaceText_), parts) &&
+           connectTo(kxSocketAddress(parts.host, parts.port), url);
+}
+
+bool kxSerializeAdapterTCP::prepareSocket()
+{
+    if (connection_.create(KX_SOCKET_IPV4, KX_SOCKET_STREAM)) {
+        connection_.setOption(KX_SOCKET_REUSE_ADDRESS, 1);
+        connection_.setOption(KX_SOCKET_KEEP_ALIVE, 1);
+        connection_.setBlocking(false);
+        connection_.setDetectClose(true);
+    }
+    // What went wrong stays recorded, and connecting tells it.
+    return true;
+}
+
+bool kxSerializeAdapterTCP::bindTo(const kxString& interfaceText, const kxNetUrl& url)
+{
+    if (interfaceText.isEmpty()) return true;
+    if (connection_.bind(kxSocketAddress(kxNetwork::interfaceAddress(interfaceText), 0))) return true;
+    return fail("Unable to bind IP adress %s:%d on iface:%s", url.host, url.port, interfaceText);
+}
+
+bool kxSerializeAdapterTCP::connectTo(const kxSocketAddress& destination, const kxString& url)
+{
+    const double end = kxClock::seconds() + kConnectSeconds;
+    while (!connection_.connect(destination)) {
+        if (connection_.error() != KX_SOCKET_OK) {
+            return fail("%s when connecting to IP adress %s and bind to %s", connection_.errorText(), url,
+                        connection_.hostAddress().text());
+        }
+        if (kxClock::seconds() >= end) return fail("Unable to connect IP adress %s", url);
+        connection_.waitForRoom(kConnectPauseMilliseconds);
+    }
+    connection_.setOption(KX_SOCKET_KEEP_ALIVE, 1);
+    connection_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes);
+    connection_.receiveBuffer() = {};
+    return true;
+}
+
+void kxSerializeAdapterTCP::closeConnection()
+{
+    const kxBodyGuard writing(writeLock_);
+    const kxBodyGuard guard(lock_);
+    if (std::exchange(hasSent_, false) && getSendError() == KX_SOCKET_OK) {
+        connection_.awaitPeerClose(kPeerCloseSeconds);
+    }
+    connection_.close(false);
+}
+
+bool kxSerializeAdapterTCP::isActive()
+{
+    const kxBodyGuard guard(lock_);
+    return connection_.isActive();
+}
+
+// After a failed write the connection is used up with what has arrived.
+bool kxSerializeAdapterTCP::isReceiving()
+{
+    std::uint32_t ready = 0;
+    return connection_.isActive(ready) && (ready != 0 || getSendError() == KX_SOCKET_OK);
+}
+
+kxPlatformSocketHandle kxSerializeAdapterTCP::receivingSocket() const
+{
+    return connection_.error() == KX_SOCKET_OK ? connection_.descriptor() : KX_PLATFORM_NO_SOCKET;
+}
+
+void kxSerializeAdapterTCP::closeReceiving()
+{
+    {
+        // A write that stands still must let go first.
+        const kxBodyGuard guard(lock_);
+        connection_.shutDown();
+    }
+    closeConnection();
+}
+
+// What the socket holds can wait there: then it goes straight to whoever reads it.
+std::uint32_t kxSerializeAdapterTCP::look()
+{
+    std::uint32_t pending = 0;
+    connection_.isActive(pending);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{queue_.length()} + pending,
+                                                              std::numeric_limits<std::uint32_t>::max()));
+}
+
+std::uint32_t kxSerializeAdapterTCP::take(std::uint8_t* bytes, std::uint32_t count)
+{
+    const std::uint32_t taken = queue_.take(bytes, count);
+    if (taken == count) return taken;
+    if (count - taken >= kStraightBytes) return taken + takeFromSocket(bytes + taken, count - taken);
+    receivePending();
+    return taken + queue_.take(bytes + taken, count - taken);
+}
+
+std::uint32_t kxSerializeAdapterTCP::takeFromSocket(std::uint8_t* bytes, std::uint32_t count)
+{
+    std::uint32_t taken = 0;
+    while (taken < count && connection_.isOpen() && connection_.error() == KX_SOCKET_OK) {
+        const std::int64_t got = connection_.receive(bytes + taken, count - taken);
+        if (got < 1) break;
+        taken += static_cast<std::uint32_t>(got);
+    }
+    return taken;
+}
+
+void kxSerializeAdapterTCP::receivePending()
+{
+    std::uint32_t pending = 0;
+    if (!connection_.isActive(pending)) return;
+    for (std::uint32_t count = 0; count < kMostChunksAtOnce && pending != 0 && !queue_.isFull(); ++count) {
+        const kxRefPointer<kxNetData> chunk = queue_.newRecord();
+        const std::int64_t got = connection_.receive(chunk->prepare(roomFor(pending)), pending);
+        if (got < 1) return queue_.giveBack(chunk);
+        chunk->commit(static_cast<std::uint32_t>(got));
+        queue_.append(chunk);
+        pending = connection_.bytesAvailable();
+    }
+}
+
+void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
+{
+    const auto* begin = static_cast<const std::uint8_t*>(bytes);
+    noteWritten();
+    const kxBodyGuard writing(writeLock_);
+    while (count != 0 && getSendError() == KX_SOCKET_OK) {
+        const kxPlatformSocketResult sent = connection_.trySend(begin, count);
+        if (sent.error == KX_SOCKET_WOULD_BLOCK) {
+            waitForRoom();
+        } else if (sent.count < 0) {
+            sendError_.store(sent.error, std::memory_order_relaxed);
+        } else {
+            hasSent_ = true;
+            begin += sent.count;
+            count -= static_cast<std::uint32_t>(sent.count);
+        }
+    }
+}
+
+void kxSerializeAdapterTCP::waitForRoom()
+{
+    std::uint32_t wanted = KX_SOCKET_CAN_WRITE;
+    {
+        const kxBodyGuard guard(lock_);
+        receivePending();
+        // A connection that has ended can always be read, and a full queue takes nothing.
+        if (connection_.error() == KX_SOCKET_OK && !queue_.isFull()) wanted |= KX_SOCKET_CAN_READ;
+    }
+    kxPlatformSocketWait(connection_.descriptor(), wanted, kWriteWaitMilliseconds);
+}

@@ -1,0 +1,177 @@
+#include "kxbase/platform/posix/kxPosixTerminalMode.h"
+
+#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <iterator>
+
+#include <pthread.h>
+#include <unistd.h>
+
+namespace {
+
+// Signals that do not end a process by default, and the one that cannot be handled.
+constexpr int kNotEndingSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTOP,
+                                     SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL};
+
+// Keeps every signal away from a change of the mode: a stop in its middle would leave the terminal to the
+// shell half taken, and changing the mode from the background would stop the process.
+class SignalsBlocked {
+public:
+    SignalsBlocked()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+// A terminal that does not control the process has no background, and one that hung up is nobody's: then the
+// question fails.
+bool isInForegroundOf(int terminal)
+{
+    const pid_t foreground = ::tcgetpgrp(terminal);
+    return foreground < 0 || foreground == ::getpgrp();
+}
+
+void defaultActionOf(int signal)
+{
+    struct sigaction action {};
+    action.sa_handler = SIG_DFL;
+    ::sigaction(signal, &action, nullptr);
+}
+
+// Ends the process by the same signal: it is pending until the handler returns. A fault that was not sent
+// happens again by itself.
+void onEndingSignal(int signal)
+{
+    const int error = errno;
+    kxPosixTerminalMode::giveAllBack();
+    defaultActionOf(signal);
+    ::raise(signal);
+    errno = error;
+}
+
+void installUnlessHandled(int signal, void (*handler)(int))
+{
+    struct sigaction before {};
+    if (::sigaction(signal, nullptr, &before) != 0 || before.sa_handler != SIG_DFL) return;
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART | SA_ONSTACK;
+    sigfillset(&action.sa_mask);
+    ::sigaction(signal, &action, nullptr);
+}
+
+void onStop(int signal)
+{
+    const int error = errno;
+    kxPosixTerminalMode::giveAllBack();
+    defaultActionOf(signal);
+    sigset_t stop, before;
+    sigemptyset(&stop);
+    sigaddset(&stop, signal);
+    ::raise(signal);
+    pthread_sigmask(SIG_UNBLOCK, &stop, &before);  // stops here
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    installUnlessHandled(signal, onStop);
+    errno = error;
+}
+
+// A stack that has overflowed has no room for the handler.
+void installHandlerStack()
+{
+    static char room[64 * 1024];
+    stack_t present{};
+    if (::sigaltstack(nullptr, &present) != 0 || (present.ss_flags & SS_DISABLE) == 0) return;
+    stack_t own{};
+    own.ss_sp = room;
+    own.ss_size = sizeof(room);
+    ::sigaltstack(&own, nullptr);
+}
+
+void changeForConsole(termios& mode)
+{
+    mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | IEXTEN);
+    mode.c_iflag &= ~static_cast<tcflag_t>(ICRNL | INLCR | IGNCR);
+}
+
+void changeForDialog(termios& mode)
+{
+    mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | ISIG | IEXTEN);
+}
+
+}  // namespace
+
+constinit kxPosixTerminalMode kxPosixConsoleMode{changeForConsole};
+constinit kxPosixTerminalMode kxPosixDialogMode{changeForDialog};
+
+bool kxPosixTerminalMode::take(int terminal)
+{
+    if (!isInForegroundOf(terminal)) {
+        isToBeTakenAgain_.store(true);
+        return false;
+    }
+    if (isTaken_.load() && !isToBeTakenAgain_.load()) return true;
+    static const bool handlersInstalled = (installHandlers(), true);
+    (void)handlersInstalled;
+
+    const SignalsBlocked blocked;
+    if (!isInForegroundOf(terminal)) return false;
+    // While the mode is still ours, what was found before it holds; else it is found anew.
+    if (!isTaken_.load() && ::tcgetattr(terminal, &before_) != 0) return true;  // it hung up
+    isToBeTakenAgain_.store(false);
+    terminal_ = terminal;
+    takenBy_.store(::getpid());
+    isTaken_.store(true);
+    termios changed = before_;
+    change_(changed);
+    changed.c_cc[VMIN] = 1;
+    changed.c_cc[VTIME] = 0;
+    ::tcsetattr(terminal, TCSANOW, &changed);
+    return true;
+}
+
+void kxPosixTerminalMode::giveBack()
+{
+    const SignalsBlocked blocked;
+    if (takenBy_.load() != ::getpid() || !isTaken_.exchange(false)) return;
+    // In the background the terminal is somebody else's, who has set it up already.
+    if (isInForegroundOf(terminal_)) ::tcsetattr(terminal_, TCSANOW, &before_);
+}
+
+void kxPosixTerminalMode::giveAllBack()
+{
+    kxPosixDialogMode.giveBack();
+    kxPosixConsoleMode.giveBack();
+}
+
+// A stop that could not be caught leaves the terminal to whoever was in the foreground meanwhile.
+void kxPosixTerminalMode::onContinue(int)
+{
+    kxPosixDialogMode.isToBeTakenAgain_.store(true);
+    kxPosixConsoleMode.isToBeTakenAgain_.store(true);
+}
+
+void kxPosixTerminalMode::installHandlers()
+{
+    installHandlerStack();
+    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+        const bool ends = std::find(std::begin(kNotEndingSignals), std::end(kNotEndingSignals), signal) ==
+                          std::end(kNotEndingSignals);
+        if (ends && signal != kxPosixThreadSignal()) installUnlessHandled(signal, onEndingSignal);
+    }
+    installUnlessHandled(SIGTSTP, onStop);
+    installUnlessHandled(SIGCONT, onContinue);
+    std::atexit(giveAllBack);
+    std::at_quick_exit(giveAllBack);
+}

@@ -1,0 +1,53 @@
+// A change of a terminal's mode that is undone whatever becomes of the process: by giveBack(), at exit, on ending
+// signals that have no handler of the host's, and around a stop by the terminal.
+//
+// The dialog's change may lie over the console's; all are undone in that order.
+//
+// Threads: each object is used by one thread at a time, and by signal handlers meanwhile.
+#pragma once
+
+#include <atomic>
+
+#include <sys/types.h>
+#include <termios.h>
+
+class kxPosixTerminalMode {
+public:
+    using Change = void (*)(termios& mode);
+
+    // For static objects: the handlers know those that are declared below.
+    explicit constexpr kxPosixTerminalMode(Change change) noexcept : change_(change) {}
+    kxPosixTerminalMode(const kxPosixTerminalMode&) = delete;
+    kxPosixTerminalMode& operator=(const kxPosixTerminalMode&) = delete;
+
+    // Changes the mode of the terminal. Answers whether the terminal may be read: not while the process is in its
+    // background. One that hung up may be, which tells its end.
+    bool take(int terminal);
+    // The same for the terminal taken last, when a stop may have given it to somebody else since.
+    bool takeAfterStop() { return !isToBeTakenAgain_.load() || take(terminal_); }
+    void giveBack();
+
+    bool isTaken() const { return isTaken_.load(); }
+    // The mode as it was before; valid while it is taken.
+    const termios& modeBefore() const { return before_; }
+
+    static void giveAllBack();
+
+private:
+    static void onContinue(int signal);
+    static void installHandlers();
+
+    const Change change_;
+    int terminal_ = -1;
+    termios before_{};
+    std::atomic<bool> isTaken_{false};
+    std::atomic<bool> isToBeTakenAgain_{false};  // somebody else may have set the mode since
+    std::atomic<pid_t> takenBy_{0};              // a forked child must not give back what its parent holds
+    static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<pid_t>::is_always_lock_free,
+                  "used in signal handlers");
+};
+
+// Keys arrive at once, unechoed and unmapped; signals stay on.
+extern kxPosixTerminalMode kxPosixConsoleMode;
+// Keys arrive at once and without an effect of their own.
+extern kxPosixTerminalMode kxPosixDialogMode;

@@ -1,0 +1,376 @@
+#include "kxbase/thread/kxThreadState.h"
+
+#include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/thread/kxThread.h"
+#include "kxbase/thread/kxThreadExceptionInterface.h"
+
+#include <exception>
+#include <new>
+
+#include <cxxabi.h>
+
+namespace {
+
+constexpr std::uint32_t kPauseMilliseconds = 1;
+constexpr std::uint32_t kBeginPauses = 1000;
+constexpr std::uint32_t kJoinPauseMilliseconds = 1000;
+// The system may hold a killed thread in a call; nobody waits for that.
+constexpr std::uint32_t kKillMilliseconds = 100;
+constexpr const char* kExceptionText = "Thread %d threw exception ('%s') outside process()";
+
+// Steps of the system for each priority, from the lowest.
+constexpr int kPrioritySteps[] = {-2, -1, 0, 1, 2};
+static_assert(std::size(kPrioritySteps) == KX_THREAD_HIGHEST + 1, "one step for every priority");
+
+constinit std::atomic<kxThreadExceptionInterface*> exceptionHandler{nullptr};
+
+constinit std::uint32_t activeThreads = 0;  // under their mutex
+kxMutex& activeMutex()
+{
+    return kxProcessMutex<struct kxActiveThreads>();
+}
+
+thread_local const kxThreadState* ownState = nullptr;
+
+// For what is called where nobody is left to tell of a failure.
+template <typename Call> void dropExceptions(Call call)
+{
+    try {
+        call();
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+    }
+}
+
+}  // namespace
+
+// Holds the mutex. The thread itself never sleeps on it: were it killed when it had been woken to take the mutex
+// next, the others who sleep on it would not be woken any more.
+class kxThreadState::Guard {
+public:
+    explicit Guard(const kxThreadState& state) : mutex_(state.mutex_)
+    {
+        if (state.isOwnThread()) {
+            while (!mutex_.tryLock()) kxPlatformSleep(0);
+        } else {
+            mutex_.lock();
+        }
+    }
+    ~Guard() { mutex_.unlock(); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+
+private:
+    kxMutex& mutex_;
+};
+
+// Unwinding that ends the thread comes by here as well.
+class kxThreadState::Run {
+public:
+    explicit Run(kxThreadState& state) : state_(state)
+    {
+        ownState = &state;
+        const std::uint32_t threadId = kxPlatformThreadId();
+        std::uint32_t priority = 0;
+        {
+            const Guard guard(state);
+            run_ = state.run_;
+            state.threadId_ = threadId;
+            state.flags_ |= KX_THREAD_RUNNING;
+            state.lastHeartbeat_ = kxClock::seconds();
+            state.begunRun_.store(run_);
+            if (state.starterCount_ != 0) kxPlatformWakeAll(state.begunRun_);
+            priority = state.priority_;
+        }
+        if (priority < std::size(kPrioritySteps)) kxPlatformThreadSetPriority(kPrioritySteps[priority]);
+        try {
+            state.performanceData_.enrol(threadId);
+        } catch (const std::bad_alloc&) {
+            // Reported already; the thread can do without.
+        }
+    }
+    ~Run()
+    {
+        {
+            const Guard guard(state_);
+            if (state_.run_ == run_) state_.leaveProcess();
+        }
+        ownState = nullptr;
+        state_.unref();
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    // The object whose process() is to be called, or null when it has gone.
+    kxThread* enterProcess()
+    {
+        const Guard guard(state_);
+        if (state_.object_ == nullptr) return nullptr;
+        if ((state_.flags_ & KX_THREAD_INSIDE) == 0) {
+            const kxBodyGuard counting(activeMutex());
+            ++activeThreads;
+        }
+        state_.flags_ |= KX_THREAD_INSIDE;
+        return state_.object_;
+    }
+
+private:
+    kxThreadState& state_;
+    std::uint32_t run_;
+};
+
+kxThreadState::kxThreadState(kxThread& object) : object_(&object), priority_(KX_THREAD_NORMAL) {}
+
+void kxThreadState::unref()
+{
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+}
+
+void kxThreadState::body(void* state)
+{
+    Run run(*static_cast<kxThreadState*>(state));
+    if (kxThread* const object = run.enterProcess()) callProcess(*object);
+}
+
+void kxThreadState::callProcess(kxThread& object)
+{
+    try {
+        object.process();
+    } catch (const std::exception& error) {
+        reportException(error.what());
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        reportException("unknown exception");
+    }
+}
+
+void kxThreadState::reportException(const char* text)
+{
+    const std::uint32_t threadId = kxPlatformThreadId();
+    dropExceptions([&] {
+        if (kxThreadExceptionInterface* const handler = exceptionHandler.load()) {
+            handler->exceptionLeftProcess(threadId, text);
+        }
+    });
+    dropExceptions([&] { kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text); });
+}
+
+bool kxThreadState::start(bool wait)
+{
+    std::uint32_t run = 0;
+    {
+        const Guard guard(*this);
+        refresh();
+        if ((flags_ & KX_THREAD_RUNNING) != 0) return true;
+        if (!startLocked()) return false;
+        run = run_;
+    }
+    if (wait) waitUntilBegun(run);
+    return true;
+}
+
+bool kxThreadState::startLocked()
+{
+    flags_ &= ~std::uint32_t{KX_THREAD_STOP};
+    handle_.reset();
+    threadId_ = 0;
+    lastHeartbeat_ = kxClock::seconds();
+    ++run_;
+    ref();
+    kxPlatformThread* const thread = kxPlatformThreadStart(body, this);
+    if (thread == nullptr) {
+        unref();
+        return false;
+    }
+    handle_ = Handle(thread, kxPlatformThreadClose);
+    flags_ |= KX_THREAD_RUNNING;
+    return true;
+}
+
+void kxThreadState::waitUntilBegun(std::uint32_t run)
+{
+    mutex_.lock();
+    ++starterCount_;
+    for (std::uint32_t pause = 0; pause < kBeginPauses; ++pause) {
+        const std::uint32_t begun = begunRun_.load();
+        if (begun == run || run_ != run) break;
+        mutex_.unlock();
+        kxPlatformWaitWhile(begunRun_, begun, kPauseMilliseconds);
+        mutex_.lock();
+    }
+    --starterCount_;
+    mutex_.unlock();
+}
+
+void kxThreadState::stop(bool wait)
+{
+    while (true) {
+        {
+            const Guard guard(*this);
+            flags_ |= KX_THREAD_STOP;
+        }
+        checkHeartbeat();
+        if (isOwnThread()) return;
+        const Handle handle = handleToWaitFor();
+        if (handle == nullptr) break;
+        if (!wait) return;
+        kxPlatformThreadHasEnded(*handle, kPauseMilliseconds);
+    }
+    kxPlatformSleep(kPauseMilliseconds);
+}
+
+void kxThreadState::join()
+{
+    ref();
+    while (const Handle handle = handleToWaitFor()) kxPlatformThreadHasEnded(*handle, kJoinPauseMilliseconds);
+    unref();
+}
+
+void kxThreadState::abandon()
+{
+    bool isLeftRunning = false;
+    const void* const object = object_;
+    {
+        const Guard guard(*this);
+        refresh();
+        object_ = nullptr;
+        flags_ |= KX_THREAD_STOP;
+        isLeftRunning = (flags_ & KX_THREAD_RUNNING) != 0;
+        handle_.reset();
+    }
+    if (isLeftRunning) kxMessage(KX_MESSAGE_WARNING, "kxThread (%x) deleted while its thread runs", object);
+    unref();
+}
+
+bool kxThreadState::hasFlag(kxThreadFlag flag, bool check)
+{
+    const Guard guard(*this);
+    if (check) beatOrWatch();
+    refresh();
+    return (flags_ & flag) != 0;
+}
+
+void kxThreadState::checkHeartbeat()
+{
+    const Guard guard(*this);
+    beatOrWatch();
+}
+
+void kxThreadState::setWatchdogSeconds(double seconds)
+{
+    const Guard guard(*this);
+    watchdogSeconds_ = seconds;
+}
+
+double kxThreadState::watchdogSeconds() const
+{
+    const Guard guard(*this);
+    return watchdogSeconds_;
+}
+
+void kxThreadState::setPriority(std::uint32_t priority)
+{
+    const Guard guard(*this);
+    priority_ = priority;
+}
+
+std::uint32_t kxThreadState::priority() const
+{
+    const Guard guard(*this);
+    return priority_;
+}
+
+double kxThreadState::lastHeartbeatSeconds() const
+{
+    const Guard guard(*this);
+    return lastHeartbeat_;
+}
+
+std::uint32_t kxThreadState::threadId() const
+{
+    const Guard guard(*this);
+    return threadId_;
+}
+
+std::uint32_t kxThreadState::activeCount()
+{
+    const kxBodyGuard guard(activeMutex());
+    return activeThreads;
+}
+
+void kxThreadState::setExceptionHandler(kxThreadExceptionInterface* handler)
+{
+    exceptionHandler.store(handler);
+}
+
+bool kxThreadState::isOwnThread() const
+{
+    return ownState == this;
+}
+
+kxThreadState::Handle kxThreadState::handleToWaitFor()
+{
+    const Guard guard(*this);
+    if (object_ == nullptr || isOwnThread()) return nullptr;
+    refresh();
+    return (flags_ & KX_THREAD_RUNNING) != 0 ? handle_ : nullptr;
+}
+
+// The mutex is held by the caller of each of the following.
+
+void kxThreadState::beatOrWatch()
+{
+    if (isOwnThread()) {
+        lastHeartbeat_ = kxClock::seconds();
+        return;
+    }
+    if (!(watchdogSeconds_ > 0)) return;
+    refresh();
+    constexpr std::uint32_t kWatched = KX_THREAD_RUNNING | KX_THREAD_INSIDE;
+    if ((flags_ & kWatched) == kWatched && kxClock::seconds() - watchdogSeconds_ > lastHeartbeat_) kill();
+}
+
+void kxThreadState::refresh()
+{
+    if (handle_ == nullptr || isOwnThread() || !kxPlatformThreadHasEnded(*handle_)) return;
+    markStopped();
+    takeBackFromEnded();
+}
+
+void kxThreadState::markStopped()
+{
+    flags_ &= ~std::uint32_t{KX_THREAD_RUNNING};
+    flags_ |= KX_THREAD_STOP;
+}
+
+// Waits until the thread can no longer take the mutex before the mutex is free again.
+void kxThreadState::kill()
+{
+    markStopped();
+    kxPlatformThreadKill(*handle_);
+    if (kxPlatformThreadHasEnded(*handle_, kKillMilliseconds)) takeBackFromEnded();
+}
+
+// A thread that ended inside process() was killed, and could not give back what it had.
+void kxThreadState::takeBackFromEnded()
+{
+    if ((flags_ & KX_THREAD_INSIDE) == 0) return;
+    leaveProcess();
+    unref();
+}
+
+void kxThreadState::leaveProcess()
+{
+    performanceData_.withdraw();
+    if ((flags_ & KX_THREAD_INSIDE) == 0) return;
+    flags_ &= ~std::uint32_t{KX_THREAD_INSIDE};
+    const kxBodyGuard counting(activeMutex());
+    --activeThreads;
+}

@@ -1,0 +1,8 @@
+#include "kxbase/thread/kxThreadTicker.h"
+
+#include "kxbase/thread/kxThreadPoolTicker.h"
+
+kxThreadTicker::~kxThreadTicker() noexcept(false)
+{
+    kxThreadPoolTicker::forget(*this);
+}

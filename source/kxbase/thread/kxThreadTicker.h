@@ -1,0 +1,30 @@
+// Something that has a little work to do again and again, on a thread of a kxThreadPoolTicker.
+//
+// Ownership: belongs to its maker, who removes it from its pool before destroying it. One that is destroyed in a
+//            pool is removed with a Warning, since its tick might have been running.
+// Threads:   a ticker is ticked by one thread at a time. See kxThreadPoolTicker.
+#pragma once
+
+#include <cstdint>
+
+class kxThreadPoolTicker;
+
+class kxThreadTicker {
+public:
+    kxThreadTicker() = default;
+    virtual ~kxThreadTicker() noexcept(false);
+    kxThreadTicker(const kxThreadTicker&) = delete;
+    kxThreadTicker& operator=(const kxThreadTicker&) = delete;
+
+    // Does what there is to do now, without waiting for more; answers whether there was anything. Other
+    // tickers of the same thread wait meanwhile.
+    virtual bool tick() = 0;
+
+private:
+    friend class kxThreadPoolTicker;
+
+    // Where the ticker is, or was last. Guarded by the lock of all pools' members.
+    kxThreadPoolTicker* pool_ = nullptr;
+    std::uint32_t worker_ = 0;
+    bool isInPool_ = false;
+};

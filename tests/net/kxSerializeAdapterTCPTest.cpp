@@ -1,0 +1,191 @@
+#include "kxbase/net/kxSerializeAdapterTCP.h"
+#include "kxbase/core/kxClock.h"
+#include "support/kxTestPattern.h"
+#include "support/kxTestSocket.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <thread>
+#include <tuple>
+
+#include <sys/socket.h>
+
+namespace {
+
+using Adapter = kxSerializeAdapterTCP;
+
+// An adapter and the server that it is connected to.
+struct Connection {
+    explicit Connection(const std::string& options = "blocking=no")
+        : adapter(std::make_unique<Adapter>(kxString(listener.url("") + "?" + options))),
+          peer(listener.accept())
+    {
+        EXPECT_FALSE(adapter->hasError());
+    }
+    void write(const std::string& bytes)
+    {
+        adapter->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    }
+    // Everything up to the end that hasError() tells, as a relay reads it.
+    std::string readToEnd()
+    {
+        std::string bytes;
+        const double end = kxClock::seconds() + 20;
+        while (!adapter->hasError() && kxClock::seconds() < end) {
+            std::string some(adapter->length(), '\0');
+            some.resize(adapter->read(some.data(), static_cast<std::uint32_t>(some.size())));
+            bytes += some;
+        }
+        EXPECT_EQ(adapter->getError(), "IP connection closed");
+        return bytes;
+    }
+    // Sends so many bytes back as they come, and closes.
+    std::thread echo(std::size_t count)
+    {
+        return std::thread([this, count] {
+            for (std::size_t done = 0; done < count;) {
+                const std::string some = peer.receive().value_or("");
+                peer.send(some);
+                done += some.size();
+            }
+            peer.close();
+        });
+    }
+
+    kxTestSocket listener = kxTestSocket::listener();
+    std::unique_ptr<Adapter> adapter;
+    kxTestSocket peer;
+};
+
+}  // namespace
+
+TEST(kxSerializeAdapterTCP, TellsWhyItCouldNotOpen)
+{
+    const std::string closed = kxTestSocket::listener().url("");
+    const std::string refused = "kxSocket error: Connection was refused when connecting to IP adress ";
+    const std::string nowhere =
+        "kxSocket error: Cannot assign requested address when connecting to IP adress ";
+    const struct {
+        const char* why;
+        std::string url, error;
+    } cases[] = {
+        {"nobody listens", closed, refused + closed + " and bind to Unknown"},
+        {"bound", closed + "?nic=lo", refused + closed + "?nic=lo and bind to 127.0.0.1"},
+        {"no host", ":80", "Missing IP adress :80"},
+        {"no port", "localhost:%d", "Unable to connect IP adress localhost:%d"},
+        {"unknown is not here", "no.such.host.invalid", nowhere + "no.such.host.invalid and bind to Unknown"},
+        {"nor is any", "0.0.0.0:22", nowhere + "0.0.0.0:22 and bind to Unknown"},
+        {"not ours", closed + "?nic=192.0.2.77",
+         "Unable to bind IP adress " + closed + " on iface:192.0.2.77"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxString error;
+        Adapter adapter(kxString(c.url), &error);
+        EXPECT_TRUE(adapter.hasError());
+        EXPECT_EQ(adapter.getError(), c.error);
+        EXPECT_EQ(error, "Failed to open TCP url '" + c.url + "'");
+        EXPECT_EQ(adapter.length(), 0U);
+        adapter.writeByte('x');
+    }
+    const kxTestSocket full = kxTestSocket::listener(0);
+    const kxTestSocket first = kxTestSocket::connectedTo(full.port());  // takes the only place
+    const double start = kxClock::seconds();
+    Adapter adapter(kxString(full.url("")));
+    EXPECT_NEAR(kxClock::seconds() - start, 3.0, 0.5);
+    EXPECT_EQ(adapter.getError(), "Unable to connect IP adress " + full.url(""));
+}
+
+TEST(kxSerializeAdapterTCP, ChoosesItsInterface)
+{
+    const kxTestSocket listener = kxTestSocket::listener();
+    ::setenv("KORVEX_HTTP_NIC", "192.0.2.77", 1);
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"", "", false},
+        {"?nic=127.0.0.1", "", true},
+        {"?nic=192.0.2.77", "lo", true},
+        {"?no_nic=yes&nic=192.0.2.77", "192.0.2.77", true}};
+    for (const auto& [options, own, opens] : cases) {
+        Adapter adapter({});
+        adapter.setInterface(own);
+        for (int again = 0; again < 2; ++again)
+            EXPECT_EQ(adapter.open(kxString(listener.url("") + options)), opens) << options;
+    }
+    ::unsetenv("KORVEX_HTTP_NIC");
+}
+
+TEST(kxSerializeAdapterTCP, MovesOnWhenBothDirectionsAreFull)
+{
+    const std::string bytes = kxTestPattern(20000000);
+    for (const bool onOneThread : {true, false}) {
+        SCOPED_TRACE(onOneThread);
+        Connection both(onOneThread ? "blocking=no" : "timeout=20");
+        std::thread echo = both.echo(bytes.size());
+        // The echo stands still until somebody takes what it sends.
+        std::thread writing([&] { both.write(bytes); });
+        if (onOneThread) writing.join();
+        std::thread asking([&] { both.adapter->length(); });
+        EXPECT_TRUE(both.readToEnd() == bytes);
+        for (std::thread* const thread : {&echo, &writing, &asking})
+            if (thread->joinable()) thread->join();
+    }
+}
+
+TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
+{
+    Connection reset;
+    reset.peer.send("last words");
+    EXPECT_EQ(reset.adapter->length(), 10U);
+    reset.peer.reset();
+    while (reset.adapter->getSendError() == KX_SOCKET_OK) reset.write("x");
+    EXPECT_EQ(reset.readToEnd(), "last words");
+
+    Connection gone;  // a failed write alone ends nothing
+    gone.peer.send(std::string(100000, 'a'));
+    gone.peer.send("!", MSG_OOB);  // urgent bytes are bytes like others
+    gone.peer.close();
+    while (gone.adapter->getSendError() == KX_SOCKET_OK) gone.write(std::string(100000, 'b'));
+    EXPECT_EQ(gone.readToEnd(), std::string(100000, 'a') + "!");
+
+    Connection half;
+    half.peer.shutDownSending();
+    half.readToEnd();
+    half.write("still heard");
+    EXPECT_EQ(half.peer.receive(), "still heard");
+}
+
+TEST(kxSerializeAdapterTCP, ClosingLosesNothingThatThePeerHasNotRead)
+{
+    Connection closing;
+    const std::string bytes = kxTestPattern(3000000);
+    closing.peer.send(std::string(100000, 'y'));
+    std::string got;
+    std::thread peer([&] {
+        got = closing.peer.receive().value_or("");
+        closing.peer.send(std::string(100000, 'z'));  // what nobody reads either
+        got += closing.peer.receiveAll().value_or("!");
+        closing.peer.close();
+    });
+    closing.write(bytes);
+    closing.adapter.reset();
+    peer.join();
+    EXPECT_TRUE(got == bytes);
+
+    Connection stubborn;
+    stubborn.write("x");
+    const double start = kxClock::seconds();
+    stubborn.adapter.reset();
+    EXPECT_NEAR(kxClock::seconds() - start, 1.0, 0.5) << "for a peer that does not close";
+}
+
+TEST(kxSerializeAdapterTCP, ClosesWhenNothingComesInTime)
+{
+    Connection full("timeout=0.3");
+    std::thread writing([&] { full.write(std::string(30000000, 'x')); });
+    EXPECT_EQ(full.adapter->readByte(), 0);
+    EXPECT_FALSE(full.adapter->isActive());
+    EXPECT_EQ(full.readToEnd(), "");
+    writing.join();
+    EXPECT_NE(full.adapter->getSendError(), KX_SOCKET_OK) << "a write that stood still is woken";
+}

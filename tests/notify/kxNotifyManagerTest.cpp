@@ -1,0 +1,192 @@
+#include "kxbase/notify/kxNotifyManager.h"
+
+#include "kxbase/core/kxClock.h"
+#include "support/kxTestRandom.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using Names = std::vector<std::string>;
+using Action = std::function<void(kxNotifyManager&, kxNotifyMessage&)>;
+
+struct Subscriber : kxNotifyInterface {
+    explicit Subscriber(Action received) : action(std::move(received)) {}
+    ~Subscriber() override { unsubscribeFromAll(); }
+    void receive(kxNotifyManager& from, kxNotifyMessage& message, const void*) override
+    {
+        action(from, message);
+    }
+    const Action action;
+};
+
+// Writes down what it gets.
+struct Recorder : Subscriber {
+    Recorder() : Subscriber([this](auto&, auto& message) { names.emplace_back(message.getName().view()); }) {}
+    Names names;
+};
+
+}  // namespace
+
+TEST(kxNotifyManager, DeliversByPriorityThenInTheOrderOfPosting)
+{
+    struct Post {
+        const char* name;
+        std::int32_t priority;
+        double lifetime = 0;
+        double dueTime = 0;
+    };
+    const double later = kxClock::seconds() + 1000;
+    const struct {
+        const char* why;
+        std::vector<Post> posts;
+        Names expected;
+    } cases[] = {
+        {"higher first", {{"low", 0}, {"high", 5}, {"high too", 5}}, {"high", "high too", "low"}},
+        {"between", {{"a", 9}, {"c", 1}, {"b", 5}, {"b2", 5}, {"a2", 9}}, {"a", "a2", "b", "b2", "c"}},
+        {"extremes", {{"min", INT32_MIN}, {"zero", 0}, {"max", INT32_MAX}}, {"max", "zero", "min"}},
+        {"expired ones go", {{"gone", 9, -1}, {"lives", 0, 1000}, {"for ever", -1}}, {"lives", "for ever"}},
+        {"not due ones stay", {{"a", 3, 0, later}, {"b", 2}, {"c", 1, 0, later}, {"d", 0, 0, 1}}, {"b", "d"}},
+        {"expiry goes before due time", {{"a", 0, -1, later}, {"b", 0}}, {"b"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxNotifyManager manager;
+        Recorder recorder;
+        manager.subscribe(recorder);
+        for (const Post& p : c.posts)
+            manager.post(p.name, p.priority, p.lifetime, nullptr, nullptr, 0, false, p.dueTime);
+        EXPECT_EQ(recorder.names, Names());
+        manager.deliver();
+        EXPECT_EQ(recorder.names, c.expected);
+    }
+    kxNotifyManager manager;
+    Recorder recorder;
+    manager.subscribe(recorder);
+    const double due = kxClock::seconds() + 0.03;
+    manager.post("due", 0, 0, nullptr, nullptr, 0, false, due);
+    while (recorder.names.empty() && kxClock::seconds() < due + 10) manager.deliver();
+    EXPECT_TRUE(kxClock::seconds() >= due && recorder.names == Names({"due"}));
+}
+
+TEST(kxNotifyManager, FiltersBySenderAndDeliversAtOnceWhenAsked)
+{
+    int senders[2];
+    kxNotifyManager manager;
+    Recorder all, first, both;
+    for (int turn = 0; turn < 2; ++turn) manager.subscribe(all);
+    manager.subscribe(first, &senders[0]);
+    for (int& sender : senders) manager.subscribe(both, &sender);
+    manager.post("a", 0, 0, &senders[0], nullptr, 0, true);
+    manager.setAutoDeliver(true);
+    manager.post("b", 0, 0, &senders[1]);
+    manager.unsubscribe(both, &senders[0]);
+    manager.post("c", 0, 0, &senders[0]);
+    manager.unsubscribe(both);
+    manager.post("d", 0, 0, &senders[1]);
+    EXPECT_EQ(all.names, Names({"a", "b", "c", "d"}));
+    EXPECT_EQ(first.names, Names({"a", "c"}));
+    EXPECT_EQ(both.names, Names({"a", "b"}));
+}
+
+TEST(kxNotifyManager, ChangesFromInsideADelivery)
+{
+    kxNotifyManager manager;
+    Recorder added, leaving;
+    Subscriber changing([&](kxNotifyManager& from, kxNotifyMessage& message) {
+        if (message.getName() != "one") return;
+        from.post("nested", 9, 0, nullptr, nullptr, 0, true);
+        from.subscribe(added);
+        from.unsubscribe(leaving);
+    });
+    manager.subscribe(changing);
+    manager.subscribe(leaving);
+    manager.post("one");
+    manager.post("two");
+    manager.deliver();
+    EXPECT_EQ(added.names, Names()) << "new ones wait for the end";
+    EXPECT_EQ(leaving.names, Names()) << "those that leave are not called any more";
+    EXPECT_EQ(manager.getPendingCount(), 1U) << "no delivery inside another";
+    manager.deliver();
+    EXPECT_EQ(added.names, Names({"nested"}));
+}
+
+TEST(kxNotifyManager, OutlivesWhatSubscribersDo)
+{
+    auto manager = std::make_unique<kxNotifyManager>();
+    auto passing = std::make_unique<Recorder>();
+    Recorder first;
+    Subscriber hostile([&](auto&, auto& message) {
+        passing.reset();
+        if (message.getName() == "throw") throw std::runtime_error("x");
+        if (message.getName() == "destroy") manager.reset();
+    });
+    manager->subscribe(first);
+    manager->subscribe(hostile);
+    manager->subscribe(*passing);
+    for (const char* name : {"throw", "plain", "destroy", "lost"}) manager->post(name);
+    EXPECT_THROW(manager->deliver(), std::runtime_error);
+    manager->deliver();
+    EXPECT_EQ(manager, nullptr);
+    EXPECT_EQ(first.names, Names({"throw", "plain", "destroy"}));
+}
+
+TEST(kxNotifyMessage, CopiesEveryFieldAndClonesWhatMayBeCloned)
+{
+    const auto plain = kxMakeRef<kxThreadSafeReference>();
+    const auto message = kxMakeRef<kxNotifyMessage>("name", this, plain, 5, 2, 1.5);
+    const kxNotifyMessage copy(*message);
+    EXPECT_TRUE(copy.getName() == "name" && copy.getSender() == this && copy.getTag() == 1.5 &&
+                copy.getCreationTime() == 5 && copy.getExpiryTime() == 7 && copy.getPayload() == plain.get());
+    const kxNotifyMessage outer("outer", this, message, 5, 0, 0);
+    EXPECT_NE(kxNotifyMessage(outer).getPayload(), message.get()) << "a message says that it may be cloned";
+}
+
+// Run for longer with KX_TEST_NOTIFY_SECONDS.
+TEST(kxNotifyManager, WithstandsEverythingAtOnce)
+{
+    const char* const setting = std::getenv("KX_TEST_NOTIFY_SECONDS");
+    const double end = kxClock::seconds() + (setting != nullptr ? std::atof(setting) : 0.3);
+    std::mutex lock;
+    std::shared_ptr<kxNotifyManager> managers[2];
+    std::atomic<int> received{0};
+    const auto pick = [&](std::uint32_t number) {
+        const std::lock_guard guard(lock);
+        auto& place = managers[number % 2];
+        if (!place) place = std::make_shared<kxNotifyManager>();
+        return place;
+    };
+    std::vector<std::thread> threads;
+    const auto repeat = [&](std::uint32_t count, auto action) {
+        for (; count != 0; --count) {
+            threads.emplace_back([=, random = kxTestRandom(count)]() mutable {
+                while (kxClock::seconds() < end) action(random());
+            });
+        }
+    };
+    repeat(8, [&](std::uint32_t number) {
+        pick(number)->post("x", std::int32_t(number % 7), 0, nullptr, kxMakeRef<kxThreadSafeReference>());
+    });
+    repeat(2, [&](std::uint32_t number) { pick(number)->deliver(); });
+    repeat(2, [&](std::uint32_t number) {
+        Subscriber subscriber([&](auto&, auto& message) {
+            received += kxRefPointer<kxNotifyMessage>(&message)->getName() == "x";
+        });
+        const auto first = pick(0), second = pick(1);  // may go before the subscriber
+        first->subscribe(subscriber);
+        second->subscribe(subscriber, second.get());
+        std::this_thread::yield();
+        if (number % 2 == 0) first->unsubscribe(subscriber);
+    });
+    repeat(1, [&](std::uint32_t number) {
+        std::shared_ptr<kxNotifyManager> going;  // outside the lock
+        const std::lock_guard guard(lock);
+        going.swap(managers[number % 2]);
+    });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_GT(received, 0);
+}

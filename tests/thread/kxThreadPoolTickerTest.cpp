@@ -1,0 +1,169 @@
+#include "kxbase/thread/kxThreadPoolTicker.h"
+
+#include "kxbase/thread/kxThread.h"
+#include "support/kxMessageRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+class Ticker : public kxThreadTicker {
+public:
+    explicit Ticker(std::function<bool()> work = [] { return false; }) : work_(std::move(work)) {}
+
+    bool tick() override
+    {
+        EXPECT_FALSE(isInside_.exchange(true)) << "ticked by two threads at once";
+        ++ticks;
+        const bool hasWorked = work_();
+        isInside_ = false;
+        return hasWorked;
+    }
+    void awaitTicks(int more)
+    {
+        const int end = ticks + more;
+        while (ticks < end) std::this_thread::yield();
+    }
+    std::atomic<int> ticks{0};
+
+private:
+    const std::function<bool()> work_;
+    std::atomic<bool> isInside_{false};
+};
+
+}  // namespace
+
+TEST(kxThreadPoolTicker, TicksUntilRemoved)
+{
+    Ticker quiet, busy([] { return true; });
+    kxThreadPoolTicker pool;
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_TRUE(pool.add(quiet));
+        EXPECT_FALSE(pool.add(quiet));
+        quiet.awaitTicks(5);
+        EXPECT_TRUE(pool.add(busy));
+        EXPECT_EQ(pool.tickerCount(), 2U);
+        busy.awaitTicks(1000);
+        pool.remove(quiet);
+        const int ticks = quiet.ticks;
+        busy.awaitTicks(1000);
+        EXPECT_EQ(quiet.ticks, ticks);
+        pool.remove(busy);
+        pool.remove(busy);
+        EXPECT_EQ(pool.tickerCount(), 0U);
+    }
+}
+
+TEST(kxThreadPoolTicker, SharesItsThreads)
+{
+    std::atomic<int> inside{0};
+    const auto awaitOther = [&] {
+        for (++inside; inside < 2;) std::this_thread::yield();
+        return false;
+    };
+    Ticker first(awaitOther), second(awaitOther);
+    kxThreadPoolTicker pool(2);
+    pool.add(first);
+    pool.add(second);
+    first.awaitTicks(2);
+}
+
+TEST(kxThreadPoolTicker, ChangesFromInsideATick)
+{
+    struct SelfDestroying : kxThreadTicker {
+        explicit SelfDestroying(kxThreadPoolTicker& pool) : pool_(pool) {}
+        bool tick() override
+        {
+            pool_.remove(*this);
+            delete this;
+            return true;
+        }
+        kxThreadPoolTicker& pool_;
+    };
+    Ticker added, removed;
+    kxThreadPoolTicker pool;
+    Ticker changer([&] {
+        pool.remove(removed);
+        pool.add(added);
+        return true;
+    });
+    pool.add(*new SelfDestroying(pool));
+    pool.add(removed);
+    pool.add(changer);
+    added.awaitTicks(2);
+    const int ticks = removed.ticks;
+    changer.awaitTicks(10);
+    EXPECT_EQ(removed.ticks, ticks);
+    EXPECT_EQ(pool.tickerCount(), 2U);
+    pool.remove(changer);
+}
+
+TEST(kxThreadPoolTicker, RemovalWaitsForTheTick)
+{
+    kxThreadPoolTicker pool;
+    std::atomic<bool> isLeaving{false};
+    for (const bool removesItself : {false, true}) {
+        isLeaving = false;
+        Ticker* self = nullptr;
+        Ticker slow([&] {
+            if (removesItself) pool.remove(*self);
+            kxThread::sleep(20);
+            isLeaving = true;
+            return false;
+        });
+        self = &slow;
+        pool.add(slow);
+        while (slow.ticks == 0) std::this_thread::yield();
+        pool.remove(slow);
+        EXPECT_TRUE(isLeaving) << removesItself;
+    }
+}
+
+// Pauses grow to 10 ms, so that an idle ticker is ticked some 25 times in 200 ms.
+TEST(kxThreadPoolTicker, RestsAndRemovesATickerThatThrows)
+{
+    const kxMessageRecorder messages;
+    Ticker idle;
+    Ticker bad([]() -> bool { throw std::runtime_error("no %s"); });
+    {
+        kxThreadPoolTicker pool;
+        pool.add(bad);
+        pool.add(idle);
+        kxThread::sleep(200);
+        EXPECT_LE(idle.ticks, 60);
+        idle.awaitTicks(1);
+    }
+    ASSERT_EQ(messages.entries().size(), 1U);
+    EXPECT_NE(messages.texts()[0].find("its tick threw 'no %s'"), std::string::npos);
+    EXPECT_EQ(bad.ticks, 1);
+    kxThreadPoolTicker next;
+    EXPECT_TRUE(next.add(idle)) << "no longer in the pool that has gone";
+    next.remove(idle);
+}
+
+TEST(kxThreadPoolTicker, ManyThreadsAddAndRemove)
+{
+    kxThreadPoolTicker pool(2);
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int turn = 0; turn < 200; ++turn) {
+                Ticker first([=] { return thread % 2 == 0; }), second;
+                pool.add(first);
+                pool.add(second);
+                if (turn % 8 == 0) first.awaitTicks(1);
+                pool.remove(first);
+                pool.remove(second);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(pool.tickerCount(), 0U);
+}

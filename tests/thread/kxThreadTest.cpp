@@ -1,0 +1,251 @@
+#include "kxbase/thread/kxThread.h"
+
+#include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxFatalError.h"
+#include "kxbase/thread/kxPerformanceThreadData.h"
+#include "kxbase/thread/kxThreadExceptionInterface.h"
+#include "support/kxMessageRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <sys/resource.h>
+
+namespace {
+
+class Worker : public kxThread {
+public:
+    using Work = std::function<void(Worker&)>;
+
+    explicit Worker(Work work) : work_(std::move(work)) {}
+    ~Worker() override { stop(true); }
+
+private:
+    void process() override { work_(*this); }
+
+    const Work work_;
+};
+
+void untilStopped(Worker& thread)
+{
+    while (!thread.isStopping()) kxThread::sleep(1);
+}
+const volatile bool isForEver = true;
+void withoutHeartbeat(Worker&)
+{
+    while (true) kxThread::sleep(1);
+}
+
+// Thread sanitizer cannot follow a thread that is killed; address sanitizer keeps what it has for one.
+#if defined(__SANITIZE_THREAD__)
+constexpr bool canKill = false, canKillMany = false;
+#elif defined(__SANITIZE_ADDRESS__)
+constexpr bool canKill = true, canKillMany = false;
+#else
+constexpr bool canKill = true, canKillMany = true;
+#endif
+
+// A figure of /proc/self/status.
+long processFigure(const std::string& name)
+{
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word && word != name + ":") {
+    }
+    long value = -1;
+    status >> value;
+    return value;
+}
+
+}  // namespace
+
+TEST(kxThread, StartsStopsAndStartsAgain)
+{
+    std::atomic<int> runs{0};
+    Worker thread([&](Worker& self) {
+        ++runs;
+        untilStopped(self);
+    });
+    thread.join();
+    EXPECT_FALSE(thread.isRunning() || thread.isStopping());
+    for (int run = 1; run <= 3; ++run) {
+        EXPECT_TRUE(thread.start(run != 2));
+        EXPECT_TRUE(thread.start()) << "no second thread";
+        EXPECT_TRUE(thread.isRunning() && !thread.isStopping());
+        while (runs < run) kxThread::sleep(1);
+        EXPECT_EQ(kxThread::activeCount(), 1U);
+        kxPerformanceThreadData data;
+        EXPECT_TRUE(kxPerformanceThreadData::get(thread.threadId(), data));
+        EXPECT_NEAR(data.startSeconds(), kxClock::seconds(), 5);
+        thread.stop(true);
+        EXPECT_TRUE(!thread.isRunning() && thread.isStopping());
+        EXPECT_EQ(runs, run);
+        EXPECT_EQ(kxThread::activeCount() + kxPerformanceThreadData::count(), 0U);
+    }
+}
+
+TEST(kxThread, EndsByItselfWithoutWaitingForItself)
+{
+    std::atomic<int> runs{0};
+    Worker thread([&](Worker& self) {
+        self.join();
+        self.stop(true);
+        if (self.isRunning() && self.isStopping() && self.start()) ++runs;
+    });
+    for (int run = 1; run <= 2; ++run) {
+        thread.start();
+        thread.join();
+        EXPECT_EQ(runs, run);
+    }
+}
+
+TEST(kxThread, ManyMayWaitForTheSameEnd)
+{
+    std::atomic<int> waiting{0};
+    Worker thread([&](Worker&) {
+        while (waiting < 4) kxThread::sleep(1);
+    });
+    thread.start();
+    std::vector<std::thread> waiters;
+    for (int waiter = 0; waiter < 4; ++waiter) {
+        waiters.emplace_back([&, waiter] {
+            ++waiting;
+            waiter % 2 == 0 ? thread.join() : thread.stop(true);
+            EXPECT_FALSE(thread.isRunning());
+        });
+    }
+    for (std::thread& waiter : waiters) waiter.join();
+}
+
+TEST(kxThread, TheBodyOutlivesTheObject)
+{
+    static std::atomic<int> phase;
+    phase = 0;
+    struct Loose : kxThread {
+        void process() override
+        {
+            for (phase = 1; phase == 1;) kxThread::sleep(1);
+        }
+    };
+    const kxMessageRecorder messages;
+    {
+        Loose thread;
+        thread.start();
+        while (phase == 0) kxThread::sleep(1);
+    }
+    ASSERT_EQ(messages.entries().size(), 1U);
+    EXPECT_EQ(messages.entries()[0].level, KX_MESSAGE_WARNING);
+    EXPECT_EQ(kxThread::activeCount(), 1U);
+    phase = 2;
+    while (kxThread::activeCount() != 0) kxThread::sleep(1);
+}
+
+TEST(kxThread, KillsAThreadWithoutHeartbeat)
+{
+    if (!canKill) GTEST_SKIP();
+    const struct {
+        const char* why;
+        Worker::Work work;
+        bool isKilled;
+    } rows[] = {
+        {"asleep", withoutHeartbeat, true},
+        {"busy",
+         [](Worker&) {
+             while (isForEver) {
+             }
+         },
+         true},
+        {"heartbeats by isStopping", untilStopped, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        Worker thread(row.work);
+        for (int run = 0; run < 2; ++run) {
+            thread.setWatchdogSeconds(0);
+            ASSERT_TRUE(thread.start());
+            const double heartbeat = thread.lastHeartbeatSeconds();
+            kxThread::sleep(30);
+            while (!row.isKilled && thread.lastHeartbeatSeconds() == heartbeat) kxThread::sleep(1);
+            EXPECT_TRUE(thread.isRunning()) << "without a watchdog";
+            thread.setWatchdogSeconds(row.isKilled ? 0.02 : 2);
+            EXPECT_EQ(thread.isRunning(), !row.isKilled);
+            thread.stop(true);
+            EXPECT_TRUE(!thread.isRunning() && thread.isStopping());
+            EXPECT_EQ(kxThread::activeCount() + kxPerformanceThreadData::count(), 0U);
+        }
+    }
+}
+
+TEST(kxThread, LeavesNothingBehind)
+{
+    Worker stopped([](Worker& self) {
+        while (!self.isStopping()) kxThread::sleep(0);
+    });
+    Worker killed(withoutHeartbeat);
+    killed.setWatchdogSeconds(1e-6);
+    const long threadsBefore = processFigure("Threads");
+    long sizeBefore = 0;
+    for (int turn = 0; turn < 1000; ++turn) {
+        ASSERT_TRUE(stopped.start(turn % 2 == 0));
+        if (canKillMany) {
+            ASSERT_TRUE(killed.start());
+            while (killed.isRunning()) kxThread::sleep(0);
+        }
+        stopped.stop(false);
+        stopped.join();
+        if (turn == 100) sizeBefore = processFigure("VmSize");
+    }
+    EXPECT_EQ(processFigure("Threads"), threadsBefore);
+    EXPECT_LT(processFigure("VmSize"), sizeBefore + 100 * 1024) << "kB; a stack is 8 MB";
+}
+
+TEST(kxThread, TellsOfExceptions)
+{
+    struct Handler : kxThreadExceptionInterface {
+        void exceptionLeftProcess(std::uint32_t threadId, const char* text) override
+        {
+            told = std::to_string(threadId) + " " + text;
+            throw 1;  // dropped
+        }
+        std::string told;
+    } handler;
+    const std::pair<void (*)(), std::string> rows[] = {
+        {[] { throw kxFatalError("100 %s"); }, "100 %s"},
+        {[] { throw 5; }, "unknown exception"},
+    };
+    kxThread::setExceptionHandler(&handler);
+    for (const auto& [raise, text] : rows) {
+        const kxMessageRecorder messages;
+        Worker thread([raise = raise](Worker&) { raise(); });
+        thread.start();
+        thread.join();
+        const std::string id = std::to_string(thread.threadId());
+        EXPECT_EQ(handler.told, id + " " + text);
+        EXPECT_EQ(messages.texts(), std::vector<std::string>{"Thread " + id + " threw exception ('" + text +
+                                                             "') outside process()"});
+    }
+    kxThread::setExceptionHandler(nullptr);
+}
+
+TEST(kxThread, SetsThePriority)
+{
+    const int before = ::getpriority(PRIO_PROCESS, 0);
+    const std::pair<std::uint32_t, int> rows[] = {
+        {KX_THREAD_LOWEST, 10}, {KX_THREAD_BELOW_NORMAL, 5}, {KX_THREAD_NORMAL, 0}, {5, 0}, {~0U, 0}};
+    for (const auto& [priority, change] : rows) {
+        int nice = -100;
+        Worker thread([&](Worker&) { nice = ::getpriority(PRIO_PROCESS, 0); });
+        thread.setPriority(priority);
+        thread.start();
+        thread.join();
+        EXPECT_EQ(nice, std::min(before + change, 19)) << priority;
+    }
+}
