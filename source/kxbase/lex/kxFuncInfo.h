@@ -1,0 +1,62 @@
+// A function of a lexer: its name and what it does where a rule names it.
+//
+// Ownership: held by the lexer's names and by the programs that refer to it.
+// Threads:   read-only; the functions themselves are the program's.
+#pragma once
+
+#include "kxbase/lex/kxLexInput.h"
+#include "kxbase/lex/kxLexResult.h"
+#include "kxbase/lex/kxUnitSet.h"
+#include "kxbase/object/kxReference.h"
+
+#include <functional>
+#include <vector>
+
+class kxLexCapture;
+
+// Matches at the input's position. Whatever it answers but KX_LEX_OK, everything it read is given back.
+using kxParserFunction = std::function<kxLexResult(kxLexInput& input)>;
+// Takes what was matched between the marks; called in order when the whole match has succeeded. Anything but
+// KX_LEX_OK makes the match an error.
+using kxLexAction = std::function<kxLexResult(kxLexCapture& capture)>;
+
+enum kxFuncKind : std::uint8_t {
+    KX_FUNC_CHARACTER,    // one character of a set
+    KX_FUNC_MATCH,        // a kxParserFunction
+    KX_FUNC_PUSH,         // pushes the text since the mark, as a number when it is one
+    KX_FUNC_PUSH_QUOTED,  // pushes it as a string without its enclosing quotes
+    KX_FUNC_PUSH_TEXT,    // pushes it as a string
+    KX_FUNC_ACTION,       // a kxLexAction
+};
+
+class kxFuncInfo : public kxReference {
+public:
+    kxFuncInfo(std::string_view name, kxFuncKind kind) : name_(name), kind_(kind), first_(kxUnitSet::all()) {}
+    // KX_FUNC_CHARACTER.
+    kxFuncInfo(std::string_view name, const kxUnitSet& characters)
+        : name_(name), kind_(KX_FUNC_CHARACTER), first_(characters)
+    {}
+    // KX_FUNC_MATCH; `first` are the characters with which a match can begin.
+    kxFuncInfo(std::string_view name, kxParserFunction function, const kxUnitSet& first = kxUnitSet::all())
+        : name_(name), kind_(KX_FUNC_MATCH), first_(first), function_(std::move(function))
+    {}
+    // KX_FUNC_ACTION.
+    kxFuncInfo(std::string_view name, kxLexAction action)
+        : name_(name), kind_(KX_FUNC_ACTION), first_(kxUnitSet::all()), action_(std::move(action))
+    {}
+
+    const std::string& name() const { return name_; }
+    kxFuncKind kind() const { return kind_; }
+    // Whether it takes no input.
+    bool isAction() const { return kind_ >= KX_FUNC_PUSH; }
+    const kxUnitSet& first() const { return first_; }
+    const kxParserFunction& function() const { return function_; }
+    const kxLexAction& action() const { return action_; }
+
+private:
+    const std::string name_;
+    const kxFuncKind kind_;
+    const kxUnitSet first_;
+    const kxParserFunction function_;
+    const kxLexAction action_;
+};

@@ -1,0 +1,46 @@
+// Makes values of what a match has recorded, when it has succeeded.
+//
+// Ownership: refers to input, log and program.
+// Threads:   takes no lock; one thread at a time.
+// Errors:    false; fault() and instruction() say why and where.
+#pragma once
+
+#include "kxbase/lex/kxLexCapture.h"
+#include "kxbase/lex/kxMatchLog.h"
+#include "kxbase/lex/kxRuleProgram.h"
+
+// Pieces that one action can get.
+constexpr std::size_t KX_LEX_MAX_PIECES = 100;
+
+class kxMatchDelivery {
+public:
+    kxMatchDelivery(const kxLexInput& input, const kxMatchLog& log, const kxRuleProgram& program,
+                    char separator)
+        : input_(input), log_(log), program_(program), separator_(separator), capture_(values_)
+    {}
+
+    // Runs the actions in order.
+    bool run();
+    std::vector<kxDynamicType>& values() { return values_; }
+    const kxString& fault() const { return fault_; }
+    std::uint32_t instruction() const { return instruction_; }
+
+    // A number when the text is one as a whole, else the text.
+    static kxDynamicType valueOf(std::string_view text, char decimalSeparator);
+
+private:
+    bool deliver(const kxMatchLog::Record& record);
+    bool act(const kxFuncInfo& function, const kxMatchLog::Record& record);
+    bool copyPiece(std::uint32_t from, std::uint32_t to, std::string& text);
+    bool fail(const kxString& text);
+
+    const kxLexInput& input_;
+    const kxMatchLog& log_;
+    const kxRuleProgram& program_;
+    const char separator_;
+    std::vector<kxDynamicType> values_;
+    kxLexCapture capture_;
+    std::string text_;
+    kxString fault_;
+    std::uint32_t instruction_ = 0;
+};

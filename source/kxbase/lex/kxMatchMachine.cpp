@@ -1,0 +1,393 @@
+#include "kxbase/lex/kxMatchMachine.h"
+
+#include <algorithm>
+
+namespace {
+
+// Bounds what rounds and choices of rules within rules can pile up.
+constexpr std::size_t kMaxFrames = 1'000'000;
+// A stack beyond this is not kept for the next match.
+constexpr std::size_t kKeptFrames = 10'000;
+// Giving back this many characters counts as much as a failure.
+constexpr std::uint32_t kCharactersOfStep = 16;
+
+constexpr const char* kTooDeep = "Too many nested rules";
+constexpr const char* kTooLong = "Too much input";
+constexpr const char* kTooManyRecords = "Too many values";
+constexpr const char* kTooManySteps = "Too many steps";
+
+}  // namespace
+
+void kxMatchMachine::start(const kxRuleProgram& program)
+{
+    program_ = &program;
+    if (frames_.capacity() > kKeptFrames) frames_ = {};
+    frames_.clear();
+    log_.clear();
+    units_ = input_.units().data();
+    end_ = static_cast<std::uint32_t>(input_.units().size());
+    position_ = ruleStart_ = at_ = depth_ = 0;
+    mark_ = KX_MATCH_NO_MARK;
+    isSpent_ = isShort_ = false;
+    stepsLeft_ = steps_;
+    fault_ = nullptr;
+}
+
+bool kxMatchMachine::stop(const char* fault)
+{
+    if (fault_ == nullptr) fault_ = fault;
+    return false;
+}
+
+// ---- rules, choices and rounds
+
+inline bool kxMatchMachine::push(const Frame& frame)
+{
+    if (frames_.size() == kMaxFrames) return stop(kTooDeep);
+    frames_.push_back(frame);
+    return true;
+}
+
+inline bool kxMatchMachine::pushChoice(FrameKind kind, std::uint32_t otherWay)
+{
+    return push({kind, isSpent_, otherWay, position_, log_.count(), mark_, 0});
+}
+
+inline bool kxMatchMachine::enterRule(const kxInstruction& instruction)
+{
+    if (depth_ == KX_LEX_MAX_DEPTH) return stop(kTooDeep);
+    if (--stepsLeft_ < 0) return stop(kTooManySteps);
+    if (tracer_ != nullptr)
+        tracer_->enterRule(*program_->rules[instruction.a], depth_, input_.placeOf(position_));
+    if (!push({FrameKind::kCall, isSpent_, at_ + 1, ruleStart_, 0, mark_, instruction.a})) return false;
+    ++depth_;
+    ruleStart_ = position_;
+    mark_ = KX_MATCH_NO_MARK;
+    isSpent_ = false;
+    return true;
+}
+
+inline void kxMatchMachine::leaveRule()
+{
+    const Frame& frame = frames_.back();
+    --depth_;
+    if (tracer_ != nullptr)
+        tracer_->leaveRule(*program_->rules[frame.count], depth_, input_.placeOf(position_), KX_LEX_OK);
+    at_ = frame.at;
+    ruleStart_ = frame.position;
+    mark_ = frame.mark;
+    isSpent_ = frame.wasSpent;
+    frames_.pop_back();
+}
+
+void kxMatchMachine::leaveFailedRule(const Frame& frame)
+{
+    --depth_;
+    if (tracer_ != nullptr)
+        tracer_->leaveRule(*program_->rules[frame.count], depth_, input_.placeOf(ruleStart_),
+                           KX_LEX_NO_MATCH);
+    ruleStart_ = frame.position;
+}
+
+// Whether the next round can match; when the data has to be waited for, it is tried.
+inline bool kxMatchMachine::canGoOn(const kxProgramBounds& bounds, std::uint32_t rounds) const
+{
+    if (bounds.first == kxProgramBounds::kAnySet || rounds < bounds.minimum || position_ == end_) return true;
+    return program_->sets[bounds.first].contains(units_[position_]);
+}
+
+// Rounds stand in the frame of their repetition, whose choice is the end of the repetition. Answers whether that has
+// come.
+inline bool kxMatchMachine::endRound(const kxInstruction& instruction)
+{
+    Frame& frame = frames_.back();
+    const kxProgramBounds& bounds = program_->bounds[instruction.a];
+    if (position_ == frame.position || ++frame.count == bounds.maximum || !canGoOn(bounds, frame.count)) {
+        frames_.pop_back();
+        return true;
+    }
+    frame.position = position_;
+    frame.records = log_.count();
+    frame.mark = mark_;
+    frame.wasSpent = isSpent_;
+    return false;
+}
+
+// Goes back to the last choice that is left; false when there is none.
+inline bool kxMatchMachine::comeBack()
+{
+    const std::uint32_t from = position_;
+    for (; !frames_.empty(); frames_.pop_back()) {
+        const Frame& frame = frames_.back();
+        if (--stepsLeft_ < 0) return stop(kTooManySteps);
+        if (frame.kind == FrameKind::kCall) {
+            leaveFailedRule(frame);
+            continue;
+        }
+        // The end of a repetition is no way out before there were enough rounds.
+        if (frame.kind == FrameKind::kRounds &&
+            frame.count < program_->bounds[program_->code[frame.at - 1].a].minimum)
+            continue;
+        stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
+        position_ = frame.position;
+        log_.cutTo(frame.records);
+        mark_ = frame.mark;
+        isSpent_ = frame.wasSpent;
+        at_ = frame.at;
+        frames_.pop_back();
+        return true;
+    }
+    return false;
+}
+
+kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
+{
+    start(program);
+    // Copies of members, for the loop.
+    const kxInstruction* const code = program.code.data();
+    const kxInstruction* at = code;
+    std::uint32_t position = 0;
+    const char16_t* units = units_;
+    std::uint32_t end = end_;
+
+    const auto store = [&] {
+        at_ = static_cast<std::uint32_t>(at - code);
+        position_ = position;
+    };
+    const auto loadInput = [&] {
+        position = position_;
+        units = units_;
+        end = end_;
+    };
+    const auto hasUnit = [&] {
+        if (position != end) [[likely]]
+            return true;
+        store();
+        const bool hasMore = more();
+        loadInput();
+        return hasMore;
+    };
+
+    // What matches goes on with the loop, what fails leaves the switch.
+    for (;;) {
+        switch (at->operation) {
+        case KX_OP_UNIT:
+            if (!hasUnit() || units[position] != at->a) break;
+            ++position;
+            ++at;
+            continue;
+        case KX_OP_SET:
+            if (!hasUnit() || !program.sets[at->a].contains(units[position])) break;
+            ++position;
+            ++at;
+            continue;
+        case KX_OP_TEST:
+            if (hasUnit() && program.sets[at->a].contains(units[position])) {
+                ++at;
+                continue;
+            }
+            if (fault_ != nullptr) break;
+            at = code + at->b;
+            continue;
+        case KX_OP_TEXT: {
+            store();
+            const bool matches = takeText(*at);
+            loadInput();
+            if (!matches) break;
+            ++at;
+            continue;
+        }
+        case KX_OP_RUN: {
+            const kxProgramSet& set = program.sets[at->a];
+            const kxProgramBounds& bounds = program.bounds[at->b];
+            const std::uint32_t most = std::min(bounds.maximum, end - position);
+            const char16_t* const first = units + position;
+            std::uint32_t taken = 0;
+            while (taken != most && set.contains(first[taken])) ++taken;
+            if (position + taken == end && taken != bounds.maximum) [[unlikely]] {
+                store();
+                const bool matches = takeRun(*at, taken);
+                loadInput();
+                if (!matches) break;
+            } else {
+                if (taken < bounds.minimum) break;
+                position += taken;
+            }
+            ++at;
+            continue;
+        }
+        case KX_OP_CHOICE:
+            position_ = position;
+            if (!pushChoice(FrameKind::kChoice, at->b)) break;
+            ++at;
+            continue;
+        case KX_OP_COMMIT:
+            frames_.pop_back();
+            [[fallthrough]];
+        case KX_OP_JUMP:
+            at = code + at->b;
+            continue;
+        case KX_OP_REFUSE:
+            frames_.pop_back();
+            break;
+        case KX_OP_REPEAT:
+            position_ = position;
+            if (!pushChoice(FrameKind::kRounds, at->b)) break;
+            ++at;
+            continue;
+        case KX_OP_AGAIN:
+            position_ = position;
+            at = endRound(*at) ? at + 1 : code + at->b;
+            continue;
+        case KX_OP_CALL:
+            store();
+            if (!enterRule(*at)) break;
+            at = code + at->b;
+            continue;
+        case KX_OP_RETURN:
+            position_ = position;
+            leaveRule();
+            at = code + at_;
+            continue;
+        case KX_OP_NATIVE: {
+            store();
+            const bool matches = runFunction(*program.functions[at->a]);
+            loadInput();
+            if (!matches) break;
+            ++at;
+            continue;
+        }
+        case KX_OP_MARK:
+            store();
+            if (!mark()) break;
+            ++at;
+            continue;
+        case KX_OP_PUSH:
+        case KX_OP_BLANK:
+            store();
+            if (!record(*at)) break;
+            ++at;
+            continue;
+        case KX_OP_UNKNOWN:
+            store();
+            return KX_LEX_ERROR;
+        default:
+            store();
+            return KX_LEX_OK;
+        }
+        store();
+        if (fault_ != nullptr) return KX_LEX_ERROR;
+        if (!comeBack()) return fault_ != nullptr ? KX_LEX_ERROR : KX_LEX_NO_MATCH;
+        at = code + at_;
+        position = position_;
+    }
+}
+
+// ---- input
+
+bool kxMatchMachine::more()
+{
+    const bool hasMore = input_.more();
+    units_ = input_.units().data();
+    const auto end = static_cast<std::uint32_t>(input_.units().size());
+    stepsLeft_ += (end - end_) * KX_LEX_STEPS_PER_CHARACTER;
+    end_ = end;
+    if (input_.isFull()) return stop(kTooLong);
+    isShort_ = isShort_ || !hasMore;
+    return hasMore;
+}
+
+// Looks at what is there first: a text that differs already must not wait for more.
+bool kxMatchMachine::takeText(const kxInstruction& instruction)
+{
+    const char16_t* const text = program_->texts.data() + instruction.a;
+    std::uint32_t taken = 0;
+    while (taken < instruction.b) {
+        if (position_ + taken == end_ && !more()) return false;
+        const std::uint32_t there = std::min(instruction.b - taken, end_ - position_ - taken);
+        if (!std::equal(text + taken, text + taken + there, units_ + position_ + taken)) return false;
+        taken += there;
+    }
+    position_ += taken;
+    return true;
+}
+
+// Goes on with a run that has come to the end of what was read.
+bool kxMatchMachine::takeRun(const kxInstruction& instruction, std::uint32_t taken)
+{
+    const kxProgramSet& set = program_->sets[instruction.a];
+    const kxProgramBounds& bounds = program_->bounds[instruction.b];
+    const bool wasShort = isShort_;
+    while (taken != bounds.maximum) {
+        if (position_ + taken == end_ && !more()) {
+            if (fault_ != nullptr) return false;
+            // A run that is long enough has not failed.
+            isShort_ = wasShort || taken < bounds.minimum;
+            break;
+        }
+        if (!set.contains(units_[position_ + taken])) break;
+        ++taken;
+    }
+    const bool matches = taken >= bounds.minimum;
+    position_ += matches ? taken : 0;
+    return matches;
+}
+
+bool kxMatchMachine::runFunction(const kxFuncInfo& function)
+{
+    if (tracer_ != nullptr) tracer_->enterFunction(function, depth_, input_.placeOf(position_));
+    kxLexResult result = KX_LEX_NO_MATCH;
+    input_.setPosition(position_);
+    if (function.kind() == KX_FUNC_CHARACTER) {
+        const std::int32_t unit = input_.next();
+        if (unit != KX_LEX_END && function.first().contains(static_cast<char16_t>(unit))) result = KX_LEX_OK;
+        isShort_ = isShort_ || unit == KX_LEX_END;
+    } else {
+        result = function.function()(input_);
+        isShort_ = isShort_ || (result == KX_LEX_NO_MATCH && input_.hasTouchedEnd());
+    }
+    if (result == KX_LEX_OK) position_ = input_.position();
+    const auto end = static_cast<std::uint32_t>(input_.units().size());
+    stepsLeft_ += (end - end_) * KX_LEX_STEPS_PER_CHARACTER;
+    units_ = input_.units().data();
+    end_ = end;
+    if (tracer_ != nullptr) tracer_->leaveFunction(function, depth_, input_.placeOf(position_), result);
+    if (input_.isFull()) return stop(kTooLong);
+    if (result != KX_LEX_OK && result != KX_LEX_NO_MATCH) return stop("Function failed");
+    return result == KX_LEX_OK;
+}
+
+// ---- records
+
+bool kxMatchMachine::add(kxMatchLog::Kind kind)
+{
+    if (log_.count() >= KX_LEX_MAX_RECORDS) return stop(kTooManyRecords);
+    const std::uint32_t index = log_.add({kind, at_, mark_, position_});
+    if (kind == kxMatchLog::Kind::kMark) mark_ = index;
+    return true;
+}
+
+bool kxMatchMachine::mark()
+{
+    if (isSpent_) mark_ = KX_MATCH_NO_MARK;
+    isSpent_ = false;
+    return add(kxMatchLog::Kind::kMark);
+}
+
+// Without a mark the beginning of the rule is one.
+bool kxMatchMachine::record(const kxInstruction& instruction)
+{
+    const kxFuncInfo& function = *program_->functions[instruction.a];
+    if (tracer_ != nullptr) tracer_->enterFunction(function, depth_, input_.placeOf(position_));
+    if (mark_ == KX_MATCH_NO_MARK) {
+        const std::uint32_t here = std::exchange(position_, ruleStart_);
+        const bool isAdded = add(kxMatchLog::Kind::kMark);
+        position_ = here;
+        if (!isAdded) return false;
+    }
+    const bool isBlank = instruction.operation == KX_OP_BLANK;
+    if (!add(isBlank ? kxMatchLog::Kind::kBlank : kxMatchLog::Kind::kPush)) return false;
+    isSpent_ = true;
+    if (tracer_ != nullptr) tracer_->leaveFunction(function, depth_, input_.placeOf(position_), KX_LEX_OK);
+    return true;
+}

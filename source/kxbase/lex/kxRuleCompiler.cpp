@@ -1,0 +1,382 @@
+#include "kxbase/lex/kxRuleCompiler.h"
+
+#include "kxbase/lex/kxRuleUnits.h"
+#include "kxbase/lex/kxRuleWalk.h"
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+constexpr std::uint32_t kNone = KX_RULE_NO_NODE;
+// A rule of more nodes is not worth putting in where it is called.
+constexpr std::size_t kInlineNodes = 40;
+constexpr std::uint32_t kInlineDepth = 4;
+// Behind so many instructions rules are only called.
+constexpr std::uint32_t kInlineCode = 65536;
+// Alternatives that are compared with one; among more, some will begin alike.
+constexpr std::uint32_t kComparedAlternatives = 64;
+constexpr std::uint32_t kSingleDepth = 8;
+constexpr kxProgramBounds kAtLeastOne{1, KX_RULE_UNLIMITED};
+
+class Compiler {
+public:
+    Compiler(const kxRuleSet& set, kxRuleCode kind) : set_(set), isPlain_(kind == kxRuleCode::kPlain)
+    {
+        program_.functions = set.functions();
+        for (const kxRuleSet::Rule& rule : set.rules()) program_.rules.push_back(rule.info);
+    }
+
+    kxRuleProgram compile()
+    {
+        emit(KX_OP_CALL, 0);
+        emit(KX_OP_DONE);
+        for (const kxRuleSet::Rule& rule : set_.rules()) {
+            program_.entries.push_back(here());
+            compileRule(rule);
+            emit(KX_OP_RETURN);
+        }
+        for (kxInstruction& instruction : program_.code) {
+            if (instruction.operation == KX_OP_CALL) instruction.b = program_.entries[instruction.a];
+        }
+        return std::move(program_);
+    }
+
+    // ---- the walk over a rule
+
+    bool enter(kxRuleStep& step)
+    {
+        const kxRuleNode& node = nodeAt(step.node);
+        if (!isInlined_) offset_ = node.offset;
+        if (step.node == std::exchange(runNode_, kNone))
+            return emit(KX_OP_RUN, singleSet(*rule_, step.node, kSingleDepth), boundsIndex(kAtLeastOne));
+        step.chain = step.place = kNone;
+        switch (node.kind) {
+        case KX_RULE_LITERAL:
+            return literal(node);
+        case KX_RULE_SET:
+        case KX_RULE_SET_NOT:
+            return emit(KX_OP_SET, writtenSet(*rule_, step.node));
+        case KX_RULE_MARK:
+            return emit(KX_OP_MARK);
+        case KX_RULE_NAME:
+            return name(step.node);
+        case KX_RULE_REPEAT:
+            return beginRepeat(step, node);
+        default:
+            return true;
+        }
+    }
+    void child(kxRuleStep& step)
+    {
+        const kxRuleNodeKind kind = nodeAt(step.node).kind;
+        if (kind == KX_RULE_CHOICE) {
+            beginAlternative(step);
+            if (isRoundOfCharacters(step)) runNode_ = step.nextChild;
+        }
+        if (kind == KX_RULE_DIFFERENCE) beginUnwanted(step);
+    }
+    void leave(kxRuleStep& step)
+    {
+        const kxRuleNode& node = nodeAt(step.node);
+        if (node.kind == KX_RULE_CHOICE) closeChain(step.chain);
+        if (node.kind == KX_RULE_REPEAT) endRepeat(step, node);
+    }
+
+private:
+    const kxRuleNode& nodeAt(std::uint32_t node) const { return rule_->info->tree().nodes()[node]; }
+    std::uint32_t here() const { return static_cast<std::uint32_t>(program_.code.size()); }
+    // Answers false, for leaves of the walk.
+    bool emit(kxOperation operation, std::uint32_t a = 0, std::uint32_t b = 0)
+    {
+        program_.code.push_back({operation, a, b, offset_});
+        return false;
+    }
+    void setTarget(std::uint32_t instruction, std::uint32_t target) { program_.code[instruction].b = target; }
+
+    void compileRule(const kxRuleSet::Rule& rule)
+    {
+        const kxRuleSet::Rule* const outer = std::exchange(rule_, &rule);
+        const std::uint32_t rounds = std::exchange(rounds_, kNone);
+        kxRuleWalk(rule.info->tree(), *this);
+        rounds_ = rounds;
+        rule_ = outer;
+    }
+
+    // ---- leaves
+
+    bool literal(const kxRuleNode& node)
+    {
+        const std::u16string units = unitsOf(*rule_, node);
+        if (units.empty()) return false;
+        if (units.size() == 1) return emit(KX_OP_UNIT, units.front());
+        const auto start = static_cast<std::uint32_t>(program_.texts.size());
+        program_.texts += units;
+        return emit(KX_OP_TEXT, start, static_cast<std::uint32_t>(units.size()));
+    }
+    bool name(std::uint32_t node)
+    {
+        const kxRuleSet::Target target = rule_->targets[node];
+        if (target.kind == kxRuleSet::Kind::kUnknown) {
+            program_.names.emplace_back(rule_->info->tree().textOf(nodeAt(node)));
+            return emit(KX_OP_UNKNOWN, static_cast<std::uint32_t>(program_.names.size() - 1));
+        }
+        if (target.kind == kxRuleSet::Kind::kFunction) return function(node, target.index);
+        const kxRuleSet::Rule& called = set_.rules()[target.index];
+        if (isPlain_ || !canBeInlined(called)) return emit(KX_OP_CALL, target.index);
+        const bool wasInlined = std::exchange(isInlined_, true);
+        compileRule(called);
+        isInlined_ = wasInlined;
+        return false;
+    }
+    bool function(std::uint32_t node, std::uint32_t index)
+    {
+        const kxFuncInfo& info = *set_.functions()[index];
+        if (info.isAction()) return emit(isBehindBlank(node) ? KX_OP_BLANK : KX_OP_PUSH, index);
+        if (isPlain_ || info.kind() != KX_FUNC_CHARACTER) return emit(KX_OP_NATIVE, index);
+        return emit(KX_OP_SET, setOf(info.first()));
+    }
+    // Whether fPush stands directly behind the white-space function.
+    bool isBehindBlank(std::uint32_t node) const
+    {
+        if (rule_->info->tree().textOf(nodeAt(node)) != "fPush" || node == 0) return false;
+        const kxRuleSet::Target before = rule_->targets[node - 1];
+        return before.kind == kxRuleSet::Kind::kFunction && nodeAt(node - 1).next == node &&
+               set_.functions()[before.index]->name() == "fWS";
+    }
+    // Rules that neither mark nor run functions of the program, and are short with all that they call.
+    bool canBeInlined(const kxRuleSet::Rule& rule) const
+    {
+        std::size_t nodes = kInlineNodes;
+        return here() < kInlineCode && takesNoMore(rule, nodes, kInlineDepth);
+    }
+    bool takesNoMore(const kxRuleSet::Rule& rule, std::size_t& nodesLeft, std::uint32_t depth) const
+    {
+        const std::vector<kxRuleNode>& nodes = rule.info->tree().nodes();
+        if (nodes.size() > nodesLeft || depth == 0) return false;
+        nodesLeft -= nodes.size();
+        for (std::uint32_t node = 0; node < nodes.size(); ++node) {
+            if (nodes[node].kind == KX_RULE_MARK) return false;
+            if (nodes[node].kind != KX_RULE_NAME || isCharacter(rule.targets[node])) continue;
+            if (rule.targets[node].kind != kxRuleSet::Kind::kRule) return false;
+            if (!takesNoMore(set_.rules()[rule.targets[node].index], nodesLeft, depth - 1)) return false;
+        }
+        return true;
+    }
+    bool isCharacter(const kxRuleSet::Target& target) const
+    {
+        return target.kind == kxRuleSet::Kind::kFunction &&
+               set_.functions()[target.index]->kind() == KX_FUNC_CHARACTER;
+    }
+
+    // ---- choices and differences
+
+    // Ends the alternative before and prepares the next one.
+    void beginAlternative(kxRuleStep& step)
+    {
+        if (step.child != 0) endAlternative(step);
+        const std::uint32_t next = nodeAt(step.nextChild).next;
+        if (next == kNone) return;
+        const kxUnitSet& first = rule_->first[step.nextChild];
+        step.place = here();
+        const bool isTested = !isPlain_ && !first.hasNothing();
+        if (isTested) emit(KX_OP_TEST, setOf(first));
+        // Where no later alternative can begin like this one, there is nothing to come back for.
+        if (!isTested || overlapsLater(first, next)) emit(KX_OP_CHOICE);
+    }
+    void endAlternative(kxRuleStep& step)
+    {
+        const bool hasChoice = isChoice(step.place) || isChoice(step.place + 1);
+        const bool hasTest = program_.code[step.place].operation == KX_OP_TEST;
+        const std::uint32_t end = here();
+        emit(hasChoice ? KX_OP_COMMIT : KX_OP_JUMP, 0, step.chain);
+        step.chain = end;
+        setTarget(step.place, here());
+        if (hasTest && isChoice(step.place + 1)) setTarget(step.place + 1, here());
+    }
+    // The choice of the alternative itself: an inner one has its target already.
+    bool isChoice(std::uint32_t at) const
+    {
+        return at < here() && program_.code[at].operation == KX_OP_CHOICE && program_.code[at].b == 0;
+    }
+    bool overlapsLater(const kxUnitSet& first, std::uint32_t later) const
+    {
+        for (std::uint32_t count = 0; later != kNone; later = nodeAt(later).next) {
+            if (++count > kComparedAlternatives || rule_->first[later].hasNothing() ||
+                rule_->first[later].overlaps(first))
+                return true;
+        }
+        return false;
+    }
+    void closeChain(std::uint32_t chain)
+    {
+        while (chain != kNone) setTarget(std::exchange(chain, program_.code[chain].b), here());
+    }
+
+    // All children but the last must not match.
+    void beginUnwanted(kxRuleStep& step)
+    {
+        if (step.child != 0) {
+            emit(KX_OP_REFUSE);
+            closeChain(step.chain);
+        }
+        step.chain = kNone;
+        if (nodeAt(step.nextChild).next == kNone) return;
+        const kxUnitSet& first = rule_->first[step.nextChild];
+        if (!isPlain_ && !first.hasNothing()) {
+            step.chain = here();
+            emit(KX_OP_TEST, setOf(first), kNone);
+        }
+        emit(KX_OP_CHOICE, 0, step.chain);
+        step.chain = here() - 1;
+    }
+
+    // ---- repetitions
+
+    bool beginRepeat(kxRuleStep& step, const kxRuleNode& node)
+    {
+        if (node.maximum == 0) return false;
+        const std::uint32_t set = singleSet(*rule_, node.firstChild, kSingleDepth);
+        if (set != kNone) return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
+        const kxUnitSet& first = rule_->first[node.firstChild];
+        const kxProgramBounds bounds = boundsOf(node);
+        if (!isPlain_ && node.minimum == 0 && !first.hasNothing()) {
+            step.chain = here();
+            emit(KX_OP_TEST, setOf(first), kNone);
+        }
+        const std::uint32_t begin = here();
+        if (isOptional(node))
+            emit(KX_OP_CHOICE, 0, step.chain);
+        else
+            emit(KX_OP_REPEAT, boundsIndex(bounds), step.chain);
+        step.chain = begin;
+        step.place = here();
+        if (isPlain_ || node.maximum != KX_RULE_UNLIMITED || node.minimum > 1) return true;
+        if (nodeAt(node.firstChild).kind == KX_RULE_CHOICE) rounds_ = node.firstChild;
+        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild, bounds);
+        return true;
+    }
+    // Characters that are matched round by round may as well be taken all at once: where rounds are not limited, an
+    // alternative that is one character and comes first, or begins like no other.
+    bool isRoundOfCharacters(const kxRuleStep& step)
+    {
+        const kxRuleNode& choice = nodeAt(step.node);
+        if (isPlain_ || step.node != rounds_ || singleSet(*rule_, step.nextChild, kSingleDepth) == kNone)
+            return false;
+        if (step.child == 0) return true;
+        if (step.child > kComparedAlternatives) return false;
+        for (std::uint32_t other = choice.firstChild; other != step.nextChild; other = nodeAt(other).next) {
+            const kxUnitSet& first = rule_->first[other];
+            if (first.hasNothing() || first.overlaps(rule_->first[step.nextChild])) return false;
+        }
+        return true;
+    }
+    // The same for a difference: characters with which nothing unwanted begins.
+    void runOfWanted(const kxRuleStep& step, std::uint32_t difference, const kxProgramBounds& bounds)
+    {
+        kxUnitSet unwanted;
+        std::uint32_t child = nodeAt(difference).firstChild;
+        for (; nodeAt(child).next != kNone; child = nodeAt(child).next) unwanted |= rule_->first[child];
+        if (unwanted.hasNothing() || singleSet(*rule_, child, kSingleDepth) == kNone) return;
+        kxUnitSet wanted = rule_->first[child];
+        wanted.remove(unwanted);
+        if (set_.isWide()) wanted.removeHigh();
+        const std::uint32_t set = setOf(wanted);
+        emit(KX_OP_TEST, set, here() + 3);
+        emit(KX_OP_RUN, set, boundsIndex(kAtLeastOne));
+        emit(KX_OP_AGAIN, boundsIndex(bounds), step.place);
+    }
+    void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
+    {
+        if (isOptional(node))
+            emit(KX_OP_COMMIT, 0, here() + 1);
+        else
+            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
+        closeChain(step.chain);
+    }
+    kxProgramBounds boundsOf(const kxRuleNode& node)
+    {
+        const kxUnitSet& first = rule_->first[node.firstChild];
+        const bool isTested = !isPlain_ && !first.hasNothing();
+        return {node.minimum, node.maximum, isTested ? setOf(first) : kxProgramBounds::kAnySet};
+    }
+    static bool isOptional(const kxRuleNode& node) { return node.minimum == 0 && node.maximum == 1; }
+    std::uint32_t boundsIndex(const kxProgramBounds& bounds)
+    {
+        const auto count = static_cast<std::uint32_t>(program_.bounds.size());
+        const auto [place, isNew] = boundsIndex_.try_emplace(bounds, count);
+        if (isNew) program_.bounds.push_back(bounds);
+        return place->second;
+    }
+    // The set of what matches exactly one character and does nothing else; kNone for other nodes.
+    std::uint32_t singleSet(const kxRuleSet::Rule& rule, std::uint32_t at, std::uint32_t depth)
+    {
+        const kxRuleNode& node = rule.info->tree().nodes()[at];
+        if (node.kind == KX_RULE_SET || node.kind == KX_RULE_SET_NOT) return writtenSet(rule, at);
+        if (node.kind == KX_RULE_LITERAL && unitsOf(rule, node).size() == 1) return writtenSet(rule, at);
+        if (node.kind != KX_RULE_NAME || isPlain_ || depth == 0) return kNone;
+        const kxRuleSet::Target target = rule.targets[at];
+        if (isCharacter(target)) return setOf(set_.functions()[target.index]->first());
+        if (target.kind != kxRuleSet::Kind::kRule) return kNone;
+        const kxRuleSet::Rule& called = set_.rules()[target.index];
+        return singleSet(called, called.info->tree().root(), depth - 1);
+    }
+
+    // ---- sets
+
+    std::u16string unitsOf(const kxRuleSet::Rule& rule, const kxRuleNode& node) const
+    {
+        std::u16string units;
+        kxRuleUnits::decode(rule.info->tree().textOf(node), set_.isWide(), units);
+        return units;
+    }
+    std::uint32_t writtenSet(const kxRuleSet::Rule& rule, std::uint32_t at)
+    {
+        const kxRuleNode& node = rule.info->tree().nodes()[at];
+        const bool isNot = node.kind == KX_RULE_SET_NOT;
+        kxProgramSet set{{}, isNot, {}};
+        std::fill(std::begin(set.low), std::end(set.low), static_cast<std::uint8_t>(isNot));
+        for (const char16_t unit : unitsOf(rule, node)) {
+            if (unit < 256)
+                set.low[unit] = !isNot;
+            else
+                set.exceptions += unit;
+        }
+        std::sort(set.exceptions.begin(), set.exceptions.end());
+        return setIndex(std::move(set));
+    }
+    std::uint32_t setOf(const kxUnitSet& units)
+    {
+        kxProgramSet set{{}, units.contains(kxUnitSet::kHigh), {}};
+        for (char16_t unit = 0; unit < 256; ++unit) set.low[unit] = units.contains(unit);
+        return setIndex(std::move(set));
+    }
+    std::uint32_t setIndex(kxProgramSet set)
+    {
+        std::u16string key(std::begin(set.low), std::end(set.low));
+        key += static_cast<char16_t>(set.high);
+        key += set.exceptions;
+        const auto count = static_cast<std::uint32_t>(program_.sets.size());
+        const auto [place, isNew] = setIndex_.try_emplace(std::move(key), count);
+        if (isNew) program_.sets.push_back(std::move(set));
+        return place->second;
+    }
+
+    const kxRuleSet& set_;
+    const bool isPlain_;
+    kxRuleProgram program_;
+    const kxRuleSet::Rule* rule_ = nullptr;  // being compiled
+    bool isInlined_ = false;                 // into another one, whose text errors show
+    std::uint32_t rounds_ = kNone;           // the choice whose rounds are not limited
+    std::uint32_t runNode_ = kNone;          // the node that is to take all it can
+    std::uint32_t offset_ = 0;
+    std::map<std::u16string, std::uint32_t> setIndex_;
+    std::map<kxProgramBounds, std::uint32_t> boundsIndex_;
+};
+
+}  // namespace
+
+kxRuleProgram kxCompileRules(const kxRuleSet& set, kxRuleCode kind)
+{
+    return Compiler(set, kind).compile();
+}

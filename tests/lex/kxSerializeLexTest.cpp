@@ -1,0 +1,395 @@
+#include "kxbase/lex/kxSerializeLex.h"
+
+#include "lex/kxLexOutcome.h"
+#include "support/kxFatalText.h"
+#include "support/kxMessageRecorder.h"
+#include "support/kxScriptedAdapter.h"
+#include "support/kxTempDirectory.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string repeated(std::string_view text, int count)
+{
+    std::string all;
+    while (count-- != 0) all += text;
+    return all;
+}
+
+std::string wide(std::string_view text)
+{
+    std::string out;
+    for (const char byte : text) out += {byte, '\0'};
+    return out;
+}
+
+struct Row {
+    const char* why;
+    std::string rules;
+    std::string input;
+    std::string expected;
+};
+
+// The result and the error text of running main.
+std::string faultOf(std::string_view rules, std::string_view input)
+{
+    const auto adapter = kxInputOf(input);
+    kxSerializeLex lex(adapter);
+    lex.addRules(rules);
+    const kxLexResult result = lex.run("main");
+    const std::string text = std::string(kxLexResultName(result)) + ": " + lex.getError().text();
+    EXPECT_EQ(kxRestOf(*adapter), result == KX_LEX_OK ? "" : input) << "nothing is taken";
+    return text;
+}
+
+}  // namespace
+
+TEST(kxSerializeLex, MatchesEveryConstruct)
+{
+    const Row rows[] = {
+        {"literals", "main ::= 'a\"' \"'b\"", "a\"'bc", "OK <c>"},
+        {"the empty literal", "main ::= ''", "x", "OK <x>"},
+        {"a set", "main ::= [abc]", "bc", "OK <c>"},
+        {"a set that holds none", "main ::= []", "b", "No Match <b>"},
+        {"a negated set", "main ::= [^abc]", "bc", "No Match <bc>"},
+        {"any character, at the end too", "main ::= [^] [^]?", "\n", "OK <>"},
+        {"a set has no ranges", "main ::= [a-c]*", "a-cb", "OK <b>"},
+        {"the first alternative is final", "main ::= ('a' | 'ab') 'c'", "abc", "No Match <abc>"},
+        {"repetitions give nothing up", "main ::= 'a'* 'a'", "aaa", "No Match <aaa>"},
+        {"optional", "main ::= 'a'? 'b'", "b", "OK <>"},
+        {"at least one", "main ::= ('a' 'b')+", "ababa", "OK <a>"},
+        {"too few", "main ::= ('a' 'b'){2,3}", "aba", "No Match <aba>"},
+        {"as many as there may be", "main ::= ('a' 'b'){1,2}", "ababab", "OK <ab>"},
+        {"an exact count", "main ::= ('x')2 'x'", "xxxx", "OK <x>"},
+        {"a round of nothing ends", "main ::= ('a'?)* ('' $){3,5} 'b'", "aab", "OK <>"},
+        {"a character leaves others their round", "main ::= ('abx' | [abc])*", "cabx!", "OK <!>"},
+        {"difference", "main ::= ([^] - ('$(' | '${'))*", "a$b${c", "OK <${c>"},
+        {"a set as a difference", "main ::= [abc] - 'b' - 'c'", "b", "No Match <b>"},
+        {"forward references", "main ::= b; b ::= 'x'", "x", "OK <>"},
+        {"the last rule of a name", "main ::= b; b ::= 'x'; b ::= 'y'", "y", "OK <>"},
+        {"recursion", "main ::= '(' main? ')'", "(())", "OK <>"},
+        {"push takes from the last mark", "main ::= 'a' $ 'b' $ 'c' fPush 'd' fPush", "abcd",
+         "OK 'c' 'cd' <>"},
+        {"without a mark, from the rule's start", "main ::= 'a' b 'c'; b ::= 'x' 'y' fPush", "axyc",
+         "OK 'xy' <>"},
+        {"marks belong to the running rule", "main ::= $ 'a' b 'c' fPush; b ::= $ 'x' fPush", "axc",
+         "OK 'x' 'axc' <>"},
+        {"a mark in what failed is undone", "main ::= 'a' ($ 'b' 'x' | 'b') fPush", "ab", "OK 'ab' <>"},
+        {"values of what failed are undone", "main ::= ($ 'a' fPush 'x' | $ 'ab' fPush)", "ab", "OK 'ab' <>"},
+        {"strings lose their quotes", "main ::= $ fStr fPushStr fPush $ fStr fPushStr", "'a\"'\"b'\"",
+         "OK 'a\"' ''a\"'' 'b'' <>"},
+        {"what is pushed as it stands", "main ::= $ [^]* fString fRegKey fIFace", "'5'",
+         "OK ''5'' ''5'' ''5'' <>"},
+        {"numbers", "main ::= (($ fNum fPush | fInt) ' '?)*", "5 -2.5e1 +0 007 .5", "OK 5 -25 0 7 <.5>"},
+        {"integers beyond 53 bits", "main ::= ($ fInt fPush ' ')*",
+         "9007199254740992 9007199254740993 -9223372036854775808 ",
+         "OK 9007199254740992 9007199254740993L -9223372036854775808L <>"},
+        {"texts with digits are texts", "main ::= ($ [^ ]* fPush ' ')*", "1.5.2 0x10 1e - + 12a ",
+         "OK '1.5.2' '0x10' '1e' '-' '+' '12a' <>"},
+        {"a blank is the number 32", "main ::= $ fWS fPush $ fToken fPush", "\t ", "OK 32 ' ' <>"},
+        {"fNum leaves what is not complete", "main ::= $ fNum fPush", "1.e", "OK 1 <.e>"},
+        {"and so does its exponent", "main ::= $ fNum fPush", "1.5e+x", "OK 1.5 <e+x>"},
+        {"fInt gives its sign back", "main ::= fInt | '-' ", "-x", "OK <x>"},
+        {"fIdent", "main ::= $ fIdent fPush", "_a1-", "OK '_a1' <->"},
+        {"fIdent begins with no digit", "main ::= fIdent", "1a", "No Match <1a>"},
+        {"fPlain", "main ::= ($ fPlain fPush [^])*", "a-$.b=c&d;e,f(g\"h'i[j}k l\xC3<",
+         "OK 'a-$.b' 'c' 'd' 'e' 'f' 'g' 'h' 'i' 'j' 'k' <l\xC3<>"},
+        {"digit, fHexS, fWS", "main ::= digit fHexS fWS*", "9f \t\r\nx", "OK <x>"},
+        {"fHex", "main ::= $ fHex fPush", "beefx", "OK 'beef' <x>"},
+        {"fToken and fEnd", "main ::= fToken $ fEnd fPush fEnd", "\n\r'x", "OK '\r'x' <>"},
+        {"a run over many blocks", "main ::= ('ab')* [c]* 'd'",
+         repeated("ab", 50000) + repeated("c", 70000) + "d!", "OK <!>"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        EXPECT_EQ(kxOutcomeOf(row.rules, row.input), row.expected);
+        EXPECT_EQ(kxOutcomeOf(row.rules, row.input, true), row.expected) << "plainly";
+    }
+}
+
+TEST(kxSerializeLex, ScansPatterns)
+{
+    const struct {
+        const char* why;
+        std::string pattern, input, expected;
+        char separator = '.';
+    } rows[] = {
+        {"blanks, literals and numbers", "%w{%w%n%w,%w%n%w}", " { 1.5 ,\t-2}x", "OK 1.5 -2 <x>"},
+        {"words and integers", "%i=%l;%p", "a1=-5;b.c d", "OK 'a1' -5 'b.c' < d>"},
+        {"texts, tokens, digits, the rest", "%s%t%x %e", "'q'!ff rest\n", "OK 'q' '!' 'ff' 'rest\n' <>"},
+        {"a set takes one character", "[ab]%i", "bc", "OK 'c' <>"},
+        {"rule text", "x:%\" $ '{' [^}]* '},' fPush $ [^?]+ fPush '?'? \"%e", "x:{u},f?o",
+         "OK '{u},' 'f' 'o' <>"},
+        {"per cent signs", "%%a%!", "%%a%!", "OK <>"},
+        {"quotes", "'\"", "'\"", "OK <>"},
+        {"nothing", "", "x", "OK <x>"},
+        {"an open set", "[a", "a", "Error <a>"},
+        {"an open rule text", "%\" 'a'", "a", "Error <a>"},
+        {"a lonely per cent sign", "a%", "a%", "Error <a%>"},
+        {"a decimal comma", "%n;%n;%n", "1,5;-2,5e3;7,x", "OK 1.5 -2500 7 <x>", ','},
+        {"a point is then none", "%n", "1.5", "OK 1 <.5>", ','},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const kxMessageRecorder messages;
+        const auto adapter = kxInputOf(row.input);
+        kxSerializeLex lex(adapter);
+        EXPECT_TRUE(lex.setDecimalSeparator(row.separator));
+        const kxLexResult result = lex.scan(row.pattern);
+        EXPECT_EQ(lex.getError().isEmpty(), result != KX_LEX_ERROR);
+        EXPECT_EQ(messages.entries().empty(), result != KX_LEX_ERROR);
+        EXPECT_EQ(kxOutcome(lex, result, *adapter), row.expected);
+    }
+    const kxMessageRecorder messages;
+    EXPECT_FALSE(kxSerializeLex().setDecimalSeparator('\''));
+}
+
+TEST(kxSerializeLex, SaysWhyItStopped)
+{
+    const kxMessageRecorder messages;
+    const Row rows[] = {
+        {"another text", "main ::= 'a' 'b'", "axx", "No Match: "},
+        {"the data ends", "main ::= 'abc'", "ab", "No Match: Adapter out of Data"},
+        {"in a function", "main ::= 'x' fInt", "x-", "No Match: Adapter out of Data"},
+        {"in a run that is too short", "main ::= [x]{3,4}", "xx", "No Match: Adapter out of Data"},
+        {"a run that is long enough is no failure", "main ::= ('a' [x]* | 'b') 'c'", "axd", "No Match: "},
+        {"a name that stands for nothing", "main ::= 'a' other", "a", "Error: Unknow parse function 'other'"},
+        {"is only met when it is reached", "main ::= 'a' other | 'b'", "b", "OK: "},
+        {"no such rule", "x ::= 'a'", "a", "Error: Unknow parse function 'main'"},
+        {"left recursion", "main ::= 'x' | y; y ::= main 'z'", "x",
+         "Error: Parse Error:'Left recursion' in rule 'y' at (Line:1,Col:25) -> main 'z'"},
+        {"too deep", "main ::= '\n' b; b ::= 'x' b 'y' | 'z'", "\n" + repeated("x", 20000),
+         "Error: Parse Error:'Too many nested rules' in rule 'b' at (Line:2,Col:10000) -> b 'y' | 'z'"},
+        {"deep enough", "main ::= '(' main ')' | ''", repeated("(", 9999) + repeated(")", 9999), "OK: "},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        EXPECT_EQ(faultOf(row.rules, row.input), row.expected);
+    }
+}
+
+TEST(kxSerializeLex, SurvivesHostileRules)
+{
+    const kxMessageRecorder messages;
+    const std::string manySets = "main ::= ([" + repeated("x", 65000) + "])* 'y'";
+    EXPECT_EQ(faultOf(manySets, repeated("x", 1000) + "y"), "OK: ");
+    EXPECT_EQ(faultOf("main ::= " + repeated("'x' 'y' | ", 20000) + "'z'", "z"), "OK: ");
+    EXPECT_EQ(faultOf("s ::= 'a' 'b' 'c' 'd' | 'e'; main ::= 'z' | " + repeated("s ", 50000) + ";", "z"),
+              "OK: ");
+    EXPECT_EQ(faultOf("main ::= 'x'" + repeated(" 'x'", 300000), "z"), "Error: Unknow parse function 'main'");
+    std::string doubling;  // each rule tries the next one twice
+    for (char rule = 'a'; rule < 'z'; ++rule)
+        doubling += std::string(1, rule) + " ::= 'x' " + static_cast<char>(rule + 1) + " '1' | 'x' " +
+                    static_cast<char>(rule + 1) + " '2';";
+    doubling += "z ::= ('x')* '!' | 'x'*; main ::= a '0';";
+    const auto adapter = kxInputOf(repeated("x", 60));
+    kxSerializeLex lex(adapter);
+    lex.addRules(doubling);
+    lex.setStepLimit(100000);
+    EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+    EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule '")) << lex.getError();
+    EXPECT_EQ(adapter->length(), 60U);
+
+    std::string empties = "z ::= '';";  // calls without end that take nothing
+    for (char rule = 'a'; rule < 'z'; ++rule) {
+        const std::string next(1, static_cast<char>(rule + 1));
+        empties += std::string(1, rule) + " ::= $ " + next + " " + next + " " + next + ";";
+    }
+    lex.addRules(empties);
+    EXPECT_EQ(lex.run("a"), KX_LEX_ERROR);
+    EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule '")) << lex.getError();
+}
+
+TEST(kxSerializeLex, ReadsNoMoreThanItMay)
+{
+    const kxMessageRecorder messages;
+    const auto endless = kxSerializeAdapter::getAdapter("file:/dev/zero", KX_SERIALIZE_INPUT);
+    kxSerializeLex lex(endless);
+    lex.setHistoryLimit(100000);
+    lex.addRules("all ::= fEnd; none ::= ('x' | [^])*; one ::= $ [^] fPush");
+    for (const char* rule : {"all", "none"}) {
+        EXPECT_EQ(lex.run(rule), KX_LEX_ERROR);
+        EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too much input' in rule '")) << lex.getError();
+    }
+    EXPECT_EQ(lex.run("one"), KX_LEX_OK);
+    EXPECT_FALSE(lex.loadRules("file:/dev/zero"));
+    EXPECT_EQ(lex.getError(), "Too much input");
+
+    kxScriptedAdapter::Journal journal;
+    const auto slow = kxMakeRef<kxScriptedAdapter>("in", journal);
+    slow->ready = "ab";
+    slow->later = "cd";
+    kxSerializeLex careful(slow);
+    careful.addRules("x ::= 'abx'; y ::= 'abc' 'd'");
+    EXPECT_EQ(careful.run("y"), KX_LEX_OK) << "waits for what is missing";
+    slow->ready = "ab";
+    slow->later = "cd";
+    careful.addRules("z ::= 'ax' | 'ab'");
+    EXPECT_EQ(careful.run("z"), KX_LEX_OK);
+    EXPECT_EQ(slow->later, "cd") << "does not wait without need";
+}
+
+TEST(kxSerializeLex, LoadsRuleSets)
+{
+    const std::string set = "a ::= 'x';\nmain ::= a b{3,2};\n/* c */ main ::= a 'y' ;;\n";
+    const kxTempDirectory folder;
+    folder.write("rules", set);
+    const kxString url = kxString("file:") + folder.path("rules").c_str();
+    const kxString fault = "Min>Max in set {Min,Max} in rule 'main' at (Line:2,Col:13) -> {3,2}";
+    for (const bool fromUrl : {false, true}) {
+        const kxMessageRecorder messages;
+        const auto adapter = kxInputOf("xy");
+        kxSerializeLex lex(adapter);
+        EXPECT_FALSE(fromUrl ? lex.loadRules(url) : lex.addRules(set));
+        EXPECT_EQ(lex.getError(), fault);
+        const kxString told = fromUrl ? "Malformed rule in parser url:" + url
+                                      : "Malformed rule in parser string:" + kxString(set);
+        EXPECT_EQ(messages.texts(),
+                  (std::vector<std::string>{fault.text(), std::string(told.view()) + " rule nr:2"}));
+        EXPECT_EQ(messages.entries().back().level, KX_MESSAGE_WARNING);
+        EXPECT_EQ(lex.run("main"), KX_LEX_OK);
+        EXPECT_TRUE(lex.getError().isEmpty());
+    }
+    kxMessageRecorder messages;
+    kxSerializeLex lex;
+    EXPECT_FALSE(lex.addRule("%s ::= x"));
+    EXPECT_EQ(messages.takeTexts(),
+              (std::vector<std::string>{"Expression mismatch in rule '' at (Line:1,Col:1) -> %s ::= x",
+                                        "Malformed rule in parser -> '%s ::= x'"}));
+    EXPECT_TRUE(lex.addRule("a ::= 'x';"));
+    EXPECT_FALSE(lex.addRule("a ::= 'y"));
+    EXPECT_EQ(lex.run("a"), KX_LEX_NO_MATCH) << "the rule is still there";
+    EXPECT_FALSE(lex.loadRules("file:/no/such/rules"));
+    EXPECT_FALSE(lex.getError().isEmpty());
+}
+
+TEST(kxSerializeLex, RunsFunctionsAndActionsOfTheProgram)
+{
+    const kxMessageRecorder messages;
+    const auto adapter = kxInputOf("ab\ncd\xff!");
+    kxSerializeLex lex(adapter);
+    std::string seen;
+    lex.addFunction("two", [](kxLexInput& input) {
+        return input.next() != KX_LEX_END && input.next() != 'x' ? KX_LEX_OK : KX_LEX_NO_MATCH;
+    });
+    lex.addFunction("broken", [](kxLexInput&) { return KX_LEX_ERROR; });
+    lex.addFunction("greedy", [](kxLexInput& input) {
+        while (input.next() != KX_LEX_END) {
+        }
+        return KX_LEX_NO_MATCH;
+    });
+    lex.addFunction("back", [](kxLexInput& input) {
+        input.giveBack(input.position());
+        EXPECT_EQ(input.place(), (kxTextPlace{1, 1}));
+        EXPECT_EQ(kxFatalText([&] { input.giveBack(1); }), "Too Large Pushback in basic parser");
+        input.next();
+        input.giveBack(2);
+        return KX_LEX_OK;
+    });
+    lex.addAction("note", [&](kxLexCapture& capture) {
+        for (std::uint32_t piece = 0; piece < capture.count(); ++piece)
+            seen += capture.get(piece).text() + std::string(",");
+        seen += ";";
+        capture.push(7);
+        return capture.get(9).isEmpty() ? KX_LEX_OK : KX_LEX_ERROR;
+    });
+    lex.addAction("refuse", [](kxLexCapture& capture) {
+        capture.setFault("not so");
+        return KX_LEX_ERROR;
+    });
+    lex.addRules("main ::= greedy | $ 'a' $ 'b' note note $ '\n' note inner note; inner ::= two note;"
+                 "error ::= 'c' | 'a' broken; late ::= two '\n' $ refuse; past ::= two back");
+    EXPECT_EQ(kxFatalText([&] { lex.run("past"); }), "Too Large Pushback in basic parser");
+    lex.addAction("again", [&](kxLexCapture&) { return lex.run("main"); });
+    lex.addRule("within ::= 'ab' again");
+    EXPECT_EQ(kxFatalText([&] { lex.run("within"); }), "kxSerializeLex:match within a match");
+    EXPECT_EQ(adapter->length(), 7U);
+    EXPECT_EQ(lex.run("error"), KX_LEX_ERROR);
+    EXPECT_EQ(lex.getError(), "Parse Error:'Function failed' in rule 'error' at (Line:1,Col:2) -> broken");
+    EXPECT_EQ(lex.run("late"), KX_LEX_ERROR);
+    EXPECT_EQ(lex.getError(), "Parse Error:'not so' in rule 'late' at (Line:2,Col:1) -> refuse");
+    lex.addRule("many ::= " + repeated("$ ", 101) + "note");
+    EXPECT_EQ(lex.run("many"), KX_LEX_ERROR);
+    EXPECT_EQ(lex.getError(), "Parse Error:'Too many marks' in rule 'many' at (Line:1,Col:1) -> note");
+    EXPECT_EQ(lex.run("main"), KX_LEX_OK);
+    EXPECT_EQ(seen, "a,b,;a,b,;\n,;cd,;\ncd,;");
+    EXPECT_EQ(lex.valueCount(), 5U);
+    EXPECT_EQ(lex.getPlace(), (kxTextPlace{2, 3}));
+    EXPECT_EQ(kxOutcome(lex, lex.run("two"), *adapter), "Error 7 7 7 7 7 <\xff!>") << "a function is no rule";
+    EXPECT_EQ(kxFatalText([&] { lex.pop(); }), "kxQueue:pop out of data");
+}
+
+TEST(kxSerializeLex, TracesRulesAndFunctions)
+{
+    kxMessageRecorder messages(KX_MESSAGE_DEBUG);
+    const auto adapter = kxInputOf("a\n5");
+    kxSerializeLex lex(adapter);
+    lex.addRules("main ::= 'a' (x | y) fPush; x ::= '\n' digit 'z'; y ::= '\n' fInt");
+    lex.run("main");
+    EXPECT_TRUE(messages.takeTexts().empty());
+    adapter->write("a\n5", 3);
+    lex.setTracing(true);
+    lex.run("main");
+    EXPECT_EQ(
+        messages.takeTexts(),
+        (std::vector<std::string>{
+            "Parsing Rule     : main(Line:2,Col:2)", "Parsing Rule     :  x(Line:2,Col:3)",
+            "Parsing Function :   digit(Line:3,Col:1)", "Exit Function    :   digit(Line:3,Col:2)\tResult:OK",
+            "Exit Rule        :  x(Line:2,Col:3)\tResult:No Match", "Parsing Rule     :  y(Line:2,Col:3)",
+            "Parsing Function :   fInt(Line:3,Col:1)", "Exit Function    :   fInt(Line:3,Col:2)\tResult:OK",
+            "Exit Rule        :  y(Line:3,Col:2)\tResult:OK", "Parsing Function :  fPush(Line:3,Col:2)",
+            "Exit Function    :  fPush(Line:3,Col:2)\tResult:OK",
+            "Exit Rule        : main(Line:3,Col:2)\tResult:OK"}));
+}
+
+TEST(kxSerializeLex, ReadsWideCharacters)
+{
+    const kxMessageRecorder messages;
+    const struct {
+        const char* why;
+        std::string rules, input, expected, error;
+    } rows[] = {
+        {"every character is two bytes", "main ::= 'ab' $ [^x]* fPush $ fInt", wide("abcd") + wide("x-"),
+         "No Match <" + wide("abcdx-") + ">", ""},
+        {"numbers", "main ::= $ fNum fPush", wide("-1.5x"), "OK -1.5 <" + wide("x") + ">", ""},
+        {"characters beyond a byte", "main ::= $ '\xC3\xA4\xE2\x82\xAC' [^\xE2\x82\xAC] [\xE2\x82\xAC] fPush",
+         "\xE4" + std::string("\0\xAC\x20\xAD\x20\xAC\x20", 7),
+         "OK '\xC3\xA4\xE2\x82\xAC\xE2\x82\xAD\xE2\x82\xAC' <>", ""},
+        {"pairs of surrogates", "main ::= $ '\xF0\x9F\x98\x80' fPush",
+         "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>", ""},
+        {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8", "Error <\x3D\xD8>",
+         "Parse Error:'Utf lex encoding on faulty data set' in rule 'main' at (Line:1,Col:2) -> fPush"},
+        {"half a character stays", "main ::= $ 'a' fPush [^]*", wide("a") + "b", "OK 'a' <b>", ""},
+        {"rules that are no UTF-8", "main ::= '\xFF'", wide("a"), "Error <" + wide("a") + ">",
+         "Utf lex encoding on faulty data set"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const auto adapter = kxInputOf(row.input);
+        adapter->setFlags(KX_SERIALIZE_WIDE);
+        kxSerializeLex lex(adapter);
+        lex.addRules(row.rules);
+        const kxLexResult result = lex.run("main");
+        EXPECT_EQ(lex.getError(), row.error);
+        EXPECT_EQ(kxOutcome(lex, result, *adapter), row.expected);
+    }
+}
+
+TEST(kxSerializeLex, LeavesTheAdapterBehindTheMatch)
+{
+    const auto adapter = kxInputOf("a=1\nb=22\nc=x");
+    kxSerializeLex lex(adapter);
+    lex.addRules("line ::= $ fIdent fPush '=' $ fInt fPush fWS");
+    EXPECT_EQ(lex.runWhole("line"), KX_LEX_OK);
+    EXPECT_EQ(lex.getError(), "Not All arguments were parsed");
+    EXPECT_EQ(adapter->readChar(), 'b') << "others can read on";
+    adapter->pushBack('b');
+    EXPECT_EQ(lex.run("line"), KX_LEX_OK);
+    EXPECT_EQ(lex.getPlace(), (kxTextPlace{3, 1}));
+    EXPECT_EQ(lex.run("line"), KX_LEX_NO_MATCH);
+    EXPECT_EQ(kxOutcome(lex, lex.scan("c=%t"), *adapter), "OK 'a' 1 'b' 22 'x' <>");
+    lex.setAdapter(kxInputOf("d=4\n"));
+    EXPECT_EQ(lex.runWhole("line"), KX_LEX_OK);
+    EXPECT_TRUE(lex.getError().isEmpty());
+}
