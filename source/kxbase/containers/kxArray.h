@@ -5,7 +5,8 @@
 // Errors:    an index at or beyond the size is fatal. A failed allocation throws std::bad_alloc and leaves the
 //            array as it was; so does growing beyond 32 bits. When items throw as they are cut off, all go and
 //            the first exception goes on.
-// Items may append to the array from their destructors; what they append while others are cut off stays.
+// Items may use the array from their destructors: those that are cut off find it empty, and what they append goes
+// behind the items that stay.
 //
 // Growing may move the items: pointers, references and iterators end with it.
 #pragma once
@@ -132,14 +133,33 @@ private:
     void cutTo(std::uint32_t size)
     {
         if (size >= size_) return;
-        std::uint32_t last = std::exchange(size_, size);
-        if constexpr (!std::is_trivially_destructible_v<T>) {
-            const typename kxItemBlock<T>::Hold hold(block_);
-            kxReleaseAll([items = data(), size, &last] {
+        if constexpr (std::is_trivially_destructible_v<T>)
+            size_ = size;
+        else
+            destroyBehind(size);
+    }
+    // The items that go find the array empty, whatever they do with it.
+    void destroyBehind(std::uint32_t size)
+    {
+        kxArray held(GrowthStep{growthStep_});
+        held.swap(*this);
+        std::uint32_t last = std::exchange(held.size_, size);
+        try {
+            kxReleaseAll([items = held.data(), size, &last] {
                 if (last > size) std::destroy_at(items + --last);
                 return last > size;
             });
+        } catch (...) {
+            takeBack(held);
+            throw;
         }
+        takeBack(held);
+    }
+    // Puts the items back that stay, in front of those that were added meanwhile.
+    void takeBack(kxArray& held)
+    {
+        swap(held);
+        for (T& added : held) append(std::move(added));
     }
 
     kxItemBlock<T> block_;

@@ -7,6 +7,8 @@
 #include <new>
 #include <string>
 
+#include <cxxabi.h>
+
 // Definitions of the calls that every folder may make.
 
 namespace {
@@ -22,8 +24,9 @@ kxFatalError fatalError(std::string_view prefix, std::string_view format, kxArgu
 // The library's own files from its folder on; of any other file the name alone.
 std::string_view fileName(std::string_view path)
 {
-    for (const std::string_view folder : {"kxbase/", "kxbase\\"})
-        if (const std::size_t at = path.rfind(folder); at != path.npos) return path.substr(at);
+    if (path.starts_with("kxbase/")) return path;
+    for (const std::string_view folder : {"/kxbase/", "\\kxbase\\"})
+        if (const std::size_t at = path.rfind(folder); at != path.npos) return path.substr(at + 1);
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
@@ -57,6 +60,9 @@ void kxThrowBadAlloc(const char* file, std::uint32_t line)
     isReportingBadAlloc = true;
     try {
         reportBadAlloc(file, line);
+    } catch (const abi::__forced_unwind&) {
+        isReportingBadAlloc = false;  // the thread is ended from inside a receiver
+        throw;
     } catch (...) {
         // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
     }

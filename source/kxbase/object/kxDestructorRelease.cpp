@@ -4,6 +4,8 @@
 
 #include <exception>
 
+#include <cxxabi.h>
+
 void kxDestructorRelease::raiseOrReport()
 {
     if (std::uncaught_exceptions() == 0) throw;
@@ -11,6 +13,8 @@ void kxDestructorRelease::raiseOrReport()
         throw;
     } catch (const std::exception& error) {
         kxMessage(KX_MESSAGE_FATAL, "%s", error.what());
+    } catch (const abi::__forced_unwind&) {
+        throw;
     } catch (...) {
         kxMessage(KX_MESSAGE_FATAL, "Unknown exception in a destructor");
     }

@@ -387,8 +387,10 @@ void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxA
     const bool plain =
         !(std::fabs(value) > kLargestPlain) && rounded.exponent >= -4 && rounded.exponent < significant;
     const std::int32_t whole = plain ? rounded.exponent + 1 : 1;
-    Digits digits = isScalable(value) ? Digits(value < 0, rounded, whole, significant - whole)
-                                      : Digits(value, significant - 1);
+    // Integers so large that they have no fraction are written as they are, digit for digit.
+    const bool isWhole = plain && whole >= kMaximumSignificant;
+    Digits digits = isScalable(value) && !isWhole ? Digits(value < 0, rounded, whole, significant - whole)
+                                                  : Digits(value, significant - whole);
     if (!spec.alternate)
         digits.dropZeros();
     else
