@@ -184,6 +184,33 @@ TEST(kxThread, KillsAThreadWithoutHeartbeat)
     }
 }
 
+TEST(kxThread, MayBeKilledWhileItWaitsForAnother)
+{
+    if (!canKill) GTEST_SKIP();
+    // No signal can be queued any more.
+    rlimit queue{};
+    ASSERT_EQ(::getrlimit(RLIMIT_SIGPENDING, &queue), 0);
+    const rlimit none{0, queue.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_SIGPENDING, &none), 0);
+    for (const bool joins : {true, false}) {
+        std::atomic<bool> mayEnd{false};
+        Worker awaited([&](Worker&) {
+            while (!mayEnd) kxThread::sleep(1);
+        });
+        Worker waiter([&](Worker&) { joins ? awaited.join() : awaited.stop(true); });
+        awaited.start();
+        waiter.start();
+        kxThread::sleep(20);
+        waiter.setWatchdogSeconds(0.01);
+        waiter.stop(true);
+        EXPECT_TRUE(awaited.isRunning());
+        mayEnd = true;
+        awaited.join();
+        EXPECT_EQ(kxThread::activeCount(), 0U);
+    }
+    EXPECT_EQ(::setrlimit(RLIMIT_SIGPENDING, &queue), 0);
+}
+
 TEST(kxThread, LeavesNothingBehind)
 {
     Worker stopped([](Worker& self) {

@@ -51,23 +51,29 @@ template <typename Call> void dropExceptions(Call call)
 }  // namespace
 
 // Holds the mutex. The thread itself never sleeps on it: were it killed when it had been woken to take the mutex
-// next, the others who sleep on it would not be woken any more.
+// next, the others who sleep on it would not be woken any more. Another thread is not killed while it holds it.
 class kxThreadState::Guard {
 public:
-    explicit Guard(const kxThreadState& state) : mutex_(state.mutex_)
+    explicit Guard(const kxThreadState& state) : mutex_(state.mutex_), isOwn_(state.isOwnThread())
     {
-        if (state.isOwnThread()) {
+        if (isOwn_) {
             while (!mutex_.tryLock()) kxPlatformSleep(0);
         } else {
+            kxPlatformThreadDelayKill();
             mutex_.lock();
         }
     }
-    ~Guard() { mutex_.unlock(); }
+    ~Guard()
+    {
+        mutex_.unlock();
+        if (!isOwn_) kxPlatformThreadAllowKill();
+    }
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
 
 private:
     kxMutex& mutex_;
+    const bool isOwn_;
 };
 
 // Unwinding that ends the thread comes by here as well.
@@ -353,8 +359,8 @@ void kxThreadState::markStopped()
 // Waits until the thread can no longer take the mutex before the mutex is free again.
 void kxThreadState::kill()
 {
+    if (!kxPlatformThreadKill(*handle_)) return;
     markStopped();
-    kxPlatformThreadKill(*handle_);
     if (kxPlatformThreadHasEnded(*handle_, kKillMilliseconds)) takeBackFromEnded();
 }
 
