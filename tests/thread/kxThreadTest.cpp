@@ -10,8 +10,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -105,6 +107,49 @@ TEST(kxThread, EndsByItselfWithoutWaitingForItself)
         thread.join();
         EXPECT_EQ(runs, run);
     }
+}
+
+TEST(kxThread, MayGoWithTheLastThreadLocalObjectOfItsThread)
+{
+    struct Own : kxThread {
+        ~Own() override
+        {
+            join();
+            stop(true);
+        }
+        void process() override
+        {
+            thread_local std::unique_ptr<kxThread> self;
+            self.reset(this);
+        }
+    };
+    const kxMessageRecorder messages;
+    (new Own)->start(false);
+    while (messages.entries().empty()) kxThread::sleep(1);
+}
+
+// A thread that blocks all signals cannot be killed at once.
+TEST(kxThread, TheRecordOfAThreadThatCouldNotBeKilledGoes)
+{
+    std::atomic<int> inside{0};
+    {
+        Worker thread([&](Worker&) {
+            sigset_t all;
+            sigfillset(&all);
+            ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
+            ++inside;
+            kxThread::sleep(200);
+            --inside;
+        });
+        thread.start();
+        while (inside != 1) kxThread::sleep(1);
+        thread.setWatchdogSeconds(1e-6);
+        EXPECT_FALSE(thread.isRunning());
+        thread.setWatchdogSeconds(0);
+        thread.start();
+        while (inside != 0) kxThread::sleep(1);
+    }
+    EXPECT_EQ(kxPerformanceThreadData::count(), 0U);
 }
 
 TEST(kxThread, ManyMayWaitForTheSameEnd)

@@ -35,7 +35,9 @@ kxMutex& activeMutex()
     return kxProcessMutex<struct kxActiveThreads>();
 }
 
-thread_local const kxThreadState* ownState = nullptr;
+constinit std::atomic<std::uint64_t> lastId{0};
+// The state of the calling thread, also while its thread-local objects go; then the state itself may have gone.
+thread_local std::uint64_t ownId = 0;
 
 // For what is called where nobody is left to tell of a failure.
 template <typename Call> void dropExceptions(Call call)
@@ -76,12 +78,25 @@ private:
     const bool isOwn_;
 };
 
+// Closes the system's thread, if there is one.
+struct kxThreadState::Thread {
+    Thread() = default;
+    ~Thread()
+    {
+        if (system != nullptr) kxPlatformThreadClose(system);
+    }
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+
+    kxPlatformThread* system = nullptr;
+};
+
 // Unwinding that ends the thread comes by here as well.
 class kxThreadState::Run {
 public:
     explicit Run(kxThreadState& state) : state_(state)
     {
-        ownState = &state;
+        ownId = state.id_;
         const std::uint32_t threadId = kxPlatformThreadId();
         std::uint32_t priority = 0;
         {
@@ -107,7 +122,6 @@ public:
             const Guard guard(state_);
             if (state_.run_ == run_) state_.leaveProcess();
         }
-        ownState = nullptr;
         state_.unref();
     }
     Run(const Run&) = delete;
@@ -131,7 +145,8 @@ private:
     std::uint32_t run_;
 };
 
-kxThreadState::kxThreadState(kxThread& object) : object_(&object), priority_(KX_THREAD_NORMAL) {}
+kxThreadState::kxThreadState(kxThread& object) : id_(++lastId), object_(&object), priority_(KX_THREAD_NORMAL)
+{}
 
 void kxThreadState::unref()
 {
@@ -182,20 +197,32 @@ bool kxThreadState::start(bool wait)
     return true;
 }
 
+std::shared_ptr<kxThreadState::Thread> kxThreadState::makeThread() noexcept
+{
+    try {
+        return std::make_shared<Thread>();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+// Whatever takes memory comes before the start, so that no thread runs without a handle.
 bool kxThreadState::startLocked()
 {
+    const std::shared_ptr<Thread> thread = makeThread();
+    if (thread == nullptr) return false;
     flags_ &= ~std::uint32_t{KX_THREAD_STOP};
     handle_.reset();
     threadId_ = 0;
     lastHeartbeat_ = kxClock::seconds();
     ++run_;
     ref();
-    kxPlatformThread* const thread = kxPlatformThreadStart(body, this);
-    if (thread == nullptr) {
+    thread->system = kxPlatformThreadStart(body, this);
+    if (thread->system == nullptr) {
         unref();
         return false;
     }
-    handle_ = Handle(thread, kxPlatformThreadClose);
+    handle_ = Handle(thread, thread->system);
     flags_ |= KX_THREAD_RUNNING;
     return true;
 }
@@ -318,7 +345,7 @@ void kxThreadState::setExceptionHandler(kxThreadExceptionInterface* handler)
 
 bool kxThreadState::isOwnThread() const
 {
-    return ownState == this;
+    return ownId == id_;
 }
 
 kxThreadState::Handle kxThreadState::handleToWaitFor()
