@@ -13,7 +13,6 @@
 #include <csignal>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -109,30 +108,26 @@ TEST(kxThread, EndsByItselfWithoutWaitingForItself)
     }
 }
 
-TEST(kxThread, MayGoWithTheLastThreadLocalObjectOfItsThread)
+TEST(kxThread, ItsThreadLocalObjectsDoNotWaitForIt)
 {
-    struct Own : kxThread {
-        ~Own() override
+    struct Last {
+        ~Last()
         {
-            join();
-            stop(true);
+            thread.join();
+            thread.stop(true);
         }
-        void process() override
-        {
-            thread_local std::unique_ptr<kxThread> self;
-            self.reset(this);
-        }
+        Worker& thread;
     };
-    const kxMessageRecorder messages;
-    (new Own)->start(false);
-    while (messages.entries().empty()) kxThread::sleep(1);
+    Worker thread([](Worker& self) { thread_local const Last last{self}; });
+    thread.start();
+    thread.join();
 }
 
 // A thread that blocks all signals cannot be killed at once.
 TEST(kxThread, TheRecordOfAThreadThatCouldNotBeKilledGoes)
 {
-    std::atomic<int> inside{0};
     {
+        std::atomic<int> inside{0};
         Worker thread([&](Worker&) {
             sigset_t all;
             sigfillset(&all);
@@ -237,22 +232,16 @@ TEST(kxThread, MayBeKilledWhileItWaitsForAnother)
     ASSERT_EQ(::getrlimit(RLIMIT_SIGPENDING, &queue), 0);
     const rlimit none{0, queue.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_SIGPENDING, &none), 0);
-    for (const bool joins : {true, false}) {
-        std::atomic<bool> mayEnd{false};
-        Worker awaited([&](Worker&) {
-            while (!mayEnd) kxThread::sleep(1);
-        });
-        Worker waiter([&](Worker&) { joins ? awaited.join() : awaited.stop(true); });
-        awaited.start();
-        waiter.start();
-        kxThread::sleep(20);
-        waiter.setWatchdogSeconds(0.01);
-        waiter.stop(true);
-        EXPECT_TRUE(awaited.isRunning());
-        mayEnd = true;
-        awaited.join();
-        EXPECT_EQ(kxThread::activeCount(), 0U);
-    }
+    Worker awaited(untilStopped);
+    Worker waiter([&](Worker&) { awaited.join(); });
+    awaited.start();
+    waiter.start();
+    kxThread::sleep(20);
+    waiter.setWatchdogSeconds(0.01);
+    waiter.stop(true);
+    EXPECT_TRUE(awaited.isRunning());
+    awaited.stop(true);
+    EXPECT_EQ(kxThread::activeCount(), 0U);
     EXPECT_EQ(::setrlimit(RLIMIT_SIGPENDING, &queue), 0);
 }
 
