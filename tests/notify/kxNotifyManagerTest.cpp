@@ -135,6 +135,23 @@ TEST(kxNotifyManager, OutlivesWhatSubscribersDo)
     EXPECT_EQ(first.names, Names({"throw", "plain", "destroy"}));
 }
 
+TEST(kxNotifyManager, RemovalsGetTheirTurnAmongDeliverersWithoutPause)
+{
+    kxNotifyManager manager;
+    Recorder leaving;
+    Subscriber slow([](auto&, auto&) { std::this_thread::sleep_for(std::chrono::milliseconds(2)); });
+    manager.subscribe(slow);
+    manager.subscribe(leaving);
+    std::atomic<bool> isOver{false};
+    const auto deliver = [&] {
+        while (!isOver) manager.post("x", 0, 0, nullptr, nullptr, 0, true);
+    };
+    std::jthread first(deliver), second(deliver);
+    while (manager.getPendingCount() == 0) std::this_thread::yield();
+    manager.unsubscribe(leaving);
+    isOver = true;
+}
+
 TEST(kxNotifyMessage, CopiesEveryFieldAndClonesWhatMayBeCloned)
 {
     const auto plain = kxMakeRef<kxThreadSafeReference>();

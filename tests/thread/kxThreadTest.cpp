@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -107,6 +108,45 @@ TEST(kxThread, EndsByItselfWithoutWaitingForItself)
     }
 }
 
+TEST(kxThread, ItsThreadLocalObjectsDoNotWaitForIt)
+{
+    struct Last {
+        ~Last()
+        {
+            thread.join();
+            thread.stop(true);
+        }
+        Worker& thread;
+    };
+    Worker thread([](Worker& self) { thread_local const Last last{self}; });
+    thread.start();
+    thread.join();
+}
+
+// A thread that blocks all signals cannot be killed at once.
+TEST(kxThread, TheRecordOfAThreadThatCouldNotBeKilledGoes)
+{
+    {
+        std::atomic<int> inside{0};
+        Worker thread([&](Worker&) {
+            sigset_t all;
+            sigfillset(&all);
+            ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
+            ++inside;
+            kxThread::sleep(200);
+            --inside;
+        });
+        thread.start();
+        while (inside != 1) kxThread::sleep(1);
+        thread.setWatchdogSeconds(1e-6);
+        EXPECT_FALSE(thread.isRunning());
+        thread.setWatchdogSeconds(0);
+        thread.start();
+        while (inside != 0) kxThread::sleep(1);
+    }
+    EXPECT_EQ(kxPerformanceThreadData::count(), 0U);
+}
+
 TEST(kxThread, ManyMayWaitForTheSameEnd)
 {
     std::atomic<int> waiting{0};
@@ -182,6 +222,27 @@ TEST(kxThread, KillsAThreadWithoutHeartbeat)
             EXPECT_EQ(kxThread::activeCount() + kxPerformanceThreadData::count(), 0U);
         }
     }
+}
+
+TEST(kxThread, MayBeKilledWhileItWaitsForAnother)
+{
+    if (!canKill) GTEST_SKIP();
+    // No signal can be queued any more.
+    rlimit queue{};
+    ASSERT_EQ(::getrlimit(RLIMIT_SIGPENDING, &queue), 0);
+    const rlimit none{0, queue.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_SIGPENDING, &none), 0);
+    Worker awaited(untilStopped);
+    Worker waiter([&](Worker&) { awaited.join(); });
+    awaited.start();
+    waiter.start();
+    kxThread::sleep(20);
+    waiter.setWatchdogSeconds(0.01);
+    waiter.stop(true);
+    EXPECT_TRUE(awaited.isRunning());
+    awaited.stop(true);
+    EXPECT_EQ(kxThread::activeCount(), 0U);
+    EXPECT_EQ(::setrlimit(RLIMIT_SIGPENDING, &queue), 0);
 }
 
 TEST(kxThread, LeavesNothingBehind)

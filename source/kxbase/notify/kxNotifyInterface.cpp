@@ -17,7 +17,7 @@ void kxNotifyInterface::unsubscribeFromAll()
 bool kxNotifyInterface::tryUnsubscribeFromAll()
 {
     const kxBodyGuard links(kxNotifyManager::linksLock());
-    while (!managers_.isEmpty())
-        if (!(*managers_.first())->tryDrop(*this, kxNotifyManager::kAnyFilter)) return false;
+    while (!managers_.empty())
+        if (!managers_.back()->tryDrop(*this, kxNotifyManager::kAnyFilter)) return false;
     return true;
 }

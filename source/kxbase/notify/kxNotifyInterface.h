@@ -7,8 +7,9 @@
 // Errors:    what receive() throws ends the delivery and reaches the caller of deliver().
 #pragma once
 
-#include "kxbase/containers/kxList.h"
 #include "kxbase/notify/kxNotifyMessage.h"
+
+#include <vector>
 
 class kxNotifyManager;
 
@@ -31,5 +32,5 @@ private:
 
     bool tryUnsubscribeFromAll();
 
-    kxList<kxNotifyManager*> managers_;  // each once; guarded by the lock of all links
+    std::vector<kxNotifyManager*> managers_;  // each once; guarded by the lock of all links
 };

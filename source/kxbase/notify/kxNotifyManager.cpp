@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/thread/kxThread.h"
 
 #include <algorithm>
@@ -11,8 +12,10 @@
 namespace {
 
 constexpr std::uint32_t kRetryMilliseconds = 1;
-// Longer than the time between two tries of a removal.
-constexpr std::uint32_t kStandBackMilliseconds = 2;
+// A removal that has not tried again for so long has been given up.
+constexpr double kPatienceSeconds = 0.01;
+// Even while removals keep coming, a delivery has its turn.
+constexpr int kMostPauses = 20;
 
 // A removed subscription stays in its place until no delivery walks the list.
 bool isRemoved(const kxPendSub<kxNotifyInterface>& subscription)
@@ -30,6 +33,7 @@ public:
     {
         manager.deliveryLock_.lock();
         isNested_ = manager.delivery_ != nullptr;
+        if (!isNested_) manager.standBack();
     }
     ~Delivery()
     {
@@ -78,8 +82,6 @@ private:
 
 kxNotifyManager::kxNotifyManager()
 {
-    subscribers_.setReuse(true);
-    addedSubscribers_.setReuse(true);
     pending_.setReuse(true);
     deliveryQueue_.setReuse(true);
 }
@@ -100,11 +102,9 @@ kxNotifyManager::~kxNotifyManager() noexcept(false)
     deliveryLock_.unlock();
 }
 
-// Never destroyed, since subscribers may be static.
 kxMutex& kxNotifyManager::linksLock()
 {
-    static kxMutex& lock = *new kxMutex;
-    return lock;
+    return kxProcessMutex<struct kxNotifyLinks>();
 }
 
 void kxNotifyManager::post(const kxString& name, std::int32_t priority, double lifetimeSeconds,
@@ -134,7 +134,6 @@ void kxNotifyManager::insert(Entry entry)
 
 void kxNotifyManager::deliver()
 {
-    standBack();
     Delivery delivery(*this);
     if (delivery.isNested()) return;
     takePending();
@@ -146,7 +145,11 @@ void kxNotifyManager::deliver()
 void kxNotifyManager::takePending()
 {
     const kxBodyGuard guard(pendingLock_);
-    while (!pending_.isEmpty()) deliveryQueue_.append(pending_.takeFirst());
+    while (!pending_.isEmpty()) {
+        // The memory first, so that nothing is lost without it.
+        Entry& place = deliveryQueue_.append({});
+        place = pending_.takeFirst();
+    }
 }
 
 // Brings the list up to date between two deliveries.
@@ -154,19 +157,26 @@ void kxNotifyManager::applyChanges()
 {
     if (!hasChanges_.load(std::memory_order_relaxed)) return;
     const kxBodyGuard guard(subscribersLock_);
-    while (subscribers_.removeFirstWhere(isRemoved)) {
-    }
-    for (; !addedSubscribers_.isEmpty(); addedSubscribers_.takeFirst())
-        subscribers_.append(*addedSubscribers_.first());
+    std::erase_if(subscribers_, isRemoved);
+    subscribers_.insert(subscribers_.end(), addedSubscribers_.begin(), addedSubscribers_.end());
+    addedSubscribers_.clear();
     hasChanges_.store(false, std::memory_order_relaxed);
 }
 
-// Lets a removal get the lock that deliveries in close order would never leave free.
+bool kxNotifyManager::isRemovalWaiting() const
+{
+    const double refused = refusedRemovalSeconds_.load(std::memory_order_relaxed);
+    return refused != 0 && kxClock::seconds() - refused < kPatienceSeconds;
+}
+
+// Lets removals get the lock that deliveries in close order would never leave free. The caller holds it.
 void kxNotifyManager::standBack()
 {
-    if (!isRemovalWaiting_.load(std::memory_order_relaxed)) return;
-    isRemovalWaiting_.store(false, std::memory_order_relaxed);
-    kxThread::sleep(kStandBackMilliseconds);
+    for (int pause = 0; pause < kMostPauses && isRemovalWaiting(); ++pause) {
+        deliveryLock_.unlock();
+        kxThread::sleep(kRetryMilliseconds);
+        deliveryLock_.lock();
+    }
 }
 
 void kxNotifyManager::subscribe(kxNotifyInterface& subscriber, const void* senderFilter)
@@ -176,12 +186,12 @@ void kxNotifyManager::subscribe(kxNotifyInterface& subscriber, const void* sende
     const Subscription wanted{&subscriber, senderFilter};
     if (hasAny([&](const Subscription& place) { return place == wanted; })) return;
     const bool isFirst = !hasAny([&](const Subscription& place) { return place.subscriber == &subscriber; });
-    if (isFirst) subscriber.managers_.append(this);
+    if (isFirst) subscriber.managers_.push_back(this);
     hasChanges_.store(true, std::memory_order_relaxed);
     try {
-        addedSubscribers_.append(wanted);
+        addedSubscribers_.push_back(wanted);
     } catch (...) {
-        if (isFirst) subscriber.managers_.remove(this);
+        if (isFirst) subscriber.managers_.pop_back();
         throw;
     }
 }
@@ -214,9 +224,10 @@ void kxNotifyManager::waitBeforeRetry()
 bool kxNotifyManager::tryDrop(kxNotifyInterface& subscriber, Filter filter)
 {
     if (!deliveryLock_.tryLock()) {
-        isRemovalWaiting_.store(true, std::memory_order_relaxed);
+        refusedRemovalSeconds_.store(kxClock::seconds(), std::memory_order_relaxed);
         return false;
     }
+    refusedRemovalSeconds_.store(0, std::memory_order_relaxed);
     drop(subscriber, filter);
     deliveryLock_.unlock();
     return true;
@@ -228,22 +239,21 @@ void kxNotifyManager::drop(kxNotifyInterface& subscriber, Filter filter)
     const auto isDropped = [&](const Subscription& place) {
         return place.subscriber == &subscriber && (!filter || place.senderFilter == *filter);
     };
-    while (addedSubscribers_.removeFirstWhere(isDropped)) {
-    }
+    std::erase_if(addedSubscribers_, isDropped);
     for (Subscription& place : subscribers_) {
         if (!isDropped(place)) continue;
         place.subscriber = nullptr;
         hasChanges_.store(true, std::memory_order_relaxed);
     }
     if (!hasAny([&](const Subscription& place) { return place.subscriber == &subscriber; }))
-        subscriber.managers_.remove(this);
+        std::erase(subscriber.managers_, this);
 }
 
 // The manager goes, so that its subscribers must not know it any more. The caller holds the lock of the links.
 void kxNotifyManager::forgetSubscribers(const Subscriptions& subscriptions)
 {
     for (const Subscription& place : subscriptions)
-        if (!isRemoved(place)) place.subscriber->managers_.remove(this);
+        if (!isRemoved(place)) std::erase(place.subscriber->managers_, this);
 }
 
 template <typename Predicate> bool kxNotifyManager::hasAny(Predicate predicate) const
@@ -256,7 +266,8 @@ std::uint32_t kxNotifyManager::getSubscriptionCount() const
 {
     const kxBodyGuard guard(subscribersLock_);
     const auto removed = std::count_if(subscribers_.begin(), subscribers_.end(), isRemoved);
-    return subscribers_.count() + addedSubscribers_.count() - static_cast<std::uint32_t>(removed);
+    return static_cast<std::uint32_t>(subscribers_.size() + addedSubscribers_.size()) -
+           static_cast<std::uint32_t>(removed);
 }
 
 std::uint32_t kxNotifyManager::getPendingCount() const

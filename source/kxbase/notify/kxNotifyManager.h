@@ -15,6 +15,7 @@
 // Units:     times are seconds of the process clock.
 #pragma once
 
+#include "kxbase/containers/kxList.h"
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/notify/kxNotifyInterface.h"
 #include "kxbase/notify/kxPendData.h"
@@ -22,6 +23,7 @@
 
 #include <atomic>
 #include <optional>
+#include <vector>
 
 class kxNotifyManager {
 public:
@@ -59,7 +61,7 @@ private:
     friend class kxNotifyInterface;
     class Delivery;
     using Subscription = kxPendSub<kxNotifyInterface>;
-    using Subscriptions = kxList<Subscription>;
+    using Subscriptions = std::vector<Subscription>;
     using Entry = kxPendData<kxRefPointer<kxNotifyMessage>>;
     using Queue = kxList<Entry>;
 
@@ -72,6 +74,7 @@ private:
     void insert(Entry entry);
     void takePending();
     void applyChanges();
+    bool isRemovalWaiting() const;
     void standBack();
     void unsubscribe(kxNotifyInterface& subscriber, Filter filter);
     bool tryDrop(kxNotifyInterface& subscriber, Filter filter);
@@ -81,7 +84,7 @@ private:
 
     // Order of locks: delivery, links, subscribers. The one of the links is common to all managers; whoever holds
     // it finds every manager that a subscriber knows alive, and the other way round, and therefore only tries for
-    // the one of the delivery.
+    // the one of the delivery. Nothing takes the lock of another process-wide object under it.
     // A delivery walks the list with its own lock alone. So subscriptions wait in a second list for the next
     // delivery to begin, and removals, which have the lock of the delivery as well, leave a null subscriber.
     mutable kxMutex subscribersLock_;
@@ -94,5 +97,6 @@ private:
     mutable kxMutex pendingLock_;
     Queue pending_;
     std::atomic<bool> autoDeliver_{false};
-    std::atomic<bool> isRemovalWaiting_{false};
+    // Clock seconds of the last removal that did not get the lock of the delivery; 0 when one has got it since.
+    std::atomic<double> refusedRemovalSeconds_{0};
 };

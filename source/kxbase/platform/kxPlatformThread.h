@@ -32,18 +32,21 @@ using kxPlatformThreadBody = void (*)(void* argument);
 // refuses. What the body throws ends the process.
 kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument);
 // Answers whether the thread has ended, its thread-local objects destroyed, waiting for that at most the given
-// time.
+// time. A caller that is killed meanwhile leaves nothing behind.
 bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMilliseconds = 0);
 // Ends a thread whose body has begun, wherever it is. Nothing of it is cleaned up: locks stay locked,
 // thread-local objects and what the thread owned stay behind. A body that returns first is left alone. The
-// thread has ended a moment later, or once the system lets go of it.
-void kxPlatformThreadKill(kxPlatformThread& thread);
+// thread has ended a moment later, or once the system lets go of it. False when the system refuses for now.
+bool kxPlatformThreadKill(kxPlatformThread& thread);
 // Gives the thread up. One that has not ended goes on by itself; one that was killed and has not ended leaves
 // its stack behind.
 void kxPlatformThreadClose(kxPlatformThread* thread);
 // Ends the calling thread as kxPlatformThreadKill does; does nothing unless it was started by
 // kxPlatformThreadStart. May be called from a signal handler.
 void kxPlatformThreadKillCaller();
+// Puts off that another thread kills the calling one, until that is allowed as many times.
+void kxPlatformThreadDelayKill();
+void kxPlatformThreadAllowKill();
 
 // Sets the priority of the calling thread: steps of -2 to 2, lowest to highest, around the one that it has
 // now. Refusal by the system is silent.

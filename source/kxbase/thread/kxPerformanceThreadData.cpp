@@ -40,6 +40,8 @@ std::uint32_t kxPerformanceThreadData::count()
 void kxPerformanceThreadData::enrol(std::uint32_t threadId)
 {
     const kxBodyGuard guard(recordsMutex());
+    // A thread that was killed but goes on for a while has not withdrawn.
+    withdraw();
     records().insert(threadId, this);
     threadId_ = threadId;
     startSeconds_ = kxClock::seconds();

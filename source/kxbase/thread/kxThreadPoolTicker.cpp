@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <list>
 
 #include <cxxabi.h>
 
@@ -28,40 +29,46 @@ kxMutex& members()
 
 }  // namespace
 
-// One thread and its tickers. The thread goes round a copy of the list, so that it takes no lock for a tick: it
-// says which ticker comes, and then looks whether the list has changed. A ticker that was removed before is seen
-// to have gone; who removes it after finds it current, and waits.
+// A ticker's place in a pool. It is never given to another ticker, and goes once its thread has found it empty.
+struct kxThreadTicker::Slot {
+    explicit Slot(kxThreadTicker& owner) : ticker(&owner) {}
+
+    std::atomic<kxThreadTicker*> ticker;  // null when it was removed
+};
+
+// One thread and its tickers. The thread goes round a list of its own, so that it takes no lock for a tick: it
+// says which ticker comes, and then looks whether it is still there. A ticker that was removed before is seen to
+// have gone; who removes it after finds it current, and waits.
 class kxThreadPoolTicker::Worker : public kxThread {
 public:
+    using Slot = kxThreadTicker::Slot;
+    using Slots = std::list<Slot>;
+
     explicit Worker(kxThreadPoolTicker& pool) : pool_(pool) {}
 
-    void add(kxThreadTicker& ticker)
+    // The caller holds the lock of the members for each of the following three.
+    void add(Slots& slot)
     {
         const kxBodyGuard guard(changed_);
-        tickers_.push_back(&ticker);
-        noteChange();
+        slot.front().ticker.load()->slot_ = &slot.front();
+        added_.splice(added_.end(), slot);
+        ++count_;
+        noteNews();
     }
 
-    // Answers whether the ticker was here.
-    bool remove(const kxThreadTicker& ticker)
+    void remove(Slot& slot)
     {
-        const kxBodyGuard guard(changed_);
-        const auto place = std::find(tickers_.begin(), tickers_.end(), &ticker);
-        if (place == tickers_.end()) return false;
-        tickers_.erase(place);
-        noteChange();
-        return true;
+        slot.ticker.load()->slot_ = nullptr;
+        slot.ticker.store(nullptr);
+        --count_;
     }
 
-    // Takes any ticker out; null when there is none.
-    kxThreadTicker* takeAny()
+    // The thread must have ended.
+    void removeAll()
     {
-        const kxBodyGuard guard(changed_);
-        if (tickers_.empty()) return nullptr;
-        kxThreadTicker* const ticker = tickers_.back();
-        tickers_.pop_back();
-        noteChange();
-        return ticker;
+        slots_.splice(slots_.end(), added_);
+        for (Slot& slot : slots_)
+            if (slot.ticker.load() != nullptr) remove(slot);
     }
 
     void waitForTick(const kxThreadTicker& ticker)
@@ -84,19 +91,16 @@ public:
     {
         const kxBodyGuard guard(changed_);
         ends_ = true;
-        noteChange();
+        noteNews();
     }
 
-    std::uint32_t count() const
-    {
-        const kxBodyGuard guard(changed_);
-        return static_cast<std::uint32_t>(tickers_.size());
-    }
+    std::uint32_t count() const { return count_.load(); }
 
 private:
-    void noteChange()
+    // Under the lock.
+    void noteNews()
     {
-        ++changeCount_;
+        hasNews_.store(true);
         changed_.signal();
     }
 
@@ -105,10 +109,11 @@ private:
         thread_ = kxPlatformThreadId();
         std::uint32_t pause = kShortestPauseMilliseconds;
         while (true) {
-            if (copiedAt_ != changeCount_.load()) {
-                if (!copyTickers()) return;
+            if (hasNews_.load()) {
+                takeNews();
                 pause = kShortestPauseMilliseconds;
             }
+            if (ends_.load()) return;
             if (goRound()) {
                 pause = kShortestPauseMilliseconds;
             } else {
@@ -118,26 +123,24 @@ private:
         }
     }
 
-    // Answers whether the thread is to go on.
-    bool copyTickers()
+    void takeNews()
     {
         const kxBodyGuard guard(changed_);
-        round_ = tickers_;
-        copiedAt_ = seenAt_ = changeCount_;
-        return !ends_;
+        slots_.splice(slots_.end(), added_);
+        hasNews_.store(false);
     }
 
     // Answers whether any ticker had something to do. A ticker may destroy itself in its tick.
     bool goRound()
     {
         bool hasWorked = false;
-        for (std::size_t next = 0; next < round_.size();) {
-            announce(round_[next]);
-            if (changeCount_.load() != seenAt_) {
-                announce(nullptr);
-                dropRemoved(next);
+        for (auto slot = slots_.begin(); slot != slots_.end() && !ends_.load();) {
+            kxThreadTicker* const ticker = slot->ticker.load();
+            announce(ticker);
+            if (slot->ticker.load() == nullptr) {
+                slot = slots_.erase(slot);
             } else {
-                hasWorked |= tick(*round_[next++]);
+                hasWorked |= tick(*ticker, *slot++);
             }
         }
         announce(nullptr);
@@ -152,53 +155,38 @@ private:
         changed_.signal();
     }
 
-    // Those added meanwhile come in the next round.
-    void dropRemoved(std::size_t next)
-    {
-        const kxBodyGuard guard(changed_);
-        const auto isRemoved = [&](kxThreadTicker* ticker) {
-            return ends_ || std::find(tickers_.begin(), tickers_.end(), ticker) == tickers_.end();
-        };
-        const auto begin = round_.begin() + static_cast<std::ptrdiff_t>(next);
-        round_.erase(std::remove_if(begin, round_.end(), isRemoved), round_.end());
-        seenAt_ = changeCount_;
-    }
-
     void rest(std::uint32_t milliseconds)
     {
         changed_.lock();
-        if (copiedAt_ == changeCount_) {
-            changed_.wait(tickers_.empty() ? kEmptyPauseMilliseconds : milliseconds, true);
-        } else {
+        if (hasNews_.load()) {
             changed_.unlock();
+        } else {
+            changed_.wait(count() == 0 ? kEmptyPauseMilliseconds : milliseconds, true);
         }
     }
 
-    bool tick(kxThreadTicker& ticker)
+    bool tick(kxThreadTicker& ticker, Slot& slot)
     {
         try {
             return ticker.tick();
         } catch (const std::exception& error) {
-            pool_.removeFailed(*this, ticker, error.what());
+            pool_.removeFailed(*this, slot, &ticker, error.what());
         } catch (const abi::__forced_unwind&) {
             throw;
         } catch (...) {
-            pool_.removeFailed(*this, ticker, "unknown exception");
+            pool_.removeFailed(*this, slot, &ticker, "unknown exception");
         }
         return true;
     }
 
     kxThreadPoolTicker& pool_;
-    // Guards the list, and is signalled when something has changed that somebody sleeps for.
-    mutable kxEvent changed_;
-    std::vector<kxThreadTicker*> tickers_;
-    std::atomic<std::uint64_t> changeCount_{0};
-    bool ends_ = false;
-    // Of the thread alone: the tickers of this round, and the counts of changes at which the list was copied and
-    // at which it was last compared with the copy.
-    std::vector<kxThreadTicker*> round_;
-    std::uint64_t copiedAt_ = 0;
-    std::uint64_t seenAt_ = 0;
+    // Guards what has been added, and is signalled when something has changed that somebody sleeps for.
+    kxEvent changed_;
+    Slots added_;
+    std::atomic<bool> hasNews_{false};
+    std::atomic<bool> ends_{false};
+    std::atomic<std::uint32_t> count_{0};
+    Slots slots_;  // of the thread alone
     // Of the thread, for those who remove.
     std::atomic<std::uint32_t> thread_{0};
     std::atomic<const kxThreadTicker*> current_{nullptr};
@@ -217,23 +205,22 @@ kxThreadPoolTicker::~kxThreadPoolTicker()
     for (const std::unique_ptr<Worker>& worker : workers_) worker->end();
     for (const std::unique_ptr<Worker>& worker : workers_) worker->join();
     const kxBodyGuard guard(members());
-    for (const std::unique_ptr<Worker>& worker : workers_) {
-        while (kxThreadTicker* const ticker = worker->takeAny()) ticker->isInPool_ = false;
-    }
+    for (const std::unique_ptr<Worker>& worker : workers_) worker->removeAll();
 }
 
 bool kxThreadPoolTicker::add(kxThreadTicker& ticker)
 {
     Worker* worker = nullptr;
+    Worker::Slots slot;
+    slot.emplace_back(ticker);
     {
         const kxBodyGuard guard(members());
-        if (ticker.isInPool_) return false;
+        if (ticker.slot_ != nullptr) return false;
         const std::uint32_t number = workerFor(ticker);
         worker = workers_[number].get();
-        worker->add(ticker);
         ticker.pool_ = this;
         ticker.worker_ = number;
-        ticker.isInPool_ = true;
+        worker->add(slot);
     }
     const bool isStarted = worker->start(false);
     if (!isStarted) remove(ticker);
@@ -259,7 +246,7 @@ void kxThreadPoolTicker::remove(kxThreadTicker& ticker)
         const kxBodyGuard guard(members());
         if (ticker.pool_ != this || ticker.worker_ >= workers_.size()) return;
         worker = workers_[ticker.worker_].get();
-        if (worker->remove(ticker)) ticker.isInPool_ = false;
+        if (ticker.slot_ != nullptr) worker->remove(*ticker.slot_);
     }
     worker->waitForTick(ticker);
 }
@@ -271,13 +258,13 @@ std::uint32_t kxThreadPoolTicker::tickerCount() const
     return count;
 }
 
-// The ticker may have destroyed itself before it threw; then it is not in the pool.
-void kxThreadPoolTicker::removeFailed(Worker& worker, kxThreadTicker& ticker, const char* text)
+// The ticker may have been removed, and destroyed, before it threw.
+void kxThreadPoolTicker::removeFailed(Worker& worker, kxThreadTicker::Slot& slot, const void* address,
+                                      const char* text)
 {
-    const void* const address = &ticker;
     {
         const kxBodyGuard guard(members());
-        if (worker.remove(ticker)) ticker.isInPool_ = false;
+        if (slot.ticker.load() != nullptr) worker.remove(slot);
     }
     try {
         kxMessage(KX_MESSAGE_FATAL, "kxThreadTicker (%x) removed, its tick threw '%s'", address, text);
@@ -291,7 +278,7 @@ void kxThreadPoolTicker::forget(kxThreadTicker& ticker)
     kxThreadPoolTicker* pool = nullptr;
     {
         const kxBodyGuard guard(members());
-        if (!ticker.isInPool_) return;
+        if (ticker.slot_ == nullptr) return;
         pool = ticker.pool_;
     }
     const void* const address = &ticker;

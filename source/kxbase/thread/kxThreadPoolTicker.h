@@ -41,7 +41,7 @@ private:
 
     static void forget(kxThreadTicker& ticker);
     std::uint32_t workerFor(const kxThreadTicker& ticker) const;
-    void removeFailed(Worker& worker, kxThreadTicker& ticker, const char* text);
+    void removeFailed(Worker& worker, kxThreadTicker::Slot& slot, const void* address, const char* text);
 
     std::vector<std::unique_ptr<Worker>> workers_;
 };

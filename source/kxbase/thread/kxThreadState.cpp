@@ -35,7 +35,9 @@ kxMutex& activeMutex()
     return kxProcessMutex<struct kxActiveThreads>();
 }
 
-thread_local const kxThreadState* ownState = nullptr;
+constinit std::atomic<std::uint64_t> lastId{0};
+// The state of the calling thread, also while its thread-local objects go; then the state itself may have gone.
+thread_local std::uint64_t ownId = 0;
 
 // For what is called where nobody is left to tell of a failure.
 template <typename Call> void dropExceptions(Call call)
@@ -51,23 +53,42 @@ template <typename Call> void dropExceptions(Call call)
 }  // namespace
 
 // Holds the mutex. The thread itself never sleeps on it: were it killed when it had been woken to take the mutex
-// next, the others who sleep on it would not be woken any more.
+// next, the others who sleep on it would not be woken any more. Another thread is not killed while it holds it.
 class kxThreadState::Guard {
 public:
-    explicit Guard(const kxThreadState& state) : mutex_(state.mutex_)
+    explicit Guard(const kxThreadState& state) : mutex_(state.mutex_), isOwn_(state.isOwnThread())
     {
-        if (state.isOwnThread()) {
+        if (isOwn_) {
             while (!mutex_.tryLock()) kxPlatformSleep(0);
         } else {
+            kxPlatformThreadDelayKill();
             mutex_.lock();
         }
     }
-    ~Guard() { mutex_.unlock(); }
+    ~Guard()
+    {
+        mutex_.unlock();
+        if (!isOwn_) kxPlatformThreadAllowKill();
+    }
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
 
 private:
     kxMutex& mutex_;
+    const bool isOwn_;
+};
+
+// Closes the system's thread, if there is one.
+struct kxThreadState::Thread {
+    Thread() = default;
+    ~Thread()
+    {
+        if (system != nullptr) kxPlatformThreadClose(system);
+    }
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+
+    kxPlatformThread* system = nullptr;
 };
 
 // Unwinding that ends the thread comes by here as well.
@@ -75,7 +96,7 @@ class kxThreadState::Run {
 public:
     explicit Run(kxThreadState& state) : state_(state)
     {
-        ownState = &state;
+        ownId = state.id_;
         const std::uint32_t threadId = kxPlatformThreadId();
         std::uint32_t priority = 0;
         {
@@ -101,7 +122,6 @@ public:
             const Guard guard(state_);
             if (state_.run_ == run_) state_.leaveProcess();
         }
-        ownState = nullptr;
         state_.unref();
     }
     Run(const Run&) = delete;
@@ -125,7 +145,8 @@ private:
     std::uint32_t run_;
 };
 
-kxThreadState::kxThreadState(kxThread& object) : object_(&object), priority_(KX_THREAD_NORMAL) {}
+kxThreadState::kxThreadState(kxThread& object) : id_(++lastId), object_(&object), priority_(KX_THREAD_NORMAL)
+{}
 
 void kxThreadState::unref()
 {
@@ -176,20 +197,32 @@ bool kxThreadState::start(bool wait)
     return true;
 }
 
+std::shared_ptr<kxThreadState::Thread> kxThreadState::makeThread() noexcept
+{
+    try {
+        return std::make_shared<Thread>();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+// Whatever takes memory comes before the start, so that no thread runs without a handle.
 bool kxThreadState::startLocked()
 {
+    const std::shared_ptr<Thread> thread = makeThread();
+    if (thread == nullptr) return false;
     flags_ &= ~std::uint32_t{KX_THREAD_STOP};
     handle_.reset();
     threadId_ = 0;
     lastHeartbeat_ = kxClock::seconds();
     ++run_;
     ref();
-    kxPlatformThread* const thread = kxPlatformThreadStart(body, this);
-    if (thread == nullptr) {
+    thread->system = kxPlatformThreadStart(body, this);
+    if (thread->system == nullptr) {
         unref();
         return false;
     }
-    handle_ = Handle(thread, kxPlatformThreadClose);
+    handle_ = Handle(thread, thread->system);
     flags_ |= KX_THREAD_RUNNING;
     return true;
 }
@@ -312,7 +345,7 @@ void kxThreadState::setExceptionHandler(kxThreadExceptionInterface* handler)
 
 bool kxThreadState::isOwnThread() const
 {
-    return ownState == this;
+    return ownId == id_;
 }
 
 kxThreadState::Handle kxThreadState::handleToWaitFor()
@@ -353,8 +386,8 @@ void kxThreadState::markStopped()
 // Waits until the thread can no longer take the mutex before the mutex is free again.
 void kxThreadState::kill()
 {
+    if (!kxPlatformThreadKill(*handle_)) return;
     markStopped();
-    kxPlatformThreadKill(*handle_);
     if (kxPlatformThreadHasEnded(*handle_, kKillMilliseconds)) takeBackFromEnded();
 }
 

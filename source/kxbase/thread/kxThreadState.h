@@ -48,6 +48,7 @@ private:
     class Guard;
     // One run of the body, on its thread.
     class Run;
+    struct Thread;
     // What waits for the end of a thread may outlast the handle that is kept here.
     using Handle = std::shared_ptr<kxPlatformThread>;
 
@@ -60,6 +61,7 @@ private:
     static void reportException(const char* text);
 
     bool isOwnThread() const;
+    static std::shared_ptr<Thread> makeThread() noexcept;
     bool startLocked();
     void waitUntilBegun(std::uint32_t run);
     // The handle to wait with, or null when there is nothing to wait for.
@@ -71,6 +73,7 @@ private:
     void takeBackFromEnded();
     void leaveProcess();
 
+    const std::uint64_t id_;  // no other state ever has it
     std::atomic<std::uint32_t> references_{1};
     mutable kxMutex mutex_;
     kxThread* object_;  // null once it has gone

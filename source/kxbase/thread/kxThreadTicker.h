@@ -22,9 +22,10 @@ public:
 
 private:
     friend class kxThreadPoolTicker;
+    struct Slot;
 
     // Where the ticker is, or was last. Guarded by the lock of all pools' members.
     kxThreadPoolTicker* pool_ = nullptr;
     std::uint32_t worker_ = 0;
-    bool isInPool_ = false;
+    Slot* slot_ = nullptr;  // null when it is in no pool
 };

@@ -1,7 +1,10 @@
 #include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <ctime>
 #include <memory>
@@ -24,6 +27,8 @@ struct kxPlatformThread {
     std::atomic<std::uint32_t> id{0};
     std::atomic<std::uint32_t> joining{IDLE};
     std::atomic<std::uint32_t> holders{BOTH};
+    std::atomic<bool> isKilled{false};
+    std::atomic<std::uint32_t> isOver{0};  // the body has returned or was killed; those who wait sleep on it
     char handlerStack[64 * 1024];
 
     kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument)
@@ -36,15 +41,17 @@ namespace {
 constexpr int kNicePerStep = -5;
 constexpr std::int64_t kNanosecondsPerMillisecond = 1000000;
 constexpr std::int64_t kNanosecondsPerSecond = 1000000000;
+constexpr long kShortestPauseNanoseconds = 50000;
+constexpr long kLongestPauseNanoseconds = 1000000;
 
 // The calling thread's own, as long as it may be killed. Also read by the handler.
 thread_local kxPlatformThread* volatile current = nullptr;
+thread_local volatile int killDelays = 0;
 
-// Nanoseconds of a clock.
-std::int64_t now(clockid_t clock)
+std::int64_t nowNanoseconds()
 {
     timespec time{};
-    ::clock_gettime(clock, &time);
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
     return std::int64_t{time.tv_sec} * kNanosecondsPerSecond + time.tv_nsec;
 }
 
@@ -53,17 +60,28 @@ void release(kxPlatformThread* thread)
     if (thread->holders.exchange(kxPlatformThread::ONE) == kxPlatformThread::ONE) delete thread;
 }
 
-// A sender that does not name the thread means somebody else, whose id the thread has got since.
-void onThreadSignal(int, siginfo_t* info, void*)
+void noteOver(kxPlatformThread& thread)
 {
-    if (info->si_code == SI_QUEUE && info->si_value.sival_ptr == current) kxPlatformThreadKillCaller();
+    thread.isOver.store(1);
+    kxPlatformWakeAll(thread.isOver);
+}
+
+// The signal may have been for another thread, whose id this one has got since.
+void endIfKilled()
+{
+    if (current != nullptr && current->isKilled.load() && killDelays == 0) kxPlatformThreadKillCaller();
+}
+
+void onThreadSignal(int)
+{
+    endIfKilled();
 }
 
 bool installThreadSignal()
 {
     struct sigaction action {};
-    action.sa_sigaction = onThreadSignal;
-    action.sa_flags = SA_SIGINFO | SA_RESTART | SA_ONSTACK;
+    action.sa_handler = onThreadSignal;
+    action.sa_flags = SA_RESTART | SA_ONSTACK;
     return ::sigaction(kxPosixThreadSignal(), &action, nullptr) == 0;
 }
 
@@ -115,6 +133,7 @@ public:
     ~Running()
     {
         current = nullptr;
+        noteOver(*thread_);
         release(thread_);
     }
     Running(const Running&) = delete;
@@ -133,26 +152,18 @@ void* run(void* argument)
     return nullptr;
 }
 
-// Waits by the wall clock, the only one that every C library can wait by here; a user who sets it changes how
-// long a thread that does not end is waited for.
-bool waitForEnd(pthread_t thread, std::int64_t nanoseconds)
+// Joins a thread that has ended. A caller that is killed in the middle of it would keep all others from it.
+bool join(kxPlatformThread& thread)
 {
-    if (nanoseconds <= 0) return ::pthread_tryjoin_np(thread, nullptr) == 0;
-    const std::int64_t end = now(CLOCK_REALTIME) + nanoseconds;
-    const timespec deadline{static_cast<time_t>(end / kNanosecondsPerSecond),
-                            static_cast<long>(end % kNanosecondsPerSecond)};
-    return ::pthread_timedjoin_np(thread, nullptr, &deadline) == 0;
-}
-
-bool join(kxPlatformThread& thread, std::int64_t nanoseconds)
-{
-    std::uint32_t expected = kxPlatformThread::IDLE;
-    if (!thread.joining.compare_exchange_strong(expected, kxPlatformThread::BUSY)) {
-        return expected == kxPlatformThread::DONE;
+    kxPlatformThreadDelayKill();
+    std::uint32_t state = kxPlatformThread::IDLE;
+    if (thread.joining.compare_exchange_strong(state, kxPlatformThread::BUSY)) {
+        const bool isDone = ::pthread_tryjoin_np(thread.handle, nullptr) == 0;
+        state = isDone ? kxPlatformThread::DONE : kxPlatformThread::IDLE;
+        thread.joining.store(state);
     }
-    const bool isDone = waitForEnd(thread.handle, nanoseconds);
-    thread.joining.store(isDone ? kxPlatformThread::DONE : kxPlatformThread::IDLE);
-    return isDone;
+    kxPlatformThreadAllowKill();
+    return state == kxPlatformThread::DONE;
 }
 
 }  // namespace
@@ -169,31 +180,33 @@ kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argumen
 
 bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMilliseconds)
 {
-    if (waitMilliseconds == 0) return join(thread, 0);
-    const std::int64_t deadline = now(CLOCK_MONOTONIC) + waitMilliseconds * kNanosecondsPerMillisecond;
-    while (true) {
-        const std::int64_t left = deadline - now(CLOCK_MONOTONIC);
-        if (join(thread, left)) return true;
-        if (left <= 0) return false;
-        // Another thread waits for the same end.
-        if (thread.joining.load() == kxPlatformThread::BUSY) kxPlatformSleep(1);
+    if (join(thread)) return true;
+    if (waitMilliseconds == 0) return false;
+    const std::int64_t deadline = nowNanoseconds() + waitMilliseconds * kNanosecondsPerMillisecond;
+    kxPlatformWaitWhile(thread.isOver, 0, waitMilliseconds);
+    // What is left to the thread, its thread-local objects, is done in no time as a rule.
+    timespec pause{0, kShortestPauseNanoseconds};
+    while (!join(thread)) {
+        if (nowNanoseconds() >= deadline) return false;
+        ::clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
+        pause.tv_nsec = std::min(pause.tv_nsec * 2, kLongestPauseNanoseconds);
     }
+    return true;
 }
 
-void kxPlatformThreadKill(kxPlatformThread& thread)
+bool kxPlatformThreadKill(kxPlatformThread& thread)
 {
-    siginfo_t info{};
-    info.si_code = SI_QUEUE;
-    info.si_pid = ::getpid();
-    info.si_uid = ::getuid();
-    info.si_value.sival_ptr = &thread;
-    ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), static_cast<pid_t>(thread.id.load()), kxPosixThreadSignal(),
-              &info);
+    thread.isKilled.store(true);
+    const long result =
+        ::syscall(SYS_tgkill, ::getpid(), static_cast<pid_t>(thread.id.load()), kxPosixThreadSignal());
+    if (result == 0 || errno == ESRCH) return true;
+    thread.isKilled.store(false);
+    return false;
 }
 
 void kxPlatformThreadClose(kxPlatformThread* thread)
 {
-    if (!join(*thread, 0)) {
+    if (!join(*thread)) {
         ::pthread_detach(thread->handle);
         release(thread);
         return;
@@ -206,7 +219,19 @@ void kxPlatformThreadKillCaller()
     if (current == nullptr) return;
     // The next thread gets this one's memory, and must not find values of its own in it.
     for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
+    noteOver(*current);
     for (;;) ::syscall(SYS_exit, -1);
+}
+
+void kxPlatformThreadDelayKill()
+{
+    killDelays = killDelays + 1;
+}
+
+void kxPlatformThreadAllowKill()
+{
+    killDelays = killDelays - 1;
+    endIfKilled();
 }
 
 void kxPlatformThreadSetPriority(int steps)

@@ -1,9 +1,14 @@
-// The signal that kills a thread: the last but one real-time signal, which belongs to the library.
+// The signal that kills a thread. It is an old one that nothing sends any more, and belongs to the library. A
+// real-time signal would not do, since it is refused when the queue of signals is full.
 #pragma once
 
 #include <csignal>
 
 inline int kxPosixThreadSignal()
 {
+#ifdef SIGSTKFLT
+    return SIGSTKFLT;
+#else
     return SIGRTMAX - 1;
+#endif
 }
