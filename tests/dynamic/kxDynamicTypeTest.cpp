@@ -260,6 +260,8 @@ TEST(kxDynamicTypeContainer, KeepsNamesInTheOrderInWhichTheyCame)
     EXPECT_EQ(copy, container);
     container.set("a", 8);
     EXPECT_NE(copy, container);
+    container = {};
+    EXPECT_EQ(copy.get("c").toString(), "c");
 }
 
 TEST(kxDynamicTypeArray, ChangesAndChecksItsValues)
