@@ -230,6 +230,15 @@ TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
         EXPECT_EQ(found.get(0).toReference(), object);
         EXPECT_EQ(found.get(1).toReference(), nullptr);
 
+        kxDynamicTypeContainer mixed(value);
+        mixed.set("none", kxDynamicTypeArray());
+        const std::uint32_t before = object->getReferenceCount();
+        kxDynamicTypeContainer without{kxDynamicType(mixed)};
+        without.remove("list");
+        const kxDynamicType none = without;
+        without.clear();
+        EXPECT_EQ(object->getReferenceCount(), before) << "a value that does not hold it";
+
         kxMessageRecorder recorder;
         const kxDynamicTypeContainer forged(made("cont", bytesOf(value)));
         EXPECT_TRUE(forged.isEmpty()) << "the same bytes from outside";
@@ -345,6 +354,7 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
         {"levels beyond the most", "array", nested(65)},
         {"a thousand levels", "array", nested(1000)},
         {"a tag without its time", "ttag", item("num", "\x05") + "1234567"},
+        {"no value with bytes", "array", "\x01" + item("void", "x")},
         {"a text without an end", "error", "1234why"},
         {"more than a text", "error", "1234why" + zero + "x"},
     };

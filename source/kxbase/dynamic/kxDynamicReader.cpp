@@ -1,6 +1,5 @@
 #include "kxbase/dynamic/kxDynamicReader.h"
 
-#include "kxbase/dynamic/kxDynamicReferences.h"
 #include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
@@ -75,8 +74,18 @@ kxDynamicType kxDynamicReader::takeItem()
     if (type == KX_UNIQUE_REF)
         return {type, std::move(bytes),
                 references_ != nullptr ? references_->find(load<std::uint64_t>(place)) : nullptr};
-    return {type, std::move(bytes),
-            isComposed(type) ? const_cast<kxDynamicReferences*>(references_) : nullptr};
+    return {type, std::move(bytes), isComposed(type) ? referencesIn(type, place, item.size) : nullptr};
+}
+
+// Those of the objects that the bytes of a sound value name; null when it names none.
+kxRefPointer<kxReference> kxDynamicReader::referencesIn(kxUniqueId type, const std::uint8_t* bytes,
+                                                        std::uint32_t size) const
+{
+    if (references_ == nullptr) return nullptr;
+    kxDynamicReferences::Objects named;
+    kxDynamicReader(bytes, size, references_, &named).isSoundValue(type, KX_DYNAMIC_LEVELS);
+    if (named.isEmpty()) return nullptr;
+    return kxMakeRef<kxDynamicReferences>(std::move(named));
 }
 
 bool kxDynamicReader::take(std::uint64_t& number) noexcept
@@ -118,7 +127,7 @@ bool kxDynamicReader::isSoundItem(std::uint32_t levelsLeft)
 {
     Item item;
     if (!take(item)) return false;
-    kxDynamicReader inside(at_, item.size, references_);
+    kxDynamicReader inside(at_, item.size, references_, named_);
     at_ += item.size;
     return inside.isSoundValue(kxDynamicType::typeOf(item.typeName), levelsLeft);
 }
@@ -140,6 +149,8 @@ bool kxDynamicReader::isSoundValue(kxUniqueId type, std::uint32_t levelsLeft)
         return skip(kCodeBytes) && take(text) && isAtEnd();
     case KX_UNIQUE_REF:
         return isSoundReference();
+    case KX_UNIQUE_VOID:
+        return isAtEnd();
     default:
         return true;  // any bytes will do, see the conversions
     }
@@ -160,5 +171,8 @@ bool kxDynamicReader::isSoundReference()
 {
     if (bytesLeft() != sizeof(std::uint64_t)) return false;
     const auto address = load<std::uint64_t>(at_);
-    return address == 0 || (references_ != nullptr && references_->find(address) != nullptr);
+    if (address == 0) return true;
+    kxReference* const object = references_ != nullptr ? references_->find(address) : nullptr;
+    if (object != nullptr && named_ != nullptr) named_->append(object);
+    return object != nullptr;
 }

@@ -9,12 +9,11 @@
 // Threads:   one thread at a time.
 #pragma once
 
+#include "kxbase/dynamic/kxDynamicReferences.h"
 #include "kxbase/dynamic/kxDynamicType.h"
 
 // How deep composed values may lie in one another. Deeper ones can be made, but are not read.
 constexpr std::uint32_t KX_DYNAMIC_LEVELS = 64;
-
-class kxDynamicReferences;
 
 class kxDynamicReader {
 public:
@@ -32,9 +31,9 @@ public:
 private:
     struct Item;
 
-    kxDynamicReader(const std::uint8_t* bytes, std::uint32_t size,
-                    const kxDynamicReferences* references) noexcept
-        : at_(bytes), end_(bytes + size), references_(references)
+    kxDynamicReader(const std::uint8_t* bytes, std::uint32_t size, const kxDynamicReferences* references,
+                    kxDynamicReferences::Objects* named = nullptr) noexcept
+        : at_(bytes), end_(bytes + size), references_(references), named_(named)
     {}
 
     std::uint32_t bytesLeft() const noexcept { return static_cast<std::uint32_t>(end_ - at_); }
@@ -44,6 +43,10 @@ private:
     bool take(Item& item) noexcept;
     bool skip(std::uint32_t count) noexcept;
 
+    kxRefPointer<kxReference> referencesIn(kxUniqueId type, const std::uint8_t* bytes,
+                                           std::uint32_t size) const;
+
+    // These go over what they look at, and note the objects that it names.
     bool isSoundItem(std::uint32_t levelsLeft);
     bool isSoundValue(kxUniqueId type, std::uint32_t levelsLeft);
     bool isSoundList(std::uint32_t levelsLeft, bool isNamed);
@@ -52,4 +55,5 @@ private:
     const std::uint8_t* at_;
     const std::uint8_t* end_;
     const kxDynamicReferences* references_;  // null when the value holds none
+    kxDynamicReferences::Objects* named_;    // where to note objects; may be null
 };
