@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -13,6 +15,7 @@ using Texts = std::vector<std::string>;
 constexpr std::uint32_t kNodeId = 1001;
 constexpr std::uint32_t kLeafId = 1002;
 constexpr std::uint32_t kPlainId = 1003;
+constexpr std::uint32_t kHolderId = 1004;
 const char* const kCorrupt = "Corrupt Stream in kxObjectInput!!";
 
 class Leaf : public kxReference, public kxStreamedObjectInterface {
@@ -20,6 +23,24 @@ public:
     std::uint32_t getFactoryId() const override { return kLeafId; }
     void writeData(kxObjectOutput&) const override {}
     void readData(kxObjectInput&) override {}
+};
+
+// Reads and writes through a reference, as adapters on top of others do.
+class Holder : public Leaf {
+public:
+    std::uint8_t byte = 0;
+    bool throws = false;
+
+    std::uint32_t getFactoryId() const override { return kHolderId; }
+    void writeData(kxObjectOutput& output) const override
+    {
+        kxRefPointer<kxSerializeAdapter>(&output.getAdapter())->writeByte(byte);
+        if (throws) throw std::runtime_error("full");
+    }
+    void readData(kxObjectInput& input) override
+    {
+        byte = kxRefPointer<kxSerializeAdapter>(&input.getAdapter())->readByte();
+    }
 };
 
 class Node : public kxReference, public kxStreamedObjectInterface {
@@ -145,6 +166,24 @@ TEST_F(kxObjectStream, KeepsWhoRefersToWhom)
     EXPECT_EQ(again->name, "first");
     EXPECT_EQ(wire->length(), 0U);
     for (const auto& circle : {first, found, again}) circle->next->next->next = nullptr;
+}
+
+TEST_F(kxObjectStream, ObjectsMayHoldTheAdapterAndMayThrow)
+{
+    kxObjectFactoryOf<Holder> holders(kHolderId);
+    const Wire wire = wireWith();
+    kxObjectOutput output(*wire);
+    const auto holder = kxMakeRef<Holder>();
+    holder->throws = true;
+    EXPECT_THROW(output.writeObject(holder), std::runtime_error);
+    wire->read(nullptr, wire->length());
+    wire->resetInstances();
+    holder->throws = false;
+    holder->byte = 7;
+    output.writeObject(holder);
+    const auto found = kxObjectInput(*wire).readObject<Holder>();
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->byte, 7) << "nothing is left of the object that threw";
 }
 
 TEST_F(kxObjectStream, AChainOfAnyLengthNeedsNoStack)
