@@ -348,6 +348,7 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
         {"an item larger than what is left", "array", "\x01num" + zero + "\x02\x05"},
         {"an item of nearly 2^63 bytes", "array", "\x01num" + zero + huge},
         {"a name without an end", "cont", "\x01name"},
+        {"a name that is too long", "cont", "\x01" + std::string(65536, 'n') + zero + item("num", "\x05")},
         {"a broken value inside", "cont", "\x01n" + zero + item("array", "\x05")},
         {"an object inside", "array", "\x01" + item("ref", "12345678")},
         {"an object as a fake attachment", "ttag", item("ref", "12345678") + "12345678"},
@@ -377,7 +378,11 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
     EXPECT_EQ(made("vec3", "short").toVec3(), kxVec3());
     EXPECT_EQ(made("guid", "short").toGUID(), kxGUID());
     EXPECT_EQ(made("ptr", "short").toPointer(), nullptr);
-    EXPECT_EQ(recorder.texts(), Texts(5, "Corrupt Stream in kxDynamicType!!"));
+    EXPECT_EQ(made("llnum", "123456789").toInt64(), 0);
+    EXPECT_EQ(made("vec2", "123456789").toVec2(), kxVec2());
+    EXPECT_EQ(made("guid", std::string(20, 'g')).toGUID(), kxGUID());
+    EXPECT_EQ(made("void", "some"), kxDynamicType());
+    EXPECT_EQ(recorder.texts(), Texts(9, "Corrupt Stream in kxDynamicType!!"));
 }
 
 TEST(kxSerializeDynamicType, BrokenStreamsGiveVoidAndAWarning)

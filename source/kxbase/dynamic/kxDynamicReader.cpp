@@ -105,13 +105,17 @@ bool kxDynamicReader::take(std::string_view& text) noexcept
     return true;
 }
 
-// A value without a type, or with one that no string holds, is none.
+// A text that a string holds whole: cut, two names might become one.
+bool kxDynamicReader::takeName(std::string_view& name) noexcept
+{
+    return take(name) && name.size() <= KX_STRING_MAX_LENGTH;
+}
+
+// A value without a type is none.
 bool kxDynamicReader::take(Item& item) noexcept
 {
     std::uint64_t size = 0;
-    if (!take(item.typeName) || item.typeName.empty() || item.typeName.size() > KX_STRING_MAX_LENGTH ||
-        !take(size) || size > bytesLeft())
-        return false;
+    if (!takeName(item.typeName) || item.typeName.empty() || !take(size) || size > bytesLeft()) return false;
     item.size = static_cast<std::uint32_t>(size);
     return true;
 }
@@ -162,7 +166,7 @@ bool kxDynamicReader::isSoundList(std::uint32_t levelsLeft, bool isNamed)
     if (!take(count)) return false;
     std::string_view name;
     for (; count != 0; --count)
-        if ((isNamed && !take(name)) || !isSoundItem(levelsLeft)) return false;
+        if ((isNamed && !takeName(name)) || !isSoundItem(levelsLeft)) return false;
     return true;
 }
 

@@ -40,6 +40,7 @@ private:
     // Each answers whether there was one of a sound form.
     bool take(std::uint64_t& number) noexcept;
     bool take(std::string_view& text) noexcept;
+    bool takeName(std::string_view& name) noexcept;
     bool take(Item& item) noexcept;
     bool skip(std::uint32_t count) noexcept;
 

@@ -6,10 +6,11 @@
 // Ownership: owns names and values.
 // Threads:   a plain value; several threads may read one.
 // Errors:    a value of another type than "cont" is fatal. Broken bytes give the empty container and the Warning
-//            "Corrupt Stream in kxDynamicTypeContainer!!".
+//            "Corrupt Stream in kxDynamicTypeContainer!!"; so do names that are too long for a kxString. Of values
+//            with the same name the last one counts.
 //
-// A name ends at its first zero byte, and may be empty. Names are looked up in an ordered index and not by their hash,
-// so that names from outside cannot be chosen to make it slow.
+// A name ends at its first zero byte, and may be empty. Names are looked up in an ordered index and not by their
+// hash, so that names from outside cannot be chosen to make it slow.
 #pragma once
 
 #include "kxbase/dynamic/kxDynamicType.h"
