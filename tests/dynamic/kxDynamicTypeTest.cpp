@@ -76,6 +76,7 @@ kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
         static_cast<double>(random()) / (1 << random() % 32),
         static_cast<std::int64_t>(random()) * -4567,
         kxString(std::string(random() % 300, 't')),
+        made(random() % 2 == 0 ? "mine" : "yours", "abc"),
         kxVec3{1.5F, static_cast<float>(random()), -0.0F},
         kxGUID(random(), 1, 2, {3, 4}),
         kxDynamicTypeError(static_cast<std::int32_t>(random()), "why"),

@@ -69,8 +69,12 @@ kxDynamicType kxDynamicReader::takeItem()
     const std::uint8_t* const place = take(item) ? at_ : nullptr;
     if (place == nullptr || !skip(item.size)) return {};
     const kxUniqueId type = kxDynamicType::typeOf(item.typeName);
-    if (type == KX_UNIQUE_NONE) return kxDynamicType(item.typeName, place, item.size);
     kxDynamicBytes bytes(place, item.size);
+    if (type == KX_UNIQUE_NONE) {
+        if (!name_ || name_->text != item.typeName)
+            name_ = kxMakeRef<kxDynamicTypeName>(kxString(item.typeName));
+        return {type, std::move(bytes), name_};
+    }
     if (type == KX_UNIQUE_REF)
         return {type, std::move(bytes),
                 references_ != nullptr ? references_->find(load<std::uint64_t>(place)) : nullptr};

@@ -11,6 +11,7 @@
 
 #include "kxbase/dynamic/kxDynamicReferences.h"
 #include "kxbase/dynamic/kxDynamicType.h"
+#include "kxbase/dynamic/kxDynamicTypeName.h"
 
 // How deep composed values may lie in one another. Deeper ones can be made, but are not read.
 constexpr std::uint32_t KX_DYNAMIC_LEVELS = 64;
@@ -57,4 +58,5 @@ private:
     const std::uint8_t* end_;
     const kxDynamicReferences* references_;  // null when the value holds none
     kxDynamicReferences::Objects* named_;    // where to note objects; may be null
+    kxRefPointer<kxDynamicTypeName> name_;   // of the last item of a type of the program, for its neighbours
 };
