@@ -76,6 +76,7 @@ kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
         static_cast<double>(random()) / (1 << random() % 32),
         static_cast<std::int64_t>(random()) * -4567,
         kxString(std::string(random() % 300, 't')),
+        made(random() % 2 == 0 ? "mine" : "yours", "abc"),
         kxVec3{1.5F, static_cast<float>(random()), -0.0F},
         kxGUID(random(), 1, 2, {3, 4}),
         kxDynamicTypeError(static_cast<std::int32_t>(random()), "why"),
@@ -230,6 +231,15 @@ TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
         EXPECT_EQ(found.get(0).toReference(), object);
         EXPECT_EQ(found.get(1).toReference(), nullptr);
 
+        kxDynamicTypeContainer mixed(value);
+        mixed.set("none", kxDynamicTypeArray());
+        const std::uint32_t before = object->getReferenceCount();
+        kxDynamicTypeContainer without{kxDynamicType(mixed)};
+        without.remove("list");
+        const kxDynamicType none = without;
+        without.clear();
+        EXPECT_EQ(object->getReferenceCount(), before) << "a value that does not hold it";
+
         kxMessageRecorder recorder;
         const kxDynamicTypeContainer forged(made("cont", bytesOf(value)));
         EXPECT_TRUE(forged.isEmpty()) << "the same bytes from outside";
@@ -260,6 +270,8 @@ TEST(kxDynamicTypeContainer, KeepsNamesInTheOrderInWhichTheyCame)
     EXPECT_EQ(copy, container);
     container.set("a", 8);
     EXPECT_NE(copy, container);
+    container = {};
+    EXPECT_EQ(copy.get("c").toString(), "c");
 }
 
 TEST(kxDynamicTypeArray, ChangesAndChecksItsValues)
@@ -337,12 +349,14 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
         {"an item larger than what is left", "array", "\x01num" + zero + "\x02\x05"},
         {"an item of nearly 2^63 bytes", "array", "\x01num" + zero + huge},
         {"a name without an end", "cont", "\x01name"},
+        {"a name that is too long", "cont", "\x01" + std::string(65536, 'n') + zero + item("num", "\x05")},
         {"a broken value inside", "cont", "\x01n" + zero + item("array", "\x05")},
         {"an object inside", "array", "\x01" + item("ref", "12345678")},
         {"an object as a fake attachment", "ttag", item("ref", "12345678") + "12345678"},
         {"levels beyond the most", "array", nested(65)},
         {"a thousand levels", "array", nested(1000)},
         {"a tag without its time", "ttag", item("num", "\x05") + "1234567"},
+        {"no value with bytes", "array", "\x01" + item("void", "x")},
         {"a text without an end", "error", "1234why"},
         {"more than a text", "error", "1234why" + zero + "x"},
     };
@@ -365,7 +379,11 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
     EXPECT_EQ(made("vec3", "short").toVec3(), kxVec3());
     EXPECT_EQ(made("guid", "short").toGUID(), kxGUID());
     EXPECT_EQ(made("ptr", "short").toPointer(), nullptr);
-    EXPECT_EQ(recorder.texts(), Texts(5, "Corrupt Stream in kxDynamicType!!"));
+    EXPECT_EQ(made("llnum", "123456789").toInt64(), 0);
+    EXPECT_EQ(made("vec2", "123456789").toVec2(), kxVec2());
+    EXPECT_EQ(made("guid", std::string(20, 'g')).toGUID(), kxGUID());
+    EXPECT_EQ(made("void", "some"), kxDynamicType());
+    EXPECT_EQ(recorder.texts(), Texts(9, "Corrupt Stream in kxDynamicType!!"));
 }
 
 TEST(kxSerializeDynamicType, BrokenStreamsGiveVoidAndAWarning)

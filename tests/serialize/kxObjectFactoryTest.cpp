@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -33,10 +35,12 @@ public:
     {
         output.writeObject(next);
         output.write(kxSerializeString(name));
+        if (name == "throws") throw std::runtime_error("full");
         output.writeObject(leaf);
     }
     void readData(kxObjectInput& input) override
     {
+        const kxRefPointer<kxSerializeAdapter> held(&input.getAdapter());  // as encoders do
         next = input.readObject<Node>();
         kxSerializeString text;
         input.read(text);
@@ -145,6 +149,17 @@ TEST_F(kxObjectStream, KeepsWhoRefersToWhom)
     EXPECT_EQ(again->name, "first");
     EXPECT_EQ(wire->length(), 0U);
     for (const auto& circle : {first, found, again}) circle->next->next->next = nullptr;
+}
+
+TEST_F(kxObjectStream, NothingIsLeftOfAnObjectThatThrew)
+{
+    const Wire wire = wireWith();
+    kxObjectOutput output(*wire);
+    EXPECT_THROW(output.writeObject(node("throws")), std::runtime_error);
+    wire->read(nullptr, wire->length());
+    wire->resetInstances();
+    output.writeObject(node("sound"));
+    EXPECT_EQ(kxObjectInput(*wire).readObject<Node>()->name, "sound");
 }
 
 TEST_F(kxObjectStream, AChainOfAnyLengthNeedsNoStack)

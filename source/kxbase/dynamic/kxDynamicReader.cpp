@@ -1,6 +1,5 @@
 #include "kxbase/dynamic/kxDynamicReader.h"
 
-#include "kxbase/dynamic/kxDynamicReferences.h"
 #include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
@@ -70,13 +69,27 @@ kxDynamicType kxDynamicReader::takeItem()
     const std::uint8_t* const place = take(item) ? at_ : nullptr;
     if (place == nullptr || !skip(item.size)) return {};
     const kxUniqueId type = kxDynamicType::typeOf(item.typeName);
-    if (type == KX_UNIQUE_NONE) return kxDynamicType(item.typeName, place, item.size);
     kxDynamicBytes bytes(place, item.size);
+    if (type == KX_UNIQUE_NONE) {
+        if (!name_ || name_->text != item.typeName)
+            name_ = kxMakeRef<kxDynamicTypeName>(kxString(item.typeName));
+        return {type, std::move(bytes), name_};
+    }
     if (type == KX_UNIQUE_REF)
         return {type, std::move(bytes),
                 references_ != nullptr ? references_->find(load<std::uint64_t>(place)) : nullptr};
-    return {type, std::move(bytes),
-            isComposed(type) ? const_cast<kxDynamicReferences*>(references_) : nullptr};
+    return {type, std::move(bytes), isComposed(type) ? referencesIn(type, place, item.size) : nullptr};
+}
+
+// Those of the objects that the bytes of a sound value name; null when it names none.
+kxRefPointer<kxReference> kxDynamicReader::referencesIn(kxUniqueId type, const std::uint8_t* bytes,
+                                                        std::uint32_t size) const
+{
+    if (references_ == nullptr) return nullptr;
+    kxDynamicReferences::Objects named;
+    kxDynamicReader(bytes, size, references_, &named).isSoundValue(type, KX_DYNAMIC_LEVELS);
+    if (named.isEmpty()) return nullptr;
+    return kxMakeRef<kxDynamicReferences>(std::move(named));
 }
 
 bool kxDynamicReader::take(std::uint64_t& number) noexcept
@@ -96,13 +109,17 @@ bool kxDynamicReader::take(std::string_view& text) noexcept
     return true;
 }
 
-// A value without a type, or with one that no string holds, is none.
+// A text that a string holds whole: cut, two names might become one.
+bool kxDynamicReader::takeName(std::string_view& name) noexcept
+{
+    return take(name) && name.size() <= KX_STRING_MAX_LENGTH;
+}
+
+// A value without a type is none.
 bool kxDynamicReader::take(Item& item) noexcept
 {
     std::uint64_t size = 0;
-    if (!take(item.typeName) || item.typeName.empty() || item.typeName.size() > KX_STRING_MAX_LENGTH ||
-        !take(size) || size > bytesLeft())
-        return false;
+    if (!takeName(item.typeName) || item.typeName.empty() || !take(size) || size > bytesLeft()) return false;
     item.size = static_cast<std::uint32_t>(size);
     return true;
 }
@@ -118,7 +135,7 @@ bool kxDynamicReader::isSoundItem(std::uint32_t levelsLeft)
 {
     Item item;
     if (!take(item)) return false;
-    kxDynamicReader inside(at_, item.size, references_);
+    kxDynamicReader inside(at_, item.size, references_, named_);
     at_ += item.size;
     return inside.isSoundValue(kxDynamicType::typeOf(item.typeName), levelsLeft);
 }
@@ -140,6 +157,8 @@ bool kxDynamicReader::isSoundValue(kxUniqueId type, std::uint32_t levelsLeft)
         return skip(kCodeBytes) && take(text) && isAtEnd();
     case KX_UNIQUE_REF:
         return isSoundReference();
+    case KX_UNIQUE_VOID:
+        return isAtEnd();
     default:
         return true;  // any bytes will do, see the conversions
     }
@@ -151,7 +170,7 @@ bool kxDynamicReader::isSoundList(std::uint32_t levelsLeft, bool isNamed)
     if (!take(count)) return false;
     std::string_view name;
     for (; count != 0; --count)
-        if ((isNamed && !take(name)) || !isSoundItem(levelsLeft)) return false;
+        if ((isNamed && !takeName(name)) || !isSoundItem(levelsLeft)) return false;
     return true;
 }
 
@@ -160,5 +179,8 @@ bool kxDynamicReader::isSoundReference()
 {
     if (bytesLeft() != sizeof(std::uint64_t)) return false;
     const auto address = load<std::uint64_t>(at_);
-    return address == 0 || (references_ != nullptr && references_->find(address) != nullptr);
+    if (address == 0) return true;
+    kxReference* const object = references_ != nullptr ? references_->find(address) : nullptr;
+    if (object != nullptr && named_ != nullptr) named_->append(object);
+    return object != nullptr;
 }

@@ -9,12 +9,12 @@
 // Threads:   one thread at a time.
 #pragma once
 
+#include "kxbase/dynamic/kxDynamicReferences.h"
 #include "kxbase/dynamic/kxDynamicType.h"
+#include "kxbase/dynamic/kxDynamicTypeName.h"
 
 // How deep composed values may lie in one another. Deeper ones can be made, but are not read.
 constexpr std::uint32_t KX_DYNAMIC_LEVELS = 64;
-
-class kxDynamicReferences;
 
 class kxDynamicReader {
 public:
@@ -32,18 +32,23 @@ public:
 private:
     struct Item;
 
-    kxDynamicReader(const std::uint8_t* bytes, std::uint32_t size,
-                    const kxDynamicReferences* references) noexcept
-        : at_(bytes), end_(bytes + size), references_(references)
+    kxDynamicReader(const std::uint8_t* bytes, std::uint32_t size, const kxDynamicReferences* references,
+                    kxDynamicReferences::Objects* named = nullptr) noexcept
+        : at_(bytes), end_(bytes + size), references_(references), named_(named)
     {}
 
     std::uint32_t bytesLeft() const noexcept { return static_cast<std::uint32_t>(end_ - at_); }
     // Each answers whether there was one of a sound form.
     bool take(std::uint64_t& number) noexcept;
     bool take(std::string_view& text) noexcept;
+    bool takeName(std::string_view& name) noexcept;
     bool take(Item& item) noexcept;
     bool skip(std::uint32_t count) noexcept;
 
+    kxRefPointer<kxReference> referencesIn(kxUniqueId type, const std::uint8_t* bytes,
+                                           std::uint32_t size) const;
+
+    // These go over what they look at, and note the objects that it names.
     bool isSoundItem(std::uint32_t levelsLeft);
     bool isSoundValue(kxUniqueId type, std::uint32_t levelsLeft);
     bool isSoundList(std::uint32_t levelsLeft, bool isNamed);
@@ -52,4 +57,6 @@ private:
     const std::uint8_t* at_;
     const std::uint8_t* end_;
     const kxDynamicReferences* references_;  // null when the value holds none
+    kxDynamicReferences::Objects* named_;    // where to note objects; may be null
+    kxRefPointer<kxDynamicTypeName> name_;   // of the last item of a type of the program, for its neighbours
 };

@@ -105,12 +105,12 @@ kxDynamicType::kxDynamicType(const kxString& typeName, const void* bytes, std::u
 {
     const kxString name(typeName.text());
     const kxUniqueId type = typeOf(name);
-    if (type == KX_UNIQUE_REF) {
+    if (type == KX_UNIQUE_REF || (type == KX_UNIQUE_VOID && size != 0)) {
         warn();
         return;
     }
     if (type == KX_UNIQUE_NONE) attachment_ = kxMakeRef<kxDynamicTypeName>(name);
-    bytes_ = kxDynamicBytes(bytes, type == KX_UNIQUE_VOID ? 0 : size);
+    bytes_ = kxDynamicBytes(bytes, size);
     typeId_ = type;
 }
 
@@ -227,10 +227,10 @@ void kxDynamicType::raiseConversion(std::string_view text) const
     kxRaiseFatal(text, getTypeName());
 }
 
-// The value at the start of the bytes, or the neutral one when there are too few.
+// The value, or the neutral one when the bytes are not as many as it has.
 template <typename T> T kxDynamicType::fixed() const
 {
-    if (bytes_.size() >= sizeof(T)) return Loader<T>::load(bytes_.data());
+    if (bytes_.size() == sizeof(T)) return Loader<T>::load(bytes_.data());
     warn();
     return T{};
 }

@@ -3,8 +3,6 @@
 #include "kxbase/dynamic/kxDynamicReader.h"
 #include "kxbase/dynamic/kxDynamicWriter.h"
 
-#include <memory>
-
 kxDynamicTypeContainer::kxDynamicTypeContainer(const kxDynamicType& value) : kxDynamicTypeContainer()
 {
     value.require(KX_UNIQUE_CONT, "Can not convert dynamic argument type '%s' to kxDynamicTypeContainer !!");
@@ -17,14 +15,14 @@ kxDynamicTypeContainer::kxDynamicTypeContainer(const kxDynamicType& value) : kxD
 
 kxDynamicTypeContainer::kxDynamicTypeContainer(const kxDynamicTypeContainer& other) : kxDynamicTypeContainer()
 {
-    for (const auto& entry : other.values_) set(entry.key(), entry.value()->value);
+    for (const Entry& entry : other.values_) set(entry.name, entry.value);
 }
 
 kxDynamicTypeContainer& kxDynamicTypeContainer::operator=(const kxDynamicTypeContainer& other)
 {
     if (this == &other) return *this;
     clear();
-    for (const auto& entry : other.values_) set(entry.key(), entry.value()->value);
+    for (const Entry& entry : other.values_) set(entry.name, entry.value);
     return *this;
 }
 
@@ -32,23 +30,17 @@ kxDynamicTypeContainer::operator kxDynamicType() const
 {
     kxDynamicWriter writer;
     writer.addCount(count());
-    for (const auto& entry : values_) {
-        writer.addText(entry.key());
-        writer.addItem(entry.value()->value);
+    for (const Entry& entry : values_) {
+        writer.addText(entry.name);
+        writer.addItem(entry.value);
     }
     return writer.finish(KX_UNIQUE_CONT);
 }
 
-kxDynamicTypeContainer::Place* kxDynamicTypeContainer::placeOf(const kxString& name) const
-{
-    const bool hasZero = name.find('\0') != KX_STRING_NOT_FOUND;
-    return hasZero ? values_.find(keyOf(name)) : values_.find(name);
-}
-
 const kxDynamicType* kxDynamicTypeContainer::find(const kxString& name) const
 {
-    const Place* const place = placeOf(name);
-    return place != nullptr ? &place->value : nullptr;
+    const auto found = index_.find(keyOf(name));
+    return found != index_.end() ? &found->second->value : nullptr;
 }
 
 kxDynamicType kxDynamicTypeContainer::get(const kxString& name) const
@@ -59,32 +51,34 @@ kxDynamicType kxDynamicTypeContainer::get(const kxString& name) const
 
 void kxDynamicTypeContainer::set(const kxString& name, kxDynamicType value)
 {
-    if (Place* const present = placeOf(name)) {
-        present->value = std::move(value);
+    const auto found = index_.find(keyOf(name));
+    if (found != index_.end()) {
+        found->second->value = std::move(value);
         return;
     }
-    auto fresh = std::make_unique<Place>(std::move(value));
-    values_.insert(keyOf(name), fresh.get());
-    fresh.release();
+    Values fresh;
+    fresh.push_back({kxString(keyOf(name)), std::move(value)});
+    index_.emplace(fresh.front().name.view(), fresh.begin());
+    values_.splice(values_.end(), fresh);
 }
 
 bool kxDynamicTypeContainer::remove(const kxString& name)
 {
-    const std::unique_ptr<Place> removed(values_.remove(keyOf(name)));
-    return removed != nullptr;
+    const auto found = index_.find(keyOf(name));
+    if (found == index_.end()) return false;
+    const auto place = found->second;
+    const kxDynamicType removed = std::move(place->value);  // released last, which may throw
+    index_.erase(found);
+    values_.erase(place);
+    return true;
 }
 
 void kxDynamicTypeContainer::clear()
 {
-    while (!isEmpty()) {
-        const std::unique_ptr<Place> removed(values_.remove(values_.first()->key()));
-    }
+    while (!isEmpty()) remove(values_.back().name);
 }
 
 bool operator==(const kxDynamicTypeContainer& left, const kxDynamicTypeContainer& right) noexcept
 {
-    return std::equal(left.values_.begin(), left.values_.end(), right.values_.begin(), right.values_.end(),
-                      [](const auto& one, const auto& other) {
-                          return one.key() == other.key() && one.value()->value == other.value()->value;
-                      });
+    return left.values_ == right.values_;
 }

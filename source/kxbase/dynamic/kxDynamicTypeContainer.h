@@ -6,27 +6,29 @@
 // Ownership: owns names and values.
 // Threads:   a plain value; several threads may read one.
 // Errors:    a value of another type than "cont" is fatal. Broken bytes give the empty container and the Warning
-//            "Corrupt Stream in kxDynamicTypeContainer!!".
+//            "Corrupt Stream in kxDynamicTypeContainer!!"; so do names that are too long for a kxString. Of values
+//            with the same name the last one counts.
 //
-// A name ends at its first zero byte, and may be empty.
+// A name ends at its first zero byte, and may be empty. Names are looked up in an ordered index and not by their
+// hash, so that names from outside cannot be chosen to make it slow.
 #pragma once
 
-#include "kxbase/containers/kxDictList.h"
-#include "kxbase/core/kxSharedMemory.h"
 #include "kxbase/dynamic/kxDynamicType.h"
-#include "kxbase/string/kxStringCompareInterface.h"
+
+#include <list>
+#include <map>
 
 class kxDynamicTypeContainer {
 public:
-    kxDynamicTypeContainer() { values_.setNoCache(true); }
+    kxDynamicTypeContainer() = default;
     explicit kxDynamicTypeContainer(const kxDynamicType& value);
     kxDynamicTypeContainer(const kxDynamicTypeContainer& other);
     kxDynamicTypeContainer& operator=(const kxDynamicTypeContainer& other);
     ~kxDynamicTypeContainer() noexcept(false) { clear(); }
     operator kxDynamicType() const;
 
-    std::uint32_t count() const noexcept { return values_.count(); }
-    bool isEmpty() const noexcept { return values_.isEmpty(); }
+    std::uint32_t count() const noexcept { return static_cast<std::uint32_t>(values_.size()); }
+    bool isEmpty() const noexcept { return values_.empty(); }
     bool has(const kxString& name) const { return find(name) != nullptr; }
     // Null when there is none; the value stays the container's.
     const kxDynamicType* find(const kxString& name) const;
@@ -44,14 +46,17 @@ public:
 private:
     friend class kxDynamicTypeContainerIterator;
 
-    struct Place : kxSharedMemory {
-        explicit Place(kxDynamicType held) : value(std::move(held)) {}
+    struct Entry {
+        bool operator==(const Entry&) const noexcept = default;
+
+        kxString name;
         kxDynamicType value;
     };
-    using Values = kxDictList<kxString, Place, kxStringCompareInterface>;
+    using Values = std::list<Entry>;
+    using Index = std::map<std::string_view, Values::iterator>;
 
-    Place* placeOf(const kxString& name) const;
-    static kxString keyOf(const kxString& name) { return kxString(name.text()); }
+    static std::string_view keyOf(const kxString& name) noexcept { return name.text(); }
 
     Values values_;
+    Index index_;  // by the names in values_
 };

@@ -13,12 +13,12 @@
 class kxDynamicTypeContainerIterator {
 public:
     explicit kxDynamicTypeContainerIterator(const kxDynamicTypeContainer& container) noexcept
-        : at_(container.values_.begin())
+        : at_(container.values_.begin()), end_(container.values_.end())
     {}
 
-    bool isAtEnd() const noexcept { return at_ == kxDynamicTypeContainer::Values::const_iterator(); }
-    const kxString& getName() const noexcept { return at_->key(); }
-    const kxDynamicType& getValue() const noexcept { return at_->value()->value; }
+    bool isAtEnd() const noexcept { return at_ == end_; }
+    const kxString& getName() const noexcept { return at_->name; }
+    const kxDynamicType& getValue() const noexcept { return at_->value; }
     kxDynamicTypeContainerIterator& operator++() noexcept
     {
         ++at_;
@@ -27,4 +27,5 @@ public:
 
 private:
     kxDynamicTypeContainer::Values::const_iterator at_;
+    kxDynamicTypeContainer::Values::const_iterator end_;
 };

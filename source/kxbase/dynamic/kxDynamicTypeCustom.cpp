@@ -7,8 +7,7 @@
 kxDynamicTypeCustom::kxDynamicTypeCustom(const kxString& typeName, const kxSerializeData& data)
 {
     kxArray<std::uint8_t> bytes(data.getDataSize());
-    kxSerializeAdapterMemory adapter(bytes.data(), bytes.size());
-    data.write(adapter);
+    data.write(*kxMakeRef<kxSerializeAdapterMemory>(bytes.data(), bytes.size()));
     value_ = kxDynamicType(typeName, bytes.data(), bytes.size());
 }
 
@@ -23,10 +22,10 @@ bool kxDynamicTypeCustom::read(kxSerializeData& data) const
 {
     const auto bytes = value_.getBytes();
     // Nothing is written through the adapter.
-    kxSerializeAdapterMemory adapter(const_cast<std::uint8_t*>(bytes.data()),
-                                     static_cast<std::uint32_t>(bytes.size()));
-    data.read(adapter);
-    if (!adapter.hasError()) return true;
+    const auto adapter = kxMakeRef<kxSerializeAdapterMemory>(const_cast<std::uint8_t*>(bytes.data()),
+                                                             static_cast<std::uint32_t>(bytes.size()));
+    data.read(*adapter);
+    if (!adapter->hasError()) return true;
     kxWarnCorruptStream("kxDynamicTypeCustom");
     return false;
 }

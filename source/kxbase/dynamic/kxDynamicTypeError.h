@@ -2,7 +2,7 @@
 //
 // Threads: a plain value.
 // Errors:  a value of another type than "error" is fatal. Broken bytes give 0 and no text, and the Warning
-//          "Corrupt Stream in kxDynamicTypeError!!".
+//          "Corrupt Stream in kxDynamicTypeError!!". A text that is too long for a kxString is cut as one.
 #pragma once
 
 #include "kxbase/dynamic/kxDynamicType.h"

@@ -82,11 +82,12 @@ void kxObjectInput::readData(kxReference& object)
     if (!kxReadAnnouncedSize(adapter_, size) || !kxReadAnnouncedBytes(adapter_, size, bytes)) return fail();
     kxStreamedObjectInterface* const reader = streamed(&object);
     if (reader == nullptr) return;
-    kxSerializeAdapterMemory data(bytes.data(), size);
-    source_ = &data;
+    // The object may take a reference to it.
+    const auto data = kxMakeRef<kxSerializeAdapterMemory>(bytes.data(), size);
+    source_ = data.get();
     reader->readData(*this);
     source_ = &adapter_;
-    if (data.hasError()) fail();
+    if (data->hasError()) fail();
 }
 
 void kxObjectInput::fail()

@@ -31,7 +31,7 @@ public:
     }
     // Inside readData(): a value of the object.
     void read(kxSerializeData& value) { value.read(*source_); }
-    // Where values come from that are no kxSerializeData.
+    // Where values come from that are no kxSerializeData. Inside readData(): of no use after it.
     kxSerializeAdapter& getAdapter() noexcept { return *source_; }
 
     // Whether the stream was corrupt; it stays so.

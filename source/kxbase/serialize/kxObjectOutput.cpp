@@ -1,6 +1,5 @@
 #include "kxbase/serialize/kxObjectOutput.h"
 
-#include "kxbase/containers/kxArray.h"
 #include "kxbase/serialize/kxSerializeBinary.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
@@ -46,10 +45,17 @@ void kxObjectOutput::mention(const kxReference* identity, const kxStreamedObject
 
 void kxObjectOutput::writeData(const kxStreamedObjectInterface& object)
 {
+    takeData();  // of an object that threw
     target_ = data_.get();
     object.writeData(*this);
-    kxArray<std::uint8_t> bytes(data_->length());
-    data_->read(bytes.data(), bytes.size());
+    const kxArray<std::uint8_t> bytes = takeData();
     kxVarUInt64(bytes.size()).write(adapter_);
     adapter_.write(bytes.data(), bytes.size());
+}
+
+kxArray<std::uint8_t> kxObjectOutput::takeData()
+{
+    kxArray<std::uint8_t> bytes(data_->length());
+    data_->read(bytes.data(), bytes.size());
+    return bytes;
 }

@@ -16,6 +16,7 @@
 // Errors:    those of the adapter. When writeData() throws, what is on the adapter is not readable.
 #pragma once
 
+#include "kxbase/containers/kxArray.h"
 #include "kxbase/containers/kxQueue.h"
 #include "kxbase/core/kxSerializeData.h"
 #include "kxbase/serialize/kxSerializeAdapterQueue.h"
@@ -40,7 +41,7 @@ public:
     }
     // Inside writeData(): a value of the object.
     void write(const kxSerializeData& value) { value.write(*target_); }
-    // Where values go that are no kxSerializeData.
+    // Where values go that are no kxSerializeData. Inside writeData(): of no use after it.
     kxSerializeAdapter& getAdapter() noexcept { return *target_; }
 
 private:
@@ -49,6 +50,7 @@ private:
     void writeObject(const kxReference* identity, const kxStreamedObjectInterface* object);
     void mention(const kxReference* identity, const kxStreamedObjectInterface* object);
     void writeData(const kxStreamedObjectInterface& object);
+    kxArray<std::uint8_t> takeData();
 
     kxSerializeAdapter& adapter_;
     const kxRefPointer<kxSerializeAdapterQueue> data_;  // of one object, to know its size
