@@ -46,9 +46,9 @@ void withoutHeartbeat(Worker&)
 }
 
 // Thread sanitizer cannot follow a thread that is killed; address sanitizer keeps what it has for one.
-#if defined(__SANITIZE_THREAD__)
+#if defined(KX_TEST_THREAD_SANITIZER)
 constexpr bool canKill = false, canKillMany = false;
-#elif defined(__SANITIZE_ADDRESS__)
+#elif defined(KX_TEST_ADDRESS_SANITIZER)
 constexpr bool canKill = true, canKillMany = false;
 #else
 constexpr bool canKill = true, canKillMany = true;
