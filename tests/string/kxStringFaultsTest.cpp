@@ -7,6 +7,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace {
 struct ConvertsToString {
@@ -28,8 +29,12 @@ struct FaultyReceiver : kxMessageReceiverInterface {
 
 TEST(kxStringFaults, TextArgumentsAreReadNoFurtherThanNeeded)
 {
-    const std::array<char, 12> narrow{'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'};
-    EXPECT_EQ(kxString::format("%.2s", narrow.data()), "ab") << "no zero within reach";
+    const std::vector<char> narrow{'a', '\xC3', '\xA9', 'b'};
+    const std::vector<char16_t> wide{u'a', 0xD83D, 0xDE00, u'b'};
+    EXPECT_EQ(kxString::format("%.3s %.3S", narrow.data(), wide.data()), "a\u00E9b a\U0001F600b")
+        << "no zero";
+    EXPECT_EQ(kxString::format("%.2s %.2S", "\u00E9\u00E9\u00E9", u"\U0001F600\U0001F600x"),
+              "\u00E9\u00E9 \U0001F600\U0001F600");
     EXPECT_EQ(kxString::format("%S", std::u16string_view(u"wide!").substr(0, 4)), "wide");
     EXPECT_EQ(kxArgument(std::string_view("", std::size_t{1} << 32U)).text(9).size(), 9U) << "saturates";
     EXPECT_EQ(kxString::format("%c", '\xE9'), "\xC3\xA9") << "a char is unsigned";

@@ -7,6 +7,7 @@
 
 #include "kxbase/containers/kxRefDict.h"
 #include "kxbase/object/kxReference.h"
+#include "kxbase/platform/kxPlatformRandom.h"
 
 class kxInstanceTable {
 public:
@@ -24,5 +25,23 @@ public:
     std::uint32_t count() const noexcept { return objects_.count(); }
 
 private:
-    kxRefDict<std::uint32_t, kxReference, kxUInt32CompareInterface> objects_;
+    // Ids come from streams of others, who must not know which of them fall into one bucket.
+    struct IdTraits {
+        static std::uint32_t hash(std::uint32_t id) noexcept
+        {
+            static const std::uint64_t factor = randomFactor();
+            return static_cast<std::uint32_t>(id * factor >> 32U);
+        }
+        static bool isEqual(std::uint32_t left, std::uint32_t right) noexcept { return left == right; }
+
+    private:
+        static std::uint64_t randomFactor() noexcept
+        {
+            std::uint64_t factor = 0x9E3779B97F4A7C15U;
+            kxPlatformRandom(&factor, sizeof(factor));
+            return factor | 1U;
+        }
+    };
+
+    kxRefDict<std::uint32_t, kxReference, IdTraits> objects_;
 };

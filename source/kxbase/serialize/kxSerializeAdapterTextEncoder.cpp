@@ -18,6 +18,7 @@ bool kxSerializeAdapterTextEncoder::hasError()
 {
     if (kxSerializeAdapter::hasError()) return true;
     if (hasPushBack() || holdsDecodedBytes()) return false;
+    if (tailBytes_ > mostTailBytes_) return false;  // it still gives a byte
     return parent_->hasError() || (mostTailBytes_ != 0 && hasErrorBehindTail());
 }
 

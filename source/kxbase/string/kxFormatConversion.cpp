@@ -77,10 +77,48 @@ void writeCharacter(const kxFormatConversion&, const kxFormatSpec& spec, const k
     writeText(whole, {bytes, length}, output);
 }
 
-// As many characters of a text argument as can be of use.
-std::size_t usedCharacters(const kxFormatSpec& spec) noexcept
+std::size_t wholeCharacters(std::string_view text, std::size_t limit) noexcept
 {
-    return spec.precision >= 0 ? static_cast<std::size_t>(spec.precision) : KX_FORMAT_MAX_WIDTH;
+    return charactersUpTo(text.substr(0, kxUtfWholeLength(text)), limit);
+}
+
+std::size_t wholeCharacters(std::u16string_view text, std::size_t limit) noexcept
+{
+    std::size_t characters = 0;
+    for (std::size_t at = 0; at < text.size() && characters < limit; ++at, ++characters) {
+        if (!kxIsHighSurrogate(text[at])) continue;
+        if (at + 1 == text.size()) break;
+        if (kxIsLowSurrogate(text[at + 1])) ++at;
+    }
+    return characters;
+}
+
+// The units of an argument's first characters, all of them when there are fewer. A text given by its address may
+// end without a zero behind the last one; every character that is missing has one more unit at least.
+template <typename Read> auto firstCharacters(std::size_t characters, Read read)
+{
+    std::size_t units = characters;
+    while (true) {
+        const auto text = read(units);
+        const std::size_t found = wholeCharacters(text, characters);
+        if (text.size() < units || found == characters) return text;
+        units += characters - found;
+    }
+}
+
+std::string_view usedText(const kxFormatSpec& spec, const kxArgument& argument)
+{
+    if (spec.precision < 0) return argument.text(KX_FORMAT_MAX_WIDTH * KX_UTF_MAX_BYTES);
+    return firstCharacters(static_cast<std::size_t>(spec.precision),
+                           [&](std::size_t bytes) { return argument.text(bytes); });
+}
+
+std::u16string_view usedWideText(const kxFormatSpec& spec, const kxArgument& argument)
+{
+    constexpr std::size_t kUnitsPerCharacter = 2;
+    if (spec.precision < 0) return argument.wideText(KX_FORMAT_MAX_WIDTH * kUnitsPerCharacter);
+    return firstCharacters(static_cast<std::size_t>(spec.precision),
+                           [&](std::size_t units) { return argument.wideText(units); });
 }
 
 void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -92,7 +130,7 @@ void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxAr
         return;
     }
     if (output.isFull()) return;
-    writeText(spec, argument.text(usedCharacters(spec) * KX_UTF_MAX_BYTES), output);
+    writeText(spec, usedText(spec, argument), output);
 }
 
 void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -104,8 +142,7 @@ void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgu
         return;
     }
     if (output.isFull()) return;
-    constexpr std::size_t kUnitsPerCharacter = 2;
-    const std::u16string_view wide = argument.wideText(usedCharacters(spec) * kUnitsPerCharacter);
+    const std::u16string_view wide = usedWideText(spec, argument);
     if (spec.width == 0 && spec.precision < 0) return output.appendWide(wide);
     kxFormatOutput text;
     text.appendWide(wide);

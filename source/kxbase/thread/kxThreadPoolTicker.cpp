@@ -130,9 +130,16 @@ private:
         hasNews_.store(false);
     }
 
+    // Also when a tick ends the thread, so that whoever removes the ticker does not wait for it.
+    struct RoundEnd {
+        ~RoundEnd() { worker.announce(nullptr); }
+        Worker& worker;
+    };
+
     // Answers whether any ticker had something to do. A ticker may destroy itself in its tick.
     bool goRound()
     {
+        const RoundEnd end{*this};
         bool hasWorked = false;
         for (auto slot = slots_.begin(); slot != slots_.end() && !ends_.load();) {
             kxThreadTicker* const ticker = slot->ticker.load();
@@ -143,7 +150,6 @@ private:
                 hasWorked |= tick(*ticker, *slot++);
             }
         }
-        announce(nullptr);
         return hasWorked;
     }
 

@@ -229,17 +229,21 @@ bool kxThreadState::startLocked()
 
 void kxThreadState::waitUntilBegun(std::uint32_t run)
 {
-    mutex_.lock();
-    ++starterCount_;
-    for (std::uint32_t pause = 0; pause < kBeginPauses; ++pause) {
-        const std::uint32_t begun = begunRun_.load();
-        if (begun == run || run_ != run) break;
-        mutex_.unlock();
-        kxPlatformWaitWhile(begunRun_, begun, kPauseMilliseconds);
-        mutex_.lock();
+    {
+        const Guard guard(*this);
+        ++starterCount_;
     }
+    for (std::uint32_t pause = 0; pause < kBeginPauses; ++pause) {
+        std::uint32_t begun = 0;
+        {
+            const Guard guard(*this);
+            begun = begunRun_.load();
+            if (begun == run || run_ != run) break;
+        }
+        kxPlatformWaitWhile(begunRun_, begun, kPauseMilliseconds);
+    }
+    const Guard guard(*this);
     --starterCount_;
-    mutex_.unlock();
 }
 
 void kxThreadState::stop(bool wait)

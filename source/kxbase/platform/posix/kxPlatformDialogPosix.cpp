@@ -1,6 +1,7 @@
 #include "kxbase/platform/kxPlatformDialog.h"
 
 #include "kxbase/platform/kxPlatformFile.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 
 #include <csignal>
@@ -78,12 +79,12 @@ public:
     }
 
 private:
-    // A stop may come on another thread, hence the look after it every now and then.
+    // Another thread may be stopped or close a console meanwhile, hence the look after it every now and then.
     bool readKey(unsigned char& key)
     {
         pollfd wanted{descriptor(), POLLIN, 0};
         do {
-            if (!kxPosixDialogMode.takeAfterStop()) return false;
+            if (!kxPosixDialogMode.takeAgain()) return false;
         } while (::poll(&wanted, 1, kLookMilliseconds) <= 0);
         return kxPlatformFileRead(input_, &key, 1).count == 1;
     }
@@ -114,8 +115,9 @@ bool kxPlatformDialogAskRetry(const char* title, const char* text)
     while (terminal.isOurs()) {
         const Reply reply = ask(terminal, title, text);
         if (reply.signal == 0) return reply.isRetry;
-        // As the terminal would have done; who lives on is asked again.
+        // As the terminal would have done; who lives on is asked again. The signal may act on another thread.
         ::kill(0, reply.signal);
+        kxPlatformSleep(kLookMilliseconds);
     }
     return false;
 }

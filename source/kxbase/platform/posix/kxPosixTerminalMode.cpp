@@ -17,6 +17,15 @@ namespace {
 constexpr int kNotEndingSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTOP,
                                      SIGTSTP, SIGTTIN, SIGTTOU, SIGKILL};
 
+// Set for good when the process begins to end, so that no other thread takes the terminal once more.
+std::atomic<bool> isEnding{false};
+
+void giveBackForGood()
+{
+    isEnding.store(true);
+    kxPosixTerminalMode::giveAllBack();
+}
+
 // Keeps every signal away from a change of the mode: a stop in its middle would leave the terminal to the
 // shell half taken, and changing the mode from the background would stop the process.
 class SignalsBlocked {
@@ -55,7 +64,7 @@ void defaultActionOf(int signal)
 void onEndingSignal(int signal)
 {
     const int error = errno;
-    kxPosixTerminalMode::giveAllBack();
+    giveBackForGood();
     defaultActionOf(signal);
     ::raise(signal);
     errno = error;
@@ -117,18 +126,19 @@ constinit kxPosixTerminalMode kxPosixDialogMode{changeForDialog};
 
 bool kxPosixTerminalMode::take(int terminal)
 {
+    if (isEnding.load()) return false;
     if (!isInForegroundOf(terminal)) {
         isToBeTakenAgain_.store(true);
         return false;
     }
-    if (isTaken_.load() && !isToBeTakenAgain_.load()) return true;
+    if (isTaken() && !isToBeTakenAgain_.load()) return true;
     static const bool handlersInstalled = (installHandlers(), true);
     (void)handlersInstalled;
 
     const SignalsBlocked blocked;
     if (!isInForegroundOf(terminal)) return false;
     // While the mode is still ours, what was found before it holds; else it is found anew.
-    if (!isTaken_.load() && ::tcgetattr(terminal, &before_) != 0) return true;  // it hung up
+    if (!isTaken() && ::tcgetattr(terminal, &before_) != 0) return true;  // it hung up
     isToBeTakenAgain_.store(false);
     terminal_ = terminal;
     takenBy_.store(::getpid());
@@ -138,7 +148,14 @@ bool kxPosixTerminalMode::take(int terminal)
     changed.c_cc[VMIN] = 1;
     changed.c_cc[VTIME] = 0;
     ::tcsetattr(terminal, TCSANOW, &changed);
+    // The end may have begun meanwhile, and given back what was not set yet.
+    if (isEnding.load()) ::tcsetattr(terminal, TCSANOW, &before_);
     return true;
+}
+
+bool kxPosixTerminalMode::isTaken() const
+{
+    return isTaken_.load() && takenBy_.load() == ::getpid();
 }
 
 void kxPosixTerminalMode::giveBack()
@@ -172,6 +189,6 @@ void kxPosixTerminalMode::installHandlers()
     }
     installUnlessHandled(SIGTSTP, onStop);
     installUnlessHandled(SIGCONT, onContinue);
-    std::atexit(giveAllBack);
-    std::at_quick_exit(giveAllBack);
+    std::atexit(giveBackForGood);
+    std::at_quick_exit(giveBackForGood);
 }

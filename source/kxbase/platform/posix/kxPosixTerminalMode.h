@@ -23,11 +23,12 @@ public:
     // Changes the mode of the terminal. Answers whether the terminal may be read: not while the process is in its
     // background. One that hung up may be, which tells its end.
     bool take(int terminal);
-    // The same for the terminal taken last, when a stop may have given it to somebody else since.
-    bool takeAfterStop() { return !isToBeTakenAgain_.load() || take(terminal_); }
+    // The same for the terminal taken last, which a stop or whoever gave all modes back may have changed since.
+    bool takeAgain() { return take(terminal_); }
     void giveBack();
 
-    bool isTaken() const { return isTaken_.load(); }
+    // By this process, not by the one that it was forked from.
+    bool isTaken() const;
     // The mode as it was before; valid while it is taken.
     const termios& modeBefore() const { return before_; }
 
