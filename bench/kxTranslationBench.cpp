@@ -86,7 +86,7 @@ public:
     kxRefPointer<kxSerializeAdapter> create(const kxString&, std::uint32_t, std::uint32_t, const kxString&,
                                             kxString*) override
     {
-        auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 65536);
+        auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 65536U);
         for (const std::string& text : texts()) {
             for (const char byte : '"' + text + "\"\ndeu \"" + translationOf(text) + "\"\n") {
                 const char unit[] = {byte, 0};
