@@ -44,6 +44,14 @@ std::string item(const char* typeName, const std::string& bytes)
     return typeName + std::string(1, '\0') + countText(bytes.size()) + bytes;
 }
 
+// Arrays inside each other.
+std::string nested(std::uint32_t levels)
+{
+    std::string bytes(1, '\0');
+    while (--levels != 0) bytes = "\x01" + item("array", bytes);
+    return bytes;
+}
+
 // Takes a value apart and puts it together again, down to its innermost values.
 kxDynamicType rebuilt(const kxDynamicType& value)
 {
@@ -250,6 +258,28 @@ TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
     EXPECT_EQ(object->getReferenceCount(), 1U);
 }
 
+TEST(kxDynamicType, BytesFromOutsideGetAtNothingBesideThem)
+{
+    const kxDynamicType object(kxMakeRef<kxReference>());
+    const std::pair<const char*, kxDynamicType> rows[] = {
+        {"names the object beside it", made("array", "\x01" + item("ref", bytesOf(object)))},
+        {"broken", made("chain", "\x07")},
+        {"without a text", made("error", "1234")},
+        {"sound by itself, but not inside another", made("array", nested(64))},
+    };
+    for (const auto& [why, foreign] : rows) {
+        SCOPED_TRACE(why);
+        kxMessageRecorder recorder;
+        kxDynamicTypeContainer values;
+        values.set("foreign", foreign);
+        values.set("own", object);
+        const kxDynamicTypeContainer found{kxDynamicType(values)};
+        EXPECT_EQ(found.get("foreign"), kxDynamicType());
+        EXPECT_EQ(found.get("own").toReference(), object.toReference());
+        EXPECT_EQ(recorder.texts(), Texts{"Corrupt Stream in kxDynamicType!!"});
+    }
+}
+
 TEST(kxDynamicTypeContainer, KeepsNamesInTheOrderInWhichTheyCame)
 {
     kxDynamicTypeContainer container;
@@ -330,11 +360,6 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
 {
     const std::string huge = countText((1ULL << 63) - 1);
     const std::string zero(1, '\0');
-    const auto nested = [&](std::uint32_t levels) {
-        std::string bytes = zero;
-        while (--levels != 0) bytes = "\x01" + item("array", bytes);
-        return bytes;
-    };
     const struct {
         const char* why;
         const char* typeName;

@@ -6,7 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <stdexcept>
+#include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -114,6 +119,33 @@ TEST(kxObjectFactory, MakesObjectsOfRegisteredNumbersOnly)
     }
     EXPECT_TRUE(recorder.takeTexts().empty());
     EXPECT_EQ(kxObjectFactory::create(kNodeId), nullptr) << "not served from what was found last";
+}
+
+TEST(kxObjectFactory, AForkedChildFindsItFree)
+{
+    struct Slow : kxObjectFactoryInterface {
+        kxRefPointer<kxReference> create(std::uint32_t) override
+        {
+            for (isInside = true; !isOver;) std::this_thread::yield();
+            return nullptr;
+        }
+        std::atomic<bool> isInside{false}, isOver{false};
+    } slow;
+    kxObjectFactory::add(kPlainId, slow);
+    std::jthread other([] { kxObjectFactory::create(kPlainId); });
+    while (!slow.isInside) std::this_thread::yield();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(5);  // ends a child that waits
+        const kxObjectFactoryOf<Leaf> leaves(kLeafId);
+        ::_exit(kxObjectFactory::create(kLeafId) != nullptr ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    slow.isOver = true;
+    other.join();
+    kxObjectFactory::remove(kPlainId, slow);
 }
 
 TEST_F(kxObjectStream, KeepsWhoRefersToWhom)
