@@ -4,7 +4,6 @@
 #include "tests/support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
-#include <map>
 
 namespace {
 
@@ -97,21 +96,6 @@ TEST(kxDict, GrowsToFourTimesPlusThree)
     }
     EXPECT_EQ(none.bucketCount(), 63U) << "3 at first, then 15";
     EXPECT_EQ(fixed.bucketCount(), 1U);
-}
-
-TEST(kxDict, RemovedRecordsAreKeptWhileReuseIsOn)
-{
-    Dict dict;
-    dict.setReuse(true);
-    for (const std::uint32_t key : {1U, 2U, 3U}) dict.insert(key, &kValues[0]);
-    EXPECT_EQ(dict.spareCount(), 0U);
-    dict.remove(1);
-    dict.remove(2);
-    dict.insert(1, &kValues[0]);
-    EXPECT_EQ(dict.spareCount(), 1U);
-    dict.setReuse(false);
-    dict.clear();
-    EXPECT_EQ(dict.spareCount(), 0U);
 }
 
 TEST(kxBucketIndex, IsTheRemainder)

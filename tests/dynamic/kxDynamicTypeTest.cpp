@@ -17,7 +17,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 namespace {
 
@@ -361,8 +360,7 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
     const std::string huge = countText((1ULL << 63) - 1);
     const std::string zero(1, '\0');
     const struct {
-        const char* why;
-        const char* typeName;
+        const char *why, *typeName;
         std::string bytes;
     } cases[] = {
         {"no count", "array", ""},

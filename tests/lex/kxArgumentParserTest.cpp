@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include <unistd.h>
 
 namespace {
@@ -47,10 +44,8 @@ kxArgumentParser parserOf(const Words& words)
 TEST(kxArgumentParser, CutsACommandLineIntoOptionsAndArguments)
 {
     const struct {
-        const char* why;
-        const char* line;
-        Words arguments;
-        Words options;
+        const char *why, *line;
+        Words arguments, options;
     } cases[] = {
         {"nothing", "", {}, {}},
         {"the program alone", "prog ", {"prog"}, {}},

@@ -8,24 +8,16 @@
 
 namespace {
 
-std::string repeated(std::string_view text, int count)
-{
-    std::string all;
-    while (count-- != 0) all += text;
-    return all;
-}
-
 struct Row {
     const char* why;
-    std::string text;
-    std::string expected;
+    std::string text, expected;
 };
 
 class Expander : public kxRegKeyExpandParser {
 protected:
     std::optional<kxString> findSetting(const kxString& name) override
     {
-        if (name == "long") return kxString(repeated("x", 40000));
+        if (name == "long") return kxString(kxRepeated("x", 40000));
         return name.startsWith("k") ? std::optional<kxString>(name + "=$(k)") : std::nullopt;
     }
     std::optional<kxString> findInterface(const kxString& name) override
@@ -81,8 +73,8 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
         {"no argument", "x", "[] Not All arguments were parsed"},
         {"an empty array", "[]", "[] Not All arguments were parsed"},
         {"a GUID that is too short", "{0123}", "[] Not All arguments were parsed"},
-        {"deep arrays", repeated("[", 60) + "7" + repeated("]", 60),
-         "[" + repeated("[", 60) + "7" + repeated("]", 60) + "]"},
+        {"deep arrays", kxRepeated("[", 60) + "7" + kxRepeated("]", 60),
+         "[" + kxRepeated("[", 60) + "7" + kxRepeated("]", 60) + "]"},
     };
     kxDynamicTypeArgumentParser parser;
     for (const Row& row : rows) {
@@ -93,11 +85,11 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
         const std::string values = kxPrinted(parser.getArguments());
         EXPECT_EQ(values + (isRight ? "" : " ") + parser.getError().text(), row.expected);
     }
-    EXPECT_FALSE(parser.parse(kxString(repeated("[", 61) + "7" + repeated("]", 61))));
+    EXPECT_FALSE(parser.parse(kxString(kxRepeated("[", 61) + "7" + kxRepeated("]", 61))));
     EXPECT_TRUE(parser.getError().contains("Too many nested arrays")) << parser.getError();
-    EXPECT_TRUE(parser.parse(kxString(repeated("1,", 4000) + "2")));
+    EXPECT_TRUE(parser.parse(kxString(kxRepeated("1,", 4000) + "2")));
     EXPECT_EQ(parser.getArguments().count(), 4001U);
-    EXPECT_FALSE(parser.parse(kxString(repeated("1,", 20000) + "2")));
+    EXPECT_FALSE(parser.parse(kxString(kxRepeated("1,", 20000) + "2")));
     EXPECT_TRUE(parser.getError().contains("Too many nested rules")) << parser.getError();
 }
 

@@ -1,6 +1,5 @@
 #include "kxbase/lex/kxRuleParser.h"
 
-#include "kxbase/lex/kxRuleCompiler.h"
 #include "kxbase/lex/kxRuleSplitter.h"
 #include "lex/kxLexOutcome.h"
 #include "support/kxMessageRecorder.h"
@@ -16,17 +15,9 @@ std::string parsed(std::string_view text)
     return parser.parse() ? parser.takeTree().print() : std::string(parser.fault().view());
 }
 
-std::string repeated(std::string_view text, int count)
-{
-    std::string all;
-    while (count-- != 0) all += text;
-    return all;
-}
-
 struct Row {
     const char* why;
-    std::string text;
-    std::string expected;
+    std::string text, expected;
 };
 
 kxRuleSet ruleSet(std::initializer_list<const char*> rules)
@@ -66,7 +57,7 @@ TEST(kxRuleParser, MakesTrees)
         {"groups of one leave no trace", "a ::= (((b)))", "a ::= b"},
         {"groups", "a ::= ( b | c d ) e", "a ::= sequence(choice(b, sequence(c, d)), e)"},
         {"marks and names", "_a1 ::= $ f_Push", "_a1 ::= sequence(mark, f_Push)"},
-        {"as many brackets as there may be", "a ::= " + repeated("(", 1000) + "b" + repeated(")", 1000),
+        {"as many brackets as there may be", "a ::= " + kxRepeated("(", 1000) + "b" + kxRepeated(")", 1000),
          "a ::= b"},
     };
     for (const Row& row : rows) {
@@ -113,9 +104,9 @@ TEST(kxRuleParser, TellsWhatIsWrongAndWhere)
         {"a second rule", "a ::= b; c", "Expression mismatch in rule 'a' at (Line:1,Col:10) -> c"},
         {"a zero byte", std::string("a ::= b\0 c", 10),
          "Expression mismatch in rule 'a' at (Line:1,Col:8) -> " + std::string("\0 c", 3)},
-        {"too many brackets", "a ::= " + repeated("(", 1001),
+        {"too many brackets", "a ::= " + kxRepeated("(", 1001),
          "Parse Error:'Too many nested rules' in rule 'a' at (Line:1,Col:1007) -> ("},
-        {"too many signs", "a ::= b" + repeated("?", 1002),
+        {"too many signs", "a ::= b" + kxRepeated("?", 1002),
          "Parse Error:'Too many nested rules' in rule 'a' at (Line:1,Col:1009) -> ?"},
     };
     for (const Row& row : rows) {
@@ -127,8 +118,7 @@ TEST(kxRuleParser, TellsWhatIsWrongAndWhere)
 TEST(kxRuleSplitter, KnowsQuotesSetsAndComments)
 {
     const struct {
-        const char* why;
-        const char* set;
+        const char *why, *set;
         std::vector<std::string> rules;  // number@line:column text
     } rows[] = {
         {"nothing", " \n;; /* ; */ ;", {}},
@@ -148,17 +138,6 @@ TEST(kxRuleSplitter, KnowsQuotesSetsAndComments)
         }
         EXPECT_EQ(rules, row.rules);
     }
-}
-
-TEST(kxRuleSet, KnowsWhatRulesBeginWith)
-{
-    const kxRuleSet set = ruleSet({"main ::= a? b | c*", "a ::= [xyz] | $ d", "b ::= '' ('1' | main)",
-                                   "c ::= unknown", "d ::= ([^a] - 'b'){0,3} 'e'"});
-    EXPECT_EQ(set.print(), "main? [x00-xFF high nothing]\n"
-                           "a [x00-`b-xFF high]\n"
-                           "b? [x00-xFF high nothing]\n"
-                           "c [x00-xFF high nothing]\n"
-                           "d [x00-`b-xFF high]\n");
 }
 
 TEST(kxRuleSet, FindsLeftRecursion)
@@ -186,27 +165,4 @@ TEST(kxRuleSet, FindsLeftRecursion)
         }
         EXPECT_EQ(through, row.through);
     }
-}
-
-TEST(kxRuleCompiler, MakesPrograms)
-{
-    const kxRuleSet set =
-        ruleSet({"main ::= 'ab' | [1+]+ - sp | (sp main){2,3} x?", "sp ::= ' '", "x ::= $ 'x'"});
-    EXPECT_EQ(kxCompileRules(set, kxRuleCode::kFast).print(),
-              "0 call main 2\n1 done\n"
-              "2 test [a] 5\n3 text 'ab'\n4 jump 20\n"
-              "5 test [+1] 12\n"
-              "6 test [x20] 10\n7 choice 10\n8 unit ' '\n9 refuse\n"
-              "10 run [+1] {1,*}\n11 jump 20\n"
-              "12 repeat {2,3} 16\n13 unit ' '\n14 call main 2\n"
-              "15 again {2,3} 13\n"
-              "16 test [x] 20\n17 choice 20\n18 call x 23\n19 commit 20\n20 return\n"
-              "21 unit ' '\n22 return\n23 mark\n24 unit 'x'\n25 return\n");
-    EXPECT_EQ(kxCompileRules(set, kxRuleCode::kPlain).print(),
-              "0 call main 2\n1 done\n"
-              "2 choice 5\n3 text 'ab'\n4 commit 18\n"
-              "5 choice 11\n6 choice 9\n7 call sp 19\n8 refuse\n9 run [+1] {1,*}\n10 commit 18\n"
-              "11 repeat {2,3} 15\n12 call sp 19\n13 call main 2\n14 again {2,3} 12\n15 choice 18\n16 call x "
-              "21\n17 commit 18\n"
-              "18 return\n19 unit ' '\n20 return\n21 mark\n22 unit 'x'\n23 return\n");
 }

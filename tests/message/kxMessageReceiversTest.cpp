@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <sstream>
 #include <thread>
 
 #include <sys/wait.h>

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -51,23 +50,6 @@ TEST(kxReferenceFaults, DestructionKeepsItsOrder)
         link->next.swap(head);
         head.swap(link);
     }
-}
-
-TEST(kxReferenceFaults, AnOverrideThatThrowsKeepsTheObject)
-{
-    struct Refusing : kxThreadSafeReference {
-        bool deleteIfUnreferenced() const override
-        {
-            if (refuses) throw std::runtime_error("kept");
-            return kxThreadSafeReference::deleteIfUnreferenced();
-        }
-        bool refuses = true;
-    };
-    auto* const object = new Refusing;
-    object->ref();
-    EXPECT_THROW(object->unref(), std::runtime_error);
-    object->refuses = false;
-    EXPECT_TRUE(object->deleteIfUnreferenced()) << "no check is owed any more";
 }
 
 TEST(kxReferenceFaults, OverAlignedObjectsLieRightAndGoWhole)

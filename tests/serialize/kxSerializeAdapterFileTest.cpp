@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <limits>
-#include <string>
 #include <thread>
 
 #include <fcntl.h>
@@ -148,8 +146,7 @@ TEST_F(kxSerializeAdapterFileTest, SaysWhyItCouldNotOpen)
     const struct {
         std::string name;
         std::uint32_t mode;
-        std::string purpose;
-        std::string reason;
+        std::string purpose, reason;
     } cases[] = {
         {place + "/a%s b", KX_SERIALIZE_INPUT, "reading", "No such file or directory"},
         {"", KX_SERIALIZE_INPUT, "reading", "No such file or directory"},

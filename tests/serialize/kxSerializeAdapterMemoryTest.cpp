@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <string>
-
 namespace {
 
 using Memory = kxRefPointer<kxSerializeAdapterMemory>;

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace {
 
 // Supplies bytes one by one, so that the base's block operations are what is tested.
@@ -67,8 +65,7 @@ TEST(kxSerializeAdapter, FlushThrowsPushedBackBytesAway)
 TEST(kxSerializeAdapter, EnsureDataReadsAheadAndGivesBackInOrder)
 {
     const struct {
-        const char* why;
-        const char* bytes;
+        const char *why, *bytes;
         std::uint32_t count;
         bool expected;
     } cases[] = {

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <gtest/gtest.h>
-#include <string>
 #include <thread>
 
 #include <sys/wait.h>

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <set>
 #include <unordered_set>
 
 TEST(kxGUID, ReadsItsTextAndSaysWhichGroupIsWrong)

@@ -7,8 +7,6 @@
 
 #include <bitset>
 #include <gtest/gtest.h>
-#include <iomanip>
-#include <sstream>
 #include <unordered_set>
 
 // A static string must not depend on start-up code.

@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <thread>
-#include <vector>
 
 namespace {
 

@@ -8,15 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <fstream>
-#include <functional>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <sys/resource.h>
 
