@@ -1,16 +1,11 @@
-#include "kxbase/serialize/kxBase64Codec.h"
-#include "kxbase/serialize/kxHexCodec.h"
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-#include "kxbase/serialize/kxSerializeAdapterQueue.h"
 #include "tests/support/kxScriptedAdapter.h"
 #include "tests/support/kxTempDirectory.h"
 #include "tests/support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
-
-#include <cctype>
 
 namespace {
 
@@ -199,41 +194,34 @@ TEST(kxTextEncoder, Base64TurnsBetweenWritingAndReading)
 TEST(kxTextEncoder, EndsWithItsParentWhateverTailIsLeft)
 {
     const kxTempDirectory folder;
-    const struct {
-        Encoding encoding;
-        const char *text, *bytes;
-    } cases[] = {{HEX, "3c\n", "\x3C"}, {HEX, "3c4", "\x3C"}, {BASE64, "TWFu\n", "Man"}, {BASE64, "", ""}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        const std::string path = folder.write("text", c.text);
+    const std::tuple<Encoding, const char*, const char*> cases[] = {
+        {HEX, "3c\n", "\x3C"}, {HEX, "3c4", "\x3C"}, {BASE64, "TWFu\n", "Man"}, {BASE64, "", ""}};
+    for (const auto& [encoding, text, expected] : cases) {
+        const std::string path = folder.write("text", text);
         const auto file = kxMakeRef<kxSerializeAdapterFile>(path.c_str(), KX_SERIALIZE_INPUT, false);
-        const Encoder encoder = makeEncoder(c.encoding, file);
+        const Encoder encoder = makeEncoder(encoding, file);
         std::string bytes;
         while (encoder->length() != 0) {
             EXPECT_FALSE(encoder->hasError());
             bytes += static_cast<char>(encoder->readByte());
         }
-        EXPECT_EQ(bytes, c.bytes);
-        EXPECT_TRUE(encoder->hasError());
-        EXPECT_EQ(encoder->getError(), "End of file");
+        EXPECT_EQ(bytes, expected);
+        EXPECT_TRUE(encoder->hasError() && encoder->getError() == "End of file") << text;
     }
 }
 
 TEST(kxTextEncoder, LeavesVeryLongWhiteSpaceAndGoesOnBehindIt)
 {
-    const struct {
-        Encoding encoding;
-        const char *before, *behind, *bytes;
-    } cases[] = {{HEX, "3", "C41", "\x3C\x41"}, {BASE64, "TWF", "uTQ", "ManM"}};
-    for (const auto& c : cases) {
+    const std::tuple<Encoding, const char*, const char*, const char*> cases[] = {
+        {HEX, "3", "C41", "\x3C\x41"}, {BASE64, "TWF", "uTQ", "ManM"}};
+    for (const auto& [encoding, before, behind, expected] : cases)
         for (const bool isWide : {false, true}) {
-            Stage stage(c.encoding, isWide, c.before + std::string(1500000, '\n') + c.behind);
+            Stage stage(encoding, isWide, before + std::string(1500000, '\n') + behind);
             EXPECT_EQ(stage.read(1000), "");
             std::string bytes;
             while (stage.encoder->length() != 0) bytes += stage.read(1000);
-            EXPECT_EQ(bytes, c.bytes);
+            EXPECT_EQ(bytes, expected);
         }
-    }
 }
 
 TEST(kxTextEncoder, SurvivesParentsThatDoNotKeepTheirWord)
