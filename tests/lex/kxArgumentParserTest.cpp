@@ -43,10 +43,7 @@ kxArgumentParser parserOf(const Words& words)
 
 TEST(kxArgumentParser, CutsACommandLineIntoOptionsAndArguments)
 {
-    const struct {
-        const char *why, *line;
-        Words arguments, options;
-    } cases[] = {
+    const std::tuple<const char*, const char*, Words, Words> cases[] = {
         {"nothing", "", {}, {}},
         {"the program alone", "prog ", {"prog"}, {}},
         {"values run up to the next option",
@@ -68,12 +65,12 @@ TEST(kxArgumentParser, CutsACommandLineIntoOptionsAndArguments)
         {"nothing but quotes is no word", "'' \"\" x", {"x"}, {}},
         {"a quoted option is one", "p '-a b'", {"p"}, {"a b@1+0"}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
+    for (const auto& [why, line, arguments, options] : cases) {
+        SCOPED_TRACE(why);
         kxArgumentParser parser(0, nullptr);
-        parser.setArguments(c.line);
-        EXPECT_EQ(argumentsOf(parser), c.arguments);
-        EXPECT_EQ(optionsOf(parser), c.options);
+        parser.setArguments(line);
+        EXPECT_EQ(argumentsOf(parser), arguments);
+        EXPECT_EQ(optionsOf(parser), options);
     }
 }
 

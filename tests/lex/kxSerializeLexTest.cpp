@@ -127,6 +127,10 @@ TEST(kxSerializeLex, SaysWhyItStopped)
         {"no such rule", "x ::= 'a'", "a", "Error: Unknow parse function 'main'"},
         {"left recursion", "main ::= 'x' | y; y ::= main 'z'", "x",
          "Error: Parse Error:'Left recursion' in rule 'y' at (Line:1,Col:25) -> main 'z'"},
+        {"behind what can be nothing", "main ::= $ 'x'? ('y' | '')* b 'z'; b ::= (main)2", "x",
+         "Error: Parse Error:'Left recursion' in rule 'b' at (Line:1,Col:43) -> main)2"},
+        {"behind a rule that becomes empty late", "main ::= b main; b ::= c; c ::= d; d ::= 'x'*", "x",
+         "Error: Parse Error:'Left recursion' in rule 'main' at (Line:1,Col:12) -> main"},
         {"too deep", "main ::= '\n' b; b ::= 'x' b 'y' | 'z'", "\n" + kxRepeated("x", 20000),
          "Error: Parse Error:'Too many nested rules' in rule 'b' at (Line:2,Col:10000) -> b 'y' | 'z'"},
         {"deep enough", "main ::= '(' main ')' | ''", kxRepeated("(", 9999) + kxRepeated(")", 9999), "OK: "},
@@ -315,10 +319,7 @@ TEST(kxSerializeLex, TracesRulesAndFunctions)
 TEST(kxSerializeLex, ReadsWideCharacters)
 {
     const kxMessageRecorder messages;
-    const struct {
-        const char* why;
-        std::string rules, input, expected, error;
-    } rows[] = {
+    const std::tuple<const char*, std::string, std::string, std::string, std::string> rows[] = {
         {"every character is two bytes", "main ::= 'ab' $ [^x]* fPush $ fInt", wide("abcd") + wide("x-"),
          "No Match <" + wide("abcdx-") + ">", ""},
         {"numbers", "main ::= $ fNum fPush", wide("-1.5x"), "OK -1.5 <" + wide("x") + ">", ""},
@@ -333,15 +334,15 @@ TEST(kxSerializeLex, ReadsWideCharacters)
         {"rules that are no UTF-8", "main ::= '\xFF'", wide("a"), "Error <" + wide("a") + ">",
          "Utf lex encoding on faulty data set"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        const auto adapter = kxInputOf(row.input);
+    for (const auto& [why, rules, input, expected, error] : rows) {
+        SCOPED_TRACE(why);
+        const auto adapter = kxInputOf(input);
         adapter->setFlags(KX_SERIALIZE_WIDE);
         kxSerializeLex lex(adapter);
-        lex.addRules(row.rules);
+        lex.addRules(rules);
         const kxLexResult result = lex.run("main");
-        EXPECT_EQ(lex.getError(), row.error);
-        EXPECT_EQ(kxOutcome(lex, result, *adapter), row.expected);
+        EXPECT_EQ(lex.getError(), error);
+        EXPECT_EQ(kxOutcome(lex, result, *adapter), expected);
     }
 }
 
