@@ -1,6 +1,6 @@
 #include "kxbase/containers/kxDictList.h"
-#include "kxbase/containers/kxInstanceTable.h"
-#include "kxbase/containers/kxRefInstanceDictionary.h"
+#include "kxbase/containers/kxRefDict.h"
+#include "kxbase/object/kxReference.h"
 #include "tests/support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
@@ -121,19 +121,6 @@ TEST(kxRefDict, HoldsOneReferenceForEachEntry)
         dict.insert(4, object);
     }
     EXPECT_EQ(object->getReferenceCount(), 1U);
-}
-
-TEST(kxRefInstanceDictionary, FindsIdsByObjectAndObjectsById)
-{
-    const auto first = kxMakeRef<kxReference>(), second = kxMakeRef<kxReference>();
-    kxRefInstanceDictionary ids(1);
-    kxInstanceTable objects(1);
-    std::uint32_t id = 0;
-    EXPECT_TRUE(ids.add(first.get(), 1) && objects.add(1, first.get()) && ids.add(second.get(), 2));
-    EXPECT_FALSE(ids.add(first.get(), 9) || objects.add(1, second.get()) || ids.add(nullptr, 3));
-    EXPECT_TRUE(ids.find(second.get(), id) && id == 2 && objects.find(1) == first.get());
-    ids.clear();
-    EXPECT_TRUE(!ids.find(first.get(), id) && first->getReferenceCount() == 2);
 }
 
 }  // namespace

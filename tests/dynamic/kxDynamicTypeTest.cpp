@@ -112,10 +112,7 @@ kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
 
 TEST(kxDynamicType, StoresNumbersInTheShortestForm)
 {
-    const struct {
-        double number;
-        std::string bytes;
-    } cases[] = {
+    const std::tuple<double, std::string> cases[] = {
         {0, std::string(1, '\0')},
         {-0.0, std::string(1, '\0')},
         {5, "\x05"},
@@ -130,11 +127,11 @@ TEST(kxDynamicType, StoresNumbersInTheShortestForm)
         {3e10, std::string("\x00\x00\x00\xB0\x8E\xF0\x1B\x42", 8)},
         {INFINITY, std::string("\x00\x00\x00\x00\x00\x00\xF0\x7F", 8)},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.number);
-        const kxDynamicType value(c.number);
-        EXPECT_EQ(bytesOf(value), c.bytes);
-        EXPECT_EQ(value.toNumber(), c.number);
+    for (const auto& [number, bytes] : cases) {
+        SCOPED_TRACE(number);
+        const kxDynamicType value(number);
+        EXPECT_EQ(bytesOf(value), bytes);
+        EXPECT_EQ(value.toNumber(), number);
     }
     EXPECT_TRUE(std::isnan(kxDynamicType(std::nan("")).toNumber()));
 }
@@ -359,10 +356,7 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
 {
     const std::string huge = countText((1ULL << 63) - 1);
     const std::string zero(1, '\0');
-    const struct {
-        const char *why, *typeName;
-        std::string bytes;
-    } cases[] = {
+    const std::tuple<const char*, const char*, std::string> cases[] = {
         {"no count", "array", ""},
         {"a count without items", "chain", "\x02"},
         {"a count beyond all memory", "array", huge},
@@ -383,10 +377,10 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
         {"a text without an end", "error", "1234why"},
         {"more than a text", "error", "1234why" + zero + "x"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
+    for (const auto& [why, typeName, bytes] : cases) {
+        SCOPED_TRACE(why);
         kxMessageRecorder recorder;
-        const kxDynamicType found = rebuilt(made(c.typeName, c.bytes));
+        const kxDynamicType found = rebuilt(made(typeName, bytes));
         EXPECT_EQ(bytesOf(found), found.isType(KX_UNIQUE_ERROR)  ? std::string(5, '\0')
                                   : found.isType(KX_UNIQUE_TTAG) ? item("void", "") + std::string(8, '\0')
                                                                  : zero);

@@ -59,11 +59,7 @@ public:
 
 TEST_F(kxMessageManagerTest, FiltersByLevelAndFlags)
 {
-    const struct {
-        const char* why;
-        std::uint32_t set, sent;
-        bool expected;
-    } cases[] = {
+    const std::tuple<const char*, std::uint32_t, std::uint32_t, bool> cases[] = {
         {"the level itself", 0x3000, 0x3000, true},
         {"a higher one", 0x3000, 0x4000, true},
         {"a lower one", 0x3000, 0x2000, false},
@@ -76,12 +72,12 @@ TEST_F(kxMessageManagerTest, FiltersByLevelAndFlags)
         {"bit 7 of the set level does not count", 0x3080, 0x3000, true},
         {"always", 0x6000, 0x7000, true},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        manager.setLevel(c.set);
+    for (const auto& [why, set, sent, expected] : cases) {
+        SCOPED_TRACE(why);
+        manager.setLevel(set);
         const kxMessageRecorder messages;
-        kxMessage(c.sent, "x");
-        EXPECT_EQ(messages.entries().size(), c.expected ? 1U : 0U);
+        kxMessage(sent, "x");
+        EXPECT_EQ(messages.entries().size(), expected ? 1U : 0U);
     }
     manager.setEnabled(false);
     const kxMessageRecorder messages;
@@ -302,24 +298,19 @@ TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
 
 TEST(kxMessagePrefix, NamesLevelsAndFindsThem)
 {
-    const struct {
-        std::uint32_t level;
-        const char* prefix;
-    } prefixes[] = {{0x1000, " Memory::"},          {0x1001, " Perf::"},
-                    {0x2800, " Internal Debug::"},  {0x3600, " Notice::"},
-                    {0x7E00, " Internal Always::"}, {0x4002, ""},
-                    {0x4802, " Internal::"}};
-    for (const auto& row : prefixes) EXPECT_EQ(kxMessagePrefix(row.level), row.prefix) << row.level;
+    const std::tuple<std::uint32_t, const char*> prefixes[] = {
+        {0x1000, " Memory::"},          {0x1001, " Perf::"},
+        {0x2800, " Internal Debug::"},  {0x3600, " Notice::"},
+        {0x7E00, " Internal Always::"}, {0x4002, ""},
+        {0x4802, " Internal::"}};
+    for (const auto& [level, prefix] : prefixes) EXPECT_EQ(kxMessagePrefix(level), prefix) << level;
 
-    const struct {
-        const char* setting;
-        std::uint32_t expected;
-    } settings[] = {
+    const std::tuple<const char*, std::uint32_t> settings[] = {
         {"Warning", 0x4000}, {"internal perf", 0x1801}, {"0x2800", 0x2800}, {"8192", 0x2000},
         {"", 0x3000},        {"Internal", 0x3000},      {"Warn", 0x3000},   {"99999999999", 0x3000},
     };
-    for (const auto& row : settings) {
-        EXPECT_EQ(kxMessageLevelNamed(row.setting, 0x3000), row.expected) << row.setting;
+    for (const auto& [setting, expected] : settings) {
+        EXPECT_EQ(kxMessageLevelNamed(setting, 0x3000), expected) << setting;
     }
 }
 

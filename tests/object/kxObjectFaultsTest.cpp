@@ -52,22 +52,4 @@ TEST(kxReferenceFaults, DestructionKeepsItsOrder)
     }
 }
 
-TEST(kxReferenceFaults, OverAlignedObjectsLieRightAndGoWhole)
-{
-    struct alignas(128) Wide : kxReference {
-        explicit Wide(bool fails = false)
-        {
-            if (fails) throw std::runtime_error("in the constructor");
-        }
-        char bytes[100] = {};
-    };
-    std::vector<kxRefPointer<Wide>> objects;
-    for (int count = 0; count < 20; ++count) {
-        objects.push_back(kxMakeRef<Wide>());
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(objects.back().get()) % 128, 0U);
-    }
-    EXPECT_THROW(kxMakeRef<Wide>(true), std::runtime_error);
-    delete new Wide;
-}
-
 }  // namespace

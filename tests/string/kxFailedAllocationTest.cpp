@@ -109,9 +109,3 @@ TEST(kxFailedAllocation, IsReportedOnceAndLeavesTheTargetAsItWas)
     EXPECT_EQ(failures(formatShort).size(), 1U) << "nothing but the result is allocated";
     EXPECT_NE(failures(cases[1].operation), failures(cases[5].operation)) << "each names its place";
 }
-
-TEST(kxFailedAllocation, OfALongNumberIsReported)
-{
-    const kxString number("1," + std::string(100, '5'));
-    EXPECT_EQ(failures([&](kxString&, kxString&) { static_cast<void>(number.toDouble(',')); }).size(), 1U);
-}
