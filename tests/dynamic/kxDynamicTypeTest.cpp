@@ -60,11 +60,11 @@ kxDynamicType rebuilt(const kxDynamicType& value)
     };
     if (value.isType(KX_UNIQUE_ARRAY)) return fill(kxDynamicTypeArray(), kxDynamicTypeArray(value));
     if (value.isType(KX_UNIQUE_CHAIN)) return fill(kxDynamicTypeChain(), kxDynamicTypeChain(value));
+    if (value.isType(KX_UNIQUE_ERROR)) return kxDynamicTypeError(value);
     if (value.isType(KX_UNIQUE_TTAG)) {
         const kxDynamicTypeTimeTagged tagged(value);
         return kxDynamicTypeTimeTagged(rebuilt(tagged.getValue()), tagged.getTime());
     }
-    if (value.isType(KX_UNIQUE_ERROR)) return kxDynamicTypeError(value);
     if (!value.isType(KX_UNIQUE_CONT)) return value;
     const kxDynamicTypeContainer from(value);
     kxDynamicTypeContainer container;
@@ -75,37 +75,29 @@ kxDynamicType rebuilt(const kxDynamicType& value)
 
 kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
 {
-    const auto fill = [&](const auto& add) {
-        for (std::uint32_t left = random() % 5; left != 0; --left) add(randomValue(random, levels - 1));
-    };
-    const kxDynamicType simple[] = {
-        {},
-        static_cast<double>(random()) / (1 << random() % 32),
-        static_cast<std::int64_t>(random()) * -4567,
-        kxString(std::string(random() % 300, 't')),
-        made(random() % 2 == 0 ? "mine" : "yours", "abc"),
-        kxVec3{1.5F, static_cast<float>(random()), -0.0F},
-        kxGUID(random(), 1, 2, {3, 4}),
-        kxDynamicTypeError(static_cast<std::int32_t>(random()), "why"),
-    };
+    const double number = random();
+    const kxDynamicType simple[] = {{},
+                                    number / 8,
+                                    std::int64_t{random()} * -4567,
+                                    kxString(std::string(random() % 300, 't')),
+                                    made(random() % 2 == 0 ? "mine" : "yours", "abc"),
+                                    kxVec3{1.5F, static_cast<float>(number), -0.0F},
+                                    kxGUID(random(), 1, 2, {3, 4}),
+                                    kxDynamicTypeError(static_cast<std::int32_t>(random()), "why")};
+    const std::uint32_t kind = levels == 0 ? 0 : random() % 6;
+    if (kind == 0) return simple[random() % std::size(simple)];
+    if (kind == 1) return kxDynamicTypeTimeTagged(randomValue(random, levels - 1), number);
     kxDynamicTypeArray array;
     kxDynamicTypeChain chain;
     kxDynamicTypeContainer container;
-    switch (levels == 0 ? 0 : random() % 6) {
-    case 0:
-        return simple[random() % std::size(simple)];
-    case 1:
-        return kxDynamicTypeTimeTagged(randomValue(random, levels - 1), random());
-    case 2:
-        fill([&](const kxDynamicType& value) { chain.append(value); });
-        return chain;
-    case 3:
-        fill([&](const kxDynamicType& value) { container.set(kxString::fromUnsigned(random() % 9), value); });
-        return container;
-    default:
-        fill([&](const kxDynamicType& value) { array.append(value); });
-        return array;
+    for (std::uint32_t left = random() % 5; left != 0; --left) {
+        const kxDynamicType value = randomValue(random, levels - 1);
+        chain.append(value);
+        array.append(value);
+        container.set(kxString::fromUnsigned(random() % 9), value);
     }
+    if (kind == 2) return chain;
+    return kind == 3 ? kxDynamicType(container) : kxDynamicType(array);
 }
 
 }  // namespace
