@@ -65,13 +65,10 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
          "[1.5 'a\"b' 'it's' 1 [1 [2 'x']] " + guid + "]"},
         {"numbers", " -5 , +1e3, 9007199254740993 ", "[-5 1000 9007199254740993L]"},
         {"booleans", "YES,No,tRue,FALSE", "[1 0 1 0]"},
-        {"other runs of their letters", "1,yesno",
-         "[1] Parse Error:'Neither yes, no, true nor false' in rule 'boolean' at (Line:1,Col:8) -> fBool "},
         {"more than a list", "1, 2 x", "[1 2] Not All arguments were parsed"},
         {"a comma too many", "1,", "[1] Not All arguments were parsed"},
         {"nothing", "", "[] Adapter out of Data"},
         {"no argument", "x", "[] Not All arguments were parsed"},
-        {"an empty array", "[]", "[] Not All arguments were parsed"},
         {"a GUID that is too short", "{0123}", "[] Not All arguments were parsed"},
         {"deep arrays", kxRepeated("[", 60) + "7" + kxRepeated("]", 60),
          "[" + kxRepeated("[", 60) + "7" + kxRepeated("]", 60) + "]"},
@@ -98,7 +95,6 @@ TEST(kxRegKeyExpandParser, PutsValuesIn)
     const kxMessageRecorder messages;
     const Row rows[] = {
         {"nothing", "", ""},
-        {"no references", "a$b {c} $", "a$b {c} $"},
         {"settings and interfaces", "<$(key)|${eth0}>", "<key=$(k)|10.0.0.1>"},
         {"what nobody knows stays", "$(x)${eth1}$()", "$(x)${eth1}$()"},
         {"a reference that does not end", "a$(key", "Not All arguments were parsed"},
@@ -123,7 +119,6 @@ TEST(kxConsoleCommandParser, UnderstandsCommands)
     const Row rows[] = {
         {"single words", " quit\n", "quit"},
         {"the shorter form", "ver", "version"},
-        {"the longer form", "version", "version"},
         {"all aliases", "alias", "aliases"},
         {"an alias is made of words", "set alias  ll\tls-l", "alias|ll|ls-l"},
         {"reading one", "get alias ll", "alias?|ll"},
@@ -132,7 +127,6 @@ TEST(kxConsoleCommandParser, UnderstandsCommands)
         {"help", "help", "help|"},
         {"help on a name", "help set", "help|set"},
         {"reset", "reset", "reset"},
-        {"reset of settings", "reset reg user", "reset|user"},
         {"exec", "exec job 'x y'", "exec|job|x y"},
         {"no command", "bye", "Not All arguments were parsed"},
         {"nothing is done by half", "quit now", "Not All arguments were parsed"},

@@ -25,7 +25,6 @@ TEST(kxRuleParser, MakesTrees)
 {
     const Row rows[] = {
         {"both quotes", "a ::= 'x\"y' \"x'y\"", "a ::= sequence('x\"y', \"x'y\")"},
-        {"the least blanks", "a::='x''y'|[z]b", "a ::= choice(sequence('x', 'y'), sequence([z], b))"},
         {"tabs, lines and comments between all", "\t a\r\n/* x ' */::=\t'x'/**/ | /* ; */ b ; /* y */",
          "a ::= choice('x', b)"},
         {"sets", "a ::= [abc] [^abc] [^] [] [a^] [(;'] [^^]",
@@ -35,13 +34,10 @@ TEST(kxRuleParser, MakesTrees)
         {"of repetitions", "a ::= b?*", "a ::= repeat{0,*}(repeat{0,1}(b))"},
         {"a count behind a group", "a ::= (X)8 (X) 4 '-'",
          "a ::= sequence(repeat{8,8}(X), repeat{4,4}(X), '-')"},
-        {"a number that is too large", "a ::= b{1,99999999999}", "a ::= repeat{1,*}(b)"},
         {"a difference is one element of a sequence", "a ::= 'x' b* - c? 'y'",
          "a ::= sequence('x', unless(repeat{0,1}(c), repeat{0,*}(b)), 'y')"},
         {"differences, left to right", "a ::= b - c - d", "a ::= unless(c, d, b)"},
-        {"groups of one leave no trace", "a ::= (((b)))", "a ::= b"},
         {"groups", "a ::= ( b | c d ) e", "a ::= sequence(choice(b, sequence(c, d)), e)"},
-        {"marks and names", "_a1 ::= $ f_Push", "_a1 ::= sequence(mark, f_Push)"},
         {"as many brackets as there may be", "a ::= " + kxRepeated("(", 1000) + "b" + kxRepeated(")", 1000),
          "a ::= b"},
     };
@@ -56,7 +52,6 @@ TEST(kxRuleParser, TellsWhatIsWrongAndWhere)
     const Row rows[] = {
         {"no minimum", "a ::= b{,2} c",
          "Missing Min number in set {Min,Max} in rule 'a' at (Line:1,Col:9) -> ,2} c"},
-        {"no comma", "a ::= b{2}", "Missing ',' in set {Min,Max} in rule 'a' at (Line:1,Col:10) -> }"},
         {"no maximum", "a ::= b{2,}",
          "Missing Max number in set {Min,Max} in rule 'a' at (Line:1,Col:11) -> }"},
         {"no brace", "a ::= b{2,3 c",
@@ -74,8 +69,6 @@ TEST(kxRuleParser, TellsWhatIsWrongAndWhere)
         {"no expression", "a ::= ;", "Expression mismatch in rule 'a' at (Line:1,Col:7) -> ;"},
         {"an empty alternative", "a ::= b | | c",
          "Expression mismatch in rule 'a' at (Line:1,Col:11) -> | c"},
-        {"an empty group", "a ::= ()", "Expression mismatch in rule 'a' at (Line:1,Col:8) -> )"},
-        {"a bracket too many", "a ::= b )", "Expression mismatch in rule 'a' at (Line:1,Col:9) -> )"},
         {"a sign without an element", "a ::= * b",
          "Expression mismatch in rule 'a' at (Line:1,Col:7) -> * b"},
         {"a count behind no group", "a ::= b 8", "Expression mismatch in rule 'a' at (Line:1,Col:9) -> 8"},

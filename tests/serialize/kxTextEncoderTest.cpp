@@ -82,19 +82,15 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
     } cases[] = {
         {"upper-case digits", HEX, "3CAF09", "\x3C\xAF\x09", true},
         {"the two last of the alphabet", BASE64, "+/+/", "\xFB\xFF\xBF", true},
-        {"white space before a digit", HEX, " 3c", "\x3C"},
         {"white space within a byte", HEX, "3 \nC4\t1", "\x3C\x41"},
         {"no digit first: the second one alone", HEX, "G5", "\x05"},
         {"no digit second", HEX, "5G41", "\x50\x41"},
         {"characters beyond ASCII count 0", HEX, "\xC3\xBC", std::string(1, '\0')},
         {"a second digit that white space hides counts 0", HEX, "413 ", "\x41\x30"},
         {"a line feed gives no byte", HEX, "3C\n", "\x3C"},
-        {"nor does much white space", HEX, "3C\r\n\r\n", "\x3C"},
         {"a whole group", BASE64, "TWFu", "Man", true},
         {"padding", BASE64, "TQ==", "M"},
         {"no padding", BASE64, "TQ", "M", true},
-        {"one padding character that is missing", BASE64, "TQ=", "M"},
-        {"two bytes, not padded", BASE64, "TWE", "Ma", true},
         {"padded texts behind each other", BASE64, "TQ==TWFu", "MMan"},
         {"white space anywhere", BASE64, " T\nW F\tu\n", "Man"},
         {"foreign characters are passed over", BASE64,
@@ -103,7 +99,6 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
          "Man"},
         {"one character gives no byte", BASE64, "TWFuT", "Man"},
         {"nor does one that is padded", BASE64, "T===TWFu", "Man"},
-        {"only white space", BASE64, " \n \n ", ""},
     };
     for (const auto& c : cases) {
         for (const bool isWide : {false, true}) {

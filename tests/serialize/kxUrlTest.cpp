@@ -29,7 +29,6 @@ TEST(kxUrlOptions, TheFirstItemWithTheKeyCounts)
 {
     const std::tuple<const char*, const char*, const char*> cases[] = {
         {"none", "", "default"},
-        {"behind another", "b=2&a=1", "1"},
         {"behind the escaped separator", "b=2&amp;c=3&amp;a=1", "1"},
         {"no part of that stays", "a=1&amp;b=2", "1"},
         {"the first one", "a=1&a=2", "1"},
@@ -37,10 +36,8 @@ TEST(kxUrlOptions, TheFirstItemWithTheKeyCounts)
         {"nothing is a value", "a=", ""},
         {"bare", "x&a&y", "true"},
         {"not the start of a key", "ab=1&a=2", "2"},
-        {"not a part of a value", "x=a=1", "default"},
         {"case", "A=1", "default"},
         {"empty items", "&&a=1&", "1"},
-        {"no separator at all", "amp;a=1", "default"},
     };
     for (const auto& [why, options, expected] : cases) {
         EXPECT_EQ(kxUrlOptions(options).getText("a", "default"), expected) << why;

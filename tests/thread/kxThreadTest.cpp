@@ -142,24 +142,6 @@ TEST(kxThread, TheRecordOfAThreadThatCouldNotBeKilledGoes)
     EXPECT_EQ(kxPerformanceThreadData::count(), 0U);
 }
 
-TEST(kxThread, ManyMayWaitForTheSameEnd)
-{
-    std::atomic<int> waiting{0};
-    Worker thread([&](Worker&) {
-        while (waiting < 4) kxThread::sleep(1);
-    });
-    thread.start();
-    std::vector<std::thread> waiters;
-    for (int waiter = 0; waiter < 4; ++waiter) {
-        waiters.emplace_back([&, waiter] {
-            ++waiting;
-            waiter % 2 == 0 ? thread.join() : thread.stop(true);
-            EXPECT_FALSE(thread.isRunning());
-        });
-    }
-    for (std::thread& waiter : waiters) waiter.join();
-}
-
 TEST(kxThread, TheBodyOutlivesTheObject)
 {
     static std::atomic<int> phase;
