@@ -45,6 +45,15 @@ private:
     std::function<void(const std::string&)> action_;
 };
 
+// One that is added for as long as it lives.
+struct Added : Receiver {
+    explicit Added(std::function<void(const std::string&)> action) : Receiver(std::move(action))
+    {
+        kxMessageManager::instance().addReceiver(*this);
+    }
+    ~Added() override { kxMessageManager::instance().removeReceiver(*this); }
+};
+
 class Translator : public kxMessageTranslatorInterface {
 public:
     kxString translate(std::string_view text, const kxString&, std::uint32_t) override
@@ -101,32 +110,25 @@ TEST_F(kxMessageManagerTest, FormatsUnlessRawAndTranslatesFromNoticeOn)
 TEST_F(kxMessageManagerTest, DeliversInOrderAndLimitsNesting)
 {
     Texts order;
-    Receiver first([&](const std::string& text) { order.push_back("first " + text); });
-    Receiver second([&](const std::string& text) { order.push_back("second " + text); });
-    manager.addReceiver(first);
-    manager.addReceiver(second);
-    manager.addReceiver(first);
-    kxMessage(KX_MESSAGE_NOTICE, "x");
+    {
+        Added first([&](const std::string& text) { order.push_back("first " + text); });
+        Added second([&](const std::string& text) { order.push_back("second " + text); });
+        manager.addReceiver(first);
+        kxMessage(KX_MESSAGE_NOTICE, "x");
+    }
     EXPECT_EQ(order, Texts({"first x", "second x"}));
-    manager.removeReceiver(first);
-    manager.removeReceiver(second);
 
     int received = 0;
-    Receiver echoing([&](const std::string&) {
+    const auto echo = [&](const std::string&) {
         ++received;
         kxMessage(KX_MESSAGE_NOTICE, "again");
-    });
-    manager.addReceiver(echoing);
+    };
+    Added echoing(echo);
     kxMessage(KX_MESSAGE_NOTICE, "once");
-    manager.removeReceiver(echoing);
     EXPECT_EQ(received, 16);
     received = 0;
-    Receiver too(echoing);
-    manager.addReceiver(echoing);
-    manager.addReceiver(too);
+    Added too(echo);
     kxMessage(KX_MESSAGE_NOTICE, "once");
-    manager.removeReceiver(echoing);
-    manager.removeReceiver(too);
     EXPECT_EQ(received, 2 * 1001) << "bounded in breadth as well";
 }
 
@@ -155,9 +157,8 @@ TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherT
 {
     std::atomic<bool> stop{false};
     std::atomic<int> milliseconds{1};
-    Receiver slow(
+    Added slow(
         [&](const std::string&) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); });
-    manager.addReceiver(slow);
     const auto send = [&] {
         while (!stop) kxMessage(KX_MESSAGE_NOTICE, "%d", 1);
     };
@@ -178,21 +179,19 @@ TEST_F(kxMessageManagerTest, ARemovalEndsAndTheReceiverIsNotCalledWhateverOtherT
     }
     stop = true;
     senders.clear();
-    manager.removeReceiver(slow);
 }
 
 TEST_F(kxMessageManagerTest, SendsFromInsideWhileAChangeWaits)
 {
     Texts order;
     std::thread changer;
-    Receiver sending([&](const std::string& text) {
+    Added sending([&](const std::string& text) {
         order.push_back(text);
         if (text != "outer") return;
         changer = std::thread([&] { manager.removeReceiver(sending); });
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         kxMessage(KX_MESSAGE_NOTICE, "nested");
     });
-    manager.addReceiver(sending);
     kxMessage(KX_MESSAGE_NOTICE, "outer");
     changer.join();
     EXPECT_EQ(order, Texts({"outer", "nested"}));
@@ -237,10 +236,9 @@ TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
 TEST_F(kxMessageManagerTest, WorksInAForkedChildWhateverOtherThreadsWereDoing)
 {
     pid_t child = -1;
-    Receiver forking([&](const std::string& text) {
+    Added forking([&](const std::string& text) {
         if (text == "fork" && (child = ::fork()) == 0) ::alarm(5);
     });
-    manager.addReceiver(forking);
     std::atomic<bool> stop{false};
     std::thread changing([&] {
         while (!stop) manager.setSender("KorvexSDK");
@@ -261,7 +259,6 @@ TEST_F(kxMessageManagerTest, WorksInAForkedChildWhateverOtherThreadsWereDoing)
     stop = true;
     changing.join();
     sending.join();
-    manager.removeReceiver(forking);
 }
 
 TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
@@ -285,10 +282,8 @@ TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
     EXPECT_EQ(textOf([] { kxThrowBadAlloc("/a/b/c.cpp", 7); }), "bad_alloc");
     EXPECT_EQ(messages.texts(), Texts({"Bad Alloc:File: c.cpp  Line: 7  Ver: 2.10.5"}));
     EXPECT_EQ(messages.entries()[0].level, KX_MESSAGE_FATAL);
-    Receiver failing([](const std::string&) { throw 1; });
-    manager.addReceiver(failing);
+    const Added failing([](const std::string&) { throw 1; });
     for (int time = 0; time < 2; ++time) EXPECT_EQ(textOf([] { kxThrowBadAlloc("x", 1); }), "bad_alloc");
-    manager.removeReceiver(failing);
     EXPECT_EQ(messages.texts().size(), 3U);
 }
 

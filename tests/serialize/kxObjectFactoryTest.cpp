@@ -2,6 +2,7 @@
 #include "kxbase/serialize/kxObjectInput.h"
 #include "kxbase/serialize/kxSerializeString.h"
 #include "support/kxFatalText.h"
+#include "support/kxForkedChild.h"
 #include "support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
@@ -9,9 +10,6 @@
 #include <atomic>
 #include <stdexcept>
 #include <thread>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -134,15 +132,11 @@ TEST(kxObjectFactory, AForkedChildFindsItFree)
     kxObjectFactory::add(kPlainId, slow);
     std::jthread other([] { kxObjectFactory::create(kPlainId); });
     while (!slow.isInside) std::this_thread::yield();
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(5);  // ends a child that waits
-        const kxObjectFactoryOf<Leaf> leaves(kLeafId);
-        ::_exit(kxObjectFactory::create(kLeafId) != nullptr ? 0 : 1);
-    }
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(kxStatusOfChild([] {
+                  const kxObjectFactoryOf<Leaf> leaves(kLeafId);
+                  return kxObjectFactory::create(kLeafId) != nullptr;
+              }),
+              0);
     slow.isOver = true;
     other.join();
     kxObjectFactory::remove(kPlainId, slow);
