@@ -8,7 +8,6 @@
 #include "kxbase/object/kxReference.h"
 #include "tests/support/kxMessageRecorder.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -140,46 +139,6 @@ TEST(kxContainerFaults, ADictionaryThatFindsNoMemoryIsAsBefore)
         ShortStorage::left = 100;
         EXPECT_TRUE(dict.insert(count, &value) && dict.last()->key() == count);
     }
-}
-
-// Cannot be moved into its place once it is told so.
-struct Unmovable {
-    Unmovable() = default;
-    Unmovable(const Unmovable& other) : item(other.item) { throwIfTold(); }
-    Unmovable(Unmovable&& other) : item(other.item) { throwIfTold(); }
-    static void throwIfTold()
-    {
-        if (isTold) throw std::runtime_error("not moved");
-    }
-    static inline bool isTold = false;
-    std::shared_ptr<int> item = std::make_shared<int>(7);
-};
-
-template <typename Container, typename Add> void expectUnchangedByFailedAdd(Add add)
-{
-    Container container;
-    for (int count = 0; count < 16; ++count) add(container, Unmovable());
-    Unmovable item;
-    Unmovable::isTold = true;
-    EXPECT_THROW(add(container, std::move(item)), std::runtime_error);
-    Unmovable::isTold = false;
-    if constexpr (requires { container.begin(); }) {
-        EXPECT_EQ(
-            std::count_if(container.begin(), container.end(), [](auto& kept) { return *kept.item == 7; }),
-            16);
-    }
-    add(container, std::move(item));
-}
-
-TEST(kxContainerFaults, AnItemThatCannotBeMovedInChangesNothing)
-{
-    const auto append = [](auto& container, Unmovable&& item) { container.append(std::move(item)); };
-    expectUnchangedByFailedAdd<kxArray<Unmovable>>(append);
-    expectUnchangedByFailedAdd<kxDynamicArray<Unmovable>>(append);
-    expectUnchangedByFailedAdd<kxList<Unmovable>>(append);
-    expectUnchangedByFailedAdd<kxDList<Unmovable>>(append);
-    expectUnchangedByFailedAdd<kxQueue<Unmovable>>(
-        [](auto& queue, Unmovable&& item) { queue.push(std::move(item)); });
 }
 
 }  // namespace

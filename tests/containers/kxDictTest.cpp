@@ -1,10 +1,9 @@
 #include "kxbase/containers/kxDictList.h"
-#include "kxbase/containers/kxInstanceTable.h"
-#include "kxbase/containers/kxRefInstanceDictionary.h"
+#include "kxbase/containers/kxRefDict.h"
+#include "kxbase/object/kxReference.h"
 #include "tests/support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
-#include <map>
 
 namespace {
 
@@ -99,21 +98,6 @@ TEST(kxDict, GrowsToFourTimesPlusThree)
     EXPECT_EQ(fixed.bucketCount(), 1U);
 }
 
-TEST(kxDict, RemovedRecordsAreKeptWhileReuseIsOn)
-{
-    Dict dict;
-    dict.setReuse(true);
-    for (const std::uint32_t key : {1U, 2U, 3U}) dict.insert(key, &kValues[0]);
-    EXPECT_EQ(dict.spareCount(), 0U);
-    dict.remove(1);
-    dict.remove(2);
-    dict.insert(1, &kValues[0]);
-    EXPECT_EQ(dict.spareCount(), 1U);
-    dict.setReuse(false);
-    dict.clear();
-    EXPECT_EQ(dict.spareCount(), 0U);
-}
-
 TEST(kxBucketIndex, IsTheRemainder)
 {
     kxTestRandom random(9);
@@ -137,19 +121,6 @@ TEST(kxRefDict, HoldsOneReferenceForEachEntry)
         dict.insert(4, object);
     }
     EXPECT_EQ(object->getReferenceCount(), 1U);
-}
-
-TEST(kxRefInstanceDictionary, FindsIdsByObjectAndObjectsById)
-{
-    const auto first = kxMakeRef<kxReference>(), second = kxMakeRef<kxReference>();
-    kxRefInstanceDictionary ids(1);
-    kxInstanceTable objects(1);
-    std::uint32_t id = 0;
-    EXPECT_TRUE(ids.add(first.get(), 1) && objects.add(1, first.get()) && ids.add(second.get(), 2));
-    EXPECT_FALSE(ids.add(first.get(), 9) || objects.add(1, second.get()) || ids.add(nullptr, 3));
-    EXPECT_TRUE(ids.find(second.get(), id) && id == 2 && objects.find(1) == first.get());
-    ids.clear();
-    EXPECT_TRUE(!ids.find(first.get(), id) && first->getReferenceCount() == 2);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include "tests/support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
-#include <vector>
 
 namespace {
 

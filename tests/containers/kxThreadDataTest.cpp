@@ -3,7 +3,6 @@
 #include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -45,19 +44,6 @@ TEST(kxThreadData, MayBeAskedWhileAThreadEnds)
     EXPECT_EQ(data->threadCount(), 1U);
     delete data;
     EXPECT_EQ(alive, 0);
-}
-
-TEST(kxThreadData, ThreadsDoNotMeet)
-{
-    kxThreadData<Item, 4> data;
-    const auto work = [&data](int index) {
-        for (int call = 0; call < 500; ++call) {
-            const int before = std::exchange(data.next().number, index);
-            EXPECT_TRUE(before == 0 || before == index);
-        }
-    };
-    std::vector<std::jthread> threads;
-    for (int index = 1; index <= 6; ++index) threads.emplace_back(work, index);
 }
 
 }  // namespace

@@ -18,11 +18,7 @@ TEST(kxCounterClock, FollowsTheCounterFromItsBase)
     };
     kxCounterClock clock(
         start, [] { return ticks; }, 0.25);
-    const struct {
-        const char* why;
-        std::uint64_t ticks;
-        double seconds;
-    } rows[] = {
+    const std::tuple<const char*, std::uint64_t, double> rows[] = {
         {"the first call is the base", 50, 1000},
         {"onwards", 54, 1001},
         {"back, but not below the base", 52, 1000.5},
@@ -32,9 +28,9 @@ TEST(kxCounterClock, FollowsTheCounterFromItsBase)
         {"below the new base", 0, 987.5},
         {"the whole counter", 1ULL << 40, 987.5 + 0x1p38},
     };
-    for (const auto& row : rows) {
-        ticks = row.ticks;
-        EXPECT_DOUBLE_EQ(clock.seconds(), row.seconds) << row.why;
+    for (const auto& [why, counter, seconds] : rows) {
+        ticks = counter;
+        EXPECT_DOUBLE_EQ(clock.seconds(), seconds) << why;
     }
     EXPECT_EQ(starts, 1);
 }

@@ -2,16 +2,12 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/platform/kxPlatformThread.h"
+#include "support/kxForkedChild.h"
 #include "support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <thread>
-#include <vector>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 TEST(kxMutex, CountsItsLocksAndRemembersItsOwner)
 {
@@ -43,38 +39,14 @@ TEST(kxMutex, StaysHeldInForkedChildren)
 {
     kxMutex mutex(true);
     mutex.lock();
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const pid_t grandchild = ::fork();
-        const bool isHeld = mutex.tryLock() && mutex.owner() == kxPlatformThreadId();
+    const auto isHeld = [&] {
+        const bool isOwn = mutex.tryLock() && mutex.owner() == kxPlatformThreadId();
         mutex.unlock();
         mutex.unlock();
-        int status = 0;
-        if (grandchild != 0) ::waitpid(grandchild, &status, 0);
-        ::_exit(isHeld && mutex.lockCount() == 0 && status == 0 ? 0 : 1);
-    }
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+        return isOwn && mutex.lockCount() == 0;
+    };
+    EXPECT_EQ(kxStatusOfChild([&] { return kxStatusOfChild(isHeld) == 0 && isHeld(); }), 0);
     mutex.unlock();
-}
-
-TEST(kxMutex, ExcludesOtherThreads)
-{
-    kxMutex mutex;
-    int count = 0;
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 4; ++index) {
-        threads.emplace_back([&] {
-            for (int turn = 0; turn < 20000; ++turn) {
-                const kxBodyGuard outer(mutex);
-                const kxBodyGuard inner(mutex);
-                ++count;
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(count, 80000);
 }
 
 TEST(kxMutex, WarnsWhenDestroyedLocked)

@@ -17,7 +17,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 namespace {
 
@@ -44,6 +43,14 @@ std::string item(const char* typeName, const std::string& bytes)
     return typeName + std::string(1, '\0') + countText(bytes.size()) + bytes;
 }
 
+// Arrays inside each other.
+std::string nested(std::uint32_t levels)
+{
+    std::string bytes(1, '\0');
+    while (--levels != 0) bytes = "\x01" + item("array", bytes);
+    return bytes;
+}
+
 // Takes a value apart and puts it together again, down to its innermost values.
 kxDynamicType rebuilt(const kxDynamicType& value)
 {
@@ -53,11 +60,11 @@ kxDynamicType rebuilt(const kxDynamicType& value)
     };
     if (value.isType(KX_UNIQUE_ARRAY)) return fill(kxDynamicTypeArray(), kxDynamicTypeArray(value));
     if (value.isType(KX_UNIQUE_CHAIN)) return fill(kxDynamicTypeChain(), kxDynamicTypeChain(value));
+    if (value.isType(KX_UNIQUE_ERROR)) return kxDynamicTypeError(value);
     if (value.isType(KX_UNIQUE_TTAG)) {
         const kxDynamicTypeTimeTagged tagged(value);
         return kxDynamicTypeTimeTagged(rebuilt(tagged.getValue()), tagged.getTime());
     }
-    if (value.isType(KX_UNIQUE_ERROR)) return kxDynamicTypeError(value);
     if (!value.isType(KX_UNIQUE_CONT)) return value;
     const kxDynamicTypeContainer from(value);
     kxDynamicTypeContainer container;
@@ -68,47 +75,36 @@ kxDynamicType rebuilt(const kxDynamicType& value)
 
 kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
 {
-    const auto fill = [&](const auto& add) {
-        for (std::uint32_t left = random() % 5; left != 0; --left) add(randomValue(random, levels - 1));
-    };
-    const kxDynamicType simple[] = {
-        {},
-        static_cast<double>(random()) / (1 << random() % 32),
-        static_cast<std::int64_t>(random()) * -4567,
-        kxString(std::string(random() % 300, 't')),
-        made(random() % 2 == 0 ? "mine" : "yours", "abc"),
-        kxVec3{1.5F, static_cast<float>(random()), -0.0F},
-        kxGUID(random(), 1, 2, {3, 4}),
-        kxDynamicTypeError(static_cast<std::int32_t>(random()), "why"),
-    };
+    const double number = random();
+    const kxDynamicType simple[] = {{},
+                                    number / 8,
+                                    std::int64_t{random()} * -4567,
+                                    kxString(std::string(random() % 300, 't')),
+                                    made(random() % 2 == 0 ? "mine" : "yours", "abc"),
+                                    kxVec3{1.5F, static_cast<float>(number), -0.0F},
+                                    kxGUID(random(), 1, 2, {3, 4}),
+                                    kxDynamicTypeError(static_cast<std::int32_t>(random()), "why")};
+    const std::uint32_t kind = levels == 0 ? 0 : random() % 6;
+    if (kind == 0) return simple[random() % std::size(simple)];
+    if (kind == 1) return kxDynamicTypeTimeTagged(randomValue(random, levels - 1), number);
     kxDynamicTypeArray array;
     kxDynamicTypeChain chain;
     kxDynamicTypeContainer container;
-    switch (levels == 0 ? 0 : random() % 6) {
-    case 0:
-        return simple[random() % std::size(simple)];
-    case 1:
-        return kxDynamicTypeTimeTagged(randomValue(random, levels - 1), random());
-    case 2:
-        fill([&](const kxDynamicType& value) { chain.append(value); });
-        return chain;
-    case 3:
-        fill([&](const kxDynamicType& value) { container.set(kxString::fromUnsigned(random() % 9), value); });
-        return container;
-    default:
-        fill([&](const kxDynamicType& value) { array.append(value); });
-        return array;
+    for (std::uint32_t left = random() % 5; left != 0; --left) {
+        const kxDynamicType value = randomValue(random, levels - 1);
+        chain.append(value);
+        array.append(value);
+        container.set(kxString::fromUnsigned(random() % 9), value);
     }
+    if (kind == 2) return chain;
+    return kind == 3 ? kxDynamicType(container) : kxDynamicType(array);
 }
 
 }  // namespace
 
 TEST(kxDynamicType, StoresNumbersInTheShortestForm)
 {
-    const struct {
-        double number;
-        std::string bytes;
-    } cases[] = {
+    const std::tuple<double, std::string> cases[] = {
         {0, std::string(1, '\0')},
         {-0.0, std::string(1, '\0')},
         {5, "\x05"},
@@ -123,11 +119,11 @@ TEST(kxDynamicType, StoresNumbersInTheShortestForm)
         {3e10, std::string("\x00\x00\x00\xB0\x8E\xF0\x1B\x42", 8)},
         {INFINITY, std::string("\x00\x00\x00\x00\x00\x00\xF0\x7F", 8)},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.number);
-        const kxDynamicType value(c.number);
-        EXPECT_EQ(bytesOf(value), c.bytes);
-        EXPECT_EQ(value.toNumber(), c.number);
+    for (const auto& [number, bytes] : cases) {
+        SCOPED_TRACE(number);
+        const kxDynamicType value(number);
+        EXPECT_EQ(bytesOf(value), bytes);
+        EXPECT_EQ(value.toNumber(), number);
     }
     EXPECT_TRUE(std::isnan(kxDynamicType(std::nan("")).toNumber()));
 }
@@ -250,6 +246,28 @@ TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
     EXPECT_EQ(object->getReferenceCount(), 1U);
 }
 
+TEST(kxDynamicType, BytesFromOutsideGetAtNothingBesideThem)
+{
+    const kxDynamicType object(kxMakeRef<kxReference>());
+    const std::pair<const char*, kxDynamicType> rows[] = {
+        {"names the object beside it", made("array", "\x01" + item("ref", bytesOf(object)))},
+        {"broken", made("chain", "\x07")},
+        {"without a text", made("error", "1234")},
+        {"sound by itself, but not inside another", made("array", nested(64))},
+    };
+    for (const auto& [why, foreign] : rows) {
+        SCOPED_TRACE(why);
+        kxMessageRecorder recorder;
+        kxDynamicTypeContainer values;
+        values.set("foreign", foreign);
+        values.set("own", object);
+        const kxDynamicTypeContainer found{kxDynamicType(values)};
+        EXPECT_EQ(found.get("foreign"), kxDynamicType());
+        EXPECT_EQ(found.get("own").toReference(), object.toReference());
+        EXPECT_EQ(recorder.texts(), Texts{"Corrupt Stream in kxDynamicType!!"});
+    }
+}
+
 TEST(kxDynamicTypeContainer, KeepsNamesInTheOrderInWhichTheyCame)
 {
     kxDynamicTypeContainer container;
@@ -330,16 +348,7 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
 {
     const std::string huge = countText((1ULL << 63) - 1);
     const std::string zero(1, '\0');
-    const auto nested = [&](std::uint32_t levels) {
-        std::string bytes = zero;
-        while (--levels != 0) bytes = "\x01" + item("array", bytes);
-        return bytes;
-    };
-    const struct {
-        const char* why;
-        const char* typeName;
-        std::string bytes;
-    } cases[] = {
+    const std::tuple<const char*, const char*, std::string> cases[] = {
         {"no count", "array", ""},
         {"a count without items", "chain", "\x02"},
         {"a count beyond all memory", "array", huge},
@@ -360,10 +369,10 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
         {"a text without an end", "error", "1234why"},
         {"more than a text", "error", "1234why" + zero + "x"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
+    for (const auto& [why, typeName, bytes] : cases) {
+        SCOPED_TRACE(why);
         kxMessageRecorder recorder;
-        const kxDynamicType found = rebuilt(made(c.typeName, c.bytes));
+        const kxDynamicType found = rebuilt(made(typeName, bytes));
         EXPECT_EQ(bytesOf(found), found.isType(KX_UNIQUE_ERROR)  ? std::string(5, '\0')
                                   : found.isType(KX_UNIQUE_TTAG) ? item("void", "") + std::string(8, '\0')
                                                                  : zero);

@@ -7,6 +7,13 @@
 
 #include <string>
 
+inline std::string kxRepeated(std::string_view text, int count)
+{
+    std::string all;
+    while (count-- != 0) all += text;
+    return all;
+}
+
 inline kxRefPointer<kxSerializeAdapter> kxInputOf(std::string_view text)
 {
     const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 1024U);

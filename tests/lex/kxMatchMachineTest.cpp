@@ -7,27 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <map>
-#include <optional>
 #include <stdexcept>
-#include <tuple>
 
 namespace {
 
-// ---- a slow matcher that follows the tree by the letter
-
+// A slow matcher that follows the tree by the letter.
 class Reference {
 public:
-    struct Value {
-        std::size_t from, to;
-        bool operator==(const Value&) const = default;
-    };
-    struct Scope {  // of a running rule
-        std::size_t start;
-        std::optional<std::size_t> mark;
-    };
-
     explicit Reference(std::string_view input) : input_(input) {}
     void add(std::string_view text)
     {
@@ -40,83 +26,73 @@ public:
     std::string outcome()
     {
         const bool matches = call("main");
+        if (!matches) state_ = {};
         std::string text = matches ? "OK" : "No Match";
-        if (!matches) at_ = 0, values_.clear();
-        for (const Value& value : values_)
-            text += " '" + std::string(input_.substr(value.from, value.to - value.from)) + "'";
-        return text + " <" + std::string(input_.substr(at_)) + ">";
+        for (const std::string& value : state_.values) text += " '" + value + "'";
+        return text + " <" + std::string(input_.substr(state_.at)) + ">";
     }
 
 private:
+    struct State {
+        std::size_t at = 0, mark = 0;  // the mark is that of the running rule, at first its start
+        std::vector<std::string> values = {};
+    };
+
     bool call(const std::string& name)
     {
-        const Scope outer = std::exchange(scope_, Scope{at_, std::nullopt});
+        const std::size_t mark = std::exchange(state_.mark, state_.at);
         const kxRuleTree* const tree = std::exchange(tree_, &rules_.at(name));
         const bool matches = match(tree_->root());
         tree_ = tree;
-        scope_ = outer;
+        state_.mark = mark;
         return matches;
     }
-    std::vector<std::uint32_t> childrenOf(std::uint32_t node) const
+    bool match(std::uint32_t node, bool isTried = false)
     {
-        std::vector<std::uint32_t> children;
-        for (std::uint32_t child = tree_->nodes()[node].firstChild; child != KX_RULE_NO_NODE;
-             child = tree_->nodes()[child].next)
-            children.push_back(child);
-        return children;
+        const State before = state_;
+        const bool matches = matchNode(tree_->nodes()[node]);
+        if (!matches || isTried) state_ = before;
+        return matches;
     }
-    bool match(std::uint32_t node)
+    bool matchNode(const kxRuleNode& node)
     {
-        const auto at = at_;
-        const auto values = values_;
-        const auto scope = scope_;
-        if (matchNode(node)) return true;
-        at_ = at;
-        values_ = values;
-        scope_ = scope;
-        return false;
-    }
-    bool matchNode(std::uint32_t index)
-    {
-        const kxRuleNode& node = tree_->nodes()[index];
         const std::string text(tree_->textOf(node));
-        const std::vector<std::uint32_t> children = childrenOf(index);
+        std::vector<std::uint32_t> children;
+        for (auto child = node.firstChild; child != KX_RULE_NO_NODE; child = tree_->nodes()[child].next)
+            children.push_back(child);
+        const auto matches = [this](std::uint32_t child) { return match(child); };
         switch (node.kind) {
         case KX_RULE_LITERAL:
-            if (!input_.substr(at_).starts_with(text)) return false;
-            at_ += text.size();
+            if (!input_.substr(state_.at).starts_with(text)) return false;
+            state_.at += text.size();
             return true;
         case KX_RULE_SET:
         case KX_RULE_SET_NOT:
-            if (at_ == input_.size()) return false;
-            return (text.find(input_[at_++]) != std::string::npos) == (node.kind == KX_RULE_SET);
+            if (state_.at == input_.size()) return false;
+            return (text.find(input_[state_.at++]) != std::string::npos) == (node.kind == KX_RULE_SET);
         case KX_RULE_MARK:
-            scope_.mark = at_;
+            state_.mark = state_.at;
             return true;
         case KX_RULE_NAME:
             if (text != "fString") return call(text);
-            values_.push_back({scope_.mark.value_or(scope_.start), at_});
+            state_.values.emplace_back(input_.substr(state_.mark, state_.at - state_.mark));
             return true;
         case KX_RULE_SEQUENCE:
-            return std::all_of(children.begin(), children.end(), [&](std::uint32_t c) { return match(c); });
+            return std::all_of(children.begin(), children.end(), matches);
         case KX_RULE_CHOICE:
-            return std::any_of(children.begin(), children.end(), [&](std::uint32_t c) { return match(c); });
+            return std::any_of(children.begin(), children.end(), matches);
         case KX_RULE_DIFFERENCE:
-            for (std::size_t child = 0; child + 1 < children.size(); ++child) {
-                const auto saved = std::tuple(at_, values_, scope_);
-                const bool matches = match(children[child]);
-                std::tie(at_, values_, scope_) = saved;
-                if (matches) return false;
-            }
-            return match(children.back());
+            return std::none_of(children.begin(), children.end() - 1,
+                                [this](std::uint32_t child) { return match(child, true); }) &&
+                   match(children.back());
         case KX_RULE_REPEAT:
             break;
         }
         std::uint32_t round = 0;
         for (; round < node.maximum; ++round) {
-            const std::size_t before = at_;
+            const std::size_t before = state_.at;
             if (!match(children[0])) break;
-            if (at_ == before) return true;
+            if (state_.at == before) return true;
         }
         return round >= node.minimum;
     }
@@ -124,13 +100,21 @@ private:
     std::string_view input_;
     std::map<std::string, kxRuleTree> rules_;
     const kxRuleTree* tree_ = nullptr;
-    std::size_t at_ = 0;
-    std::vector<Value> values_;
-    Scope scope_{};
+    State state_;
 };
 
-// ---- random rules over the letters a, b and c
+// Capital letters stand for one of the forms in their list; N is a rule that comes later.
+const std::map<char, std::vector<std::string>> kForms = {
+    {'C', {"Q", "Q", "Q | C"}},
+    {'Q', {"T", "T Q"}},
+    {'T', {"R", "R", "R", "R", "R", "R", "R - R"}},
+    {'R', {"E", "E", "E", "E", "E", "E?", "E*", "E+", "E{0,2}", "E{2,3}", "E{1,1}", "E{0,0}", "E+?"}},
+    {'E',
+     {"(C)", "(C)", "(C)", "(C)0", "(C)2", "N", "N", "'a'", "'b'", "'ab'", "\"ca\"", "''", "[ab]", "[^a]",
+      "[^]", "[]", "$", "$", "fString"}},
+};
 
+// Random rules over the letters a, b and c.
 class RandomRules {
 public:
     explicit RandomRules(std::uint32_t seed) : random_(seed) {}
@@ -138,9 +122,8 @@ public:
     std::vector<std::string> rules()
     {
         std::vector<std::string> texts;
-        const char* const names[] = {"main", "r1", "r2", "r3"};
-        for (callable_ = 3; callable_ >= 0; --callable_)
-            texts.push_back(std::string(names[3 - callable_]) + " ::= " + choice(4));
+        for (rule_ = 0; rule_ < 4; ++rule_)
+            texts.push_back((rule_ == 0 ? "main" : "r" + std::to_string(rule_)) + " ::= " + expanded('C', 5));
         return texts;
     }
     std::string input()
@@ -151,46 +134,23 @@ public:
     }
 
 private:
-    std::string pick(std::initializer_list<const char*> texts)
+    std::string expanded(char symbol, int depth)
     {
-        return texts.begin()[random_() % texts.size()];
-    }
-    std::string choice(int depth)
-    {
-        std::string text = sequence(depth);
-        while (random_() % 3 == 0) text += " | " + sequence(depth);
+        const std::vector<std::string>& forms = kForms.at(symbol);
+        std::string form, text;
+        do form = forms[random_() % forms.size()];
+        while (depth <= 0 && form.find('C') != std::string::npos);
+        for (const char each : form) {
+            if (each == 'N')
+                text += rule_ < 3 ? "r" + std::to_string(rule_ + 1 + random_() % (3 - rule_)) : "'c'";
+            else
+                text += kForms.contains(each) ? expanded(each, depth - (each == 'C')) : std::string(1, each);
+        }
         return text;
-    }
-    std::string sequence(int depth)
-    {
-        std::string text = term(depth);
-        while (random_() % 2 == 0) text += " " + term(depth);
-        return text;
-    }
-    std::string term(int depth)
-    {
-        return repeated(depth) + (random_() % 8 == 0 ? " - " + repeated(depth) : "");
-    }
-    std::string repeated(int depth)
-    {
-        std::string text = element(depth);
-        if (text.back() == ')' && random_() % 8 == 0) text += pick({"0", "1", "2", "3"});
-        if (random_() % 3 == 0) text += pick({"?", "*", "+", "{0,2}", "{2,3}", "{1,1}", "{0,0}", "+?"});
-        return text;
-    }
-    std::string element(int depth)
-    {
-        const auto kind = random_() % 12;
-        if (kind < 3 && depth > 0) return "(" + choice(depth - 1) + ")";
-        if (kind < 5 && callable_ > 0)
-            return std::string("r") +
-                   static_cast<char>('4' - callable_ +
-                                     static_cast<int>(random_() % static_cast<std::uint32_t>(callable_)));
-        return pick({"'a'", "'b'", "'ab'", "\"ca\"", "''", "[ab]", "[^a]", "[^]", "[]", "$", "$", "fString"});
     }
 
     kxTestRandom random_;
-    int callable_ = 0;
+    std::uint32_t rule_ = 0;
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessageFileReceiver.h"
+#include "support/kxForkedChild.h"
 #include "support/kxMessageRecorder.h"
 #include "support/kxProcess.h"
 #include "support/kxPseudoTerminal.h"
@@ -10,10 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <sstream>
 #include <thread>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -141,12 +140,7 @@ TEST(kxMessageFileReceiver, AppendsFromWarningOnAtOnceAndReportsAFailingFileOnce
     kxMessageFileReceiver file(directory.write("log", "before\n").c_str());
     file.receive("s", KX_MESSAGE_NOTICE, "kept back");
     EXPECT_EQ(directory.read("log"), "before\n");
-    const pid_t child = ::fork();
-    if (child == 0) {
-        file.flush();  // the line is the parent's
-        ::_exit(0);
-    }
-    ::waitpid(child, nullptr, 0);
+    kxStatusOfChild([&file] { return file.flush(), true; });  // the line is the parent's
     file.receive("s", KX_MESSAGE_INTERNAL_WARNING, "urgent");
     const std::string time = "20..-[01].-[0-3].T[0-2].:[0-5].:[0-6].\\....Z ";
     EXPECT_THAT(directory.read("log"), MatchesRegex("before\n" + time + "s Notice::kept back\n" + time +

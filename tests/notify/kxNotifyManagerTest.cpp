@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -41,11 +40,7 @@ TEST(kxNotifyManager, DeliversByPriorityThenInTheOrderOfPosting)
         double dueTime = 0;
     };
     const double later = kxClock::seconds() + 1000;
-    const struct {
-        const char* why;
-        std::vector<Post> posts;
-        Names expected;
-    } cases[] = {
+    const std::tuple<const char*, std::vector<Post>, Names> cases[] = {
         {"higher first", {{"low", 0}, {"high", 5}, {"high too", 5}}, {"high", "high too", "low"}},
         {"between", {{"a", 9}, {"c", 1}, {"b", 5}, {"b2", 5}, {"a2", 9}}, {"a", "a2", "b", "b2", "c"}},
         {"extremes", {{"min", INT32_MIN}, {"zero", 0}, {"max", INT32_MAX}}, {"max", "zero", "min"}},
@@ -53,16 +48,16 @@ TEST(kxNotifyManager, DeliversByPriorityThenInTheOrderOfPosting)
         {"not due ones stay", {{"a", 3, 0, later}, {"b", 2}, {"c", 1, 0, later}, {"d", 0, 0, 1}}, {"b", "d"}},
         {"expiry goes before due time", {{"a", 0, -1, later}, {"b", 0}}, {"b"}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
+    for (const auto& [why, posts, expected] : cases) {
+        SCOPED_TRACE(why);
         kxNotifyManager manager;
         Recorder recorder;
         manager.subscribe(recorder);
-        for (const Post& p : c.posts)
+        for (const Post& p : posts)
             manager.post(p.name, p.priority, p.lifetime, nullptr, nullptr, 0, false, p.dueTime);
         EXPECT_EQ(recorder.names, Names());
         manager.deliver();
-        EXPECT_EQ(recorder.names, c.expected);
+        EXPECT_EQ(recorder.names, expected);
     }
     kxNotifyManager manager;
     Recorder recorder;

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -51,41 +50,6 @@ TEST(kxReferenceFaults, DestructionKeepsItsOrder)
         link->next.swap(head);
         head.swap(link);
     }
-}
-
-TEST(kxReferenceFaults, AnOverrideThatThrowsKeepsTheObject)
-{
-    struct Refusing : kxThreadSafeReference {
-        bool deleteIfUnreferenced() const override
-        {
-            if (refuses) throw std::runtime_error("kept");
-            return kxThreadSafeReference::deleteIfUnreferenced();
-        }
-        bool refuses = true;
-    };
-    auto* const object = new Refusing;
-    object->ref();
-    EXPECT_THROW(object->unref(), std::runtime_error);
-    object->refuses = false;
-    EXPECT_TRUE(object->deleteIfUnreferenced()) << "no check is owed any more";
-}
-
-TEST(kxReferenceFaults, OverAlignedObjectsLieRightAndGoWhole)
-{
-    struct alignas(128) Wide : kxReference {
-        explicit Wide(bool fails = false)
-        {
-            if (fails) throw std::runtime_error("in the constructor");
-        }
-        char bytes[100] = {};
-    };
-    std::vector<kxRefPointer<Wide>> objects;
-    for (int count = 0; count < 20; ++count) {
-        objects.push_back(kxMakeRef<Wide>());
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(objects.back().get()) % 128, 0U);
-    }
-    EXPECT_THROW(kxMakeRef<Wide>(true), std::runtime_error);
-    delete new Wide;
 }
 
 }  // namespace

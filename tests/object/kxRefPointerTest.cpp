@@ -21,31 +21,6 @@ namespace {
 
 class Unlisted : public kxUserData {};
 
-// Overloads that are chosen while a class is incomplete must not settle what its pointers become later.
-class Later;
-[[maybe_unused]] int chosen(const kxRefPointer<kxReference>&)
-{
-    return 1;
-}
-int chosen(const kxRefPointer<Later>&)
-{
-    return 2;
-}
-int chosenWhileIncomplete(const kxRefPointer<Later>& pointer)
-{
-    return pointer == nullptr ? chosen(pointer) : 0;
-}
-class Later : public kxReference {};
-
-TEST(kxRefPointer, TakesAClassThatIsCompletedLater)
-{
-    EXPECT_EQ(chosenWhileIncomplete(nullptr), 2);
-    const kxRefPointer<Later> object = kxMakeRef<Later>();
-    const kxRefPointer<kxReference> base(object);
-    EXPECT_EQ(base->getReferenceCount(), 2U);
-    static_assert(!std::is_convertible_v<kxRefPointer<kxReference>, kxRefPointer<Later>>);
-}
-
 TEST(kxRefPointer, CountsEveryWayToHoldAnObject)
 {
     const kxRefPointer<kxObject> first = kxMakeRef<kxObject>();

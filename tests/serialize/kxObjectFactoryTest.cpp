@@ -2,11 +2,14 @@
 #include "kxbase/serialize/kxObjectInput.h"
 #include "kxbase/serialize/kxSerializeString.h"
 #include "support/kxFatalText.h"
+#include "support/kxForkedChild.h"
 #include "support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -114,6 +117,29 @@ TEST(kxObjectFactory, MakesObjectsOfRegisteredNumbersOnly)
     }
     EXPECT_TRUE(recorder.takeTexts().empty());
     EXPECT_EQ(kxObjectFactory::create(kNodeId), nullptr) << "not served from what was found last";
+}
+
+TEST(kxObjectFactory, AForkedChildFindsItFree)
+{
+    struct Slow : kxObjectFactoryInterface {
+        kxRefPointer<kxReference> create(std::uint32_t) override
+        {
+            for (isInside = true; !isOver;) std::this_thread::yield();
+            return nullptr;
+        }
+        std::atomic<bool> isInside{false}, isOver{false};
+    } slow;
+    kxObjectFactory::add(kPlainId, slow);
+    std::jthread other([] { kxObjectFactory::create(kPlainId); });
+    while (!slow.isInside) std::this_thread::yield();
+    EXPECT_EQ(kxStatusOfChild([] {
+                  const kxObjectFactoryOf<Leaf> leaves(kLeafId);
+                  return kxObjectFactory::create(kLeafId) != nullptr;
+              }),
+              0);
+    slow.isOver = true;
+    other.join();
+    kxObjectFactory::remove(kPlainId, slow);
 }
 
 TEST_F(kxObjectStream, KeepsWhoRefersToWhom)

@@ -1,16 +1,11 @@
-#include "kxbase/serialize/kxBase64Codec.h"
-#include "kxbase/serialize/kxHexCodec.h"
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-#include "kxbase/serialize/kxSerializeAdapterQueue.h"
 #include "tests/support/kxScriptedAdapter.h"
 #include "tests/support/kxTempDirectory.h"
 #include "tests/support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
-
-#include <cctype>
 
 namespace {
 
@@ -82,25 +77,20 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
     const struct {
         const char* why;
         Encoding encoding;
-        std::string text;
-        std::string bytes;
+        std::string text, bytes;
         bool isWritten = false;
     } cases[] = {
         {"upper-case digits", HEX, "3CAF09", "\x3C\xAF\x09", true},
         {"the two last of the alphabet", BASE64, "+/+/", "\xFB\xFF\xBF", true},
-        {"white space before a digit", HEX, " 3c", "\x3C"},
         {"white space within a byte", HEX, "3 \nC4\t1", "\x3C\x41"},
         {"no digit first: the second one alone", HEX, "G5", "\x05"},
         {"no digit second", HEX, "5G41", "\x50\x41"},
         {"characters beyond ASCII count 0", HEX, "\xC3\xBC", std::string(1, '\0')},
         {"a second digit that white space hides counts 0", HEX, "413 ", "\x41\x30"},
         {"a line feed gives no byte", HEX, "3C\n", "\x3C"},
-        {"nor does much white space", HEX, "3C\r\n\r\n", "\x3C"},
         {"a whole group", BASE64, "TWFu", "Man", true},
         {"padding", BASE64, "TQ==", "M"},
         {"no padding", BASE64, "TQ", "M", true},
-        {"one padding character that is missing", BASE64, "TQ=", "M"},
-        {"two bytes, not padded", BASE64, "TWE", "Ma", true},
         {"padded texts behind each other", BASE64, "TQ==TWFu", "MMan"},
         {"white space anywhere", BASE64, " T\nW F\tu\n", "Man"},
         {"foreign characters are passed over", BASE64,
@@ -109,7 +99,6 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
          "Man"},
         {"one character gives no byte", BASE64, "TWFuT", "Man"},
         {"nor does one that is padded", BASE64, "T===TWFu", "Man"},
-        {"only white space", BASE64, " \n \n ", ""},
     };
     for (const auto& c : cases) {
         for (const bool isWide : {false, true}) {
@@ -124,23 +113,6 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
             byBlock.write(c.bytes);
             byBlock.encoder = nullptr;  // ends the group
             EXPECT_EQ(byBlock.parent->written, isWide ? widen(c.text) : c.text);
-        }
-    }
-}
-
-TEST(kxTextEncoder, LoopsStopAtTheFirstForeignCharacter)
-{
-    for (unsigned character = 0; character < 256; ++character) {
-        const auto foreign = static_cast<std::uint8_t>(character);
-        const bool isDigit = std::isxdigit(static_cast<int>(character)) != 0;
-        for (std::size_t place = 0; place < 96; ++place) {
-            std::uint8_t bytes[72];
-            std::string text(96, '5');
-            text[place] = static_cast<char>(character);
-            const auto* const begin = reinterpret_cast<const std::uint8_t*>(text.data());
-            EXPECT_EQ(kxHexCodec::decode(begin, 48, bytes), isDigit ? 48 : place / 2) << character;
-            const bool isData = kxBase64Codec::value(foreign) < 64;
-            EXPECT_EQ(kxBase64Codec::decode(begin, 24, bytes), isData ? 24 : place / 4) << character;
         }
     }
 }
@@ -217,57 +189,34 @@ TEST(kxTextEncoder, Base64TurnsBetweenWritingAndReading)
 TEST(kxTextEncoder, EndsWithItsParentWhateverTailIsLeft)
 {
     const kxTempDirectory folder;
-    const struct {
-        Encoding encoding;
-        const char* text;
-        const char* bytes;
-    } cases[] = {{HEX, "3c\n", "\x3C"}, {HEX, "3c4", "\x3C"}, {BASE64, "TWFu\n", "Man"}, {BASE64, "", ""}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        const std::string path = folder.write("text", c.text);
+    const std::tuple<Encoding, const char*, const char*> cases[] = {
+        {HEX, "3c\n", "\x3C"}, {HEX, "3c4", "\x3C"}, {BASE64, "TWFu\n", "Man"}, {BASE64, "", ""}};
+    for (const auto& [encoding, text, expected] : cases) {
+        const std::string path = folder.write("text", text);
         const auto file = kxMakeRef<kxSerializeAdapterFile>(path.c_str(), KX_SERIALIZE_INPUT, false);
-        const Encoder encoder = makeEncoder(c.encoding, file);
+        const Encoder encoder = makeEncoder(encoding, file);
         std::string bytes;
         while (encoder->length() != 0) {
             EXPECT_FALSE(encoder->hasError());
             bytes += static_cast<char>(encoder->readByte());
         }
-        EXPECT_EQ(bytes, c.bytes);
-        EXPECT_TRUE(encoder->hasError());
-        EXPECT_EQ(encoder->getError(), "End of file");
+        EXPECT_EQ(bytes, expected);
+        EXPECT_TRUE(encoder->hasError() && encoder->getError() == "End of file") << text;
     }
-}
-
-TEST(kxTextEncoder, KeepsTheTailThroughAFlushOfItsParent)
-{
-    Stage stage(HEX, false);
-    const auto queue = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 8U);
-    stage.encoder = makeEncoder(HEX, queue);
-    queue->writeByte('3');
-    EXPECT_EQ(stage.encoder->length(), 0U);
-    EXPECT_FALSE(stage.encoder->hasError());
-    queue->flush();
-    queue->write("C41", 3);
-    EXPECT_EQ(stage.read(9), "\x3C\x41");
 }
 
 TEST(kxTextEncoder, LeavesVeryLongWhiteSpaceAndGoesOnBehindIt)
 {
-    const struct {
-        Encoding encoding;
-        const char* before;
-        const char* behind;
-        const char* bytes;
-    } cases[] = {{HEX, "3", "C41", "\x3C\x41"}, {BASE64, "TWF", "uTQ", "ManM"}};
-    for (const auto& c : cases) {
+    const std::tuple<Encoding, const char*, const char*, const char*> cases[] = {
+        {HEX, "3", "C41", "\x3C\x41"}, {BASE64, "TWF", "uTQ", "ManM"}};
+    for (const auto& [encoding, before, behind, expected] : cases)
         for (const bool isWide : {false, true}) {
-            Stage stage(c.encoding, isWide, c.before + std::string(1500000, '\n') + c.behind);
+            Stage stage(encoding, isWide, before + std::string(1500000, '\n') + behind);
             EXPECT_EQ(stage.read(1000), "");
             std::string bytes;
             while (stage.encoder->length() != 0) bytes += stage.read(1000);
-            EXPECT_EQ(bytes, c.bytes);
+            EXPECT_EQ(bytes, expected);
         }
-    }
 }
 
 TEST(kxTextEncoder, SurvivesParentsThatDoNotKeepTheirWord)

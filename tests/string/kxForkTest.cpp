@@ -1,14 +1,11 @@
 // A process may fork while its other threads use what all threads share.
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/string/kxUniqueString.h"
+#include "support/kxForkedChild.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
-#include <string>
 #include <thread>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -24,20 +21,6 @@ void useAll(int number)
     static_cast<void>(kxUniqueString(("fork" + std::to_string(number)).c_str()));
 }
 
-// Where a lock of the parent is still taken, the alarm ends the child.
-int statusOfChild(int number)
-{
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(5);
-        useAll(1000 + number);
-        ::_exit(0);
-    }
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    return status;
-}
-
 TEST(kxFork, AChildFindsNoLockTaken)
 {
     useAll(0);
@@ -46,9 +29,11 @@ TEST(kxFork, AChildFindsNoLockTaken)
         for (int number = 0; !isOver; ++number) useAll(number % 100);
     };
     std::jthread first(work), second(work);
-    for (int number = 0; number < 40 && !isOver; ++number)
-        if (statusOfChild(number) != 0) isOver = true;
-    EXPECT_FALSE(isOver.exchange(true)) << "a child was ended by its alarm";
+    int status = 0;
+    for (int number = 1000; number < 1040 && status == 0; ++number)
+        status = kxStatusOfChild([number] { return useAll(number), true; });
+    EXPECT_EQ(status, 0);
+    isOver = true;
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include "kxbase/string/kxString.h"
 #include "support/kxMessageRecorder.h"
-#include "support/kxTestRandom.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -129,21 +128,4 @@ TEST(kxFormatter, EndsAtSixteenArgumentsAndTheLongestString)
     expect(longText, "%s\xC3\xA9", longText);  // the last character is whole
     for (const char* format : {"%99999d%99999d", "%.99999999999d", "%.99999f", "%3$sabc", "%4$s%*d"})
         EXPECT_EQ(kxString::format(format, INT64_MIN, 2, longText).length(), 65535) << format;
-}
-
-TEST(kxFormatter, SurvivesRandomFormats)
-{
-    kxTestRandom random(17);
-    const std::string alphabet = "%%%%%*$.0123456789-+ #lhLHcsSduxXoObBfegq\xC3\xA9";
-    const kxArgument values[] = {{},     1,    -1,   1e300, std::nan(""), "text",
-                                 "\xC3", u"w", 1e-5, 70000, INT64_MIN};
-    const kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
-    for (int round = 0; round < 20000; ++round) {
-        std::string format;
-        for (auto count = random() % 24; count != 0; --count) format += alphabet[random() % alphabet.size()];
-        std::array<kxArgument, 16> arguments;
-        for (auto& argument : arguments) argument = values[random() % std::size(values)];
-        const kxString text = kxString::formatArguments(format, arguments);
-        ASSERT_EQ(text.hash(), kxString::hashOf(text.view())) << format;
-    }
 }

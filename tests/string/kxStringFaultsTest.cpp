@@ -6,8 +6,6 @@
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 namespace {
 struct ConvertsToString {

@@ -1,14 +1,11 @@
 #include "kxbase/string/kxString.h"
 
-#include "kxbase/string/kxNameInterface.h"
 #include "kxbase/string/kxStringCompareInterface.h"
 #include "support/kxFatalText.h"
 #include "support/kxTestRandom.h"
 
 #include <bitset>
 #include <gtest/gtest.h>
-#include <iomanip>
-#include <sstream>
 #include <unordered_set>
 
 // A static string must not depend on start-up code.
@@ -168,12 +165,4 @@ TEST(kxString, TakesItsPlaceAmongStandardTypes)
     std::ostringstream stream;
     stream << std::setw(5) << kxString("a\0b", 3) << kxString();
     EXPECT_EQ(stream.str(), std::string("  a\0b", 5)) << "widths and zero bytes as for any text";
-}
-
-TEST(kxNameInterface, HoldsNoEmptyName)
-{
-    kxNameInterface object("relay");
-    const kxNameInterface copy(object);
-    object.setName("");
-    EXPECT_TRUE(!object.hasName() && !kxNameInterface("").hasName() && copy.getName() == "relay");
 }

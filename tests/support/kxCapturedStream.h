@@ -35,9 +35,6 @@ public:
     // All that has arrived.
     const std::string& text() const { return text_; }
 
-    // What has arrived behind the last text found.
-    std::string_view rest() const { return std::string_view(text_).substr(mark_); }
-
 private:
     void close();
 

@@ -117,20 +117,10 @@ void kxProcess::closeInput()
 
 bool kxProcess::readUntil(std::string_view text, std::chrono::milliseconds timeout)
 {
-    return readUntil(output_, text, timeout);
-}
-
-bool kxProcess::readErrorUntil(std::string_view text, std::chrono::milliseconds timeout)
-{
-    return readUntil(error_, text, timeout);
-}
-
-bool kxProcess::readUntil(kxCapturedStream& stream, std::string_view text, std::chrono::milliseconds timeout)
-{
     const auto end = Clock::now() + timeout;
-    stream.drain();
-    while (!stream.find(text)) {
-        if (stream.descriptor() < 0 || Clock::now() >= end) return false;
+    output_.drain();
+    while (!output_.find(text)) {
+        if (output_.descriptor() < 0 || Clock::now() >= end) return false;
         idle();
     }
     return true;

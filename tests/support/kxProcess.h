@@ -91,7 +91,6 @@ public:
     // Waits until the text stands in the output behind all texts found before; false at the end of the
     // output or after the time-out.
     bool readUntil(std::string_view text, std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
-    bool readErrorUntil(std::string_view text, std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
 
     // All that has arrived on a piped standard output and standard error.
     const std::string& output();
@@ -116,7 +115,6 @@ private:
     void apply(int waitStatus);
     void command(char letter);
     void idle(bool wantsToWrite = false);
-    bool readUntil(kxCapturedStream& stream, std::string_view text, std::chrono::milliseconds timeout);
     bool waitUntil(bool stopped, std::chrono::milliseconds timeout);
 
     pid_t id_ = 0;       // the program

@@ -46,11 +46,6 @@ termios kxPseudoTerminal::attributes() const
     return result;
 }
 
-void kxPseudoTerminal::setAttributes(const termios& attributes)
-{
-    checked(::tcsetattr(slave_, TCSANOW, &attributes), "tcsetattr");
-}
-
 bool kxPseudoTerminal::send(std::string_view keys, std::chrono::milliseconds timeout)
 {
     const auto end = Clock::now() + timeout;
@@ -58,9 +53,7 @@ bool kxPseudoTerminal::send(std::string_view keys, std::chrono::milliseconds tim
         const ssize_t count = ::write(master_, keys.data(), keys.size());
         if (count > 0)
             keys.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno != EAGAIN && errno != EINTR)
-            return false;
-        else if (Clock::now() >= end)
+        else if ((errno != EAGAIN && errno != EINTR) || Clock::now() >= end)
             return false;
         else
             pause();
@@ -83,13 +76,6 @@ const std::string& kxPseudoTerminal::screen()
 {
     screen_.drain();
     return screen_.text();
-}
-
-int kxPseudoTerminal::foregroundGroup() const
-{
-    // Asked at the master, since the test does not belong to the terminal's session.
-    const pid_t group = ::tcgetpgrp(master_);
-    return group > 0 ? group : 0;
 }
 
 // Waits a moment for output and takes it in, so that the program never stands still on a full terminal.

@@ -25,9 +25,8 @@ public:
     // The program's end. It is no controlling terminal of the test.
     int slave() const { return slave_; }
 
-    // The attributes in force now, and setting them.
+    // The attributes in force now.
     termios attributes() const;
-    void setAttributes(const termios& attributes);
 
     // Types the bytes; control characters act as keys ("\x03" interrupts, "\x1a" stops, "\x04" ends the input).
     bool send(std::string_view keys, std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
@@ -49,9 +48,6 @@ public:
 
     // All that was shown so far. What is typed is part of it while echo is on.
     const std::string& screen();
-
-    // The process group in the foreground, 0 when there is none.
-    int foregroundGroup() const;
 
 private:
     void pause();

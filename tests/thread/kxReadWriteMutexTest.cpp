@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -98,30 +97,6 @@ TEST(kxSemaphore, HandsOverWithoutStalls)
     }
     other.join();
     EXPECT_LT(stalls, 5);
-}
-
-TEST(kxReadWriteMutex, WritersSeeEachOthersWorkUnderLoad)
-{
-    kxReadWriteMutex mutex;
-    int first = 0;
-    int second = 0;
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 4; ++index) {
-        threads.emplace_back([&, index] {
-            for (int turn = 0; turn < 3000; ++turn) {
-                if (index % 2 == 0) {
-                    const kxBodyWriteGuard guard(mutex);
-                    ++first;
-                    ++second;
-                } else {
-                    const kxBodyReadGuard guard(mutex);
-                    EXPECT_EQ(first, second);
-                }
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(first, 6000);
 }
 
 TEST(kxEvent, WakesWaitersAndConsumesTheLockThatTheyHold)

@@ -6,11 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -21,10 +18,12 @@ public:
     bool tick() override
     {
         EXPECT_FALSE(isInside_.exchange(true)) << "ticked by two threads at once";
+        const struct Leaving {
+            ~Leaving() { isInside = false; }
+            std::atomic<bool>& isInside;
+        } leaving{isInside_};
         ++ticks;
-        const bool hasWorked = work_();
-        isInside_ = false;
-        return hasWorked;
+        return work_();
     }
     void awaitTicks(int more)
     {
@@ -146,6 +145,27 @@ TEST(kxThreadPoolTicker, RestsAndRemovesATickerThatThrows)
     kxThreadPoolTicker next;
     EXPECT_TRUE(next.add(idle)) << "no longer in the pool that has gone";
     next.remove(idle);
+}
+
+TEST(kxThreadPoolTicker, OutlivesWhatTicksDo)
+{
+    kxThreadPoolTicker pool;
+    Ticker* self = nullptr;
+    Ticker comesBack([&, isFirst = true]() mutable -> bool {
+        pool.remove(*self);
+        pool.add(*self);
+        if (std::exchange(isFirst, false)) throw std::runtime_error("from its former place");
+        return true;
+    });
+    self = &comesBack;
+    const kxMessageRecorder messages;
+    pool.add(comesBack);
+    comesBack.awaitTicks(3);
+    Ticker ending([]() -> bool { ::pthread_exit(nullptr); });
+    pool.add(ending);
+    while (ending.ticks == 0) std::this_thread::yield();
+    pool.remove(ending);
+    pool.remove(comesBack);
 }
 
 TEST(kxThreadPoolTicker, ManyThreadsAddAndRemove)

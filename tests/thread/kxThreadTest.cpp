@@ -8,15 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <fstream>
-#include <functional>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include <sys/resource.h>
 
@@ -147,24 +142,6 @@ TEST(kxThread, TheRecordOfAThreadThatCouldNotBeKilledGoes)
     EXPECT_EQ(kxPerformanceThreadData::count(), 0U);
 }
 
-TEST(kxThread, ManyMayWaitForTheSameEnd)
-{
-    std::atomic<int> waiting{0};
-    Worker thread([&](Worker&) {
-        while (waiting < 4) kxThread::sleep(1);
-    });
-    thread.start();
-    std::vector<std::thread> waiters;
-    for (int waiter = 0; waiter < 4; ++waiter) {
-        waiters.emplace_back([&, waiter] {
-            ++waiting;
-            waiter % 2 == 0 ? thread.join() : thread.stop(true);
-            EXPECT_FALSE(thread.isRunning());
-        });
-    }
-    for (std::thread& waiter : waiters) waiter.join();
-}
-
 TEST(kxThread, TheBodyOutlivesTheObject)
 {
     static std::atomic<int> phase;
@@ -191,11 +168,7 @@ TEST(kxThread, TheBodyOutlivesTheObject)
 TEST(kxThread, KillsAThreadWithoutHeartbeat)
 {
     if (!canKill) GTEST_SKIP();
-    const struct {
-        const char* why;
-        Worker::Work work;
-        bool isKilled;
-    } rows[] = {
+    const std::tuple<const char*, Worker::Work, bool> rows[] = {
         {"asleep", withoutHeartbeat, true},
         {"busy",
          [](Worker&) {
@@ -205,18 +178,18 @@ TEST(kxThread, KillsAThreadWithoutHeartbeat)
          true},
         {"heartbeats by isStopping", untilStopped, false},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        Worker thread(row.work);
+    for (const auto& [why, work, isKilled] : rows) {
+        SCOPED_TRACE(why);
+        Worker thread(work);
         for (int run = 0; run < 2; ++run) {
             thread.setWatchdogSeconds(0);
             ASSERT_TRUE(thread.start());
             const double heartbeat = thread.lastHeartbeatSeconds();
             kxThread::sleep(30);
-            while (!row.isKilled && thread.lastHeartbeatSeconds() == heartbeat) kxThread::sleep(1);
+            while (!isKilled && thread.lastHeartbeatSeconds() == heartbeat) kxThread::sleep(1);
             EXPECT_TRUE(thread.isRunning()) << "without a watchdog";
-            thread.setWatchdogSeconds(row.isKilled ? 0.02 : 2);
-            EXPECT_EQ(thread.isRunning(), !row.isKilled);
+            thread.setWatchdogSeconds(isKilled ? 0.02 : 2);
+            EXPECT_EQ(thread.isRunning(), !isKilled);
             thread.stop(true);
             EXPECT_TRUE(!thread.isRunning() && thread.isStopping());
             EXPECT_EQ(kxThread::activeCount() + kxPerformanceThreadData::count(), 0U);

@@ -9,20 +9,29 @@
 #include "kxbase/object/kxReference.h"
 #include "kxbase/platform/kxPlatformRandom.h"
 
+#include <optional>
+
 class kxInstanceTable {
 public:
     // The size is the number of buckets to begin with.
-    explicit kxInstanceTable(std::uint32_t size) : objects_(size) {}
+    explicit kxInstanceTable(std::uint32_t size) : size_(size), objects_(std::in_place, size) {}
+    ~kxInstanceTable() noexcept(false) { objects_->clear(); }
 
     // False, and nothing changed, when the object is null or the id is taken.
     bool add(std::uint32_t id, kxReference* object)
     {
-        return objects_.find(id) == nullptr && objects_.insert(id, object);
+        return objects_->find(id) == nullptr && objects_->insert(id, object);
     }
     // Null when no object has the id.
-    kxReference* find(std::uint32_t id) const { return objects_.find(id); }
-    void clear() { objects_.clear(); }
-    std::uint32_t count() const noexcept { return objects_.count(); }
+    kxReference* find(std::uint32_t id) const { return objects_->find(id); }
+    // The next table begins as small as the first: what a stream clears again and again must not cost as much as
+    // the largest one that it has filled.
+    void clear()
+    {
+        objects_->clear();
+        objects_.emplace(size_);
+    }
+    std::uint32_t count() const noexcept { return objects_->count(); }
 
 private:
     // Ids come from streams of others, who must not know which of them fall into one bucket.
@@ -43,5 +52,6 @@ private:
         }
     };
 
-    kxRefDict<std::uint32_t, kxReference, IdTraits> objects_;
+    std::uint32_t size_;
+    std::optional<kxRefDict<std::uint32_t, kxReference, IdTraits>> objects_;
 };

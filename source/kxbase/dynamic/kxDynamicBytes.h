@@ -44,9 +44,12 @@ public:
         place_.block = static_cast<std::uint8_t*>(kxTrackedAllocate(size_));
         std::memcpy(place_.block, other.place_.block, size_);
     }
-    kxDynamicBytes(kxDynamicBytes&& other) noexcept
-        : place_(other.place_), size_(std::exchange(other.size_, 0U))
-    {}
+    kxDynamicBytes(kxDynamicBytes&& other) noexcept : size_(std::exchange(other.size_, 0U))
+    {
+        // Word by word, as numbers are stored: the whole would have to wait for them.
+        place_.words[0] = other.place_.words[0];
+        if (size_ > sizeof(std::uint64_t)) place_.words[1] = other.place_.words[1];
+    }
     kxDynamicBytes& operator=(kxDynamicBytes other) noexcept
     {
         std::swap(place_, other.place_);
@@ -68,6 +71,7 @@ private:
     union {
         std::uint8_t inside[KX_INSIDE_BYTES] = {};
         std::uint8_t* block;
+        std::uint64_t words[2];
     } place_;
     std::uint32_t size_ = 0;
 };

@@ -34,9 +34,18 @@ kxDynamicReader::kxDynamicReader(const kxDynamicType& value, std::string_view re
     : kxDynamicReader(value.bytes_.data(), value.bytes_.size(),
                       static_cast<const kxDynamicReferences*>(value.attachment_.get()))
 {
-    if (kxDynamicReader(*this).isSoundValue(value.typeId_, KX_DYNAMIC_LEVELS)) return;
+    if (isSound(value)) return;
     at_ = end_;
     kxWarnCorruptStream(readerName);
+}
+
+bool kxDynamicReader::isSound(const kxDynamicType& value, std::uint32_t levels)
+{
+    // A single object cannot but be its own, and the bytes of the program's types are not looked at.
+    if (value.isType(KX_UNIQUE_REF) || value.isType(KX_UNIQUE_NONE)) return true;
+    const auto* const references = static_cast<const kxDynamicReferences*>(value.attachment_.get());
+    return kxDynamicReader(value.bytes_.data(), value.bytes_.size(), references)
+        .isSoundValue(value.typeId_, levels);
 }
 
 std::uint64_t kxDynamicReader::takeCount() noexcept

@@ -13,13 +13,17 @@
 #include "kxbase/dynamic/kxDynamicType.h"
 #include "kxbase/dynamic/kxDynamicTypeName.h"
 
-// How deep composed values may lie in one another. Deeper ones can be made, but are not read.
+// How deep composed values may lie in one another. What lies deeper is not put together, and not read.
 constexpr std::uint32_t KX_DYNAMIC_LEVELS = 64;
 
 class kxDynamicReader {
 public:
-    // The reader's name is that of the class that reads.
+    // The reader's name is that of the class that reads. Requires a composed value.
     kxDynamicReader(const kxDynamicType& value, std::string_view readerName);
+
+    // Whether the bytes of a value have the form of its type, in at most so many levels, and name none but objects
+    // that the value itself holds.
+    static bool isSound(const kxDynamicType& value, std::uint32_t levels = KX_DYNAMIC_LEVELS);
 
     bool isAtEnd() const noexcept { return at_ == end_; }
     std::uint64_t takeCount() noexcept;

@@ -3,7 +3,7 @@
 // As bytes: the number of values as a kxVarUInt64, then each as kxSerializeDynamicType has it.
 #pragma once
 
-#include "kxbase/containers/kxArray.h"
+#include "kxbase/containers/kxDynamicArray.h"
 #include "kxbase/dynamic/kxDynamicType.h"
 
 class kxDynamicTypeSequence {
@@ -29,5 +29,7 @@ protected:
     kxDynamicType toValue(kxUniqueId type) const;
 
 private:
-    kxArray<kxDynamicType> values_;
+    static constexpr std::uint32_t kGrowthStep = 8;
+
+    kxDynamicArray<kxDynamicType> values_{kGrowthStep};
 };

@@ -1,5 +1,7 @@
 #include "kxbase/dynamic/kxDynamicWriter.h"
 
+#include "kxbase/dynamic/kxDynamicReader.h"
+#include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
 void kxDynamicWriter::addCount(std::uint64_t number)
@@ -14,6 +16,13 @@ void kxDynamicWriter::addText(const kxString& text)
 }
 
 void kxDynamicWriter::addItem(const kxDynamicType& value)
+{
+    if (kxDynamicReader::isSound(value, KX_DYNAMIC_LEVELS - 1)) return addSoundItem(value);
+    kxWarnCorruptStream("kxDynamicType");
+    addSoundItem({});
+}
+
+void kxDynamicWriter::addSoundItem(const kxDynamicType& value)
 {
     addText(value.getTypeName());
     addCount(value.bytes_.size());

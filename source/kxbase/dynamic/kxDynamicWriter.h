@@ -19,12 +19,16 @@ public:
         bits = kxInByteOrder(bits, KX_BYTE_ORDER_LITTLE);
         addBytes(&bits, sizeof(bits));
     }
+    // A value whose bytes are broken, or that has too many levels to be read inside another, is written as "void",
+    // with the Warning "Corrupt Stream in kxDynamicType!!": it must neither make what stands beside it unreadable
+    // nor get at the objects there.
     void addItem(const kxDynamicType& value);
 
     // The bytes so far as a value of the type.
     kxDynamicType finish(kxUniqueId type);
 
 private:
+    void addSoundItem(const kxDynamicType& value);
     void addBytes(const void* bytes, std::uint32_t count);
 
     kxArray<std::uint8_t> bytes_;

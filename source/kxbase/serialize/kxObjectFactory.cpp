@@ -2,43 +2,68 @@
 
 #include "kxbase/containers/kxDict.h"
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxProcessMutex.h"
+
+#include <memory>
 
 namespace {
 
-// Made on first use and never destroyed.
-struct Registry {
-    kxMutex mutex;
-    kxDict<std::uint32_t, kxObjectFactoryInterface, kxUInt32CompareInterface, kxUntrackedStorage> factories;
+using Factories =
+    kxDict<std::uint32_t, kxObjectFactoryInterface, kxUInt32CompareInterface, kxUntrackedStorage>;
 
-    static Registry& instance()
+// Foreign code runs under it, so that a fork must not wait for it. In the child it is free again, unless the
+// thread that forked holds it.
+class UseMutex : public kxMutex {
+public:
+    static UseMutex& instance()
     {
-        static Registry& registry = *new Registry;
-        return registry;
+        static constinit kxUndestroyed<UseMutex> mutex;
+        static constinit kxPlatformForkGuard guard{[] {}, [] {},
+                                                   [] {
+                                                       if (!mutex.value.isHeldByCaller())
+                                                           std::construct_at(&mutex.value);
+                                                   }};
+        [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+        return mutex.value;
     }
 };
+
+// Made on first use and never destroyed.
+Factories& table()
+{
+    static Factories& factories = *new Factories;
+    return factories;
+}
+
+// Calls with the table, which a fork never finds in the middle of a change.
+template <typename Call> auto withTable(Call call)
+{
+    const kxBodyGuard guard(kxProcessMutex<Factories>());
+    return call(table());
+}
 
 }  // namespace
 
 bool kxObjectFactory::add(std::uint32_t factoryId, kxObjectFactoryInterface& factory)
 {
-    Registry& registry = Registry::instance();
-    const kxBodyGuard guard(registry.mutex);
-    return registry.factories.find(factoryId) == nullptr && registry.factories.insert(factoryId, &factory);
+    const kxBodyGuard guard(UseMutex::instance());
+    return withTable([&](Factories& factories) {
+        return factories.find(factoryId) == nullptr && factories.insert(factoryId, &factory);
+    });
 }
 
 bool kxObjectFactory::remove(std::uint32_t factoryId, kxObjectFactoryInterface& factory)
 {
-    Registry& registry = Registry::instance();
-    const kxBodyGuard guard(registry.mutex);
-    return registry.factories.remove(factoryId, &factory) != nullptr;
+    const kxBodyGuard guard(UseMutex::instance());
+    return withTable([&](Factories& factories) { return factories.remove(factoryId, &factory) != nullptr; });
 }
 
 kxRefPointer<kxReference> kxObjectFactory::create(std::uint32_t factoryId)
 {
-    Registry& registry = Registry::instance();
     {
-        const kxBodyGuard guard(registry.mutex);
-        kxObjectFactoryInterface* const factory = registry.factories.find(factoryId);
+        const kxBodyGuard guard(UseMutex::instance());
+        kxObjectFactoryInterface* const factory =
+            withTable([&](Factories& factories) { return factories.find(factoryId); });
         if (factory != nullptr) return factory->create(factoryId);
     }
     kxMessage(KX_MESSAGE_WARNING, "Factory Object Id '%d' not registered", factoryId);

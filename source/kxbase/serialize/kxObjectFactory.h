@@ -2,7 +2,8 @@
 //
 // Ownership: refers to the factories, which must be removed before they go; kxObjectFactoryOf does so by itself.
 // Threads:   any. One recursive mutex is held while a factory makes its object, so that a factory that has been
-//            removed is not running any more; factories may make objects of other numbers meanwhile.
+//            removed is not running any more; factories may make objects of other numbers meanwhile. A forked
+//            child finds the registry free, whatever other threads were making.
 // Errors:    none raised. Usable before main and after it.
 #pragma once
 

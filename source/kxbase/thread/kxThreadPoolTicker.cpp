@@ -4,6 +4,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/thread/kxDropExceptions.h"
 #include "kxbase/thread/kxEvent.h"
 #include "kxbase/thread/kxThread.h"
 
@@ -272,11 +273,9 @@ void kxThreadPoolTicker::removeFailed(Worker& worker, kxThreadTicker::Slot& slot
         const kxBodyGuard guard(members());
         if (slot.ticker.load() != nullptr) worker.remove(slot);
     }
-    try {
+    kxDropExceptions([&] {
         kxMessage(KX_MESSAGE_FATAL, "kxThreadTicker (%x) removed, its tick threw '%s'", address, text);
-    } catch (const std::exception&) {
-        // There is nobody left to tell.
-    }
+    });
 }
 
 void kxThreadPoolTicker::forget(kxThreadTicker& ticker)

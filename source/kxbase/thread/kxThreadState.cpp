@@ -6,6 +6,7 @@
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/thread/kxDropExceptions.h"
 #include "kxbase/thread/kxThread.h"
 #include "kxbase/thread/kxThreadExceptionInterface.h"
 
@@ -38,17 +39,6 @@ kxMutex& activeMutex()
 constinit std::atomic<std::uint64_t> lastId{0};
 // The state of the calling thread, also while its thread-local objects go; then the state itself may have gone.
 thread_local std::uint64_t ownId = 0;
-
-// For what is called where nobody is left to tell of a failure.
-template <typename Call> void dropExceptions(Call call)
-{
-    try {
-        call();
-    } catch (const abi::__forced_unwind&) {
-        throw;
-    } catch (...) {
-    }
-}
 
 }  // namespace
 
@@ -175,12 +165,12 @@ void kxThreadState::callProcess(kxThread& object)
 void kxThreadState::reportException(const char* text)
 {
     const std::uint32_t threadId = kxPlatformThreadId();
-    dropExceptions([&] {
+    kxDropExceptions([&] {
         if (kxThreadExceptionInterface* const handler = exceptionHandler.load()) {
             handler->exceptionLeftProcess(threadId, text);
         }
     });
-    dropExceptions([&] { kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text); });
+    kxDropExceptions([&] { kxMessage(KX_MESSAGE_FATAL, kExceptionText, threadId, text); });
 }
 
 bool kxThreadState::start(bool wait)

@@ -1,0 +1,15 @@
+// For calls made where nobody is left to tell of a failure: what they throw is dropped. Unwinding that ends the
+// thread goes on.
+#pragma once
+
+#include <cxxabi.h>
+
+template <typename Call> void kxDropExceptions(Call call)
+{
+    try {
+        call();
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+    }
+}
