@@ -6,15 +6,18 @@
 // Errors:  nothing is thrown. Failed is a body whose framing is broken, "Malformed message received", or which the
 //          end of the data cuts short, "Message body is incomplete"; it stays failed until the next start.
 // Units:   counts are in bytes.
-// Format:  RFC 9112 6 and 7. Extensions of chunks and trailers are skipped. Lines end with CR LF or with LF alone.
+// Format:  RFC 9112 6 and 7. Extensions of chunks and trailers are skipped, of the latter
+//          KX_HTTP_TRAILER_MAX_BYTES at most. Lines end with CR LF or with LF alone.
 #pragma once
 
 #include "kxbase/protocol/kxHttpMessage.h"
 
 #include <cstddef>
 
-// A chunk's line with its extensions, without the line's end.
+// A chunk's line with its extensions, up to its line feed.
 constexpr std::uint32_t KX_HTTP_CHUNK_LINE_MAX_BYTES = 1024;
+// All lines behind the last chunk.
+constexpr std::uint32_t KX_HTTP_TRAILER_MAX_BYTES = 65535;
 
 enum kxHttpFraming : std::uint8_t {
     KX_HTTP_BODY_NONE,
@@ -50,13 +53,38 @@ public:
     // The connection is closed: completes a body that ends so, and fails any other that is not complete.
     void endOfData() noexcept;
 
-    bool isComplete() const noexcept;
-    bool hasFailed() const noexcept;
+    bool isComplete() const noexcept { return state_ == COMPLETE; }
+    bool hasFailed() const noexcept { return state_ == FAILED; }
     // Empty while nothing failed.
     const char* errorText() const noexcept { return errorText_; }
 
 private:
-    std::uint64_t runLength_ = 0;  // bytes left of the plain run
+    enum State : std::uint8_t {
+        SIZE_START,     // the first digit of a chunk's size
+        SIZE,           // more digits
+        SIZE_END,       // blanks behind them
+        EXTENSION,      // anything up to the line feed
+        LINE_END,       // the line feed behind a carriage return
+        DATA_END,       // the line end behind a chunk's data
+        DATA_END_FEED,  // its line feed
+        TRAILER_START,  // the first byte of a line behind the last chunk
+        TRAILER,        // the rest of it
+        LAST_FEED,      // the line feed of the empty line at the end
+        STATE_COUNT,    // so many states take framing byte by byte
+        RUN,
+        COMPLETE,
+        FAILED,
+    };
+    static const State kNextStates[STATE_COUNT][6];
+
+    void takeFraming(char byte) noexcept;
+    void addDigit(char digit) noexcept;
+    void fail(const char* text) noexcept;
+
+    std::uint64_t runLength_ =
+        0;  // bytes left of the plain run, or the size of the chunk as far as it is read
     const char* errorText_ = "";
+    std::uint32_t lineBytes_ = 0;  // of the chunk's line, or of all trailers
     kxHttpFraming framing_ = KX_HTTP_BODY_NONE;
+    State state_ = COMPLETE;
 };

@@ -28,20 +28,20 @@ struct kxHttpHeader {
 
 class kxHttpMessage {
 public:
-    kxHttpMessageKind kind() const noexcept { return kind_; }
-    bool isReply() const noexcept { return kind_ == KX_HTTP_REPLY; }
+    kxHttpMessageKind kind() const noexcept { return first_.kind; }
+    bool isReply() const noexcept { return first_.kind == KX_HTTP_REPLY; }
     // "HTTP" or "RTSP".
-    std::string_view protocol() const noexcept { return view(protocol_); }
+    std::string_view protocol() const noexcept { return view(first_.protocol); }
     bool isRtsp() const noexcept { return protocol() == "RTSP"; }
-    std::uint32_t majorVersion() const noexcept { return majorVersion_; }
-    std::uint32_t minorVersion() const noexcept { return minorVersion_; }
+    std::uint32_t majorVersion() const noexcept { return first_.majorVersion; }
+    std::uint32_t minorVersion() const noexcept { return first_.minorVersion; }
 
     // Of a reply: three digits, and the text behind them, which may be empty.
-    int statusCode() const noexcept { return statusCode_; }
-    std::string_view reason() const noexcept { return view(reason_); }
+    int statusCode() const noexcept { return first_.statusCode; }
+    std::string_view reason() const noexcept { return view(first_.reason); }
     // Of a request: any method, known or not, and the request URI as it stands.
-    std::string_view method() const noexcept { return view(method_); }
-    std::string_view requestUri() const noexcept { return view(requestUri_); }
+    std::string_view method() const noexcept { return view(first_.method); }
+    std::string_view requestUri() const noexcept { return view(first_.requestUri); }
 
     // Headers in the order in which they came; a name may occur again.
     std::uint32_t headerCount() const noexcept { return headers_.size(); }
@@ -62,6 +62,16 @@ private:
         std::uint32_t start = 0;
         std::uint32_t length = 0;
     };
+    struct FirstLine {
+        Span protocol;
+        Span reason;
+        Span method;
+        Span requestUri;
+        std::uint32_t majorVersion = 0;
+        std::uint32_t minorVersion = 0;
+        int statusCode = 0;
+        kxHttpMessageKind kind = KX_HTTP_REPLY;
+    };
     struct Header {
         Span name;
         Span value;
@@ -75,13 +85,6 @@ private:
 
     kxArray<char> block_;
     kxArray<Header> headers_;
+    FirstLine first_;
     kxHttpFacts facts_;
-    Span protocol_;
-    Span reason_;
-    Span method_;
-    Span requestUri_;
-    std::uint32_t majorVersion_ = 0;
-    std::uint32_t minorVersion_ = 0;
-    int statusCode_ = 0;
-    kxHttpMessageKind kind_ = KX_HTTP_REPLY;
 };

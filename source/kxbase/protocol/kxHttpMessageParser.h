@@ -13,12 +13,13 @@
 // Units:     lines and columns are counted from 1, columns in characters.
 #pragma once
 
-#include "kxbase/lex/kxTextPlace.h"
 #include "kxbase/protocol/kxHttpMessage.h"
+#include "kxbase/protocol/kxHttpReport.h"
 
 #include <cstddef>
 
 class kxSerializeAdapter;
+struct kxHttpHeaderRow;
 
 // From the first byte up to the empty line at the end, which counts.
 constexpr std::uint32_t KX_HTTP_HEAD_MAX_BYTES = 65535;
@@ -53,7 +54,40 @@ public:
     const kxString& errorText() const noexcept { return errorText_; }
 
 private:
+    // A line without its end, as positions in the block; a header with all that continues it.
+    struct Line {
+        std::uint32_t start = 0;
+        std::uint32_t end = 0;
+        std::uint32_t number = 0;
+    };
+
+    std::size_t takeSlice(const std::uint8_t* bytes, std::size_t count);
+    void takeLines(std::uint32_t from);
+    void takeLine(std::uint32_t lineFeed);
+    void takeFirstLine(const Line& line);
+    void continueHeader(const Line& line);
+    // What the header means that line_ holds, if any.
+    void takeHeader();
+    // Reports what is wrong with a value that a row does not take.
+    bool readValue(const kxHttpHeaderRow& row, std::string_view value);
+    void skipHeader(const kxHttpHeaderRow& row, const char* controlByte);
+    void keepHeader(std::string_view name, std::string_view value, bool isUnderstood);
+
+    void reportFault(const char* position, const char* fault) const;
+    void fail();
+    void failAtEnd(kxHttpReportKind kind);
+    std::string_view view(const Line& line) const noexcept;
+    kxHttpMessage::Span spanOf(std::string_view text) const noexcept;
+    kxTextPlace placeOf(const char* position) const noexcept;
+    kxTextPlace endPlace() const noexcept;
+
     kxHttpMessage message_;
     kxString errorText_;
+    // The first line, or the header that the next line may continue; number 0 when there is none.
+    Line line_;
+    kxArray<std::uint32_t> foldStarts_;  // where the lines begin that continue line_
+    std::uint32_t nextStart_ = 0;        // one past the last line end
+    std::uint32_t lineCount_ = 0;        // of complete lines
+    bool hasFirstLine_ = false;
     kxHttpParserState state_ = KX_HTTP_READING;
 };
