@@ -25,7 +25,7 @@ void kxHttpReplyReader::received(std::uint32_t count)
         const std::size_t taken = parser_.feed(bytes, left);
         bytes += taken;
         left -= taken;
-        if (parser_.state() == KX_HTTP_FAILED) errorText_ = parser_.errorText();
+        if (parser_.state() == KX_HTTP_FAILED) failHead();
         if (parser_.state() == KX_HTTP_COMPLETE) takeHead();
     }
     if (!hasHead_ || isOver()) {
@@ -43,6 +43,7 @@ void kxHttpReplyReader::takeHead()
 {
     if (!head().isReply()) {
         errorText_ = kxTranslate("Malformed message received");
+        parser_.reset();
     } else if (head().statusCode() < kFirstFinalStatus) {
         parser_.reset();
     } else {
@@ -50,6 +51,13 @@ void kxHttpReplyReader::takeHead()
         hasHead_ = true;
         if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
     }
+}
+
+// Nothing of a head that failed is to be taken for an answer.
+void kxHttpReplyReader::failHead()
+{
+    errorText_ = parser_.errorText();
+    parser_.reset();
 }
 
 void kxHttpReplyReader::endOfData()
@@ -60,7 +68,7 @@ void kxHttpReplyReader::endOfData()
         if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
     } else if (parser_.hasStarted()) {
         parser_.endOfData();
-        errorText_ = parser_.errorText();
+        failHead();
     } else {
         errorText_ = kxTranslate("IP connection closed");
     }

@@ -43,6 +43,7 @@ public:
 
 private:
     void takeHead();
+    void failHead();
 
     kxHttpMessageParser parser_;
     kxHttpBody framing_;

@@ -263,13 +263,16 @@ bool kxSerializeAdapterHttp::canReceive() const
 // Receives until nothing is there, or enough for now; answers whether anything came.
 bool kxSerializeAdapterHttp::receiveAhead()
 {
-    bool hasCome = false;
-    while (canReceive()) {
+    const bool wasOver = isOver();
+    std::uint32_t received = 0;
+    // What comes need not be of any use, so it is counted as it comes.
+    while (canReceive() && received < kAheadBytes) {
         const std::uint32_t got = receive(reader_.room(kPieceBytes), kPieceBytes);
         if (got != 0) reader_.received(got);
-        hasCome = hasCome || got != 0 || isOver();
+        received += got;
         if (got < kPieceBytes) break;
     }
+    const bool hasCome = received != 0 || isOver() != wasOver;
     if (hasCome) lock_.signal();
     return hasCome;
 }
