@@ -3,6 +3,7 @@
 #include "kxbase/protocol/kxHttpCharacters.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 
@@ -14,19 +15,26 @@ constexpr int kNotModified = 304;
 
 enum ByteKind : std::uint8_t { DIGIT, SEMICOLON, BLANK, RETURN, FEED, OTHER };
 
-ByteKind kindOf(char byte)
-{
-    switch (byte) {
-    case ';':
-        return SEMICOLON;
-    case '\r':
-        return RETURN;
-    case '\n':
-        return FEED;
-    default:
-        if (kxHttpIs(byte, KX_HTTP_HEX)) return DIGIT;
-        return kxHttpIs(byte, KX_HTTP_BLANK) ? BLANK : OTHER;
+constexpr auto kByteKinds = [] {
+    std::array<ByteKind, 256> kinds{};
+    kinds.fill(OTHER);
+    for (std::size_t byte = 0; byte < kinds.size(); ++byte) {
+        if (kxHttpIs(static_cast<char>(byte), KX_HTTP_HEX)) kinds[byte] = DIGIT;
+        if (kxHttpIs(static_cast<char>(byte), KX_HTTP_BLANK)) kinds[byte] = BLANK;
     }
+    kinds[';'] = SEMICOLON;
+    kinds['\r'] = RETURN;
+    kinds['\n'] = FEED;
+    return kinds;
+}();
+
+// False when the size would not fit.
+bool addDigit(std::uint8_t digit, std::uint64_t& size)
+{
+    if (size > kNoEnd >> 4U) return false;
+    // Letters of either case have bit 6 set and count 9 more than their low four bits.
+    size = size << 4U | ((digit & 0x0FU) + (digit >> 6U) * 9U);
+    return true;
 }
 
 bool hasNoBody(const kxHttpMessage& head, std::string_view requestMethod)
@@ -84,7 +92,7 @@ kxHttpBody::Progress kxHttpBody::decode(const std::uint8_t* input, std::size_t c
     Progress progress{0, 0};
     while (progress.taken != count && state_ <= RUN) {
         if (state_ != RUN) {
-            takeFraming(static_cast<char>(input[progress.taken++]));
+            progress.taken += takeFraming(input + progress.taken, count - progress.taken);
             continue;
         }
         const std::size_t most = std::min(count - progress.taken, room - progress.produced);
@@ -119,27 +127,29 @@ void kxHttpBody::endOfData() noexcept
         fail("Message body is incomplete");
 }
 
-void kxHttpBody::takeFraming(char byte) noexcept
+// Works on copies, which stay in registers.
+std::size_t kxHttpBody::takeFraming(const std::uint8_t* bytes, std::size_t count) noexcept
 {
-    const bool isTrailer = state_ >= TRAILER_START;
-    const std::uint32_t most = isTrailer ? KX_HTTP_TRAILER_MAX_BYTES : KX_HTTP_CHUNK_LINE_MAX_BYTES;
-    if (++lineBytes_ > most && (isTrailer || byte != '\n')) return fail("Malformed message received");
-    state_ = kNextStates[state_][kindOf(byte)];
-    if (state_ == SIZE) addDigit(byte);
-    if (state_ == FAILED) return fail("Malformed message received");
-    if (state_ == RUN && runLength_ == 0) state_ = TRAILER_START;
-    if (byte == '\n' && !isTrailer) lineBytes_ = 0;
-}
-
-// A size that does not fit is as good as no digit.
-void kxHttpBody::addDigit(char digit) noexcept
-{
-    if (runLength_ > kNoEnd >> 4U) {
-        state_ = FAILED;
-        return;
+    State state = state_;
+    std::uint64_t size = runLength_;
+    std::uint32_t lineBytes = lineBytes_;
+    std::size_t taken = 0;
+    while (taken != count && state < STATE_COUNT) {
+        const std::uint8_t byte = bytes[taken++];
+        const bool isTrailer = state >= TRAILER_START;
+        state = kNextStates[state][kByteKinds[byte]];
+        if (state == SIZE && !addDigit(byte, size)) state = FAILED;
+        if (state == RUN && size == 0) state = TRAILER_START;
+        if (byte == '\n' && !isTrailer)
+            lineBytes = 0;
+        else if (++lineBytes > (isTrailer ? KX_HTTP_TRAILER_MAX_BYTES : KX_HTTP_CHUNK_LINE_MAX_BYTES))
+            state = FAILED;
     }
-    const int value = digit <= '9' ? digit - '0' : kxHttpSmall(digit) - 'a' + 10;
-    runLength_ = runLength_ << 4U | static_cast<std::uint64_t>(value);
+    state_ = state;
+    runLength_ = size;
+    lineBytes_ = lineBytes;
+    if (state == FAILED) fail("Malformed message received");
+    return taken;
 }
 
 void kxHttpBody::fail(const char* text) noexcept

@@ -77,8 +77,8 @@ private:
     };
     static const State kNextStates[STATE_COUNT][6];
 
-    void takeFraming(char byte) noexcept;
-    void addDigit(char digit) noexcept;
+    // Takes framing up to the next plain run, the end of the body or a fault.
+    std::size_t takeFraming(const std::uint8_t* bytes, std::size_t count) noexcept;
     void fail(const char* text) noexcept;
 
     std::uint64_t runLength_ =

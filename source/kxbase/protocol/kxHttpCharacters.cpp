@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr std::size_t kWordBytes = sizeof(std::uint64_t);
+
 constexpr std::uint64_t everyByte(std::uint64_t byte)
 {
     return byte * 0x0101010101010101U;
@@ -19,19 +21,21 @@ bool mayHaveControl(const char* bytes)
     return ((below | ((erased - everyByte(1)) & ~erased)) & everyByte(0x80)) != 0;
 }
 
+// The words of a text of one word at least; the last one overlaps.
+bool mayHaveControl(std::string_view text)
+{
+    const char* const last = text.data() + text.size() - kWordBytes;
+    for (const char* position = text.data(); position < last; position += kWordBytes) {
+        if (mayHaveControl(position)) return true;
+    }
+    return mayHaveControl(last);
+}
+
 }  // namespace
 
 const char* kxHttpFindControl(std::string_view text) noexcept
 {
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    while (position != end) {
-        if (end - position >= 8 && !mayHaveControl(position))
-            position += 8;
-        else if (kxHttpIs(*position, KX_HTTP_CONTROL))
-            break;
-        else
-            ++position;
-    }
-    return position;
+    const char* const end = text.data() + text.size();
+    if (text.size() >= kWordBytes && !mayHaveControl(text)) return end;
+    return std::find_if(text.data(), end, [](char byte) { return kxHttpIs(byte, KX_HTTP_CONTROL); });
 }

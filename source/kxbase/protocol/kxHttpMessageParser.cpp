@@ -169,7 +169,7 @@ bool kxHttpMessageParser::readValue(const kxHttpHeaderRow& row, std::string_view
         return row.notImplemented == nullptr;
     }
     kxHttpFacts facts = message_.facts_;
-    if (row.rule(cursor, facts) && cursor.endLine(row.missingLineEnd)) {
+    if (row.rule(cursor, facts) && (cursor.skipBlanks(), cursor.endLine(row.missingLineEnd))) {
         message_.facts_ = facts;
         return true;
     }
