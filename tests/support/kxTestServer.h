@@ -20,31 +20,23 @@ public:
     {
         for (int attempt = 0; attempt < 3; ++attempt) {
             port_ = kxTestSocket::listener().port();
-            kxProcessOptions options{.arguments = arguments(std::to_string(port_))};
-            options.output = options.error = kxProcessStream::file("/dev/null");
-            process_ = std::make_unique<kxProcess>(program, options);
-            if (waitUntilItListens()) return;
+            process_ =
+                std::make_unique<kxProcess>(program, kxProcessOptions{arguments(std::to_string(port_))});
+            while (!process_->wait(std::chrono::milliseconds(20)).ended) {
+                try {
+                    kxTestSocket::connectedTo(port_);
+                    return;
+                } catch (const std::system_error&) {
+                    // Not yet.
+                }
+            }
         }
-        throw std::runtime_error("kxTestServer: " + program + " does not listen");
+        throw std::runtime_error("kxTestServer: " + program + " does not listen: " + process_->error());
     }
 
     std::string place() const { return "127.0.0.1:" + std::to_string(port_); }
 
 private:
-    bool waitUntilItListens()
-    {
-        constexpr std::chrono::milliseconds kPause(20);
-        for (auto waited = kPause; waited < KX_TEST_TIMEOUT; waited += kPause) {
-            try {
-                kxTestSocket::connectedTo(port_);
-                return true;
-            } catch (const std::system_error&) {
-                if (process_->wait(kPause).ended) return false;
-            }
-        }
-        return false;
-    }
-
     std::uint16_t port_ = 0;
     std::unique_ptr<kxProcess> process_;
 };

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <thread>
 
 namespace {
 
@@ -20,10 +21,8 @@ http {
         listen 127.0.0.1:PORT;
         location /chunked/ { alias FOLDER/; ssi on; ssi_types *; }
         location /close/ { alias FOLDER/; keepalive_timeout 0; }
-        location /empty { return 204; }
-        location /same { return 304; }
-        location /moved { return 301 /small; }
-        location /gone { return 404 "nothing here"; }
+        location /empty { return 204; }    location /same { return 304; }
+        location /moved { return 301 /s; } location /gone { return 404 "nothing here"; }
     }
 })";
 constexpr const char* kProxySettings = "Port PORT\nListen 127.0.0.1\nTimeout 60\nLogFile \"FOLDER/log\"\n";

@@ -31,7 +31,7 @@ std::string joined(std::initializer_list<std::string_view> pieces)
     return text;
 }
 
-std::uint32_t milliseconds(double seconds)
+std::uint32_t millisecondsOf(double seconds)
 {
     return static_cast<std::uint32_t>(std::clamp(seconds * 1000 + 1, 0.0, double{kLongestWaitMilliseconds}));
 }
@@ -225,7 +225,7 @@ bool kxSerializeAdapterHttp::waitForReply()
             if (pumpsItself_) receiveAhead();
             if (reader_.hasHead()) return true;
             if (isOver() || left <= 0) break;
-            if (!pumpsItself_) waitForOther(milliseconds(left));
+            if (!pumpsItself_) waitForOther(millisecondsOf(left));
         }
         if (pumpsItself_) waitForInput(left);
     }
@@ -377,7 +377,7 @@ std::uint32_t kxSerializeAdapterHttp::awaitData()
             const std::uint32_t ready = look();
             if (ready != 0 || isOver()) return ready;
             if (left <= 0) break;
-            if (!pumpsItself_) waitForOther(milliseconds(left));
+            if (!pumpsItself_) waitForOther(millisecondsOf(left));
         }
         if (pumpsItself_) waitForInput(left);
     }
@@ -398,7 +398,7 @@ bool kxSerializeAdapterHttp::awaitHead()
 
 void kxSerializeAdapterHttp::waitForInput(double seconds)
 {
-    kxPlatformSocketWait(connection_.descriptor(), KX_SOCKET_CAN_READ, milliseconds(seconds));
+    kxPlatformSocketWait(connection_.descriptor(), KX_SOCKET_CAN_READ, millisecondsOf(seconds));
 }
 
 // Under the lock, which is given up meanwhile.
