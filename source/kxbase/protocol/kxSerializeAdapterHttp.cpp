@@ -431,7 +431,8 @@ bool kxSerializeAdapterHttp::hasError()
     bool hasBytes = hasPushBack();
     {
         const kxBodyGuard guard(lock_);
-        if (!isRequested_ || !isOver()) return false;
+        // Without a connection there is nothing to come either.
+        if (isRequested_ ? !isOver() : connection_.isOpen()) return false;
         text = failure_.isEmpty() ? reader_.errorText() : failure_;
         hasBytes = hasBytes || reader_.length() != 0;
         if (!reader_.leavesConnectionUsable()) connection_.close(false);
