@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <system_error>
 #include <thread>
 
@@ -42,8 +41,6 @@ public:
         return requests_;
     }
     std::string url(const std::string& rest = {}) const { return listener_.url("") + rest; }
-    // In place of an adapter that never comes.
-    void connect() const { kxTestSocket::connectedTo(listener_.port()); }
 
 private:
     void serve(const std::vector<std::string>& replies, Then then, std::size_t pieceBytes,
@@ -118,14 +115,12 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
         {"length", 200, length(5) + "hello", "hello"},
         {"large", 200, length(large.size()) + large, large},
         {"until close", 200, head("") + large, large, kEnd, kClose},
-        {"chunks", 200, chunks + "3;x=y\r\nabc\r\n493e0\r\n" + large + "\r\n0\r\nX: y\r\n\r\n",
-         "abc" + large},
+        {"chunks", 200, chunks + "1;x=y\r\na\r\n493e0\r\n" + large + "\r\n0\r\nX: y\r\n\r\n", "a" + large},
         {"interim", 200, head("", "100 Continue") + head("A: b\r\n", "103 Hints") + length(1) + "x", "x"},
         {"never a body", 204, length(5, "204 No Content"), ""},
         {"nor here", 304, length(5, "304 Not Modified"), ""},
         {"an error page", 404, length(2, "404 Not Found") + "no", "no"},
-        {"not followed", 302,
-         head("Location: http://127.0.0.1:1/\r\nContent-Length: 2\r\n", "302 Found") + "to", "to"},
+        {"not followed", 302, head("Location: /\r\nContent-Length: 2\r\n", "302 Found") + "to", "to"},
         {"two replies", 200, length(1) + "a" + length(1) + "b", "a"},
         {"streaming", 200, "RTSP/1.0 200 OK\r\nCSeq: 1\r\nContent-Length: 4\r\n\r\nv=0\n", "v=0\n"},
         {"no reply", 0, "", "", kEnd, kClose},
@@ -251,35 +246,6 @@ TEST(kxSerializeAdapterHttp, TellsWhyItCouldNotOpen)
     adapter.setTimeout(0.2);
     EXPECT_FALSE(adapter.open(kxString(full.url(""))));
     EXPECT_EQ(adapter.getError(), "kxSocket error: Connection timed out (127.0.0.1)");
-}
-
-TEST(kxSerializeAdapterHttp, ChoosesItsProxy)
-{
-    const struct {
-        const char *options, *variable;
-        bool usesProxy;
-    } cases[] = {{"?proxy=%", "192.0.2.77", true},
-                 {"?proxy=http://me:pw@%/", "", true},
-                 {"", "%", true},
-                 {"?no_proxy&proxy=%", "%", false},
-                 {"?proxy=no.proxy.invalid", "", false}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.options);
-        Server origin({length(0)});
-        Server proxy({length(0)});
-        const auto filled = [&](std::string text) {
-            if (const auto at = text.find('%'); at != std::string::npos) text.replace(at, 1, proxy.url());
-            return text;
-        };
-        ::setenv("KORVEX_HTTP_PROXY", filled(c.variable).c_str(), 1);
-        Adapter adapter(kxString(origin.url("/a" + filled(c.options))));
-        ::unsetenv("KORVEX_HTTP_PROXY");
-        EXPECT_TRUE(adapter.get());
-        adapter.open({});
-        (c.usesProxy ? origin : proxy).connect();
-        EXPECT_TRUE(
-            (c.usesProxy ? proxy : origin).requests().starts_with("GET http://" + origin.url("/a HTTP")));
-    }
 }
 
 TEST(kxSerializeAdapterHttp, AsksAgainOnAConnectionThatIsFitForIt)

@@ -19,6 +19,8 @@
 // Threads:   one thread requests and reads. With setPumping(false) it leaves the connection to another one, which
 //            calls pump() all the time; requests then wait at most 3 seconds for their reply, after which the
 //            caller may ask again with waitForReply().
+//            The reply is parsed under the adapter's lock, with the Warnings of the parser: a receiver of messages
+//            must not use the adapter.
 // Errors:    what fails while opening is the error text. Once the reply is over and everything has been read,
 //            hasError() sets "IP connection closed", or what went wrong, which is sent as a Warning too:
 //            "HTTP Socket <name> timeout. No data", "Malformed message received", "Message body is incomplete", or
