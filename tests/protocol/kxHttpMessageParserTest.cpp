@@ -141,21 +141,10 @@ TEST(kxHttpMessageParser, TakesFactsFromHeaders)
     EXPECT_FALSE(facts.methods.has(KX_HTTP_POST));
     EXPECT_EQ(facts.contentLength, 5U);
 
-    const struct {
-        const char* why;
-        std::string head;
-        bool keepsAlive;
-    } cases[] = {
-        {"1.1 goes on", kOk, true},
-        {"unless it says so", kOk + "Connection: close\r\n", false},
-        {"1.0 ends", "HTTP/1.0 200\r\n", false},
-        {"unless it says so", "HTTP/1.0 200 \r\nConnection: keep-alive\r\n", true},
-        {"a faulty line says nothing", kOk + "Connection: close x\r\n", true},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        EXPECT_EQ(parsed(c.head + "\r\n").keepsAlive(), c.keepsAlive);
-    }
+    EXPECT_TRUE(parsed(kOk + "\r\n").keepsAlive());
+    EXPECT_FALSE(parsed(kOk + "Connection: close\r\n\r\n").keepsAlive());
+    EXPECT_FALSE(parsed("HTTP/1.0 200\r\n\r\n").keepsAlive());
+    EXPECT_TRUE(parsed("HTTP/1.0 200 \r\nConnection: keep-alive\r\n\r\n").keepsAlive());
 }
 
 TEST(kxHttpMessageParser, ReportsFaultsOfHeadersAndGoesOn)

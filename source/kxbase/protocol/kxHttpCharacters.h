@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 
 enum kxHttpCharacter : std::uint8_t {
@@ -26,7 +27,7 @@ inline constexpr auto kxHttpCharacters = [] {
     add(0x00, 0x1F, KX_HTTP_CONTROL);
     add(0x21, 0xFF, KX_HTTP_URI);
     add('0', '9', KX_HTTP_TOKEN | KX_HTTP_DIGIT | KX_HTTP_HEX | KX_HTTP_SCHEME);
-    for (const std::uint32_t letter : {'A', 'a'}) {
+    for (const std::uint32_t letter : std::initializer_list<std::uint32_t>{'A', 'a'}) {
         add(letter, letter + 5, KX_HTTP_HEX);
         add(letter, letter + 25, KX_HTTP_TOKEN | KX_HTTP_SCHEME);
     }
