@@ -190,23 +190,22 @@ TEST(kxRuleSet, FindsLeftRecursion)
 
 TEST(kxRuleCompiler, MakesPrograms)
 {
-    const kxRuleSet set =
-        ruleSet({"main ::= 'ab' | [1+]+ - sp | (sp main){2,3} x?", "sp ::= ' '", "x ::= $ 'x'"});
+    const kxRuleSet set = ruleSet(
+        {"main ::= 'ab' | [1+]+ - sp | (sp main){2,3} x? | (sp | 'y' x)*", "sp ::= ' '", "x ::= $ 'x'"});
     EXPECT_EQ(kxCompileRules(set, kxRuleCode::kFast).print(),
-              "0 call main 2\n1 done\n"
-              "2 test [a] 5\n3 text 'ab'\n4 jump 20\n"
-              "5 test [+1] 12\n"
-              "6 test [x20] 10\n7 choice 10\n8 unit ' '\n9 refuse\n"
-              "10 run [+1] {1,*}\n11 jump 20\n"
-              "12 repeat {2,3} 16\n13 unit ' '\n14 call main 2\n"
-              "15 again {2,3} 13\n"
-              "16 test [x] 20\n17 choice 20\n18 call x 23\n19 commit 20\n20 return\n"
-              "21 unit ' '\n22 return\n23 mark\n24 unit 'x'\n25 return\n");
+              "0 call main 2\n1 done\n2 switch [a] 4 [+1] 8 [x20] 16 [x00-x1F!-*,-02-`b-xFF high] 26\n"
+              "3 test [a] 7\n4 choice 7\n5 text 'ab'\n6 commit 35\n7 test [+1] 15\n8 choice 15\n"
+              "9 test [x20] 13\n10 choice 13\n11 unit ' '\n12 refuse\n13 span [+1] {1,*}\n14 commit 35\n"
+              "15 test [x20] 26\n16 choice 26\n17 repeat {2,3} 21\n18 unit ' '\n19 call main 2\n"
+              "20 again {2,3} 18\n21 test [x] 25\n22 choice 25\n23 call x 38\n24 commit 25\n"
+              "25 commit 35\n26 span [x20] {0,*}\n27 test [x20y] 35\n28 repeat {0,*} 35\n"
+              "29 test [x20] 32\n30 span [x20] {1,*}\n31 jump 34\n32 unit 'y'\n33 call x 38\n"
+              "34 again {0,*} 29\n35 return\n36 unit ' '\n37 return\n38 mark\n39 unit 'x'\n40 return\n");
     EXPECT_EQ(kxCompileRules(set, kxRuleCode::kPlain).print(),
-              "0 call main 2\n1 done\n"
-              "2 choice 5\n3 text 'ab'\n4 commit 18\n"
-              "5 choice 11\n6 choice 9\n7 call sp 19\n8 refuse\n9 run [+1] {1,*}\n10 commit 18\n"
-              "11 repeat {2,3} 15\n12 call sp 19\n13 call main 2\n14 again {2,3} 12\n15 choice 18\n16 call x "
-              "21\n17 commit 18\n"
-              "18 return\n19 unit ' '\n20 return\n21 mark\n22 unit 'x'\n23 return\n");
+              "0 call main 2\n1 done\n2 choice 5\n3 text 'ab'\n4 commit 27\n5 choice 11\n6 choice 9\n"
+              "7 call sp 28\n8 refuse\n9 span [+1] {1,*}\n10 commit 27\n11 choice 20\n"
+              "12 repeat {2,3} 16\n13 call sp 28\n14 call main 2\n15 again {2,3} 13\n16 choice 19\n"
+              "17 call x 30\n18 commit 19\n19 commit 27\n20 repeat {0,*} 27\n21 choice 24\n"
+              "22 call sp 28\n23 commit 26\n24 unit 'y'\n25 call x 30\n26 again {0,*} 21\n27 return\n"
+              "28 unit ' '\n29 return\n30 mark\n31 unit 'x'\n32 return\n");
 }
