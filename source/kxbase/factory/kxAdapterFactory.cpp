@@ -3,6 +3,7 @@
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/platform/kxPlatformMemory.h"
+#include "kxbase/protocol/kxSerializeAdapterHttp.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
 #include "kxbase/serialize/kxLivingAdapters.h"
@@ -165,14 +166,15 @@ constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},                                // path
-    {"mem:", makeMemory},                               // address,length
-    {"adapt:", findAdapter},                            // address
-    {"zip:", makeArchive},                              // {URL of the archive},file in it
-    {"con:", makeConsole},                              // none
-    {"rand:", makeRandomAccess},                        // URL
-    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},  // [host][:port]
-    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},  // host[:port]
+    {"file:", makeFile},                                  // path
+    {"mem:", makeMemory},                                 // address,length
+    {"adapt:", findAdapter},                              // address
+    {"zip:", makeArchive},                                // {URL of the archive},file in it
+    {"con:", makeConsole},                                // none
+    {"rand:", makeRandomAccess},                          // URL
+    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},    // [host][:port]
+    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},    // host[:port]
+    {"http:", makeBehindScheme<kxSerializeAdapterHttp>},  // [user@]host[:port][/path]
 };
 
 // ---- from the URL to the adapter
