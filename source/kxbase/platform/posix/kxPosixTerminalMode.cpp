@@ -1,5 +1,6 @@
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 
+#include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
 #include <algorithm>
@@ -96,18 +97,6 @@ void onStop(int signal)
     errno = error;
 }
 
-// A stack that has overflowed has no room for the handler.
-void installHandlerStack()
-{
-    static char room[64 * 1024];
-    stack_t present{};
-    if (::sigaltstack(nullptr, &present) != 0 || (present.ss_flags & SS_DISABLE) == 0) return;
-    stack_t own{};
-    own.ss_sp = room;
-    own.ss_size = sizeof(room);
-    ::sigaltstack(&own, nullptr);
-}
-
 void changeForConsole(termios& mode)
 {
     mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | IEXTEN);
@@ -181,7 +170,7 @@ void kxPosixTerminalMode::onContinue(int)
 
 void kxPosixTerminalMode::installHandlers()
 {
-    installHandlerStack();
+    kxPosixInstallHandlerStack();
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
         const bool ends = std::find(std::begin(kNotEndingSignals), std::end(kNotEndingSignals), signal) ==
                           std::end(kNotEndingSignals);

@@ -1,0 +1,291 @@
+#include "kxbase/program/kxExceptionFilter.h"
+#include "kxbase/program/kxSymbolSearchPath.h"
+#include "support/kxProcess.h"
+#include "support/kxTempDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+using Environment = std::map<std::string, std::string>;
+using testing::HasSubstr;
+
+// What a process left behind.
+struct Remains {
+    kxProcessEnd end;
+    std::string output, error;
+    std::string path, file;  // of the crash file; of several the last path, and all text
+};
+
+class kxCrashTest : public testing::Test {
+protected:
+    Remains crash(const std::string& way, const Environment& environment = {}, const std::string& where = {})
+    {
+        kxProcessOptions options;
+        options.arguments = {way};
+        options.environment = environment;
+        options.directory = where.empty() ? directory.path() : where;
+        kxProcess process(KX_TEST_CRASHER, options);
+        Remains remains{process.wait(), process.output(), process.error(), {}, {}};
+        for (const std::string& name : names()) {
+            remains.path = directory.path(name);
+            remains.file += directory.read(name);
+        }
+        return remains;
+    }
+    void removeFiles()
+    {
+        for (const std::string& name : names()) std::filesystem::remove(directory.path(name));
+    }
+    std::set<std::string> names() const
+    {
+        std::set<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
+            found.insert(entry.path().filename());
+        return found;
+    }
+
+    kxTempDirectory directory;
+};
+
+// The dumps of a file, whole to the last byte: a header, and lines numbered from 0.
+int countDumps(const std::string& file)
+{
+    static const std::regex kHeader("------ Crash Dump generated \\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d - "
+                                    "KorvexSDK Ver:2\\.10\\.5 --------\r");
+    static const std::regex kLine("(\\d+): In .+\\(\\+-?\\d+\\) file:.+ line:\\d+ module:.+\r");
+    EXPECT_TRUE(file.ends_with("\r\n")) << file;
+    std::istringstream lines(file);
+    int dumps = 0, number = 1;
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch match;
+        if (std::regex_match(line, match, kLine)) {
+            EXPECT_EQ(match[1], std::to_string(number++)) << file;
+        } else {
+            EXPECT_GT(number, 0) << "no frame in " << file;
+            EXPECT_TRUE(std::regex_match(line, kHeader)) << line;
+            ++dumps, number = 0;
+        }
+    }
+    EXPECT_GT(number, 0) << "no frame in " << file;
+    return dumps;
+}
+
+std::string noticeOf(const std::string& path)
+{
+    return "KorvexSDK Notice::CrashDump generated: Check dump file:" + path + "\n";
+}
+
+struct Recorder : kxExceptionReportInterface {
+    void reportError(const kxFatalError& error) override { errors += error.what(); }
+    void writeDump(const std::vector<kxStackItem>& written) override { items = written; }
+
+    std::string errors;
+    std::vector<kxStackItem> items;
+};
+
+}  // namespace
+
+TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
+{
+    const struct {
+        std::string way;
+        int signal;
+        std::string name;      // without "EXCEPTION_"
+        std::string function;  // that must be found, with its line
+        std::string skipped = {};
+    } cases[] = {
+        {"null", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
+        {"call", SIGSEGV, "ACCESS_VIOLATION", "callNull"},
+        {"sent", SIGSEGV, "ACCESS_VIOLATION", "endItself"},
+        {"overflow", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
+        {"destructor", SIGSEGV, "ACCESS_VIOLATION", "Destroyed::~Destroyed"},
+        {"thread", SIGSEGV, "ACCESS_VIOLATION", "Thread::process"},
+        {"thread-overflow", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
+        {"two", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
+        {"abort", SIGABRT, "NONCONTINUABLE_EXCEPTION", "abortProgram"},
+        {"exception", SIGABRT, "NONCONTINUABLE_EXCEPTION", "throwError"},
+        {"heap", SIGABRT, "NONCONTINUABLE_EXCEPTION", "corruptHeap", "sanitizers have their own heap"},
+#if defined(__x86_64__)
+        {"division", SIGFPE, "INT_DIVIDE_BY_ZERO", "divideByZero"},
+        {"illegal", SIGILL, "", "illegalInstruction"},
+        {"privileged", SIGSEGV, "PRIV_INSTRUCTION", "privilegedInstruction"},
+        {"misaligned", SIGBUS, "DATATYPE_MISALIGNMENT", "misalign"},
+#endif
+        {"breakpoint", SIGTRAP, "BREAKPOINT", "breakpoint"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.way);
+#if defined(KX_TEST_ADDRESS_SANITIZER) || defined(KX_TEST_THREAD_SANITIZER)
+        if (!c.skipped.empty()) {
+            std::printf("skipped: %s, since %s\n", c.way.c_str(), c.skipped.c_str());
+            continue;
+        }
+#endif
+        removeFiles();
+        const Remains remains = crash(c.way);
+        EXPECT_EQ(remains.end, kxKilledBy(c.signal));
+        EXPECT_EQ(countDumps(remains.file), 1);
+#ifdef KX_TEST_BACKTRACE
+        const std::regex wanted("\\d+: In kxCrasher::" + c.function +
+                                "\\(\\)\\(\\+\\d+\\) "
+                                "file:[^\n]*kxCrasher.cpp line:[1-9]\\d* module:kxcrasher\r\n");
+        EXPECT_TRUE(std::regex_search(remains.file, wanted)) << remains.file;
+#endif
+        const std::string fatal = c.name.empty() ? "" : "\rKorvexSDK Fatal::EXCEPTION_" + c.name + "\n";
+        EXPECT_EQ(remains.output, fatal + "\r" + noticeOf(remains.path));
+    }
+}
+
+TEST_F(kxCrashTest, FollowsTheSettings)
+{
+    const struct {
+        const char* why;
+        std::string way;
+        Environment environment;
+        kxProcessEnd end;
+        int dumps;
+    } cases[] = {
+        {"no dump, and the fault goes on", "null", {{"KORVEX_DUMP_EXCEPTION", "No"}}, kxKilledBy(SIGSEGV), 0},
+        {"handled, which ends the process", "null", {{"KORVEX_ROUTE_EXCEPTION", "off"}}, kxExited(139), 1},
+        {"handled, which ends the thread alone",
+         "thread",
+         {{"KORVEX_ROUTE_EXCEPTION", "FALSE"}},
+         kxExited(0),
+         1},
+        {"the second fault gets its turn", "two", {{"KORVEX_ROUTE_EXCEPTION", "0"}}, kxExited(0), 2},
+        {"no spelling of no", "null", {{"KORVEX_ROUTE_EXCEPTION", "none"}}, kxKilledBy(SIGSEGV), 1},
+        {"the handler before ours comes next", "host", {}, kxExited(7), 1},
+        {"the handler before ours is spared", "host", {{"KORVEX_ROUTE_EXCEPTION", "no"}}, kxExited(139), 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        removeFiles();
+        const Remains remains = crash(c.way, c.environment);
+        EXPECT_EQ(remains.end, c.end);
+        EXPECT_THAT(remains.output, HasSubstr("Fatal::EXCEPTION_ACCESS_VIOLATION"));
+        if (c.dumps == 0)
+            EXPECT_EQ(remains.path, "");
+        else
+            EXPECT_GE(countDumps(remains.file), c.dumps);
+    }
+}
+
+TEST_F(kxCrashTest, PutsTheFileWhereItCan)
+{
+    const Remains remains = crash("null", {{"TMPDIR", directory.path()}}, "/proc");
+    EXPECT_EQ(countDumps(remains.file), 1);
+    EXPECT_THAT(remains.output, HasSubstr(noticeOf(remains.path)));
+
+    removeFiles();
+    const Remains nowhere = crash("null", {{"TMPDIR", "/proc"}}, "/proc");
+    EXPECT_EQ(nowhere.path, "");
+    EXPECT_EQ(countDumps(nowhere.error), 1);
+    EXPECT_EQ(nowhere.output, "\rKorvexSDK Fatal::EXCEPTION_ACCESS_VIOLATION\n");
+}
+
+TEST_F(kxCrashTest, ManyCrashesLeaveManyDumps)
+{
+    constexpr int kCrashes = 10;
+    int dumps = 0;
+    for (int count = 0; count < kCrashes; ++count) {
+        dumps += countDumps(crash("two").file);
+        removeFiles();
+    }
+    EXPECT_EQ(dumps, kCrashes);
+}
+
+TEST_F(kxCrashTest, ExceptionsOfThreadsBecomeLinesOfOneFile)
+{
+    const std::string line =
+        "Thread \\d+ threw exception \\('thrown on purpose'\\) outside process\\(\\)\r\n";
+    const Remains lines = crash("process");
+    EXPECT_EQ(lines.end, kxExited(0));
+    EXPECT_TRUE(std::regex_match(lines.file, std::regex(line + line))) << lines.file;
+    EXPECT_THAT(lines.output, testing::StartsWith("\r" + noticeOf(lines.path)));
+
+    removeFiles();
+    const Remains mixed = crash("process-null");
+    EXPECT_EQ(mixed.end, kxKilledBy(SIGSEGV));
+    std::smatch match;
+    ASSERT_TRUE(std::regex_search(mixed.file, match, std::regex(line))) << mixed.file;
+    EXPECT_EQ(match.position(), 0);
+    EXPECT_EQ(countDumps(match.suffix()), 1);
+}
+
+TEST_F(kxCrashTest, HandlerDoesWithoutWhatCannotBeHad)
+{
+    const Remains locked = crash("locked");
+    EXPECT_EQ(locked.end, kxKilledBy(SIGSEGV));
+    EXPECT_EQ(countDumps(locked.file), 1);
+    EXPECT_EQ(locked.error, "KorvexSDK Fatal::EXCEPTION_ACCESS_VIOLATION\n" + noticeOf(locked.path));
+
+    removeFiles();
+    const Remains forked = crash("fork");
+    EXPECT_EQ(countDumps(forked.file), 1);
+    EXPECT_THAT(forked.file, HasSubstr("0: In unknown(+"));
+    EXPECT_THAT(forked.file, HasSubstr(" module:kxcrasher\r\n"));
+    EXPECT_THAT(forked.error, HasSubstr(noticeOf(forked.path)));
+}
+
+TEST(kxExceptionFilter, ReportsKnownFaultsAndDumpsAll)
+{
+    const struct {
+        std::uint32_t fault;
+        const char* name;
+    } cases[] = {
+        {0xC0000005, "EXCEPTION_ACCESS_VIOLATION"},
+        {0x80000002, "EXCEPTION_DATATYPE_MISALIGNMENT"},
+        {0x80000003, "EXCEPTION_BREAKPOINT"},
+        {0x80000004, "EXCEPTION_SINGLE_STEP"},
+        {0xC0000025, "EXCEPTION_NONCONTINUABLE_EXCEPTION"},
+        {0xC000008C, "EXCEPTION_ARRAY_BOUNDS_EXCEEDED"},
+        {0xC000008D, "EXCEPTION_FLT_DENORMAL_OPERAND"},
+        {0xC000008E, "EXCEPTION_FLT_DIVIDE_BY_ZERO"},
+        {0xC000008F, "EXCEPTION_FLT_INEXACT_RESULT"},
+        {0xC0000090, "EXCEPTION_FLT_INVALID_OPERATION"},
+        {0xC0000091, "EXCEPTION_FLT_OVERFLOW"},
+        {0xC0000092, "EXCEPTION_FLT_STACK_CHECK"},
+        {0xC0000093, "EXCEPTION_FLT_UNDERFLOW"},
+        {0xC0000094, "EXCEPTION_INT_DIVIDE_BY_ZERO"},
+        {0xC0000095, "EXCEPTION_INT_OVERFLOW"},
+        {0xC0000096, "EXCEPTION_PRIV_INSTRUCTION"},
+        {0xC000001D, ""},
+        {0, ""},
+    };
+    kxPlatformFrame frames[KX_PLATFORM_MOST_FRAMES];
+    const std::uint32_t count = kxPlatformCrashFrames(frames, KX_PLATFORM_MOST_FRAMES);
+    for (const auto& c : cases) {
+        Recorder recorder;
+        EXPECT_EQ(kxExceptionFilter(c.fault, {frames, count}, recorder), KX_EXCEPTION_GOES_ON);
+        EXPECT_EQ(recorder.errors, c.name);
+        ASSERT_GE(recorder.items.size(), count);
+#ifdef KX_TEST_BACKTRACE
+        EXPECT_THAT(recorder.items[0].function.text(), HasSubstr("ReportsKnownFaultsAndDumpsAll"));
+        EXPECT_THAT(recorder.items[0].file.text(), testing::EndsWith("kxProgramExecutionTest.cpp"));
+#endif
+        EXPECT_EQ(recorder.items[0].module, "kxtest_program");
+    }
+}
+
+TEST(kxSymbolSearchPath, JoinsWhatIsSetInItsOrder)
+{
+    kxTempDirectory directory;
+    std::filesystem::current_path(directory.path());
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    ::setenv("SYSTEMROOT", std::string(1000, 'x').c_str(), 1);
+    ::setenv("_NT_ALTERNATE_SYMBOL_PATH", "/b", 1);
+    ::setenv("KORVEX_DEBUG_SYMBOLS", "/d;/e", 1);
+    EXPECT_EQ(kxSymbolSearchPath(), directory.path() + ";" + program + ";/b;/d;/e");
+    ::setenv("SYSTEMROOT", "/c", 1);
+    ::setenv("_NT_SYMBOL_PATH", "/a", 1);
+    EXPECT_EQ(kxSymbolSearchPath(), directory.path() + ";" + program + ";/a;/b;/c;/d;/e");
+    std::filesystem::current_path("/");
+}
