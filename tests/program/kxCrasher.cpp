@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 // The functions that the tests look for have names with linkage, so that no compiler changes them.
@@ -149,6 +150,30 @@ void onTwoThreads()
     second.join();
 }
 
+// Lets the program end by itself when the dump has begun.
+struct Report : kxExceptionReportInterface {
+    void reportError(const kxFatalError& error) override
+    {
+        kxProgramExecution::instance().reportError(error);
+        isBegun = true;
+    }
+    void writeDump(const std::vector<kxStackItem>& items) override
+    {
+        kxProgramExecution::instance().writeDump(items);
+    }
+
+    std::atomic<bool> isBegun{false};
+};
+
+void exitDuringDump()
+{
+    static Report report;
+    kxProgramExecution::instance().setReport(&report);
+    static Thread& thread = *new Thread(readNull);
+    thread.start();
+    while (!report.isBegun) ::usleep(100);
+}
+
 void onHostSignal(int)
 {
     constexpr char kText[] = "host handler\n";
@@ -177,6 +202,7 @@ constexpr struct {
     {"thread", [] { onThread(readNull); }},
     {"thread-overflow", [] { onThread(overflowStack); }},
     {"two", onTwoThreads},
+    {"exit", exitDuringDump},
     {"process",
      [] {
          onThread(throwError);
@@ -190,8 +216,9 @@ constexpr struct {
     {"host", readNull},
     {"fork",
      [] {
-         if (::fork() != 0) ::_exit(0);
-         readNull();
+         const pid_t child = ::fork();
+         if (child == 0) readNull();
+         ::waitpid(child, nullptr, 0);
      }},
 };
 

@@ -108,6 +108,7 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         {"overflow", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
         {"destructor", SIGSEGV, "ACCESS_VIOLATION", "Destroyed::~Destroyed"},
         {"thread", SIGSEGV, "ACCESS_VIOLATION", "Thread::process"},
+        {"exit", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"thread-overflow", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
         {"two", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"abort", SIGABRT, "NONCONTINUABLE_EXCEPTION", "abortProgram"},
@@ -193,7 +194,7 @@ TEST_F(kxCrashTest, PutsTheFileWhereItCan)
 
 TEST_F(kxCrashTest, ManyCrashesLeaveManyDumps)
 {
-    constexpr int kCrashes = 10;
+    constexpr int kCrashes = 5;
     int dumps = 0;
     for (int count = 0; count < kCrashes; ++count) {
         dumps += countDumps(crash("two").file);

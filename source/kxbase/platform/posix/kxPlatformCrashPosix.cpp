@@ -1,4 +1,3 @@
-#include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/platform/kxPlatformCrash.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
@@ -6,6 +5,8 @@
 #include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
+#include "kxbase/platform/posix/kxPosixTerminalMode.h"
+#include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
 #include <algorithm>
 #include <atomic>
@@ -170,29 +171,40 @@ void walk(const siginfo_t& info, void* context)
     crash.frameCount = count == 0 ? 1 : count;
 }
 
-void restoreActionBefore(int signal)
+struct sigaction& actionBefore(int signal)
 {
-    for (std::size_t index = 0; index < std::size(kxPosixFaultSignals); ++index) {
-        if (kxPosixFaultSignals[index] == signal) ::sigaction(signal, &actionsBefore[index], nullptr);
-    }
+    return actionsBefore[std::find(std::begin(kxPosixFaultSignals), std::end(kxPosixFaultSignals), signal) -
+                         std::begin(kxPosixFaultSignals)];
 }
 
 // To the handler that was there before: by the same instruction, or else by the same signal, which waits until this
 // handler has returned.
 void goOn(siginfo_t& info)
 {
-    restoreActionBefore(info.si_signo);
+    const struct sigaction& before = actionBefore(info.si_signo);
+    // Another thread may have taken the terminal again.
+    if (before.sa_handler == SIG_DFL) kxPosixTerminalMode::giveAllBackForGood();
+    ::sigaction(info.si_signo, &before, nullptr);
     if (kxPosixFaultsAgain(info)) return;
     const sigset_t signals = setOf({&info.si_signo, 1});
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::syscall(SYS_gettid), info.si_signo, &info);
 }
 
+void letNextOwn(std::uint32_t state)
+{
+    owner.store(state);
+    kxPlatformWakeAll(owner);
+}
+
+// Where the process ends, nobody else may begin a dump that would not be finished.
 [[noreturn]] void endHandled(int signal)
 {
-    owner.store(kNobody);
-    kxPlatformWakeAll(owner);
-    kxPlatformThreadKillCaller();
+    if (kxPosixMayKillCaller()) {
+        letNextOwn(kNobody);
+        kxPlatformThreadKillCaller();
+    }
+    kxPosixTerminalMode::giveAllBackForGood();
     ::_exit(kStatusOfSignal + signal);
 }
 
@@ -237,12 +249,19 @@ void onFault(int signal, siginfo_t* info, void* context)
     becomeOwner(thread);
     crash.fault = kxPosixFaultOf(*info, context);
     walk(*info, context);
-    kxPlatformConsoleRestore();
+    kxPosixTerminalMode::giveAllBack();
     if (deal()) endHandled(signal);
     goOn(*info);
-    owner.store(kGoneOn);
-    kxPlatformWakeAll(owner);
+    letNextOwn(kGoneOn);
     errno = error;
+}
+
+// A program that ends by itself meanwhile waits for the dump.
+void waitForOwner()
+{
+    const std::uint32_t present = owner.load();
+    if (present != kNobody && present != kGoneOn && present != kxPlatformThreadId())
+        kxPlatformWaitWhile(owner, present, kDumpMilliseconds + kTellMilliseconds);
 }
 
 // Faults of the handler itself must come through; everything else waits.
@@ -262,6 +281,7 @@ bool install(const kxPlatformCrashActions& wanted)
     kxPosixInstallHandlerStack();
     static constinit kxPlatformForkGuard guard{[] {}, [] {}, forgetInChild};
     kxPlatformAddForkGuard(guard);
+    std::atexit(waitForOwner);
     bool isInstalled = startDumpThread();
     for (std::size_t index = 0; index < std::size(kxPosixFaultSignals); ++index)
         isInstalled = installHandler(index) && isInstalled;

@@ -21,12 +21,6 @@ constexpr int kNotEndingSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTO
 // Set for good when the process begins to end, so that no other thread takes the terminal once more.
 std::atomic<bool> isEnding{false};
 
-void giveBackForGood()
-{
-    isEnding.store(true);
-    kxPosixTerminalMode::giveAllBack();
-}
-
 // Keeps every signal away from a change of the mode: a stop in its middle would leave the terminal to the
 // shell half taken, and changing the mode from the background would stop the process.
 class SignalsBlocked {
@@ -65,7 +59,7 @@ void defaultActionOf(int signal)
 void onEndingSignal(int signal)
 {
     const int error = errno;
-    giveBackForGood();
+    kxPosixTerminalMode::giveAllBackForGood();
     defaultActionOf(signal);
     ::raise(signal);
     errno = error;
@@ -161,6 +155,12 @@ void kxPosixTerminalMode::giveAllBack()
     kxPosixConsoleMode.giveBack();
 }
 
+void kxPosixTerminalMode::giveAllBackForGood()
+{
+    isEnding.store(true);
+    giveAllBack();
+}
+
 // A stop that could not be caught leaves the terminal to whoever was in the foreground meanwhile.
 void kxPosixTerminalMode::onContinue(int)
 {
@@ -178,6 +178,6 @@ void kxPosixTerminalMode::installHandlers()
     }
     installUnlessHandled(SIGTSTP, onStop);
     installUnlessHandled(SIGCONT, onContinue);
-    std::atexit(giveBackForGood);
-    std::at_quick_exit(giveBackForGood);
+    std::atexit(giveAllBackForGood);
+    std::at_quick_exit(giveAllBackForGood);
 }
