@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <regex>
 #include <set>
@@ -26,6 +27,7 @@ struct Remains {
 
 class kxCrashTest : public testing::Test {
 protected:
+    // The files are gone afterwards.
     Remains crash(const std::string& way, const Environment& environment = {}, const std::string& where = {})
     {
         kxProcessOptions options;
@@ -34,22 +36,14 @@ protected:
         options.directory = where.empty() ? directory.path() : where;
         kxProcess process(KX_TEST_CRASHER, options);
         Remains remains{process.wait(), process.output(), process.error(), {}, {}};
-        for (const std::string& name : names()) {
-            remains.path = directory.path(name);
-            remains.file += directory.read(name);
+        std::set<std::filesystem::path> paths;
+        for (const auto& entry : std::filesystem::directory_iterator(directory.path())) paths.insert(entry);
+        for (const auto& path : paths) {
+            remains.path = path;
+            remains.file += directory.read(path.filename().string());
+            std::filesystem::remove(path);
         }
         return remains;
-    }
-    void removeFiles()
-    {
-        for (const std::string& name : names()) std::filesystem::remove(directory.path(name));
-    }
-    std::set<std::string> names() const
-    {
-        std::set<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
-            found.insert(entry.path().filename());
-        return found;
     }
 
     kxTempDirectory directory;
@@ -83,6 +77,28 @@ std::string noticeOf(const std::string& path)
     return "KorvexSDK Notice::CrashDump generated: Check dump file:" + path + "\n";
 }
 
+// What a sanitizer does not let happen.
+struct Skipped {
+    const char* why = nullptr;
+    bool isThreadsOnly = false;
+};
+constexpr Skipped kOwnHeap{"sanitizers have a heap of their own"};
+constexpr Skipped kOwnHandler{"the sanitizer's own handler does misaligned accesses", true};
+constexpr Skipped kKill{"the sanitizer waits for killed threads", true};
+
+bool isSkipped(const Skipped& skipped)
+{
+#if defined(KX_TEST_THREAD_SANITIZER)
+    const bool isHere = skipped.why != nullptr;
+#elif defined(KX_TEST_ADDRESS_SANITIZER)
+    const bool isHere = skipped.why != nullptr && !skipped.isThreadsOnly;
+#else
+    const bool isHere = false;
+#endif
+    if (isHere) std::printf("skipped a case: %s\n", skipped.why);
+    return isHere;
+}
+
 struct Recorder : kxExceptionReportInterface {
     void reportError(const kxFatalError& error) override { errors += error.what(); }
     void writeDump(const std::vector<kxStackItem>& written) override { items = written; }
@@ -98,39 +114,33 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
     const struct {
         std::string way;
         int signal;
-        std::string name;      // without "EXCEPTION_"
-        std::string function;  // that must be found, with its line
-        std::string skipped = {};
+        std::string name;            // without "EXCEPTION_"
+        std::string function = way;  // that must be found, with its line
+        Skipped skipped = {};
     } cases[] = {
-        {"null", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
-        {"call", SIGSEGV, "ACCESS_VIOLATION", "callNull"},
-        {"sent", SIGSEGV, "ACCESS_VIOLATION", "endItself"},
-        {"overflow", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
-        {"destructor", SIGSEGV, "ACCESS_VIOLATION", "Destroyed::~Destroyed"},
-        {"thread", SIGSEGV, "ACCESS_VIOLATION", "Thread::process"},
-        {"exit", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
-        {"thread-overflow", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
-        {"two", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
-        {"abort", SIGABRT, "NONCONTINUABLE_EXCEPTION", "abortProgram"},
-        {"exception", SIGABRT, "NONCONTINUABLE_EXCEPTION", "throwError"},
-        {"heap", SIGABRT, "NONCONTINUABLE_EXCEPTION", "corruptHeap", "sanitizers have their own heap"},
+        {"readNull", SIGSEGV, "ACCESS_VIOLATION"},
+        {"callNull", SIGSEGV, "ACCESS_VIOLATION"},
+        {"killItself", SIGSEGV, "ACCESS_VIOLATION"},
+        {"overflowStack", SIGSEGV, "ACCESS_VIOLATION"},
+        {"overflowThread", SIGSEGV, "ACCESS_VIOLATION", "overflowStack"},
+        {"inDestructor", SIGSEGV, "ACCESS_VIOLATION", "Destroyed::~Destroyed"},
+        {"onThread", SIGSEGV, "ACCESS_VIOLATION", "Thread::process"},
+        {"onTwoThreads", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
+        {"exitDuringDump", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
+        {"abortProgram", SIGABRT, "NONCONTINUABLE_EXCEPTION"},
+        {"throwError", SIGABRT, "NONCONTINUABLE_EXCEPTION"},
+        {"corruptHeap", SIGABRT, "NONCONTINUABLE_EXCEPTION", "corruptHeap", kOwnHeap},
+        {"stopInDebugger", SIGTRAP, "BREAKPOINT"},
 #if defined(__x86_64__)
-        {"division", SIGFPE, "INT_DIVIDE_BY_ZERO", "divideByZero"},
-        {"illegal", SIGILL, "", "illegalInstruction"},
-        {"privileged", SIGSEGV, "PRIV_INSTRUCTION", "privilegedInstruction"},
-        {"misaligned", SIGBUS, "DATATYPE_MISALIGNMENT", "misalign"},
+        {"divideByZero", SIGFPE, "INT_DIVIDE_BY_ZERO"},
+        {"illegalInstruction", SIGILL, ""},
+        {"privilegedInstruction", SIGSEGV, "PRIV_INSTRUCTION"},
+        {"readMisaligned", SIGBUS, "DATATYPE_MISALIGNMENT", "readMisaligned", kOwnHandler},
 #endif
-        {"breakpoint", SIGTRAP, "BREAKPOINT", "breakpoint"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.way);
-#if defined(KX_TEST_ADDRESS_SANITIZER) || defined(KX_TEST_THREAD_SANITIZER)
-        if (!c.skipped.empty()) {
-            std::printf("skipped: %s, since %s\n", c.way.c_str(), c.skipped.c_str());
-            continue;
-        }
-#endif
-        removeFiles();
+        if (isSkipped(c.skipped)) continue;
         const Remains remains = crash(c.way);
         EXPECT_EQ(remains.end, kxKilledBy(c.signal));
         EXPECT_EQ(countDumps(remains.file), 1);
@@ -149,27 +159,23 @@ TEST_F(kxCrashTest, FollowsTheSettings)
 {
     const struct {
         const char* why;
-        std::string way;
-        Environment environment;
+        std::string way, setting, value;
         kxProcessEnd end;
         int dumps;
+        Skipped skipped = {};
     } cases[] = {
-        {"no dump, and the fault goes on", "null", {{"KORVEX_DUMP_EXCEPTION", "No"}}, kxKilledBy(SIGSEGV), 0},
-        {"handled, which ends the process", "null", {{"KORVEX_ROUTE_EXCEPTION", "off"}}, kxExited(139), 1},
-        {"handled, which ends the thread alone",
-         "thread",
-         {{"KORVEX_ROUTE_EXCEPTION", "FALSE"}},
-         kxExited(0),
-         1},
-        {"the second fault gets its turn", "two", {{"KORVEX_ROUTE_EXCEPTION", "0"}}, kxExited(0), 2},
-        {"no spelling of no", "null", {{"KORVEX_ROUTE_EXCEPTION", "none"}}, kxKilledBy(SIGSEGV), 1},
-        {"the handler before ours comes next", "host", {}, kxExited(7), 1},
-        {"the handler before ours is spared", "host", {{"KORVEX_ROUTE_EXCEPTION", "no"}}, kxExited(139), 1},
+        {"no dump, and the fault goes on", "readNull", "DUMP", "No", kxKilledBy(SIGSEGV), 0},
+        {"handled, which ends the process", "readNull", "ROUTE", "off", kxExited(139), 1},
+        {"handled, which ends the thread", "onThread", "ROUTE", "FALSE", kxExited(0), 1, kKill},
+        {"the second fault gets its turn", "onTwoThreads", "ROUTE", "0", kxExited(0), 2, kKill},
+        {"no spelling of no", "readNull", "ROUTE", "none", kxKilledBy(SIGSEGV), 1},
+        {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 1},
+        {"the handler before ours is spared", "hostHandler", "ROUTE", "no", kxExited(139), 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
-        removeFiles();
-        const Remains remains = crash(c.way, c.environment);
+        if (isSkipped(c.skipped)) continue;
+        const Remains remains = crash(c.way, {{"KORVEX_" + c.setting + "_EXCEPTION", c.value}});
         EXPECT_EQ(remains.end, c.end);
         EXPECT_THAT(remains.output, HasSubstr("Fatal::EXCEPTION_ACCESS_VIOLATION"));
         if (c.dumps == 0)
@@ -181,39 +187,26 @@ TEST_F(kxCrashTest, FollowsTheSettings)
 
 TEST_F(kxCrashTest, PutsTheFileWhereItCan)
 {
-    const Remains remains = crash("null", {{"TMPDIR", directory.path()}}, "/proc");
+    const Remains remains = crash("readNull", {{"TMPDIR", directory.path()}}, "/proc");
     EXPECT_EQ(countDumps(remains.file), 1);
     EXPECT_THAT(remains.output, HasSubstr(noticeOf(remains.path)));
 
-    removeFiles();
-    const Remains nowhere = crash("null", {{"TMPDIR", "/proc"}}, "/proc");
+    const Remains nowhere = crash("readNull", {{"TMPDIR", "/proc"}}, "/proc");
     EXPECT_EQ(nowhere.path, "");
     EXPECT_EQ(countDumps(nowhere.error), 1);
     EXPECT_EQ(nowhere.output, "\rKorvexSDK Fatal::EXCEPTION_ACCESS_VIOLATION\n");
-}
-
-TEST_F(kxCrashTest, ManyCrashesLeaveManyDumps)
-{
-    constexpr int kCrashes = 5;
-    int dumps = 0;
-    for (int count = 0; count < kCrashes; ++count) {
-        dumps += countDumps(crash("two").file);
-        removeFiles();
-    }
-    EXPECT_EQ(dumps, kCrashes);
 }
 
 TEST_F(kxCrashTest, ExceptionsOfThreadsBecomeLinesOfOneFile)
 {
     const std::string line =
         "Thread \\d+ threw exception \\('thrown on purpose'\\) outside process\\(\\)\r\n";
-    const Remains lines = crash("process");
+    const Remains lines = crash("throwInThreads");
     EXPECT_EQ(lines.end, kxExited(0));
     EXPECT_TRUE(std::regex_match(lines.file, std::regex(line + line))) << lines.file;
     EXPECT_THAT(lines.output, testing::StartsWith("\r" + noticeOf(lines.path)));
 
-    removeFiles();
-    const Remains mixed = crash("process-null");
+    const Remains mixed = crash("throwAndFault");
     EXPECT_EQ(mixed.end, kxKilledBy(SIGSEGV));
     std::smatch match;
     ASSERT_TRUE(std::regex_search(mixed.file, match, std::regex(line))) << mixed.file;
@@ -223,17 +216,23 @@ TEST_F(kxCrashTest, ExceptionsOfThreadsBecomeLinesOfOneFile)
 
 TEST_F(kxCrashTest, HandlerDoesWithoutWhatCannotBeHad)
 {
-    const Remains locked = crash("locked");
+    const Remains locked = crash("faultInPrinting");
     EXPECT_EQ(locked.end, kxKilledBy(SIGSEGV));
     EXPECT_EQ(countDumps(locked.file), 1);
     EXPECT_EQ(locked.error, "KorvexSDK Fatal::EXCEPTION_ACCESS_VIOLATION\n" + noticeOf(locked.path));
 
-    removeFiles();
-    const Remains forked = crash("fork");
-    EXPECT_EQ(countDumps(forked.file), 1);
-    EXPECT_THAT(forked.file, HasSubstr("0: In unknown(+"));
-    EXPECT_THAT(forked.file, HasSubstr(" module:kxcrasher\r\n"));
-    EXPECT_THAT(forked.error, HasSubstr(noticeOf(forked.path)));
+    const struct {
+        std::string way;
+        kxProcessEnd end;
+    } cases[] = {{"faultInChild", kxExited(0)}, {"faultInReport", kxKilledBy(SIGSEGV)}};
+    for (const auto& c : cases) {
+        const Remains remains = crash(c.way);
+        EXPECT_EQ(remains.end, c.end);
+        EXPECT_EQ(countDumps(remains.file), 1);
+        EXPECT_THAT(remains.file, HasSubstr(": In unknown(+"));
+        EXPECT_THAT(remains.file, HasSubstr(" module:kxcrasher\r\n"));
+        EXPECT_THAT(remains.error, HasSubstr(noticeOf(remains.path)));
+    }
 }
 
 TEST(kxExceptionFilter, ReportsKnownFaultsAndDumpsAll)
@@ -284,9 +283,6 @@ TEST(kxSymbolSearchPath, JoinsWhatIsSetInItsOrder)
     ::setenv("SYSTEMROOT", std::string(1000, 'x').c_str(), 1);
     ::setenv("_NT_ALTERNATE_SYMBOL_PATH", "/b", 1);
     ::setenv("KORVEX_DEBUG_SYMBOLS", "/d;/e", 1);
-    EXPECT_EQ(kxSymbolSearchPath(), directory.path() + ";" + program + ";/b;/d;/e");
-    ::setenv("SYSTEMROOT", "/c", 1);
     ::setenv("_NT_SYMBOL_PATH", "/a", 1);
-    EXPECT_EQ(kxSymbolSearchPath(), directory.path() + ";" + program + ";/a;/b;/c;/d;/e");
-    std::filesystem::current_path("/");
+    EXPECT_EQ(kxSymbolSearchPath(), directory.path() + ";" + program + ";/a;/b;/d;/e");
 }

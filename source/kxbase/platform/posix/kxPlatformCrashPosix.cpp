@@ -85,8 +85,8 @@ void dumpBody(void*)
 {
     // Its first block gives the thread a part of the heap to itself, while there is one to be had. The thread that
     // faults may have locked its own.
-    static void* volatile block;
-    block = std::malloc(1);
+    void* volatile block = std::malloc(1);
+    std::free(block);
     dumpThread.store(kxPlatformThreadId());
     for (;;) {
         for (std::uint32_t step = progress.load(); step != ASKED; step = progress.load())
