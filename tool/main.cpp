@@ -4,6 +4,7 @@
 #include "kxbase/factory/PurlURLManagerInterface.h"
 #include "kxbase/lex/kxArgumentParser.h"
 #include "kxbase/platform/kxPlatformConsole.h"
+#include "kxbase/program/kxProgramExecution.h"
 #include "kxbase/serialize/DummyURLManagerInterface.h"
 #include "kxbase/serialize/kxEncoderURLManager.h"
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
@@ -80,6 +81,7 @@ void relay(int argumentCount, const char* const* arguments)
 int main(int argumentCount, char** arguments)
 {
     kxPlatformConsoleOpenStreams();
+    kxProgramExecution::install();
     try {
         registerSchemes();
         relay(argumentCount, arguments);

@@ -1,5 +1,12 @@
-// The environment of the process.
+// The environment of the process, and where it stands. Safe in a signal handler.
 #pragma once
+
+#include <cstddef>
 
 // The value of a variable, or null when it is not set. Valid until the environment is changed.
 const char* kxPlatformEnvironment(const char* name);
+
+// Absolute paths, without "/" at the end unless that is all. False when the system does not tell, or the path and
+// its terminating zero do not fit.
+bool kxPlatformCurrentDirectory(char* path, std::size_t sizeBytes);
+bool kxPlatformProgramFile(char* path, std::size_t sizeBytes);

@@ -21,6 +21,13 @@ double kxPlatformWallSeconds()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
+std::int32_t kxPlatformUtcOffsetSeconds()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    return ::localtime_r(&now, &local) != nullptr ? static_cast<std::int32_t>(local.tm_gmtoff) : 0;
+}
+
 std::uint64_t kxPlatformCounter()
 {
     const timespec time = timeOf(CLOCK_MONOTONIC);

@@ -2,7 +2,23 @@
 
 #include <cstdlib>
 
+#include <unistd.h>
+
 const char* kxPlatformEnvironment(const char* name)
 {
     return std::getenv(name);
+}
+
+bool kxPlatformCurrentDirectory(char* path, std::size_t sizeBytes)
+{
+    // One that cannot be reached is named without a "/" in front.
+    return ::getcwd(path, sizeBytes) != nullptr && path[0] == '/';
+}
+
+bool kxPlatformProgramFile(char* path, std::size_t sizeBytes)
+{
+    const ssize_t length = ::readlink("/proc/self/exe", path, sizeBytes);
+    if (length <= 0 || static_cast<std::size_t>(length) >= sizeBytes) return false;
+    path[length] = '\0';
+    return true;
 }

@@ -214,9 +214,14 @@ void kxPlatformThreadClose(kxPlatformThread* thread)
     delete thread;
 }
 
+bool kxPosixMayKillCaller()
+{
+    return current != nullptr;
+}
+
 void kxPlatformThreadKillCaller()
 {
-    if (current == nullptr) return;
+    if (!kxPosixMayKillCaller()) return;
     // The next thread gets this one's memory, and must not find values of its own in it.
     for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
     noteOver(*current);

@@ -1,5 +1,6 @@
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 
+#include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
 #include <algorithm>
@@ -19,12 +20,6 @@ constexpr int kNotEndingSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTO
 
 // Set for good when the process begins to end, so that no other thread takes the terminal once more.
 std::atomic<bool> isEnding{false};
-
-void giveBackForGood()
-{
-    isEnding.store(true);
-    kxPosixTerminalMode::giveAllBack();
-}
 
 // Keeps every signal away from a change of the mode: a stop in its middle would leave the terminal to the
 // shell half taken, and changing the mode from the background would stop the process.
@@ -64,7 +59,7 @@ void defaultActionOf(int signal)
 void onEndingSignal(int signal)
 {
     const int error = errno;
-    giveBackForGood();
+    kxPosixTerminalMode::giveAllBackForGood();
     defaultActionOf(signal);
     ::raise(signal);
     errno = error;
@@ -94,18 +89,6 @@ void onStop(int signal)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     installUnlessHandled(signal, onStop);
     errno = error;
-}
-
-// A stack that has overflowed has no room for the handler.
-void installHandlerStack()
-{
-    static char room[64 * 1024];
-    stack_t present{};
-    if (::sigaltstack(nullptr, &present) != 0 || (present.ss_flags & SS_DISABLE) == 0) return;
-    stack_t own{};
-    own.ss_sp = room;
-    own.ss_size = sizeof(room);
-    ::sigaltstack(&own, nullptr);
 }
 
 void changeForConsole(termios& mode)
@@ -172,6 +155,12 @@ void kxPosixTerminalMode::giveAllBack()
     kxPosixConsoleMode.giveBack();
 }
 
+void kxPosixTerminalMode::giveAllBackForGood()
+{
+    isEnding.store(true);
+    giveAllBack();
+}
+
 // A stop that could not be caught leaves the terminal to whoever was in the foreground meanwhile.
 void kxPosixTerminalMode::onContinue(int)
 {
@@ -181,7 +170,7 @@ void kxPosixTerminalMode::onContinue(int)
 
 void kxPosixTerminalMode::installHandlers()
 {
-    installHandlerStack();
+    kxPosixInstallHandlerStack();
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
         const bool ends = std::find(std::begin(kNotEndingSignals), std::end(kNotEndingSignals), signal) ==
                           std::end(kNotEndingSignals);
@@ -189,6 +178,6 @@ void kxPosixTerminalMode::installHandlers()
     }
     installUnlessHandled(SIGTSTP, onStop);
     installUnlessHandled(SIGCONT, onContinue);
-    std::atexit(giveBackForGood);
-    std::at_quick_exit(giveBackForGood);
+    std::atexit(giveAllBackForGood);
+    std::at_quick_exit(giveAllBackForGood);
 }

@@ -33,6 +33,8 @@ public:
     const termios& modeBefore() const { return before_; }
 
     static void giveAllBack();
+    // When the process is about to end.
+    static void giveAllBackForGood();
 
 private:
     static void onContinue(int signal);

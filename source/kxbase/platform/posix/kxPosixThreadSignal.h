@@ -1,4 +1,4 @@
-// The signal that kills a thread. It is an old one that nothing sends any more, and belongs to the library. A
+// Killing threads. The signal that does it is an old one that nothing sends any more, and belongs to the library. A
 // real-time signal would not do, since it is refused when the queue of signals is full.
 #pragma once
 
@@ -12,3 +12,6 @@ inline int kxPosixThreadSignal()
     return SIGRTMAX - 1;
 #endif
 }
+
+// Whether kxPlatformThreadKillCaller would end the calling thread. May be called from a signal handler.
+bool kxPosixMayKillCaller();

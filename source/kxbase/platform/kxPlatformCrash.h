@@ -1,0 +1,92 @@
+// Faults of the program: being called when one happens, the frames of a stack, and what an address belongs to.
+//
+// A fault is caught by the handler on the thread that it happened on. What has to be done about it runs on a dump
+// thread, which may allocate and take locks that the faulting thread does not hold; when that does not come to
+// its end, because the fault left the program in disorder, the handler does without it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Kinds of faults, under the numbers by which crash reports have always known them.
+enum kxPlatformFault : std::uint32_t {
+    KX_FAULT_DATATYPE_MISALIGNMENT = 0x80000002,
+    KX_FAULT_BREAKPOINT = 0x80000003,
+    KX_FAULT_SINGLE_STEP = 0x80000004,
+    KX_FAULT_ACCESS_VIOLATION = 0xC0000005,
+    KX_FAULT_ILLEGAL_INSTRUCTION = 0xC000001D,
+    KX_FAULT_NONCONTINUABLE = 0xC0000025,
+    KX_FAULT_ARRAY_BOUNDS = 0xC000008C,
+    KX_FAULT_FLT_DENORMAL_OPERAND = 0xC000008D,
+    KX_FAULT_FLT_DIVIDE_BY_ZERO = 0xC000008E,
+    KX_FAULT_FLT_INEXACT_RESULT = 0xC000008F,
+    KX_FAULT_FLT_INVALID_OPERATION = 0xC0000090,
+    KX_FAULT_FLT_OVERFLOW = 0xC0000091,
+    KX_FAULT_FLT_STACK_CHECK = 0xC0000092,
+    KX_FAULT_FLT_UNDERFLOW = 0xC0000093,
+    KX_FAULT_INT_DIVIDE_BY_ZERO = 0xC0000094,
+    KX_FAULT_INT_OVERFLOW = 0xC0000095,
+    KX_FAULT_PRIV_INSTRUCTION = 0xC0000096,
+};
+
+struct kxPlatformFrame {
+    std::uintptr_t address;
+    bool isReturnAddress;  // the call stands before it
+};
+constexpr std::uint32_t KX_PLATFORM_MOST_FRAMES = 256;
+
+// A fault with the frames of the thread that it happened on, the faulting one first.
+struct kxPlatformCrash {
+    std::uint32_t fault;
+    std::uint32_t frameCount;
+    kxPlatformFrame frames[KX_PLATFORM_MOST_FRAMES];
+};
+
+// What the program does about a fault, in this order. Those for the handler must neither allocate nor take a lock.
+struct kxPlatformCrashActions {
+    // On the dump thread: writes everything down. Answers whether the fault is handled.
+    bool (*dump)(const kxPlatformCrash& crash);
+    // On the dump thread, after dump: tells the user.
+    void (*tell)();
+    // In the handler, in place of the two when they do not come to their end.
+    bool (*dumpInHandler)(const kxPlatformCrash& crash);
+    void (*tellInHandler)(const kxPlatformCrash& crash);
+};
+
+// Catches faults from now on, stack overflows on the calling thread and on those of kxPlatformThreadStart included;
+// on other threads they end the process. The first fault wins, others wait until it has been dealt with.
+//
+// A fault that is handled ends its thread when that was started by kxPlatformThreadStart, else the process, with
+// the status that a shell gives for such an end. Any other goes on to the handler that was there before, which
+// by default ends the process. The terminal is given back first.
+//
+// Only the first call in a process installs; in a forked child one more call starts the dump thread that the
+// child does not have, and until then the handler does its work. False when the system refuses.
+bool kxPlatformCrashInstall(const kxPlatformCrashActions& actions);
+
+// Fills in the frames of the calling thread, the caller's first. Safe in a signal handler.
+std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity);
+
+// Writes to standard error, in the handler as well. What that does not take within a second is dropped.
+void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes);
+
+// Where an address stands. Texts are cut to fit, and empty where nothing is known.
+struct kxPlatformModule {
+    char name[256];         // of the program's or library's file, without folders
+    std::uintptr_t offset;  // in the module, as its file counts; the address itself when there is no module
+};
+struct kxPlatformSymbol {
+    char function[1024];  // as it is written in the source
+    char file[1024];
+    std::uint32_t line;
+    std::int64_t offset;  // in the function, or where that is not known, in the module
+};
+constexpr std::uint32_t KX_PLATFORM_MOST_SYMBOLS = 16;
+
+// Neither allocates nor locks where the system has a look-up of that kind.
+void kxPlatformCrashModule(std::uintptr_t address, kxPlatformModule& module);
+// Fills in the function that holds the address; calls that the compiler has put into it come before it, the
+// innermost first, and count their offset in that function as well. Answers how many, at least 1. `searchPath` is
+// looked through for symbols that do not stand with their module, by systems that do so; the first call counts.
+std::uint32_t kxPlatformCrashSymbols(const kxPlatformFrame& frame, const char* searchPath,
+                                     kxPlatformSymbol* symbols, std::uint32_t capacity);

@@ -1,0 +1,59 @@
+// Writes down what ends the program against its will. A fault (an access violation, a division by zero and the like)
+// becomes a Fatal message, a crash file with the call stack, and a Notice that names the file; then it goes on as
+// the settings of kxExceptionFilter say. An exception that leaves the process() of a kxThread becomes a line in a
+// crash file.
+//
+//     int main() { kxProgramExecution::install(); ... }
+//
+// After a dump the file is closed. A file that was opened for an exception stays open: what comes next goes there.
+//
+// Ownership: there is one object, made on first use and never destroyed.
+// Threads:   every operation may be called from any thread. For a fault they run on a thread of their own. Should
+//            that be held up for 10 seconds, by a lock that the faulting thread has, the faulting thread writes
+//            the file by itself, with addresses in place of functions; so does a forked child that does not
+//            install again. Messages come behind the file.
+// Errors:    a crash file that cannot be made goes to standard error.
+#pragma once
+
+#include "kxbase/core/kxMutex.h"
+#include "kxbase/program/kxCrashFile.h"
+#include "kxbase/program/kxExceptionReportInterface.h"
+#include "kxbase/thread/kxThreadExceptionInterface.h"
+
+#include <atomic>
+#include <string_view>
+
+struct kxPlatformCrash;
+
+class kxProgramExecution : public kxExceptionReportInterface, public kxThreadExceptionInterface {
+public:
+    static kxProgramExecution& instance();
+    // Catches faults and exceptions of threads from now on; see kxPlatformCrashInstall. False when the system
+    // refuses.
+    static bool install();
+
+    // Who is told of faults, and must stay as long as there can be any; null for this object, as at first.
+    void setReport(kxExceptionReportInterface* report) { report_.store(report != nullptr ? report : this); }
+
+    void reportError(const kxFatalError& error) override;
+    // Writes the header and a line for each item, closes the file and shows the notice.
+    void writeDump(const std::vector<kxStackItem>& items) override;
+    void exceptionLeftProcess(std::uint32_t threadId, const char* text) override;
+
+private:
+    struct Crash;
+    struct Message {
+        std::uint32_t level;
+        kxString text;
+    };
+
+    kxProgramExecution() = default;
+    kxString write(std::string_view text, bool isLast);
+    void say(std::uint32_t level, const kxString& text);
+    void announce(const kxString& path);
+
+    std::atomic<kxExceptionReportInterface*> report_{this};
+    kxMutex mutex_;
+    kxCrashFile file_;               // under the mutex
+    std::vector<Message> heldBack_;  // used by the dump thread only
+};
