@@ -119,9 +119,16 @@ void tellLost(const kxMemoryEntry& entry, std::uint64_t totalBytes)
         send(record.sequence, totalBytes, record.state, data);
 }
 
+void showOwnMessages()
+{
+    if (!kxMessageFilter::passes(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
+}
+
 void reportAtEnd()
 {
-    if (kxMemCheck::isTracking()) kxMemCheck::report();
+    if (!kxMemCheck::isTracking()) return;
+    showOwnMessages();  // the program may have raised the level meanwhile
+    kxMemCheck::report();
 }
 
 }  // namespace
@@ -294,7 +301,7 @@ void kxMemCheck::switchTracking(bool on)
     setDifference(TRACKING, on);
     setDifference(RECORDS, on || table.liveCount() != 0);
     if (!on) return;
-    if (!kxMessageFilter::passes(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
+    showOwnMessages();
     kxPlatformAtEnd(reportAtEnd);
 }
 
