@@ -1,6 +1,9 @@
-// The memory check: a pair of allocation and free among 100,000 live blocks, each pair freeing a block chosen at
-// random. Bare memory of the C library, tracked memory while the check is off and while it is on, and beside it what
-// a program would write for the purpose: malloc and a std::unordered_map of records under a std::mutex.
+// The memory check: a pair of allocation and free beside 100,000 live blocks. "new" pairs free what they have just
+// allocated; "old" pairs free a live block chosen at random, which all the caches have forgotten, and put a new one
+// in its place. Bare memory of the C library, tracked memory while the check is off and while it is on, and beside
+// it what a program would write for the purpose: malloc and a std::unordered_map of records under a std::mutex.
+//
+// With new blocks the map is ahead: its node is the one just freed, and it knows neither threads nor sequences.
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxTrackedMemory.h"
 #include "kxbase/message/kxMessageManager.h"
@@ -55,7 +58,7 @@ const bool hadSecondThread = [] {
     return true;
 }();
 
-template <typename Memory> void pairs(benchmark::State& state)
+template <typename Memory> void pairsOf(benchmark::State& state, bool isOld)
 {
     benchmark::DoNotOptimize(hadSecondThread);
     std::minstd_rand random;
@@ -65,36 +68,28 @@ template <typename Memory> void pairs(benchmark::State& state)
     for (void*& block : blocks) block = Memory::allocate(16 + random() % 100);
     std::size_t turn = 0;
     for (auto _ : state) {
-        void*& block = blocks[choices[turn++ % kChoices]];
+        void*& block = blocks[isOld ? choices[turn % kChoices] : 0];
         Memory::free(block);
-        block = Memory::allocate(16 + turn % 100);
+        block = Memory::allocate(16 + turn++ % 100);
     }
     for (void* block : blocks) Memory::free(block);
 }
 
-void bare(benchmark::State& state)
-{
-    pairs<BareMemory>(state);
-}
-void trackedWhileOff(benchmark::State& state)
-{
-    pairs<TrackedMemory>(state);
-}
-void trackedWhileOn(benchmark::State& state)
+template <typename Memory> void pairs(benchmark::State& state, bool isOld, bool isTracked)
 {
     const std::uint32_t level = kxMessageManager::instance().level();
-    kxMemCheck::setTracking(true);
-    pairs<TrackedMemory>(state);
+    if (isTracked) kxMemCheck::setTracking(true);
+    pairsOf<Memory>(state, isOld);
     kxMemCheck::setTracking(false);
     kxMessageManager::instance().setLevel(level);
 }
-void mapped(benchmark::State& state)
-{
-    pairs<MappedMemory>(state);
-}
-BENCHMARK(bare);
-BENCHMARK(trackedWhileOff);
-BENCHMARK(trackedWhileOn);
-BENCHMARK(mapped);
+BENCHMARK_CAPTURE(pairs<BareMemory>, bare new, false, false);
+BENCHMARK_CAPTURE(pairs<TrackedMemory>, off new, false, false);
+BENCHMARK_CAPTURE(pairs<TrackedMemory>, on new, false, true);
+BENCHMARK_CAPTURE(pairs<MappedMemory>, map new, false, false);
+BENCHMARK_CAPTURE(pairs<BareMemory>, bare old, true, false);
+BENCHMARK_CAPTURE(pairs<TrackedMemory>, off old, true, false);
+BENCHMARK_CAPTURE(pairs<TrackedMemory>, on old, true, true);
+BENCHMARK_CAPTURE(pairs<MappedMemory>, map old, true, false);
 
 }  // namespace
