@@ -83,13 +83,16 @@ template <typename Memory> void pairs(benchmark::State& state, bool isOld, bool 
     kxMemCheck::setTracking(false);
     kxMessageManager::instance().setLevel(level);
 }
-BENCHMARK_CAPTURE(pairs<BareMemory>, bare new, false, false);
-BENCHMARK_CAPTURE(pairs<TrackedMemory>, off new, false, false);
-BENCHMARK_CAPTURE(pairs<TrackedMemory>, on new, false, true);
-BENCHMARK_CAPTURE(pairs<MappedMemory>, map new, false, false);
-BENCHMARK_CAPTURE(pairs<BareMemory>, bare old, true, false);
-BENCHMARK_CAPTURE(pairs<TrackedMemory>, off old, true, false);
-BENCHMARK_CAPTURE(pairs<TrackedMemory>, on old, true, true);
-BENCHMARK_CAPTURE(pairs<MappedMemory>, map old, true, false);
+constexpr auto bare = pairs<BareMemory>;
+constexpr auto tracked = pairs<TrackedMemory>;
+constexpr auto mapped = pairs<MappedMemory>;
+BENCHMARK_CAPTURE(bare, ofNew, false, false);
+BENCHMARK_CAPTURE(tracked, offOfNew, false, false);
+BENCHMARK_CAPTURE(tracked, onOfNew, false, true);
+BENCHMARK_CAPTURE(mapped, ofNew, false, false);
+BENCHMARK_CAPTURE(bare, ofOld, true, false);
+BENCHMARK_CAPTURE(tracked, offOfOld, true, false);
+BENCHMARK_CAPTURE(tracked, onOfOld, true, true);
+BENCHMARK_CAPTURE(mapped, ofOld, true, false);
 
 }  // namespace

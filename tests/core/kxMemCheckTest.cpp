@@ -152,7 +152,9 @@ TEST(kxMemoryTable, RecordsAMillionBlocksAndTakesTheFirstFreeRecord)
     };
     while (add()) {
         const std::size_t last = indices.size() - 1;
-        if (last % 3 == 0) ASSERT_TRUE(take(last));
+        if (last % 3 == 0) {
+            ASSERT_TRUE(take(last));
+        }
     }
     EXPECT_EQ(live, kxMemoryTable::kRecords) << "none is left out before the table is full";
 
