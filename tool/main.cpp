@@ -1,6 +1,7 @@
 // kxrelay: joins two endpoints named by URLs, or pings one of them.
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/factory/PurlURLManagerInterface.h"
 #include "kxbase/lex/kxArgumentParser.h"
 #include "kxbase/platform/kxPlatformConsole.h"
@@ -33,6 +34,7 @@ bool isUsable(const Adapter& adapter)
 // Adds the schemes that the library leaves to its programs.
 void registerSchemes()
 {
+    const kxUntrackedScope scope;  // the registry keeps them as long as the process lives
     kxUrlRegistry& registry = kxUrlRegistry::instance();
     registry.addManager("dummy:", kxMakeRef<DummyURLManagerInterface>());
     registry.addManager("purl:", kxMakeRef<PurlURLManagerInterface>());

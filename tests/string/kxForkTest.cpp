@@ -19,6 +19,8 @@ void useAll(int number)
 {
     data().next() = number;
     static_cast<void>(kxUniqueString(("fork" + std::to_string(number)).c_str()));
+    kxString text("tracked, where the tests run under the memory check");
+    text += "by one allocation more";
 }
 
 TEST(kxFork, AChildFindsNoLockTaken)

@@ -4,6 +4,7 @@
 #include "support/kxPseudoTerminal.h"
 #include "support/kxTempDirectory.h"
 #include "support/kxTestPattern.h"
+#include "support/kxTestSocket.h"
 
 #include <gtest/gtest.h>
 
@@ -134,6 +135,47 @@ TEST_F(kxRelayProcessTest, OpensLayersOnNoDataAndEndsWith0)
     for (const std::string url : {"rand:file:empty", "hex:rand:file:empty", "rand:hex:file:feed"}) {
         EXPECT_EQ(run({"-URL", url}), noticeOf(url, "con:"));
     }
+}
+
+TEST_F(kxRelayProcessTest, LosesNoMemoryWhateverTheScheme)
+{
+    directory.write("in", "\n0a");
+    directory.write("empty", "");
+    kxTestSocket listener = kxTestSocket::listener();
+    const std::string tcp = listener.url("tcp:") + "?blocking=no";
+    const struct {
+        std::string url, output;
+    } cases[] = {
+        {"file:in", "con:"},
+        {"con:", "file:out"},
+        {"rand:file:empty", "con:"},
+        {"rand:hex:file:in", "rand:file:out"},
+        {"hex:b64:file:in", "b64:hex:file:out"},
+        {"file:in", "dummy:"},
+        {"file:in", "udp:127.0.0.1:9?blocking=no"},
+        {"file:in", tcp},
+        {"file:in", "mem:0,0"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.url + " to " + c.output);
+        kxProcessOptions options = optionsOf({"-URL", c.url, "-output", c.output});
+        options.environment["KORVEX_MEMORY_CHECK"] = "yes";
+        kxProcess tool(KX_TEST_TOOL, options);
+        tool.closeInput();
+        EXPECT_EQ(tool.wait(), kxExited(0));
+        EXPECT_NE(tool.output().find("-- End of Lost Memory Report"), std::string::npos);
+        EXPECT_EQ(tool.output().find("Lost mem "), std::string::npos) << tool.output();
+    }
+    kxProcess input(KX_TEST_TOOL,
+                    {.arguments = {"-URL", tcp}, .environment = {{"KORVEX_MEMORY_CHECK", "yes"}}});
+    listener.accept().close();  // the connection of the case above
+    kxTestSocket peer = listener.accept();
+    peer.send("text");
+    EXPECT_TRUE(input.readUntil("text"));
+    peer.close();
+    EXPECT_EQ(input.wait(), kxExited(0));
+    EXPECT_EQ(input.output().find("Lost mem "), std::string::npos) << input.output();
+    EXPECT_TRUE(input.output().ends_with("-----\n\n"));
 }
 
 TEST_F(kxRelayProcessTest, ReadsStandardInputToItsEnd)

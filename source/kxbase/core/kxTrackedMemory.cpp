@@ -1,22 +1,30 @@
 #include "kxbase/core/kxTrackedMemory.h"
 
+#include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
 
 #include <cstdlib>
 
 void* kxTrackedAllocate(std::size_t sizeBytes, const char* file, std::uint32_t line)
 {
-    return kxTrackedReallocate(nullptr, sizeBytes, file, line);
+    void* const block =
+        kxMemCheck::isBare() ? std::malloc(sizeBytes != 0 ? sizeBytes : 1) : kxMemCheck::allocate(sizeBytes);
+    if (block == nullptr) kxThrowBadAlloc(file, line);
+    return block;
 }
 
 void* kxTrackedReallocate(void* block, std::size_t sizeBytes, const char* file, std::uint32_t line)
 {
-    void* const grown = std::realloc(block, sizeBytes != 0 ? sizeBytes : 1);
+    void* const grown = kxMemCheck::isBare() ? std::realloc(block, sizeBytes != 0 ? sizeBytes : 1)
+                                             : kxMemCheck::reallocate(block, sizeBytes);
     if (grown == nullptr) kxThrowBadAlloc(file, line);
     return grown;
 }
 
 void kxTrackedFree(void* block) noexcept
 {
-    std::free(block);
+    if (kxMemCheck::isBare())
+        std::free(block);
+    else
+        kxMemCheck::free(block);
 }

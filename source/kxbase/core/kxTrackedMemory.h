@@ -1,5 +1,6 @@
 // The library's own allocations: string buffers, type names, counted objects, container storage. The blocks are
-// those of the C library, aligned for every fundamental type.
+// those of the C library, or of the allocator that the program has installed, aligned for every fundamental type.
+// kxMemCheck keeps account of them while it is on.
 //
 // Ownership: a block belongs to the caller until it is given to kxTrackedFree.
 // Threads:   every function may be called from any thread, also before main and after it.

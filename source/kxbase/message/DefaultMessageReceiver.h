@@ -10,12 +10,13 @@
 // Errors:    what standard output does not take is dropped.
 #pragma once
 
+#include "kxbase/core/kxMemoryCheck.h"
 #include "kxbase/message/kxAssertDialog.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 
 #include <atomic>
 
-class DefaultMessageReceiver : public kxMessageReceiverInterface {
+class DefaultMessageReceiver : public kxMessageReceiverInterface, public kxMemoryCheck {
 public:
     // The dialog could raise, receivers must not.
     ~DefaultMessageReceiver() noexcept override {}

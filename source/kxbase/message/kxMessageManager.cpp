@@ -2,8 +2,10 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessagePrefix.h"
@@ -26,8 +28,9 @@ constexpr std::uint32_t kDeepestNesting = 16;
 constexpr std::uint32_t kMostNestedSends = 1000;
 constexpr std::uint32_t kLongestStandingBackMilliseconds = 1000;
 
-std::uint32_t levelFromEnvironment()
+std::uint32_t levelAtFirst()
 {
+    if (kxMemCheck::isTracking()) return KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL;
     const char* const setting = kxPlatformEnvironment(kLevelVariable);
     return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
 }
@@ -148,15 +151,19 @@ struct kxMessageManager::Fork {
 
 kxMessageManager& kxMessageManager::instance()
 {
+    const auto make = [] {
+        const kxUntrackedScope scope;
+        return new kxMessageManager;
+    };
     static constinit kxPlatformForkGuard guard{Fork::before, Fork::after, Fork::afterInChild};
-    static kxMessageManager* const manager = new kxMessageManager;
+    static kxMessageManager* const manager = make();
     [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
     return *manager;
 }
 
 kxMessageManager::kxMessageManager() : module_(KX_MODULE_NAME), sender_(module_)
 {
-    setLevel(levelFromEnvironment());
+    setLevel(levelAtFirst());
 }
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
@@ -232,6 +239,7 @@ void kxMessageManager::addDefaultReceiver()
 
 void kxMessageManager::setSender(const kxString& sender)
 {
+    const kxUntrackedScope scope;  // the name lives as long as the process
     change({Change::SENDER, nullptr, sender});
 }
 

@@ -18,9 +18,12 @@ struct kxPlatformForkGuard {
     void (*before)();
     void (*after)();
     void (*afterInChild)() = after;
+    // Its locks may be taken while those of others are held: they come after all others.
+    bool isInnermost = false;
     kxPlatformForkGuard* next = nullptr;  // the platform's own
 };
-// Puts the guard in force until the process ends. The locks of different guards must never be held together.
+// Puts the guard in force until the process ends. The locks of different guards must never be held
+// together, unless the inner ones are of guards that say so.
 void kxPlatformAddForkGuard(kxPlatformForkGuard& guard);
 
 // A thread that was started, until it is closed. Each function that takes one may be called from any thread

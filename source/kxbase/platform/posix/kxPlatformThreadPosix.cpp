@@ -19,7 +19,9 @@ thread_local kxPlatformForkGuard* forkGuardsTaken = nullptr;
 void takeForkGuards()
 {
     forkGuardsTaken = forkGuards.load();
-    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next) guard->before();
+    for (const bool isInnermost : {false, true})
+        for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next)
+            if (guard->isInnermost == isInnermost) guard->before();
 }
 
 void releaseForkGuards()

@@ -1,0 +1,87 @@
+// The memory check: records every allocation of kxTrackedAllocate while it is on, tells of them as they come and go
+// if asked, and lists at the end of the process what was not freed.
+//
+// The environment variable KORVEX_MEMORY_CHECK switches it on for the whole run: "yes" for the report, "trace" for a
+// message at each allocation and free as well, "compact" for the same in lines of bare numbers. Switching it on
+// lowers the message level to Internal Memory, at which its messages are sent, unless that level is shown already.
+// The report comes after all destructors of static objects and exit handlers; not after _exit, quick_exit or a
+// signal. A process that has forked reports for itself, with what it took over from its parent.
+//
+// Recorded are at most 1,000,000 blocks at a time. A block that was recorded stays so until it is freed, whether
+// the check is on by then or not; reallocating counts as a free and an allocation.
+//
+// Lines are built from, in this order: the thread's id, the size, the address, the index of the record (trace) or
+// nothing (report), the sequence number, the bytes recorded in all, the thread's state (report). Where nobody has
+// said anything of a block, its data is "?".
+//
+// Threads: every function may be called from any thread, also before main and after it. One mutex guards the records;
+//          messages are sent when it is free again, and what is allocated on their way is not recorded.
+// Errors:  tracking never fails an allocation: what cannot be recorded stays untracked.
+#pragma once
+
+#include "kxbase/core/kxMemoryAllocatorInterface.h"
+#include "kxbase/core/kxMemoryTable.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+class kxMemCheck {
+public:
+    kxMemCheck() = delete;
+
+    static void setTracking(bool on);
+    static bool isTracking();
+    // Messages for each allocation and free, while tracking is on.
+    static void setTrace(bool on);
+    static void setCompact(bool on);
+    // The value that records of the calling thread carry from now on; 0 at first.
+    static void setThreadState(std::int32_t state) noexcept;
+    // What lines about a recorded block are to say; null for nothing. The texts must outlive the block.
+    static void describe(const void* block, const char* data, const char* description = nullptr);
+    // Sends the lost-memory report with what is recorded now.
+    static void report();
+
+    // Replaces the C library as the source of tracked memory. False, and nothing is changed, after the first
+    // tracked allocation.
+    static bool setAllocator(kxMemoryAllocatorInterface& allocator);
+
+private:
+    friend void* kxTrackedAllocate(std::size_t, const char*, std::uint32_t);
+    friend void* kxTrackedReallocate(void*, std::size_t, const char*, std::uint32_t);
+    friend void kxTrackedFree(void*) noexcept;
+
+    struct Line;
+
+    // What sets tracked memory apart from bare memory of the C library.
+    enum Difference : std::uint32_t {
+        NONE = 0,
+        FRESH = 1,      // nothing has been allocated yet
+        TRACKING = 2,   // tracking is on
+        RECORDS = 4,    // blocks are recorded
+        INSTALLED = 8,  // there is an allocator
+    };
+
+    static bool isBare() noexcept { return differences_.load(std::memory_order_relaxed) == NONE; }
+    static bool differsBy(Difference difference) noexcept
+    {
+        return (differences_.load(std::memory_order_relaxed) & difference) != 0;
+    }
+    static void setDifference(Difference difference, bool on) noexcept;
+
+    static void* allocate(std::size_t sizeBytes);
+    static void* reallocate(void* block, std::size_t sizeBytes);
+    static void free(void* block) noexcept;
+
+    static void begin();
+    static void beginAllocating();
+    static void applyEnvironment();
+    static void switchTracking(bool on);
+    static bool isRecording();
+    static void record(const void* block, std::size_t sizeBytes, const kxMemoryTexts& texts = {});
+    static bool makeTable();
+    static bool take(const void* block, Line& line);
+    static void putBack(const kxMemoryEntry& entry);
+
+    static constinit std::atomic<std::uint32_t> differences_;
+};

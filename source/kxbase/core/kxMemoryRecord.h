@@ -1,0 +1,27 @@
+// What the memory check keeps of one tracked block.
+#pragma once
+
+#include <cstdint>
+
+struct kxMemoryRecord {
+    std::uint64_t address = 0;  // 0 in a record that is free
+    std::uint64_t sizeBytes = 0;
+    std::uint32_t thread = 0;    // the system's id of the thread that allocated it
+    std::uint32_t sequence = 0;  // how many tracked allocations came before
+    std::int32_t state = 0;      // the thread's own value at that time
+    std::uint64_t reserved = 0;
+};
+static_assert(sizeof(kxMemoryRecord) == 40);
+
+// What the allocating code has said of a block. Null when it said nothing.
+struct kxMemoryTexts {
+    const char* data = nullptr;
+    const char* description = nullptr;
+};
+
+// A record with everything that a line about it shows.
+struct kxMemoryEntry {
+    kxMemoryRecord record = {};
+    kxMemoryTexts texts = {};
+    std::uint32_t index = 0;  // of the record in its table
+};

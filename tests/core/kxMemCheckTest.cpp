@@ -1,0 +1,180 @@
+#include "kxbase/core/kxMemCheck.h"
+#include "kxbase/core/kxTrackedMemory.h"
+#include "support/kxProcess.h"
+#include "support/kxTestRandom.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <utility>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr const char* kBegin =
+    "-- Korvex3D Lost Memory Report ----------------------------------------------";
+constexpr const char* kEnd = "-- End of Lost Memory Report -----------------------------------------------";
+
+// What the program says of a block that it has lost.
+struct Lost {
+    unsigned thread = 0, sizeBytes = 0;
+    unsigned long long address = 0;
+};
+
+std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string text(const char* format, ...)
+{
+    char buffer[300];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(buffer, sizeof(buffer), format, values);
+    va_end(values);
+    return buffer;
+}
+
+class kxMemCheckTest : public testing::Test {
+protected:
+    // Runs the program that loses memory; what it says of the blocks goes to lost_, its messages are answered.
+    Lines run(const std::string& setting, std::vector<std::string> arguments = {})
+    {
+        kxProcessOptions options{.arguments = std::move(arguments)};
+        if (!setting.empty()) options.environment["KORVEX_MEMORY_CHECK"] = setting;
+        options.environment["KORVEX_MESSAGE_LEVEL"] = "Warning";
+        kxProcess program(KX_TEST_LOSER, options);
+        EXPECT_EQ(program.wait(), kxExited(0));
+        std::istringstream output(program.output());
+        const std::string prefix = "\rKorvexSDK Internal Memory::";
+        Lines messages;
+        for (std::string line; std::getline(output, line);) {
+            Lost lost;
+            if (line.starts_with(prefix))
+                messages.push_back(line.substr(prefix.size()));
+            else if (std::sscanf(line.c_str(), "%x %u %llx", &lost.thread, &lost.sizeBytes, &lost.address) ==
+                     3)
+                lost_.push_back(lost);
+            else
+                EXPECT_EQ(line, "") << "each text ends with a line feed of its own";
+        }
+        return messages;
+    }
+
+    std::vector<Lost> lost_;
+};
+
+}  // namespace
+
+TEST_F(kxMemCheckTest, ListsEveryLostBlockAtTheVeryEnd)
+{
+    const Lines lines = run("yes");
+    constexpr unsigned sequences[] = {1, 3, 5, 7, 8};
+    constexpr int states[] = {0, -7, 0, -7, -7};
+    Lines expected{kBegin};
+    ASSERT_EQ(lost_.size(), std::size(sequences));
+    for (std::size_t at = 0; at < lost_.size(); ++at) {
+        const auto& [thread, size, address] = lost_[at];
+        const bool isDescribed = size == 100;
+        expected.push_back(
+            text("!! (thread:0x%x) Lost mem %u bytes at 0x%llx (data:%s) (count:%u) (tot:3129) "
+                 "(state:%d)%s",
+                 thread, size, address, isDescribed ? "texture" : "?", sequences[at], states[at],
+                 isDescribed ? " -> kept by %s" : ""));
+    }
+    expected.push_back(kEnd);
+    EXPECT_EQ(lines, expected);
+}
+
+TEST_F(kxMemCheckTest, TracesInWordsAndInNumbers)
+{
+    const Lines words = run("trace");
+    const Lost first = lost_.at(0);
+    EXPECT_THAT(words, testing::IsSupersetOf(
+                           {text("--!! (Thread:0x%x) Malloc 24 bytes at 0x%llx (index:1) (count:1) (tot:48)",
+                                 first.thread, first.address),
+                            std::string(kBegin)}));
+    using testing::EndsWith;
+    EXPECT_THAT(words, testing::Contains(EndsWith("(index:2) (count:2) (tot:48)")));
+    EXPECT_THAT(words, testing::Contains(EndsWith("(index:4) (count:4) (tot:148)->freed")));
+
+    lost_.clear();
+    const Lines numbers = run("compact");
+    const auto& [thread, size, address] = lost_.at(0);
+    EXPECT_THAT(numbers, testing::IsSupersetOf({text("M %u 24 %llu 1 1 48 ?", thread, address),
+                                                text("L %u 24 %llu 1 3129 0 * ?", thread, address)}));
+    EXPECT_THAT(numbers, testing::Contains(testing::MatchesRegex("F [0-9]+ 7 [0-9]+ 2 2 48 \\?")));
+    EXPECT_THAT(numbers, testing::Contains(testing::MatchesRegex("F [0-9]+ 9 [0-9]+ 4 4 148 freed")));
+    EXPECT_THAT(numbers, testing::Contains(testing::EndsWith(" 3 3129 -7 kept by %s texture")));
+}
+
+TEST_F(kxMemCheckTest, SaysNothingUnlessItIsOn)
+{
+    for (const char* setting : {"", "no", "YES?"}) EXPECT_EQ(run(setting), Lines()) << setting;
+}
+
+TEST_F(kxMemCheckTest, TakesItsTableFromAnAllocatorThatCameFirst)
+{
+    kxProcess program(KX_TEST_LOSER, {.arguments = {"own"}, .environment = {{"KORVEX_MEMORY_CHECK", "yes"}}});
+    EXPECT_EQ(program.wait(), kxExited(0));
+    // The table and one string; too late the second time.
+    EXPECT_TRUE(program.output().starts_with("1 2 40000000 0\n")) << program.output();
+}
+
+// Against a list of what each block got, across the point where the table has been filled once.
+TEST(kxMemoryTable, RecordsAMillionBlocksAndTakesTheFirstFreeRecord)
+{
+    constexpr std::uint32_t kNone = UINT32_MAX;
+    constexpr std::uint64_t kStep = 16;
+    const auto table = std::make_unique<kxMemoryTable>();
+    std::vector<kxMemoryRecord> room(kxMemoryTable::kRecords);
+    table->setRoom(room.data());
+    std::vector<std::uint32_t> indices{kNone};  // by address
+    std::uint64_t total = 0, live = 0;
+    const auto add = [&] {
+        const std::uint64_t size = indices.size() % 77;
+        const auto index = table->add({.address = indices.size() * kStep, .sizeBytes = size}, {});
+        if (!index) return false;
+        indices.push_back(*index);
+        total += size;
+        ++live;
+        return true;
+    };
+    const auto take = [&](std::size_t number) {
+        const auto entry = table->take(number * kStep);
+        total -= number % 77;
+        --live;
+        return entry && entry->index == std::exchange(indices[number], kNone) &&
+               entry->record.sizeBytes == number % 77;
+    };
+    while (add()) {
+        const std::size_t last = indices.size() - 1;
+        if (last % 3 == 0) {
+            ASSERT_TRUE(take(last));
+        }
+    }
+    EXPECT_EQ(live, kxMemoryTable::kRecords) << "none is left out before the table is full";
+
+    kxTestRandom random(1);
+    std::set<std::uint32_t> free;
+    for (int round = 0; round < 20000; ++round) {
+        const std::size_t chosen = random() % indices.size();
+        if (random() % 3 != 0 && indices[chosen] != kNone) {
+            free.insert(indices[chosen]);
+            ASSERT_TRUE(take(chosen));
+        } else {
+            ASSERT_EQ(add(), !free.empty());
+            if (free.empty()) continue;
+            ASSERT_EQ(indices.back(), *free.begin());
+            free.erase(free.begin());
+        }
+    }
+    EXPECT_EQ(table->totalBytes(), total);
+    EXPECT_FALSE(table->take(kStep / 2)) << "no block has this address";
+    std::vector<kxMemoryEntry> entries(table->liveCount());
+    EXPECT_EQ(table->copyLive(entries.data()), live);
+    for (const auto& entry : entries) ASSERT_EQ(indices.at(entry.record.address / kStep), entry.index);
+}
