@@ -1,6 +1,7 @@
 // kxrelay: joins two endpoints named by URLs, or pings one of them.
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/factory/PurlURLManagerInterface.h"
 #include "kxbase/lex/kxArgumentParser.h"
 #include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/serialize/DummyURLManagerInterface.h"
@@ -33,6 +34,7 @@ void registerSchemes()
 {
     kxUrlRegistry& registry = kxUrlRegistry::instance();
     registry.addManager("dummy:", kxMakeRef<DummyURLManagerInterface>());
+    registry.addManager("purl:", kxMakeRef<PurlURLManagerInterface>());
     registry.addManager("hex:", kxMakeRef<kxEncoderURLManager<kxSerializeAdapterBCDEncoder>>());
     registry.addManager("b64:", kxMakeRef<kxEncoderURLManager<kxSerializeAdapterBase64Encoder>>());
 }

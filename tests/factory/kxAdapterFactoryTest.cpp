@@ -1,3 +1,4 @@
+#include "kxbase/factory/PurlURLManagerInterface.h"
 #include "kxbase/serialize/DummyURLManagerInterface.h"
 #include "kxbase/serialize/kxEncoderURLManager.h"
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
@@ -42,7 +43,7 @@ class kxAdapterFactoryTest : public testing::Test {
 protected:
     ~kxAdapterFactoryTest() noexcept override
     {
-        for (const char* scheme : {"file:", "test:", "other:", ""}) registry.removeManager(scheme);
+        for (const char* scheme : {"file:", "purl:", "test:", "other:", ""}) registry.removeManager(scheme);
         registry.removeUrl(kxGUID(kGuidText));
     }
     void serve(const char* scheme, Manager::Create create)
@@ -77,6 +78,7 @@ TEST_F(kxAdapterFactoryTest, EveryFailureHasItsTextAndItsLevel)
         if (url == "test:reason") *errorOut = "manager's reason";
         return url == "test:error" ? kxFailedAdapter("%s is no format") : nullptr;
     });
+    EXPECT_TRUE(registry.addManager("purl:", kxMakeRef<PurlURLManagerInterface>()));
     // The message with the URL in the place of '@'; what is behind a '|' is also the reason.
     const struct {
         std::string text;
@@ -93,6 +95,12 @@ TEST_F(kxAdapterFactoryTest, EveryFailureHasItsTextAndItsLevel)
         {"Wrong syntax in (adapt:address) adapter arguments (@)", {"adapt:x", "adapt:1,1"}},
         {"URL Adapter (@) Error:|No adapter at this address", {"adapt:4096"}},
         {"URL Adapter (@) Error:|Could not create URL Adapter 'none:x'", {"rand:none:x"}},
+        {"Wrong syntax in (zip:{archive url},file) adapter arguments (@)",
+         {"zip:", "zip:{a}", "zip:{a},", "zip:{a},?x", "zip:a,b"}},
+        {"URL Adapter (@) Error:|ZIP archives are not supported", {"zip:{file:a?b},c/d", "zip:{},1?x"}},
+        {"URL Adapter (@) Error:|Wrong syntax in (purl:name,url) adapter arguments (@)",
+         {"purl:", "purl:file:a", "purl:n,?x"}},
+        {"URL Adapter (@) Error:|Could not create URL Adapter '12'", {"purl:n,12"}},
         {"Unknown GUID URL in getAdapter", {kUnknownGuid, "{}"}},
         {"Unknown GUID URLName in getAdapter",
          {std::string("file:") + kUnknownGuid, std::string("file:") + kBadGuid + "?a"}},
@@ -102,9 +110,11 @@ TEST_F(kxAdapterFactoryTest, EveryFailureHasItsTextAndItsLevel)
             SCOPED_TRACE(url);
             const std::size_t bar = c.text.find('|');
             std::string message = c.text.substr(0, bar);
-            if (const std::size_t mark = message.find('@'); mark != std::string::npos)
-                message.replace(mark, 1, url);
-            const std::string expected = bar != std::string::npos ? c.text.substr(bar + 1) : message;
+            std::string expected = bar != std::string::npos ? c.text.substr(bar + 1) : message;
+            for (std::string* text : {&message, &expected}) {
+                if (const std::size_t mark = text->find('@'); mark != std::string::npos)
+                    text->replace(mark, 1, url);
+            }
             if (message.ends_with("Error:")) message += expected;
 
             recorder.takeTexts();
@@ -241,6 +251,20 @@ TEST_F(kxAdapterFactoryTest, ManagersComeBeforeTheBuiltInSchemes)
     });
     EXPECT_TRUE(open("test:"));
     EXPECT_TRUE(!open("test:") && open("other:"));
+}
+
+TEST_F(kxAdapterFactoryTest, APurlGivesItsNameToTheAdapterOfTheUrlBehindIt)
+{
+    const kxTempDirectory directory;
+    const std::string file = "file:" + directory.write("a?b", "abc");
+    EXPECT_EQ(open("purl:n," + file + "?"), nullptr) << "not registered";
+    EXPECT_TRUE(registry.addManager("purl:", kxMakeRef<PurlURLManagerInterface>()));
+
+    const Adapter adapter = open("purl:n," + file + "?x=1&y");
+    EXPECT_EQ(take(adapter), "abc");
+    EXPECT_EQ(adapter->getScheme() + adapter->getName() + "?" + adapter->getOptions(), "purl:n?x=1&y");
+    EXPECT_EQ(open("purl:," + file + "?")->getName(), "");
+    EXPECT_EQ(open("purl:1,purl:2," + file + "?")->getName(), "1");
 }
 
 TEST_F(kxAdapterFactoryTest, AFlushOfAnEncoderReachesWhatIsBelowAndLosesNoText)

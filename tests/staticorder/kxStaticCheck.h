@@ -6,6 +6,7 @@
 #pragma once
 
 #include "kxbase/containers/kxRefDict.h"
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxThreadSafeReference.h"
 #include "kxbase/string/kxStringCompareInterface.h"
 #include "kxbase/string/kxUniqueString.h"
@@ -28,7 +29,7 @@ struct kxStaticCheck {
     {
         objects.insert("object", kxMakeRef<kxThreadSafeReference>());
         const bool works = *objects.find("object")->getType().name() == 'k' && units > 0 &&
-                           *kxString("wide").wide() == u'w' &&
+                           *kxString("wide").wide() == u'w' && kxTranslate("none") == "none" &&
                            kxUniqueString("a unit's own").uniqueId() > 16 &&
                            kxUniqueString("array").uniqueId() == KX_UNIQUE_ARRAY;
         if (!works) std::_Exit(2);

@@ -1,7 +1,9 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/factory/kxUrlPieces.h"
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/platform/kxPlatformMemory.h"
+#include "kxbase/protocol/kxSerializeAdapterHttp.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
 #include "kxbase/serialize/kxLivingAdapters.h"
@@ -67,6 +69,7 @@ struct Request {
 // What is left to do with the answer of a scheme.
 enum class Then {
     kCheckAndRecord,
+    kKeepName,    // the same, but for the name
     kCheckOnly,   // belongs to somebody else and stays as it is
     kAlreadyTold  // the failure has been told
 };
@@ -133,6 +136,14 @@ Made findAdapter(const Request& request)
     return {adapter, Then::kCheckOnly};
 }
 
+Made makeArchive(const Request& request)
+{
+    kxUrlPieces pieces;
+    if (!pieces.read(request.url, "zip:%\" $ '{' [^}]* '},' fPush $ [^?]+ fPush '?'? \"%e"))
+        return wrongSyntax(request, "Wrong syntax in (zip:{archive url},file) adapter arguments (%s)");
+    return {kxFailedAdapter(kxTranslate("ZIP archives are not supported"))};
+}
+
 Made makeConsole(const Request&)
 {
     return {kxMakeRef<kxSerializeAdapterStdIO>()};
@@ -155,13 +166,15 @@ constexpr struct {
     std::string_view scheme;
     Made (*make)(const Request& request);
 } kSchemes[] = {
-    {"file:", makeFile},                                // path
-    {"mem:", makeMemory},                               // address,length
-    {"adapt:", findAdapter},                            // address
-    {"con:", makeConsole},                              // none
-    {"rand:", makeRandomAccess},                        // URL
-    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},  // [host][:port]
-    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},  // host[:port]
+    {"file:", makeFile},                                  // path
+    {"mem:", makeMemory},                                 // address,length
+    {"adapt:", findAdapter},                              // address
+    {"zip:", makeArchive},                                // {URL of the archive},file in it
+    {"con:", makeConsole},                                // none
+    {"rand:", makeRandomAccess},                          // URL
+    {"udp:", makeBehindScheme<kxSerializeAdapterUDP>},    // [host][:port]
+    {"tcp:", makeBehindScheme<kxSerializeAdapterTCP>},    // host[:port]
+    {"http:", makeBehindScheme<kxSerializeAdapterHttp>},  // [user@]host[:port][/path]
 };
 
 // ---- from the URL to the adapter
@@ -227,7 +240,7 @@ Made make(const Request& request)
         kxString reason;  // what the manager says of a failure, which the built-in scheme may make good
         const Adapter adapter =
             manager->create(request.url, request.mode, request.flags, request.context, &reason);
-        if (adapter) return {adapter};
+        if (adapter) return {adapter, manager->namesAdapters() ? Then::kKeepName : Then::kCheckAndRecord};
     }
     for (const auto& row : kSchemes) {
         if (request.parts.scheme == row.scheme) return row.make(request);
@@ -246,11 +259,11 @@ bool isInError(const Request& request, kxSerializeAdapter& adapter)
 
 // Records on the adapter where it came from. An adapter that named itself keeps its name when the URL has no
 // final component.
-void record(kxSerializeAdapter& adapter, const Request& request)
+void record(kxSerializeAdapter& adapter, const Request& request, bool keepsName)
 {
     adapter.setScheme(request.parts.scheme);
     adapter.setAddress(request.parts.address);
-    if (!request.parts.name.isEmpty()) adapter.setName(request.parts.name);
+    if (!keepsName && !request.parts.name.isEmpty()) adapter.setName(request.parts.name);
     adapter.setContext(request.context);
     adapter.setOptions(request.parts.options);
     adapter.setFlags(request.flags & ~KX_SERIALIZE_SILENT);
@@ -279,6 +292,6 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
         return {};
     }
     if (isInError(request, *made.adapter)) return {};
-    if (made.then != Then::kCheckOnly) record(*made.adapter, request);
+    if (made.then != Then::kCheckOnly) record(*made.adapter, request, made.then == Then::kKeepName);
     return made.adapter;
 }

@@ -189,11 +189,36 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             if (fault_ != nullptr) break;
             at = code + at->b;
             continue;
+        case KX_OP_SWITCH:
+            if (hasUnit())
+                at = code + program.tables[at->a][std::min(units[position], kxUnitSet::kHigh)];
+            else if (fault_ != nullptr)
+                break;
+            else
+                ++at;
+            continue;
         case KX_OP_TEXT: {
             store();
             const bool matches = takeText(*at);
             loadInput();
             if (!matches) break;
+            ++at;
+            continue;
+        }
+        case KX_OP_SPAN: {
+            const kxProgramSet& set = program.sets[at->a];
+            const std::uint32_t start = position;
+            while (position != end && set.contains(units[position])) ++position;
+            if (position == end) [[unlikely]] {
+                position = start;
+                store();
+                const bool matches = takeRun(set, {at->b, KX_RULE_UNLIMITED}, end - start);
+                loadInput();
+                if (!matches) break;
+            } else if (position - start < at->b) {
+                position = start;
+                break;
+            }
             ++at;
             continue;
         }
@@ -206,7 +231,7 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             while (taken != most && set.contains(first[taken])) ++taken;
             if (position + taken == end && taken != bounds.maximum) [[unlikely]] {
                 store();
-                const bool matches = takeRun(*at, taken);
+                const bool matches = takeRun(set, bounds, taken);
                 loadInput();
                 if (!matches) break;
             } else {
@@ -271,9 +296,11 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
         case KX_OP_UNKNOWN:
             store();
             return KX_LEX_ERROR;
-        default:
+        case KX_OP_DONE:
             store();
             return KX_LEX_OK;
+        default:
+            __builtin_unreachable();
         }
         store();
         if (fault_ != nullptr) return KX_LEX_ERROR;
@@ -313,10 +340,8 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
 }
 
 // Goes on with a run that has come to the end of what was read.
-bool kxMatchMachine::takeRun(const kxInstruction& instruction, std::uint32_t taken)
+bool kxMatchMachine::takeRun(const kxProgramSet& set, const kxProgramBounds& bounds, std::uint32_t taken)
 {
-    const kxProgramSet& set = program_->sets[instruction.a];
-    const kxProgramBounds& bounds = program_->bounds[instruction.b];
     const bool wasShort = isShort_;
     while (taken != bounds.maximum) {
         if (position_ + taken == end_ && !more()) {

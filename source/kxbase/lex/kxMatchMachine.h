@@ -57,7 +57,7 @@ private:
     void start(const kxRuleProgram& program);
     bool more();
     bool takeText(const kxInstruction& instruction);
-    bool takeRun(const kxInstruction& instruction, std::uint32_t taken);
+    bool takeRun(const kxProgramSet& set, const kxProgramBounds& bounds, std::uint32_t taken);
     bool enterRule(const kxInstruction& instruction);
     void leaveRule();
     bool push(const Frame& frame);

@@ -17,7 +17,9 @@ constexpr std::uint32_t kInlineCode = 65536;
 // Alternatives that are compared with one; among more, some will begin alike.
 constexpr std::uint32_t kComparedAlternatives = 64;
 constexpr std::uint32_t kSingleDepth = 8;
-constexpr kxProgramBounds kAtLeastOne{1, KX_RULE_UNLIMITED};
+// Fewer alternatives are told apart by their tests.
+constexpr std::uint32_t kSwitchAlternatives = 3;
+constexpr std::size_t kMostTables = 4096;
 
 class Compiler {
 public:
@@ -49,8 +51,8 @@ public:
         const kxRuleNode& node = nodeAt(step.node);
         if (!isInlined_) offset_ = node.offset;
         if (step.node == std::exchange(runNode_, kNone))
-            return emit(KX_OP_RUN, singleSet(*rule_, step.node, kSingleDepth), boundsIndex(kAtLeastOne));
-        step.chain = step.place = kNone;
+            return emit(KX_OP_SPAN, singleSet(*rule_, step.node, kSingleDepth), 1);
+        step.chain = step.place = step.table = kNone;
         switch (node.kind) {
         case KX_RULE_LITERAL:
             return literal(node);
@@ -63,6 +65,8 @@ public:
             return name(step.node);
         case KX_RULE_REPEAT:
             return beginRepeat(step, node);
+        case KX_RULE_CHOICE:
+            return beginChoice(step, node);
         default:
             return true;
         }
@@ -171,16 +175,40 @@ private:
 
     // ---- choices and differences
 
+    // A table leads past the tests of the alternatives to the first that can begin with the next unit.
+    bool beginChoice(kxRuleStep& step, const kxRuleNode& node)
+    {
+        std::uint32_t alternatives = 0;
+        for (std::uint32_t child = node.firstChild; child != kNone && alternatives < kSwitchAlternatives;
+             child = nodeAt(child).next)
+            ++alternatives;
+        if (isPlain_ || alternatives < kSwitchAlternatives || rule_->first[node.firstChild].hasNothing() ||
+            program_.tables.size() == kMostTables)
+            return true;
+        step.table = static_cast<std::uint32_t>(program_.tables.size());
+        program_.tables.emplace_back().fill(kNone);
+        emit(KX_OP_SWITCH, step.table);
+        return true;
+    }
+    void addToTable(std::uint32_t table, const kxUnitSet& units, std::uint32_t target)
+    {
+        if (table == kNone) return;
+        kxProgramTable& targets = program_.tables[table];
+        for (char16_t unit = 0; unit < targets.size(); ++unit) {
+            if (targets[unit] == kNone && units.contains(unit)) targets[unit] = target;
+        }
+    }
     // Ends the alternative before and prepares the next one.
     void beginAlternative(kxRuleStep& step)
     {
         if (step.child != 0) endAlternative(step);
         const std::uint32_t next = nodeAt(step.nextChild).next;
-        if (next == kNone) return;
+        if (next == kNone) return addToTable(step.table, kxUnitSet::all(), here());
         const kxUnitSet& first = rule_->first[step.nextChild];
         step.place = here();
         const bool isTested = !isPlain_ && !first.hasNothing();
         if (isTested) emit(KX_OP_TEST, setOf(first));
+        addToTable(step.table, isTested ? first : kxUnitSet::all(), here());
         // Where no later alternative can begin like this one, there is nothing to come back for.
         if (!isTested || overlapsLater(first, next)) emit(KX_OP_CHOICE);
     }
@@ -237,7 +265,8 @@ private:
     {
         if (node.maximum == 0) return false;
         const std::uint32_t set = singleSet(*rule_, node.firstChild, kSingleDepth);
-        if (set != kNone) return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
+        if (set != kNone) return emitRun(set, node);
+        takeCharactersFirst(node);
         const kxUnitSet& first = rule_->first[node.firstChild];
         const kxProgramBounds bounds = boundsOf(node);
         if (!isPlain_ && node.minimum == 0 && !first.hasNothing()) {
@@ -255,6 +284,21 @@ private:
         if (nodeAt(node.firstChild).kind == KX_RULE_CHOICE) rounds_ = node.firstChild;
         if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild, bounds);
         return true;
+    }
+    bool emitRun(std::uint32_t set, const kxRuleNode& node)
+    {
+        if (node.maximum == KX_RULE_UNLIMITED) return emit(KX_OP_SPAN, set, node.minimum);
+        return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
+    }
+    // Rounds that try one character first may begin with all such characters; often nothing else comes behind them.
+    void takeCharactersFirst(const kxRuleNode& node)
+    {
+        const kxRuleNode& round = nodeAt(node.firstChild);
+        if (isPlain_ || node.minimum != 0 || node.maximum != KX_RULE_UNLIMITED ||
+            round.kind != KX_RULE_CHOICE)
+            return;
+        const std::uint32_t set = singleSet(*rule_, round.firstChild, kSingleDepth);
+        if (set != kNone) emit(KX_OP_SPAN, set, 0);
     }
     // Characters that are matched round by round may as well be taken all at once: where rounds are not limited, an
     // alternative that is one character and comes first, or begins like no other.
@@ -283,7 +327,7 @@ private:
         if (set_.isWide()) wanted.removeHigh();
         const std::uint32_t set = setOf(wanted);
         emit(KX_OP_TEST, set, here() + 3);
-        emit(KX_OP_RUN, set, boundsIndex(kAtLeastOne));
+        emit(KX_OP_SPAN, set, 1);
         emit(KX_OP_AGAIN, boundsIndex(bounds), step.place);
     }
     void endRepeat(const kxRuleStep& step, const kxRuleNode& node)

@@ -1,15 +1,27 @@
 #include "kxbase/lex/kxRuleProgram.h"
 
-#include "kxbase/lex/kxUnitSet.h"
 #include "kxbase/string/kxUtf.h"
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 
 namespace {
 
 // What an operand is, for printing.
-enum class Operand : std::uint8_t { kNone, kUnit, kText, kSet, kBounds, kTarget, kRule, kFunction, kName };
+enum class Operand : std::uint8_t {
+    kNone,
+    kUnit,
+    kText,
+    kSet,
+    kTable,
+    kLeast,
+    kBounds,
+    kTarget,
+    kRule,
+    kFunction,
+    kName
+};
 
 constexpr struct {
     const char* name;
@@ -17,8 +29,9 @@ constexpr struct {
     Operand b;
 } kOperations[] = {
     {"unit", Operand::kUnit, Operand::kNone},      {"text", Operand::kText, Operand::kNone},
-    {"set", Operand::kSet, Operand::kNone},        {"run", Operand::kSet, Operand::kBounds},
-    {"test", Operand::kSet, Operand::kTarget},     {"choice", Operand::kNone, Operand::kTarget},
+    {"set", Operand::kSet, Operand::kNone},        {"span", Operand::kSet, Operand::kLeast},
+    {"run", Operand::kSet, Operand::kBounds},      {"test", Operand::kSet, Operand::kTarget},
+    {"switch", Operand::kTable, Operand::kNone},   {"choice", Operand::kNone, Operand::kTarget},
     {"commit", Operand::kNone, Operand::kTarget},  {"refuse", Operand::kNone, Operand::kNone},
     {"jump", Operand::kNone, Operand::kTarget},    {"repeat", Operand::kBounds, Operand::kTarget},
     {"again", Operand::kBounds, Operand::kTarget}, {"call", Operand::kRule, Operand::kTarget},
@@ -45,6 +58,16 @@ std::string printed(const kxProgramSet& set)
     return units.print() + (set.exceptions.empty() ? "" : " except '" + narrow(set.exceptions) + "'");
 }
 
+// The units of each target, in the order of the targets.
+std::string printed(const kxProgramTable& table)
+{
+    std::map<std::uint32_t, kxUnitSet> units;
+    for (char16_t unit = 0; unit < table.size(); ++unit) units[table[unit]].add(unit);
+    std::string text;
+    for (const auto& [target, set] : units) text += " " + set.print() + " " + std::to_string(target);
+    return text;
+}
+
 std::string printed(const kxProgramBounds& bounds)
 {
     const bool isOpen = bounds.maximum == KX_RULE_UNLIMITED;
@@ -63,6 +86,10 @@ std::string printed(const kxRuleProgram& program, const kxInstruction& instructi
         return " '" + narrow(std::u16string_view(program.texts).substr(operand, instruction.b)) + "'";
     case Operand::kSet:
         return " " + printed(program.sets[operand]);
+    case Operand::kTable:
+        return printed(program.tables[operand]);
+    case Operand::kLeast:
+        return " {" + std::to_string(operand) + ",*}";
     case Operand::kBounds:
         return " " + printed(program.bounds[operand]);
     case Operand::kTarget:

@@ -7,7 +7,9 @@
 
 #include "kxbase/lex/kxFuncInfo.h"
 #include "kxbase/lex/kxRuleInfo.h"
+#include "kxbase/lex/kxUnitSet.h"
 
+#include <array>
 #include <compare>
 #include <memory>
 
@@ -15,8 +17,10 @@ enum kxOperation : std::uint8_t {
     KX_OP_UNIT,     // takes the unit `a`
     KX_OP_TEXT,     // takes `b` units of the text at `a`
     KX_OP_SET,      // takes one unit of set `a`
+    KX_OP_SPAN,     // takes units of set `a`, as many as there are, at least `b`
     KX_OP_RUN,      // takes units of set `a`, as many as there are within bounds `b`
     KX_OP_TEST,     // goes to `b` unless the next unit is in set `a`; takes nothing
+    KX_OP_SWITCH,   // goes to where table `a` says for the next unit; takes nothing
     KX_OP_CHOICE,   // whatever fails from here on comes back to here and goes to `b`
     KX_OP_COMMIT,   // forgets the last choice and goes to `b`
     KX_OP_REFUSE,   // forgets the last choice and fails
@@ -63,11 +67,15 @@ struct kxProgramSet {
     bool containsHigh(char16_t unit) const;
 };
 
+// Where to go on: for each of the first 256 units, and for all higher ones.
+using kxProgramTable = std::array<std::uint32_t, kxUnitSet::kHigh + 1>;
+
 class kxRuleProgram {
 public:
     std::vector<kxInstruction> code;
     std::u16string texts;
     std::vector<kxProgramSet> sets;
+    std::vector<kxProgramTable> tables;
     std::vector<kxProgramBounds> bounds;
     std::vector<std::string> names;  // that stand for nothing
     std::vector<kxRefPointer<kxRuleInfo>> rules;

@@ -2,7 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/message/kxConsoleMutex.h"
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/platform/kxPlatformDialog.h"
 
@@ -15,8 +15,6 @@ constexpr const char* kAssertTitle = "KorvexSDK Assert";
 constexpr const char* kAssertFormat = "\n%s\n\n%s\n\n%s";
 constexpr const char* kAssertRetry = "---- Press 'Retry' to debug  ----";
 constexpr const char* kAssertIgnore = "---- Press 'Ignore' to continue execution  ----";
-
-struct Console;  // names the mutex
 
 bool isAssertion(std::uint32_t level)
 {
@@ -39,7 +37,7 @@ void DefaultMessageReceiver::print(const kxString& sender, std::uint32_t level, 
     char line[kLineBufferBytes];
     std::snprintf(line, sizeof(line), "%s%s", sender.text(), prefix.text());
 
-    const kxBodyGuard guard(kxProcessMutex<Console>());
+    const kxBodyGuard guard(kxConsoleMutex());
     std::fprintf(stdout, "\r%s", line);
     std::fwrite(text.text(), 1, text.length(), stdout);
     std::fputc('\n', stdout);

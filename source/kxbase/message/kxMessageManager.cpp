@@ -154,7 +154,7 @@ kxMessageManager& kxMessageManager::instance()
     return *manager;
 }
 
-kxMessageManager::kxMessageManager() : sender_(KX_MODULE_NAME)
+kxMessageManager::kxMessageManager() : module_(KX_MODULE_NAME), sender_(module_)
 {
     setLevel(levelFromEnvironment());
 }
@@ -196,16 +196,21 @@ kxString kxMessageManager::finishedText(std::uint32_t level, std::string_view fo
                                         kxArgumentView arguments)
 {
     const bool isTranslated = (level & KX_MESSAGE_UNTRANSLATED) == 0 && level >= KX_MESSAGE_NOTICE;
-    if (!isTranslated || translator_.load() == nullptr) return formatted(level, format, arguments);
-    return formatted(level, translate(format, level), arguments);
+    const kxString translated = isTranslated ? translationOf(format, level) : kxString();
+    return formatted(level, translated.isEmpty() ? format : translated.view(), arguments);
 }
 
 kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
 {
-    kxMessageTranslatorInterface* const translator = translator_.load();
-    if (translator == nullptr) return kxString(text);
-    kxString translated = translator->translate(text, KX_MODULE_NAME, level);
+    kxString translated = translationOf(text, level);
     return translated.isEmpty() ? kxString(text) : translated;
+}
+
+// Empty when there is none.
+kxString kxMessageManager::translationOf(std::string_view text, std::uint32_t level)
+{
+    kxMessageTranslatorInterface* const translator = translator_.load();
+    return translator != nullptr ? translator->translate(text, module_, level) : kxString();
 }
 
 DefaultMessageReceiver& kxMessageManager::defaultReceiver()

@@ -50,6 +50,9 @@ public:
     void removeReceiver(kxMessageReceiverInterface& receiver);
     // The receiver that the first message adds when there is none; it may be switched off or removed.
     DefaultMessageReceiver& defaultReceiver();
+    // The translator that the manager has at first; it lives as long as the process. Declared only here: it rests
+    // on adapters, which this folder does not know.
+    static kxMessageTranslatorInterface& defaultTranslator();
     // Null for none. Set before other threads send.
     void setTranslator(kxMessageTranslatorInterface* translator) { translator_.store(translator); }
     // The translation of a text, or the text itself when there is none.
@@ -70,7 +73,10 @@ private:
     void change(Change change);
     void apply(Change& change);
 
-    std::atomic<kxMessageTranslatorInterface*> translator_{nullptr};
+    kxString translationOf(std::string_view text, std::uint32_t level);
+
+    std::atomic<kxMessageTranslatorInterface*> translator_{&defaultTranslator()};
+    const kxString module_;
     kxString sender_;                           // guarded as the receivers are
     std::atomic<std::uint32_t> lastTicket_{0};  // every change has one
     std::atomic<std::uint32_t> waitingChanges_{0};

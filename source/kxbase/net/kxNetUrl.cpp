@@ -1,5 +1,6 @@
 #include "kxbase/net/kxNetUrl.h"
 
+#include "kxbase/net/kxUrlPlace.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 
 #include <algorithm>
@@ -11,21 +12,16 @@ constexpr std::uint32_t kLargestPort = 65535;
 
 }  // namespace
 
-kxNetUrl::kxNetUrl(const kxString& url)
+kxNetUrl::kxNetUrl(std::string_view hostPart, std::uint16_t defaultPort) : port(defaultPort)
 {
-    std::string_view place = url.view();
-    if (const std::size_t question = place.rfind('?'); question != std::string_view::npos) {
-        options = kxString(place.substr(question + 1));
-        place = place.substr(0, question);
-    }
-    constexpr std::string_view kSlashes = "//";
-    if (place.starts_with(kSlashes)) place.remove_prefix(kSlashes.size());
-    place = place.substr(0, place.find_first_of("/\\"));
-    if (const std::size_t colon = place.rfind(':'); colon != std::string_view::npos) {
-        port = portOf(place.substr(colon + 1));
-        place = place.substr(0, place.find(':'));
-    }
-    host = kxString(place);
+    if (const std::size_t colon = hostPart.rfind(':'); colon != std::string_view::npos)
+        port = portOf(hostPart.substr(colon + 1));
+    host = kxString(hostPart.substr(0, hostPart.find(':')));
+}
+
+kxNetUrl::kxNetUrl(const kxString& url) : kxNetUrl(kxUrlPlace(url.view()).hostPart, kDefaultPort)
+{
+    options = kxString(kxUrlPlace(url.view()).options);
 }
 
 std::uint16_t kxNetUrl::portOf(std::string_view text)

@@ -17,6 +17,8 @@ struct kxNetUrl {
     static constexpr std::uint16_t kDefaultPort = 6800;
 
     explicit kxNetUrl(const kxString& url);
+    // From "host[:port]", for schemes that divide the rest of their URLs themselves.
+    kxNetUrl(std::string_view hostPart, std::uint16_t defaultPort);
 
     kxUrlOptions lookup() const { return kxUrlOptions(options.view()); }
     // The interface that a connection is bound to; empty for none. First that applies: the option "no_nic" for none,

@@ -18,4 +18,6 @@ public:
     virtual kxRefPointer<kxSerializeAdapter> create(const kxString& url, std::uint32_t mode,
                                                     std::uint32_t flags, const kxString& context,
                                                     kxString* errorOut) = 0;
+    // Whether its adapters keep the name that it gave them; else the final component of the URL names them.
+    virtual bool namesAdapters() const { return false; }
 };

@@ -1,0 +1,250 @@
+#include "kxbase/protocol/kxHttpHeaderTable.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <limits>
+
+namespace {
+
+// "=" and a quoted list of field names, which limit the directive to those fields.
+bool takeNoCache(kxHttpCursor& value, kxHttpFacts& facts)
+{
+    const char* const start = value.position();
+    if (!value.isNext('=') && !value.isNext('"')) {
+        facts.forbidsCache = true;
+        return true;
+    }
+    if (!value.take("=\"")) return value.fail("Missing =\" in no-cache directive");
+    if (!value.takeFieldNameList()) return false;
+    value.skipBlanks();
+    return value.take('"') || value.failAt(start + 1, "Unbalanced \" in string");
+}
+
+bool takeMustRevalidate(kxHttpCursor&, kxHttpFacts& facts)
+{
+    return facts.mustRevalidate = true;
+}
+
+constexpr struct {
+    std::string_view name;
+    kxHttpValueRule rule;
+} kDirectives[] = {
+    {"no-cache", takeNoCache},
+    {"must-revalidate", takeMustRevalidate},
+};
+
+bool takeDirective(kxHttpCursor& value, kxHttpFacts& facts, const char* fault)
+{
+    const char* const start = value.position();
+    const std::string_view name = value.takeToken();
+    for (const auto& directive : kDirectives) {
+        if (kxHttpSameWord(name, directive.name)) return directive.rule(value, facts);
+    }
+    return value.failAt(start, fault);
+}
+
+bool takeCacheControl(kxHttpCursor& value, kxHttpFacts& facts)
+{
+    constexpr const char* missing = "Missing Directive in CacheDirectiveList";
+    if (value.isAtEnd()) return value.fail("Missing argument for cache control");
+    if (!takeDirective(value, facts, "Missing Cache Directive")) return false;
+    while (value.takeComma()) {
+        if (!takeDirective(value, facts, missing)) return false;
+    }
+    return value.endLine(missing);
+}
+
+bool takeConnection(kxHttpCursor& value, kxHttpFacts& facts)
+{
+    do {
+        const std::string_view type = value.takeToken();
+        if (type.empty()) return value.fail("Missing Connection Type in Connection:");
+        facts.asksToClose |= kxHttpSameWord(type, "close");
+        facts.asksToKeepAlive |= kxHttpSameWord(type, "keep-alive");
+    } while (value.takeComma());
+    return true;
+}
+
+bool takeServer(kxHttpCursor& value, kxHttpFacts&)
+{
+    bool isAny = false;
+    for (;; value.skipBlanks(), isAny = true) {
+        const bool isComment = value.isNext('(');
+        if (!isComment && !value.isNextOf(KX_HTTP_TOKEN)) break;
+        if (!(isComment ? value.takeComment() : value.takeProduct())) return false;
+    }
+    return isAny || value.fail("Missing Product or Comment in Server:");
+}
+
+bool takeMethodList(kxHttpCursor& value, kxHttpFacts& facts)
+{
+    do {
+        const char* const start = value.position();
+        const kxHttpMethod method = kxHttpFindMethod(value.takeToken());
+        if (method == KX_HTTP_METHOD_COUNT) return value.failAt(start, "Missing 'Method' in MethodList");
+        facts.methods.add(method);
+    } while (value.takeComma());
+    return true;
+}
+
+bool takeContentBase(kxHttpCursor& value, kxHttpFacts&)
+{
+    if (!value.isNextOf(KX_HTTP_SCHEME)) return value.fail("Missing AbsoluteURI in Content-Base");
+    return value.takeAbsoluteUri();
+}
+
+bool takeLength(kxHttpCursor& value, std::uint64_t& length)
+{
+    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    const char* const start = value.position();
+    const std::string_view digits = value.takeRun(KX_HTTP_DIGIT);
+    length = 0;
+    for (const char character : digits) {
+        const auto digit = static_cast<std::uint64_t>(character - '0');
+        if (length > (most - digit) / 10) return value.failAt(start, "Content-Length:? is missing");
+        length = length * 10 + digit;
+    }
+    return !digits.empty() || value.fail("Content-Length:? is missing");
+}
+
+// The same length may be said again, in the same line too (RFC 9110 8.6).
+bool takeContentLength(kxHttpCursor& value, kxHttpFacts& facts)
+{
+    do {
+        const char* const start = value.position();
+        std::uint64_t length = 0;
+        if (!takeLength(value, length)) return false;
+        if (facts.contentLength.value_or(length) != length)
+            return value.failAt(start, "Malformed message received");
+        facts.contentLength = length;
+    } while (value.takeComma());
+    return true;
+}
+
+// "name=value" after each semicolon.
+bool takeParameters(kxHttpCursor& value)
+{
+    for (value.skipBlanks(); value.take(';'); value.skipBlanks()) {
+        value.skipBlanks();
+        if (value.takeToken().empty()) return value.fail("Missing parameter in MediaType");
+        if (!value.take('=')) return value.fail("Missing '=' in Attribute");
+        if (value.isNext('"')) {
+            if (!value.takeString()) return false;
+        } else if (value.takeToken().empty()) {
+            return value.fail("Missing value in Attribute=");
+        }
+    }
+    return true;
+}
+
+bool takeContentType(kxHttpCursor& value, kxHttpFacts&)
+{
+    // The text of Content-Base stands here too.
+    if (value.takeToken().empty()) return value.fail("Missing AbsoluteURI in Content-Base");
+    if (!value.take('/')) return value.fail("Missing '/' in MediaType");
+    if (value.takeToken().empty()) return value.fail("Missing subtype in MediaType");
+    return takeParameters(value);
+}
+
+constexpr const char* kExtensionLineEnd = "Missing CRLF in Extension:";
+
+bool takeTransferEncoding(kxHttpCursor& value, kxHttpFacts& facts)
+{
+    do {
+        const std::string_view coding = value.takeToken();
+        if (coding.empty()) return value.fail(kExtensionLineEnd);
+        if (!takeParameters(value)) return false;
+        facts.isChunked = kxHttpSameWord(coding, "chunked");
+        facts.hasTransferCoding |= !kxHttpSameWord(coding, "identity");
+    } while (value.takeComma());
+    return true;
+}
+
+constexpr kxHttpHeaderRow kExtension = {"", nullptr, kExtensionLineEnd, nullptr, false};
+
+constexpr kxHttpHeaderRow kHeaders[] = {
+    {"cache-control", takeCacheControl, nullptr, nullptr, false},
+    {"connection", takeConnection, "Missing CRLF in Connection:", nullptr, false},
+    {"date", nullptr, nullptr, nullptr, false},
+    {"via", nullptr, nullptr, "Via not implemented", false},
+    {"server", takeServer, "Missing CRLF in Server:", nullptr, false},
+    {"retry-after", nullptr, nullptr, "Retry-After not implemented", false},
+    {"public", takeMethodList, "Missing CRLF in Public:", nullptr, false},
+    // Two more headers have the text of Via.
+    {"proxy-authenticate", nullptr, nullptr, "Via not implemented", false},
+    {"location", nullptr, nullptr, "Via not implemented", false},
+    {"allow", takeMethodList, "Missing CRLF in Allow:", nullptr, false},
+    {"content-base", takeContentBase, "Missing CRLF in Content-Base:", nullptr, false},
+    {"content-encoding", nullptr, nullptr, "Content-Encoding not implemented", false},
+    {"content-language", nullptr, nullptr, "Content-Language not implemented", false},
+    {"content-length", takeContentLength, "Missing CRLF in Content-Length:", nullptr, true},
+    {"content-location", nullptr, nullptr, "Content-Location not implemented", false},
+    {"content-type", takeContentType, "Missing CRLF in Content-Type:", nullptr, false},
+    {"transfer-encoding", takeTransferEncoding, kExtensionLineEnd, nullptr, false},
+};
+
+// Every known name has a slot of its own, found by its length and two of its letters, so that a name is compared
+// once at most.
+constexpr std::size_t kSlots = 32;
+constexpr std::size_t kShortestName = 3;
+constexpr std::size_t kLongestName = 18;
+constexpr std::uint8_t kNoHeader = 0xFF;
+
+constexpr std::size_t slotOf(std::string_view name)
+{
+    const auto first = static_cast<std::size_t>(name.front() | 0x20);
+    const auto lastButOne = static_cast<std::size_t>(name[name.size() - 2] | 0x20);
+    return (name.size() + first * 7 + lastButOne * 13) % kSlots;
+}
+
+constexpr bool hasKnownLength(std::string_view name)
+{
+    return name.size() >= kShortestName && name.size() <= kLongestName;
+}
+
+constexpr auto kHeaderSlots = [] {
+    std::array<std::uint8_t, kSlots> slots{};
+    slots.fill(kNoHeader);
+    for (std::uint8_t index = 0; index < std::size(kHeaders); ++index)
+        slots[slotOf(kHeaders[index].name)] = index;
+    return slots;
+}();
+static_assert(std::size(kHeaders) + static_cast<std::size_t>(std::count(kHeaderSlots.begin(),
+                                                                        kHeaderSlots.end(), kNoHeader)) ==
+                  kSlots,
+              "no two names share a slot");
+static_assert(std::all_of(std::begin(kHeaders), std::end(kHeaders),
+                          [](const kxHttpHeaderRow& row) { return hasKnownLength(row.name); }));
+
+constexpr std::uint64_t kSmallLetters = 0x2020202020202020U;
+
+bool isSameWord(const char* name, const char* smallName)
+{
+    std::uint64_t left;
+    std::uint64_t right;
+    std::memcpy(&left, name, sizeof left);
+    std::memcpy(&right, smallName, sizeof right);
+    return (left | kSmallLetters) == right;
+}
+
+// The known names are of letters and hyphens, of which bit 5 makes the other case and nothing else of a token.
+bool isSameName(std::string_view name, std::string_view smallName)
+{
+    if (name.size() != smallName.size()) return false;
+    if (name.size() < sizeof(std::uint64_t)) return kxHttpSameWord(name, smallName);
+    const std::size_t last = name.size() - sizeof(std::uint64_t);
+    for (std::size_t position = 0; position < last; position += sizeof(std::uint64_t)) {
+        if (!isSameWord(name.data() + position, smallName.data() + position)) return false;
+    }
+    return isSameWord(name.data() + last, smallName.data() + last);
+}
+
+}  // namespace
+
+const kxHttpHeaderRow& kxHttpFindHeader(std::string_view name) noexcept
+{
+    if (!hasKnownLength(name)) return kExtension;
+    const std::uint8_t index = kHeaderSlots[slotOf(name)];
+    return index != kNoHeader && isSameName(name, kHeaders[index].name) ? kHeaders[index] : kExtension;
+}

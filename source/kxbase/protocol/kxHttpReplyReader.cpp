@@ -1,0 +1,86 @@
+#include "kxbase/protocol/kxHttpReplyReader.h"
+
+#include "kxbase/core/kxMessage.h"
+
+namespace {
+
+constexpr int kFirstFinalStatus = 200;
+
+}  // namespace
+
+void kxHttpReplyReader::start(kxHttpMethod requestMethod)
+{
+    parser_.reset();
+    body_.drop(body_.length());
+    errorText_ = {};
+    requestMethod_ = requestMethod;
+    hasHead_ = hasMore_ = false;
+}
+
+void kxHttpReplyReader::received(std::uint32_t count)
+{
+    const std::uint8_t* bytes = room_;
+    std::size_t left = count;
+    while (left != 0 && !hasHead_ && errorText_.isEmpty()) {
+        const std::size_t taken = parser_.feed(bytes, left);
+        bytes += taken;
+        left -= taken;
+        if (parser_.state() == KX_HTTP_FAILED) failHead();
+        if (parser_.state() == KX_HTTP_COMPLETE) takeHead();
+    }
+    if (!hasHead_ || isOver()) {
+        hasMore_ = hasMore_ || left != 0;
+        return;
+    }
+    // The body's bytes are put out where the raw ones lie, which are never fewer.
+    const kxHttpBody::Progress progress = framing_.decode(bytes, left, room_, left);
+    body_.commit(static_cast<std::uint32_t>(progress.produced));
+    hasMore_ = progress.taken < left;
+    if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
+}
+
+void kxHttpReplyReader::takeHead()
+{
+    if (!head().isReply()) {
+        errorText_ = kxTranslate("Malformed message received");
+        parser_.reset();
+    } else if (head().statusCode() < kFirstFinalStatus) {
+        parser_.reset();
+    } else {
+        framing_.start(head(), kxHttpMethodName(requestMethod_));
+        hasHead_ = true;
+        if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
+    }
+}
+
+// Nothing of a head that failed is to be taken for an answer.
+void kxHttpReplyReader::failHead()
+{
+    errorText_ = parser_.errorText();
+    parser_.reset();
+}
+
+void kxHttpReplyReader::endOfData()
+{
+    if (isOver()) return;
+    if (hasHead_) {
+        framing_.endOfData();
+        if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
+    } else if (parser_.hasStarted()) {
+        parser_.endOfData();
+        failHead();
+    } else {
+        errorText_ = kxTranslate("IP connection closed");
+    }
+}
+
+bool kxHttpReplyReader::leavesConnectionUsable() const
+{
+    return hasHead_ && errorText_.isEmpty() && framing_.isComplete() && !hasMore_ && head().keepsAlive() &&
+           framing_.framing() != KX_HTTP_BODY_UNTIL_CLOSE;
+}
+
+std::uint64_t kxHttpReplyReader::plainRun() const
+{
+    return hasHead_ && body_.isEmpty() && !isOver() ? framing_.plainRun() : 0;
+}

@@ -1,0 +1,129 @@
+// Fetches a resource over HTTP/1.1, scheme "http:", directly or through a proxy.
+//
+//   http:[//][user@]host[:port][/path][?options]
+//
+// Opening connects and takes at most the time-out. The first length(), hasData() or read sends GET and waits for the
+// head of the reply; then the adapter delivers the body, whatever the status is. Nothing is followed. A user of the
+// class may send the requests itself, as often as it likes, and ask for the reply:
+//
+//   kxSerializeAdapterHttp http("host/path");
+//   if (http.get() && http.getReply().statusCode() == 200) ... http.read(...) ...
+//
+// Reading waits for all that was asked for, length() for the first byte, as long as the reply is not over. At most
+// about 1 MB of the body is held in memory; the rest waits in the connection until somebody reads.
+//
+// Options: no_proxy, proxy, no_nic, nic. The variables KORVEX_HTTP_PROXY and KORVEX_HTTP_NIC of the environment stand
+// in for proxy and nic. The user's name is kept and sent nowhere. Written bytes are dropped, with a Warning.
+//
+// Ownership: owns the connection, which serves further requests as long as the server agrees.
+// Threads:   one thread requests and reads. With setPumping(false) it leaves the connection to another one, which
+//            calls pump() all the time; requests then wait at most 3 seconds for their reply, after which the
+//            caller may ask again with waitForReply().
+//            The reply is parsed under the adapter's lock, with the Warnings of the parser: a receiver of messages
+//            must not use the adapter.
+// Errors:    what fails while opening is the error text. Once the reply is over and everything has been read,
+//            hasError() sets "IP connection closed", or what went wrong, which is sent as a Warning too:
+//            "HTTP Socket <name> timeout. No data", "Malformed message received", "Message body is incomplete", or
+//            the text of the socket's error with the host in brackets.
+// Units:     counts are in bytes, the time-out in seconds.
+#pragma once
+
+#include "kxbase/net/kxSocket.h"
+#include "kxbase/protocol/kxHttpReplyReader.h"
+#include "kxbase/protocol/kxHttpStatus.h"
+#include "kxbase/protocol/kxHttpUrl.h"
+#include "kxbase/serialize/kxSerializeAdapter.h"
+#include "kxbase/thread/kxEvent.h"
+
+class kxSerializeAdapterHttp : public kxSerializeAdapter {
+public:
+    // The URL without its scheme; an empty one opens nothing. When opening fails, `errorOut` receives which URL could
+    // not be opened and getError() why.
+    explicit kxSerializeAdapterHttp(const kxString& url, kxString* errorOut = nullptr);
+    ~kxSerializeAdapterHttp() noexcept(false) override;
+    const kxType& getType() const override;
+
+    // Closes a connection that is open and makes another; while no other thread uses the adapter.
+    bool open(const kxString& url);
+    // The interface that connections are bound to from now on, by address or name; empty for the choice of the URL.
+    void setInterface(const kxString& text) { interfaceText_ = text; }
+    // Control bytes in it are sent as blanks.
+    void setUserAgent(const kxString& text) { userAgent_ = text; }
+    // For a connection to be made, for the whole head of a reply, and for each further piece of it; 30 at first.
+    void setTimeout(double seconds) { timeoutSeconds_ = seconds; }
+    // Whether requests and reads receive by themselves, as they do at first, or leave that to pump().
+    void setPumping(bool pumps) { pumpsItself_ = pumps; }
+
+    // Sends a request and waits for the head of its reply; answers whether there is one. What is left of the reply
+    // before is given up. A connection that serves no further request is made anew.
+    virtual bool get();
+    virtual bool options();
+    // Waits on for the head of the reply; the same answer.
+    virtual bool waitForReply();
+    // Receives and parses what has come, waiting up to so long for it; answers whether anything came. For any thread.
+    virtual bool pump(std::uint32_t milliseconds);
+
+    // The head of the reply, once there is one; until the next request.
+    const kxHttpMessage& getReply() const { return reader_.head(); }
+    // The standard's text of a status code.
+    static const char* statusText(int code) { return kxHttpStatusText(code); }
+    const kxHttpUrl& getUrl() const { return url_; }
+
+    // Does nothing: nothing is written, and bytes pushed back stay.
+    std::uint32_t flush() override { return 0; }
+    // Whether the connection is alive.
+    bool isActive() override;
+    bool hasError() override;
+    void writeBlock(const void* bytes, std::uint32_t count) override;
+    void writeByte(std::uint8_t byte) override { writeBlock(&byte, 1); }
+    std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
+    // Answers 0 when no byte came.
+    std::uint8_t readByte() override;
+    std::uint32_t getDataLength() override;
+
+private:
+    void takeConnection();
+    bool connect();
+    bool chooseDestination(kxSocketAddress& destination);
+    bool finishConnecting(const kxSocketAddress& destination);
+    bool failToConnect();
+    kxString socketErrorText() const;
+    bool request(kxHttpMethod method, const std::string& text);
+    bool canReuseConnection();
+    void send(const std::string& text);
+    std::string userAgentText() const;
+    std::uint32_t awaitData();
+    bool awaitHead();
+    void waitForInput(double seconds);
+    void giveUp();
+    void tellFailure(const kxString& text);
+
+    // Under the lock.
+    bool isOver() const { return !failure_.isEmpty() || reader_.isOver(); }
+    bool canReceive() const;
+    bool receiveAhead();
+    std::uint32_t receive(std::uint8_t* bytes, std::uint32_t count);
+    void failWithSocketError();
+    std::uint32_t look();
+    std::uint32_t take(std::uint8_t* bytes, std::uint32_t count);
+    std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);
+    void waitForOther(std::uint32_t milliseconds);
+
+    kxHttpUrl url_;
+    kxString interfaceText_;
+    kxString userAgent_ = "KorvexBase HTTP/1.0";
+    double timeoutSeconds_ = 30.0;
+    double replyDeadline_ = 0;
+    bool pumpsItself_ = true;
+    bool isTimedOut_ = false;
+    bool isFailureTold_ = false;
+    bool isWriteTold_ = false;
+
+    // Guards what follows, once a request has been prepared; signalled when one goes out, when a reply goes on and
+    // when it is read.
+    kxEvent lock_;
+    kxSocket connection_;
+    kxHttpReplyReader reader_;
+    kxString failure_;  // of the connection, or the lack of data
+    bool isRequested_ = false;
+};

@@ -1,0 +1,296 @@
+// The adapter against servers that send exactly what the test says.
+
+#include "kxbase/protocol/kxSerializeAdapterHttp.h"
+#include "kxbase/core/kxClock.h"
+#include "support/kxMessageRecorder.h"
+#include "support/kxTestPattern.h"
+#include "support/kxTestSocket.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+using Adapter = kxSerializeAdapterHttp;
+using namespace std::string_literals;
+
+enum Then { kHold, kClose, kReset };
+
+// Serves one connection: a reply for each request, piece by piece, and then what is to become of the connection.
+class Server {
+public:
+    explicit Server(std::vector<std::string> replies, Then then = kHold, std::size_t pieceBytes = 1 << 20,
+                    const std::string& forEver = {})
+        : thread_([=, this] {
+              try {
+                  serve(replies, then, pieceBytes, forEver);
+              } catch (const std::system_error&) {
+                  // The adapter has hung up.
+              }
+          })
+    {}
+    ~Server() { requests(); }
+
+    // Once the connection has ended.
+    std::string requests()
+    {
+        if (thread_.joinable()) thread_.join();
+        return requests_;
+    }
+    std::string url(const std::string& rest = {}) const { return listener_.url("") + rest; }
+
+private:
+    void serve(const std::vector<std::string>& replies, Then then, std::size_t pieceBytes,
+               const std::string& forEver)
+    {
+        kxTestSocket peer = listener_.accept();
+        for (const std::string& reply : replies) {
+            const std::string request = peer.receive().value_or("");
+            if (request.empty()) return;
+            requests_ += request;
+            for (std::size_t at = 0; at < reply.size(); at += pieceBytes)
+                peer.send(std::string_view(reply).substr(at, pieceBytes));
+        }
+        while (!forEver.empty()) peer.send(forEver);
+        if (then != kClose) peer.receive(then == kHold ? KX_TEST_TIMEOUT : std::chrono::milliseconds(30));
+        if (then == kReset) peer.reset();
+    }
+
+    kxTestSocket listener_ = kxTestSocket::listener();
+    std::string requests_;
+    std::thread thread_;
+};
+
+// Everything up to the end, in pieces of at most so many bytes.
+std::string readAll(kxSerializeAdapter& adapter, std::size_t most = 1 << 30)
+{
+    std::string bytes;
+    while (!adapter.hasError()) {
+        std::string some(std::min<std::size_t>(adapter.length(), most), '\0');
+        some.resize(adapter.read(some.data(), static_cast<std::uint32_t>(some.size())));
+        bytes += some;
+    }
+    return bytes;
+}
+
+std::string repeated(const std::string& text)
+{
+    std::string block;
+    while (block.size() < 50000) block += text;
+    return block;
+}
+
+std::string head(const std::string& headers, const std::string& status = "200 OK")
+{
+    return "HTTP/1.1 " + status + "\r\n" + headers + "\r\n";
+}
+
+std::string length(std::size_t bytes, const std::string& status = "200 OK")
+{
+    return head("Content-Length: " + std::to_string(bytes) + "\r\n", status);
+}
+
+constexpr const char* kEnd = "IP connection closed";
+constexpr const char* kBad = "Malformed message received";
+constexpr const char* kCut = "Message body is incomplete";
+constexpr const char* kLost = "kxSocket error: Connection was reset (127.0.0.1)";
+constexpr const char* kTimeout = "HTTP Socket 127.0.0.1 timeout. No data";
+
+}  // namespace
+
+TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
+{
+    const std::string large = kxTestPattern(300000);
+    const std::string chunks = head("Transfer-Encoding: chunked\r\n");
+    const struct {
+        const char* why;
+        int status;
+        std::string reply, body;
+        const char* error = kEnd;
+        Then then = kHold;
+    } cases[] = {
+        {"length", 200, length(5) + "hello", "hello"},
+        {"large", 200, length(large.size()) + large, large},
+        {"until close", 200, head("") + large, large, kEnd, kClose},
+        {"chunks", 200, chunks + "1;x=y\r\na\r\n493e0\r\n" + large + "\r\n0\r\nX: y\r\n\r\n", "a" + large},
+        {"interim", 200, head("", "100 Continue") + head("A: b\r\n", "103 Hints") + length(1) + "x", "x"},
+        {"never a body", 204, length(5, "204 No Content"), ""},
+        {"nor here", 304, length(5, "304 Not Modified"), ""},
+        {"an error page", 404, length(2, "404 Not Found") + "no", "no"},
+        {"not followed", 302, head("Location: /\r\nContent-Length: 2\r\n", "302 Found") + "to", "to"},
+        {"two replies", 200, length(1) + "a" + length(1) + "b", "a"},
+        {"streaming", 200, "RTSP/1.0 200 OK\r\nCSeq: 1\r\nContent-Length: 4\r\n\r\nv=0\n", "v=0\n"},
+        {"no reply", 0, "", "", kEnd, kClose},
+        {"half a head", 0, "HTTP/1.1 200 OK\r\nA: b\r\n", "", "Out Of data at (3,1)", kClose},
+        {"another protocol", 0, "SSH-2.0-Server\r\n", "", kBad},
+        {"a request", 0, "GET / HTTP/1.1\r\n\r\n", "", kBad},
+        {"lengths differ", 0, head("Content-Length: 1\r\nContent-Length: 2\r\n") + "ab", "", kBad},
+        {"length too large", 0, head("Content-Length: 18446744073709551616\r\n"), "", kBad},
+        {"closed early", 200, length(large.size()) + large.substr(1), large.substr(1), kCut, kClose},
+        {"within a chunk", 200, chunks + "5\r\nab", "ab", kCut, kClose},
+        {"no chunk", 200, chunks + "2\r\nab\r\nzz\r\n", "ab", kBad},
+        {"chunk too large", 200, chunks + "fffffffffffffffff\r\n", "", kBad},
+        {"reset", 200, length(5) + "ab", "ab", kLost, kReset},
+        {"reset until close", 200, head("") + "ab", "ab", kLost, kReset},
+        {"reset at once", 0, "", "", kLost, kReset},
+        {"silence", 0, "", "", kTimeout},
+        {"stands still", 200, length(5) + "he", "he", kTimeout},
+    };
+    for (const auto& c : cases) {
+        for (const bool byBytes : {false, true}) {
+            SCOPED_TRACE(c.why);
+            kxMessageRecorder recorder;
+            const Server server({c.reply}, c.then, byBytes && c.reply.size() < 1000 ? 1 : 1 << 20);
+            Adapter adapter(kxString(server.url("/x")));
+            adapter.setTimeout(c.error == kTimeout ? 0.1 : 20);
+            EXPECT_FALSE(adapter.hasError());
+            EXPECT_TRUE(readAll(adapter, byBytes ? c.reply.size() / 300 + 1 : 1 << 30) == c.body);
+            EXPECT_EQ(adapter.getError(), c.error);
+            EXPECT_EQ(adapter.getReply().statusCode(), c.status);
+            EXPECT_EQ(adapter.length(), 0U);
+            const bool isWarned = c.error != kEnd || c.status == 0;
+            ASSERT_EQ(recorder.entries().size(), isWarned ? 1U : 0U);
+            if (isWarned) EXPECT_TRUE(recorder.entries()[0].text.ends_with(c.error));
+        }
+    }
+}
+
+TEST(kxSerializeAdapterHttp, HoldsLittleOfEndlessReplies)
+{
+    const kxMessageRecorder recorder;
+    const std::string chunks = head("Transfer-Encoding: chunked\r\n");
+    const struct {
+        const char* why;
+        std::string reply, forEver;
+        bool isBody;
+    } cases[] = {{"headers", "HTTP/1.1 200 OK\r\n", repeated("A: b\r\n"), false},
+                 {"a header", "HTTP/1.1 200 OK\r\nA: ", repeated("b"), false},
+                 {"interim replies", "", repeated(head("", "100 Continue")), false},
+                 {"a chunk's line", chunks + "1;", repeated("a"), false},
+                 {"trailers", chunks + "0\r\n", repeated("A: b\r\n"), false},
+                 {"small chunks", chunks, repeated("1\r\na\r\n"), true},
+                 {"a body", head(""), repeated("a"), true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        const Server server({c.reply}, kHold, 1 << 20, c.forEver);
+        Adapter adapter(kxString(server.url("/x")));
+        adapter.setTimeout(0.5);
+        std::string bytes(3000000, '\0');
+        bytes.resize(adapter.read(bytes.data(), 3000000));
+        EXPECT_TRUE(bytes == std::string(c.isBody ? 3000000 : 0, 'a'));
+        EXPECT_EQ(adapter.hasError(), !c.isBody);
+        EXPECT_LT(adapter.length(), 3000000U) << "the rest waits in the connection";
+    }
+}
+
+TEST(kxSerializeAdapterHttp, SendsNothingButTheTwoRequests)
+{
+    const struct {
+        const char *why, *url, *path;
+    } cases[] = {{"none", "", ""},
+                 {"a query is kept by one more mark", "/a?b=c&d?", "a?b=c&d"},
+                 {"options go nowhere", "\\a\\b?b=c", "a/b"},
+                 {"header injection", "/a HTTP/1.1\r\nX: y\x7F", "a%20HTTP/1.1%0D%0AX:%20y%7F"},
+                 {"other bytes", "/\xC3\xA4%20", "\xC3\xA4%20"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        Server server({length(0), head("Content-Length: 0\r\nAllow: GET, PUT\r\n")});
+        const std::string place = server.url();
+        {
+            Adapter adapter(kxString("//me:pw@" + place + c.url));
+            EXPECT_EQ(adapter.getUrl().userName, "me:pw");
+            adapter.setUserAgent("mine\r\nX: y");
+            EXPECT_EQ(adapter.length(), 0U);
+            EXPECT_TRUE(adapter.options()) << "on the same connection";
+            EXPECT_TRUE(adapter.getReply().facts().methods.has(KX_HTTP_PUT));
+        }
+        const std::string tail = " HTTP/1.1\r\nUser-Agent:mine  X: y\r\nHost:" + place + "\r\n";
+        EXPECT_EQ(server.requests(), "GET http://" + place + "/" + c.path + tail +
+                                         "Proxy-Connection:Keep-Alive\r\n\r\nOPTIONS http://" + place + tail +
+                                         "\r\n");
+    }
+}
+
+TEST(kxSerializeAdapterHttp, TellsWhyItCouldNotOpen)
+{
+    const std::string closed = kxTestSocket::listener().url("");
+    const std::string invalid = "Host name in URL is not valid";
+    const struct {
+        const char* why;
+        std::string url, error;
+    } cases[] = {{"nobody listens", closed, "kxSocket error: Connection was refused (127.0.0.1)"},
+                 {"proxy gone", "a/?proxy=" + closed, "kxSocket error: Connection was refused (a)"},
+                 {"not ours", closed + "?nic=192.0.2.77",
+                  "kxSocket error: Cannot assign requested address (127.0.0.1)"},
+                 {"unknown", "no.host.invalid", invalid},
+                 {"neither", "no.host.invalid/?proxy=no.proxy.invalid", invalid + " and proxy is not valid"},
+                 {"no host", "/a?proxy=127.0.0.1:1", invalid},
+                 {"another line", "a\r\nX: y/?proxy=127.0.0.1:1", invalid},
+                 {"no port", "127.0.0.1:65536", invalid}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        kxString error;
+        Adapter adapter(kxString(c.url), &error);
+        EXPECT_EQ(adapter.length(), 0U);
+        EXPECT_TRUE(adapter.hasError());
+        EXPECT_EQ(adapter.getError(), c.error);
+        EXPECT_EQ(error, "Failed to open HTTP url '" + c.url + "'");
+    }
+    const kxTestSocket full = kxTestSocket::listener(0);
+    const kxTestSocket first = kxTestSocket::connectedTo(full.port());  // takes the only place
+    Adapter adapter({});
+    EXPECT_TRUE(adapter.hasError()) << "there is no connection";
+    adapter.setTimeout(0.2);
+    EXPECT_FALSE(adapter.open(kxString(full.url(""))));
+    EXPECT_EQ(adapter.getError(), "kxSocket error: Connection timed out (127.0.0.1)");
+}
+
+TEST(kxSerializeAdapterHttp, AsksAgainOnAConnectionThatIsFitForIt)
+{
+    Server once({length(1) + "a", head("Content-Length: 1\r\nETag: x\r\n") + "b"});
+    Adapter adapter(kxString(once.url("/x")));
+    EXPECT_TRUE(adapter.ensureData(1) && adapter.flush() == 0) << "which loses nothing";
+    EXPECT_EQ(readAll(adapter), "a");
+    EXPECT_TRUE(adapter.get() && adapter.isActive());
+    EXPECT_EQ(adapter.getReply().headerValue("etag"), "x");
+    EXPECT_EQ(readAll(adapter), "b");
+
+    kxTestSocket listener = kxTestSocket::listener();  // a connection for each request
+    std::thread server([&] {
+        for (const std::string& reply : {length(9) + "left", head("Connection: close\r\n") + "b"}) {
+            kxTestSocket peer = listener.accept();
+            peer.receive();
+            peer.send(reply);
+        }
+    });
+    Adapter other(kxString(listener.url("")));
+    EXPECT_EQ(other.readChar(), 'l');
+    other.pushBack('x');
+    EXPECT_TRUE(other.get()) << "and what is left of the reply before is gone";
+    EXPECT_EQ(readAll(other), "b");
+    EXPECT_FALSE(other.isActive());
+    server.join();
+}
+
+TEST(kxSerializeAdapterHttp, LeavesTheConnectionToAThreadThatPumps)
+{
+    const std::string body = kxTestPattern(5000000);
+    const Server server({length(body.size()) + body});
+    Adapter adapter(kxString(server.url("/x")));
+    adapter.setPumping(false);
+    const double start = kxClock::seconds();
+    EXPECT_EQ(adapter.length(), 0U);
+    EXPECT_NEAR(kxClock::seconds() - start, 4.0, 1.1) << "nobody pumps";
+    EXPECT_FALSE(adapter.hasError());
+    std::atomic<bool> isOver{false};
+    std::thread pumping([&] {
+        while (!isOver) adapter.pump(50);
+    });
+    EXPECT_TRUE(adapter.waitForReply());
+    EXPECT_TRUE(readAll(adapter) == body);
+    isOver = true;
+    pumping.join();
+}
