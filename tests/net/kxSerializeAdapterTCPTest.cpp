@@ -10,6 +10,7 @@
 #include <thread>
 #include <tuple>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 namespace {
@@ -89,6 +90,16 @@ TEST(kxSerializeAdapterTCP, TellsWhyItCouldNotOpen)
         EXPECT_EQ(adapter.length(), 0U);
         adapter.writeByte('x');
     }
+    rlimit before{};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    for (const std::string& url : {closed, closed + "?nic=127.0.0.1"}) {
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        Adapter adapter{kxString(url)};
+        ::setrlimit(RLIMIT_NOFILE, &before);
+        EXPECT_EQ(adapter.getError(), "kxSocket error: Unknown socket error when connecting to IP adress " +
+                                          url + " and bind to Unknown");
+    }
     const kxTestSocket full = kxTestSocket::listener(0);
     const kxTestSocket first = kxTestSocket::connectedTo(full.port());  // takes the only place
     const double start = kxClock::seconds();
@@ -125,7 +136,9 @@ TEST(kxSerializeAdapterTCP, MovesOnWhenBothDirectionsAreFull)
         // The echo stands still until somebody takes what it sends.
         std::thread writing([&] { both.write(bytes); });
         if (onOneThread) writing.join();
-        std::thread asking([&] { both.adapter->length(); });
+        std::thread asking([&] {
+            while (!both.adapter->hasError() && both.adapter->length() != 0) both.adapter->flush();
+        });
         EXPECT_TRUE(both.readToEnd() == bytes);
         for (std::thread* const thread : {&echo, &writing, &asking})
             if (thread->joinable()) thread->join();
@@ -147,6 +160,14 @@ TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
     gone.peer.close();
     while (gone.adapter->getSendError() == KX_SOCKET_OK) gone.write(std::string(100000, 'b'));
     EXPECT_EQ(gone.readToEnd(), std::string(100000, 'a') + "!");
+
+    Connection again;  // another connection starts with nothing of the first
+    again.peer.send("old");
+    while (again.adapter->length() < 3) continue;
+    again.adapter->pushBack(again.adapter->readByte());
+    EXPECT_TRUE(again.adapter->open(kxString(again.listener.url("") + "?blocking=no")));
+    again.listener.accept().send("new");
+    EXPECT_EQ(again.readToEnd(), "new");
 
     Connection half;
     half.peer.shutDownSending();
@@ -171,6 +192,18 @@ TEST(kxSerializeAdapterTCP, ClosingLosesNothingThatThePeerHasNotRead)
     closing.adapter.reset();
     peer.join();
     EXPECT_TRUE(got == bytes);
+
+    Connection late("timeout=0.1");
+    late.write(bytes.substr(0, 2000000));
+    std::thread reading([&] {
+        late.adapter->readByte();
+        late.adapter.reset();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));  // until it has given up reading
+    late.peer.send("x");
+    EXPECT_TRUE(late.peer.receiveAll() == bytes.substr(0, 2000000));
+    late.peer.close();
+    reading.join();
 
     Connection stubborn;
     stubborn.write("x");

@@ -82,6 +82,8 @@ TEST(kxSocket, SetsOnlyTheOptionsOfTheTable)
 TEST(kxSocket, KnowsKindsFamiliesAndAddresses)
 {
     kxSocket socket;
+    EXPECT_FALSE(socket.waitForRoom(KX_PLATFORM_WAIT_FOREVER));
+    EXPECT_EQ(socket.error(), KX_SOCKET_BAD_DESCRIPTOR) << "at once";
     EXPECT_FALSE(socket.create(KX_SOCKET_INFRARED, KX_SOCKET_DATAGRAM));
     EXPECT_EQ(socket.error(), KX_SOCKET_BAD_ADDRESS_FAMILY);
     ASSERT_TRUE(socket.openBroadcast(0));
