@@ -77,7 +77,9 @@ TEST(kxSerializeAdapterUDP, TellsWhyItCouldNotOpen)
         {"localhost:%s", "Failed to bind UDP receive socket to port '0'"},
         {"localhost?port=70000", "Failed to bind UDP receive socket to port '70000'"},
         {"localhost:5?nic=192.0.2.77", "Failed to bind UDP send socket to interface '192.0.2.77'"},
-        {"239.1.2.3:5000?ttl=256", "Failed to set TTL '256' on MULTICAST socket"}};
+        {"239.1.2.3:5000?ttl=256", "Failed to set TTL '256' on MULTICAST socket"},
+        {"239.1.2.3:5000?ttl=4294967297", "Failed to set TTL '4294967297' on MULTICAST socket"},
+        {"239.1.2.3:5000?ttl=-1", "Failed to set TTL '-1' on MULTICAST socket"}};
     for (const auto& [url, reason] : cases) {
         kxString error;
         Adapter adapter(kxString(url), &error);
@@ -184,4 +186,7 @@ TEST(kxSerializeAdapterUDP, ClosesItsReceivingSideWhenNothingComesInTime)
     EXPECT_EQ(adapter.getError(), "IP connection closed");
     EXPECT_EQ(adapter.length() + adapter.read(bytes, 8), 0U);
     EXPECT_LT(kxClock::seconds() - start, 0.55) << "at once from now on";
+    int looks = 0;
+    for (const double end = kxClock::seconds() + 0.1; kxClock::seconds() < end; ++looks) adapter.length();
+    EXPECT_LT(looks, 150) << "but for a loop, which would burn a processor";
 }
