@@ -8,6 +8,7 @@
 #include "support/kxProcess.h"
 #include "support/kxTestPattern.h"
 #include "support/kxTestSocket.h"
+#include "support/kxTestTransfer.h"
 
 #include <gtest/gtest.h>
 
@@ -77,43 +78,34 @@ template <typename Body> void betweenHosts(const Body& body)
 TEST(kxNetHosts, DatagramsTakeTheirInterface)
 {
     betweenHosts([](const Hosts& hosts) {
-        const struct {
-            const char* host;
-            const char* options;
-            bool left, right;
-            int ttl;
-            const char* from;
-        } cases[] = {{"", "&nic=10.77.1.1", true, false, 64, "10.77.1.1"},
-                     {"", "&nic=kxright", false, true, 64, "10.77.2.1"},
-                     {"10.77.2.255", "&nic=kxright", false, true, 64, "10.77.2.1"},
-                     {"", "", true, false, 64, "10.77.1.1"},
-                     {"239.255.77.1", "&nic=10.77.2.1&ttl=1", false, true, 1, "10.77.2.1"},
-                     {"239.255.77.1", "&nic=kxleft", true, false, 32, "10.77.1.1"},
-                     {"239.255.77.1", "&nic=kxleft&ttl=0", false, false, 0, "10.77.2.1"},
-                     {"10.77.2.2", "&ttl=1", false, true, 64, "10.77.2.1"}};
+        const std::tuple<const char*, const char*, bool, bool, int, const char*> cases[] = {
+            {"", "&nic=10.77.1.1", true, false, 64, "10.77.1.1"},
+            {"", "&nic=kxright", false, true, 64, "10.77.2.1"},
+            {"10.77.2.255", "&nic=kxright", false, true, 64, "10.77.2.1"},
+            {"", "", true, false, 64, "10.77.1.1"},
+            {"239.255.77.1", "&nic=10.77.2.1&ttl=1", false, true, 1, "10.77.2.1"},
+            {"239.255.77.1", "&nic=kxleft", true, false, 32, "10.77.1.1"},
+            {"239.255.77.1", "&nic=kxleft&ttl=0", false, false, 0, "10.77.2.1"},
+            {"10.77.2.2", "&ttl=1", false, true, 64, "10.77.2.1"}};
         const auto open = [](const std::string& host, const std::string& options) {
             return std::make_unique<kxSerializeAdapterUDP>(kxString(host + ":5000?blocking=no" + options));
         };
         const auto listen = [&] { return open("239.255.77.1", "&nic=eth0"); };
         const auto left = hosts.at(hosts.left, listen), right = hosts.at(hosts.right, listen);
-        const auto hears = [](kxSerializeAdapterUDP& listener, bool expects) {
-            const double end = kxClock::seconds() + 5;
-            while (expects && listener.length() == 0 && kxClock::seconds() < end) continue;
-            return listener.readByte() == 'x';
-        };
-        for (const auto& c : cases) {
-            SCOPED_TRACE(c.host + std::string(c.options));
-            const int packets = hosts.at(c.left ? hosts.left : hosts.right,
+        for (const auto& [host, options, toLeft, toRight, ttl, from] : cases) {
+            SCOPED_TRACE(host + std::string(options));
+            const int packets = hosts.at(toLeft ? hosts.left : hosts.right,
                                          [] { return ::socket(AF_INET, SOCK_RAW, IPPROTO_UDP); });
-            const auto sender = open(c.host, c.options);
+            const auto sender = open(host, options);
             sender->writeByte('x');
             EXPECT_EQ(sender->getError(), "");
-            EXPECT_EQ(hears(*left, c.left), c.left);
-            EXPECT_EQ(hears(*right, c.right), c.right);
-            EXPECT_EQ((c.left ? left : right)->getLastSender().host().text(), c.from);
+            EXPECT_EQ(kxTestRead(*left, toLeft ? 1 : 0), toLeft ? "x" : "");
+            EXPECT_EQ(kxTestRead(*right, toRight ? 1 : 0), toRight ? "x" : "");
+            EXPECT_EQ(left->length() + right->length(), 0U);
+            EXPECT_EQ((toLeft ? left : right)->getLastSender().host().text(), from);
             char packet[100] = {};
             ::recv(packets, packet, sizeof(packet), MSG_DONTWAIT);
-            EXPECT_EQ(packet[8], c.ttl);
+            EXPECT_EQ(packet[8], ttl);
             ::close(packets);
         }
     });
@@ -124,19 +116,15 @@ TEST(kxNetHosts, ConnectionsTakeTheirInterfaceAndOutliveALinkThatGoesDown)
     betweenHosts([](const Hosts& hosts) {
         kxTestSocket listener = hosts.at(hosts.left, [] { return kxTestSocket::listener(9, INADDR_ANY); });
         const std::string bytes = kxTestPattern(20000000);
-        const struct {
-            const char* options;
-            const char* from;
-            bool comesBack;
-        } cases[] = {{"?timeout=0.3", "10.77.1.1", false},
-                     {"?blocking=no&nic=kxleft", "10.77.1.1", true},
-                     {"?blocking=no&nic=10.77.2.1", "10.77.2.1", true}};
-        for (const auto& c : cases) {
-            SCOPED_TRACE(c.options);
-            kxSerializeAdapterTCP adapter(
-                kxString("10.77.1.2:" + std::to_string(listener.port()) + c.options));
+        const std::tuple<const char*, const char*, bool> cases[] = {
+            {"?timeout=0.3", "10.77.1.1", false},
+            {"?blocking=no&nic=kxleft", "10.77.1.1", true},
+            {"?blocking=no&nic=10.77.2.1", "10.77.2.1", true}};
+        for (const auto& [options, from, comesBack] : cases) {
+            SCOPED_TRACE(options);
+            kxSerializeAdapterTCP adapter(kxString("10.77.1.2:" + std::to_string(listener.port()) + options));
             kxTestSocket peer = listener.accept();
-            EXPECT_EQ(peer.peer(), c.from);
+            EXPECT_EQ(peer.peer(), from);
             std::thread writing([&] { adapter.write(bytes.data(), 20000000); });
             std::string got = peer.receive().value_or("");
             shell("ip link set kxleft down");
@@ -144,11 +132,11 @@ TEST(kxNetHosts, ConnectionsTakeTheirInterfaceAndOutliveALinkThatGoesDown)
             const double end = kxClock::seconds() + 0.5;
             int looks = 0;
             for (; !adapter.hasError() && kxClock::seconds() < end; ++looks) adapter.length();
-            EXPECT_EQ(adapter.getError(), c.comesBack ? "" : "IP connection closed");
+            EXPECT_EQ(adapter.getError(), comesBack ? "" : "IP connection closed");
             EXPECT_LT(looks, 600);
             EXPECT_LT(std::clock() - processor, CLOCKS_PER_SEC / 5) << "nobody spins";
             shell("ip link set kxleft up");
-            while (c.comesBack && got.size() < bytes.size()) got += peer.receive().value_or("lost");
+            while (comesBack && got.size() < bytes.size()) got += peer.receive().value_or("lost");
             writing.join();
             EXPECT_TRUE(bytes.starts_with(got));
         }
