@@ -129,7 +129,7 @@ kxArray<std::uint32_t> kxNetwork::hostAddresses()
         if (host().addresses) return arrayOf(*host().addresses);
     }
     // Asking may take long, so several threads may do it; the first answer counts.
-    kxArray<std::uint32_t> found = name.isEmpty() ? kxArray<std::uint32_t>() : askResolver(name.text());
+    kxArray<std::uint32_t> found = name.isEmpty() ? kxArray<std::uint32_t>() : resolve(name);
     for (const kxPlatformInterface& entry : interfacesThatAreUp()) addNew(found, entry.address);
     const kxBodyGuard guard(addressMutex());
     if (!host().addresses) host().addresses.emplace(found.begin(), found.end());

@@ -26,14 +26,31 @@ void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
 
 bool kxSerializeAdapterNet::hasError()
 {
-    if (kxSerializeAdapter::hasError()) return true;
-    if (hasPushBack()) return false;
     {
         const kxBodyGuard guard(lock_);
-        if (!queue_.isEmpty() || isReceiving()) return false;
+        if (kxSerializeAdapter::hasError()) return true;
+        if (hasPushBack() || !queue_.isEmpty() || isReceiving()) return false;
     }
     setError(kxTranslate("IP connection closed"));
     return true;
+}
+
+kxString kxSerializeAdapterNet::getError()
+{
+    const kxBodyGuard guard(lock_);
+    return kxSerializeAdapter::getError();
+}
+
+void kxSerializeAdapterNet::setError(const kxString& text)
+{
+    const kxBodyGuard guard(lock_);
+    kxSerializeAdapter::setError(text);
+}
+
+std::uint32_t kxSerializeAdapterNet::flush()
+{
+    if (hasPushBack()) discardPushBack();
+    return 0;
 }
 
 std::uint32_t kxSerializeAdapterNet::readBlock(void* bytes, std::uint32_t count)
@@ -59,7 +76,7 @@ std::uint8_t kxSerializeAdapterNet::readByte()
 std::uint32_t kxSerializeAdapterNet::getDataLength()
 {
     std::uint32_t ready = awaitData();
-    if (ready == 0 && !blocking_) ready = lookIdly();
+    if (ready == 0) ready = lookIdly();
     const kxBodyGuard guard(lock_);
     if (ready != 0)
         pace_.moved();
@@ -87,7 +104,7 @@ std::uint32_t kxSerializeAdapterNet::awaitData()
     }
 }
 
-// Without blocking, a look that finds nothing costs some time once many have found nothing.
+// A look that finds nothing costs some time once many have found nothing, also where nothing can come any more.
 std::uint32_t kxSerializeAdapterNet::lookIdly()
 {
     std::uint32_t milliseconds = 0;

@@ -6,8 +6,8 @@
 // there. A loop over length() that has found nothing many times waits up to a millisecond for input in each
 // further call.
 //
-// Threads: several threads may read; the lock guards the queue and the receiving side and is never held while a
-//          thread waits.
+// Threads: several threads may read; the lock guards the queue, the receiving side and the error text, and is not
+//          held while a thread waits for input. Bytes are pushed back only while one thread reads.
 // Errors:  once everything has been read and no more can come, hasError() sets the text "IP connection closed".
 #pragma once
 
@@ -20,6 +20,10 @@
 class kxSerializeAdapterNet : public kxSerializeAdapter {
 public:
     bool hasError() override;
+    kxString getError() override;
+    void setError(const kxString& text) override;
+    // Throws pushed-back bytes away, which belong to the readers; without any, a writer may flush meanwhile.
+    std::uint32_t flush() override;
     std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
     // Answers 0 when no byte came.
     std::uint8_t readByte() override;

@@ -47,9 +47,11 @@ protected:
     void closeReceiving() override;
 
 private:
-    bool prepareSocket();
+    void forget();
+    void prepareSocket();
     bool bindTo(const kxString& interfaceText, const kxNetUrl& url);
     bool connectTo(const kxSocketAddress& destination, const kxString& url);
+    void tuneConnection();
     void closeConnection();
     void receivePending();
     std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);

@@ -1,21 +1,29 @@
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
 constexpr std::uint32_t kMostDatagramBytes = 1472;
 constexpr std::uint32_t kMostDatagramsAtOnce = 1024;
 constexpr std::uint32_t kBufferBytes = 500000;
+// The system counts a datagram in its receive buffer with all the memory that it takes up: for 1000 bytes about 2300,
+// for 64 bytes 770. So much is asked for that kBufferBytes of small datagrams have room; the system cuts it to its
+// limit, on Linux net.core.rmem_max, without a word.
+constexpr std::uint32_t kReceiveBufferBytes = 8 * kBufferBytes;
 constexpr std::uint32_t kRoomStepBytes = 100;
-constexpr std::uint32_t kSendWaitMilliseconds = 1000;
+constexpr double kSendSeconds = 1.0;
+constexpr std::uint32_t kSendWaitMilliseconds = 100;
 constexpr std::int64_t kLargestPort = 65535;
 constexpr std::int64_t kDefaultTtl = 32;
+constexpr std::uint64_t kTtlTooLarge = 256;       // stands for whatever does not fit its byte
 constexpr std::uint32_t kLocalHost = 0x7F000001;  // 127.0.0.1
 
 std::uint32_t roomFor(std::uint32_t sizeBytes)
@@ -144,7 +152,8 @@ bool kxSerializeAdapterUDP::aimSending()
         if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_INTERFACE, leaving)) {
             return fail("Failed to set MULTICAST interface '%s'", ownAddress_.host().text());
         }
-        if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_TTL, static_cast<std::uint32_t>(ttl_))) {
+        const auto ttl = std::min<std::uint64_t>(static_cast<std::uint64_t>(ttl_), kTtlTooLarge);
+        if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_TTL, static_cast<std::uint32_t>(ttl))) {
             return fail("Failed to set TTL '%d' on MULTICAST socket", ttl_);
         }
     }
@@ -163,7 +172,7 @@ bool kxSerializeAdapterUDP::openReceiving()
         return fail("Failed to bind UDP receive socket to port '%d'", port_);
     }
     receiveAddress_ = receiveSocket_.localAddress();
-    if (!receiveSocket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kBufferBytes)) {
+    if (!receiveSocket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes)) {
         return fail("Failed to set receive buffer size %d", kBufferBytes);
     }
     return mode_ != KX_UDP_MULTICAST || joinGroup();
@@ -279,12 +288,17 @@ void kxSerializeAdapterUDP::writeBlock(const void* bytes, std::uint32_t count)
 
 std::int64_t kxSerializeAdapterUDP::sendOne(const std::uint8_t* bytes, std::uint32_t count)
 {
-    for (bool hasWaited = false;; hasWaited = true) {
+    std::optional<double> end;  // of the patience with a full network
+    for (;;) {
         kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
         {
             const kxBodyGuard guard(lock_);
             kxPlatformSocketResult sent = sendSocket_.trySendTo(destination_, bytes, count);
-            if (hasWaited && sent.error == KX_SOCKET_WOULD_BLOCK) sent.error = KX_SOCKET_TIMED_OUT;
+            if (sent.error == KX_SOCKET_WOULD_BLOCK) {
+                const double now = kxClock::seconds();
+                if (!end) end = now + kSendSeconds;
+                if (now >= *end) sent.error = KX_SOCKET_TIMED_OUT;
+            }
             if (sent.error != KX_SOCKET_WOULD_BLOCK) {
                 sendSocket_.record(sent.error);
                 return sent.count;

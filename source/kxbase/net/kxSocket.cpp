@@ -157,6 +157,11 @@ void kxSocket::shutDown()
     kxPlatformSocketShutDownReceiving(descriptor_);
 }
 
+void kxSocket::shutDownSending()
+{
+    if (isOpen()) kxPlatformSocketShutDownSending(descriptor_);
+}
+
 bool kxSocket::close(bool graceful)
 {
     bool hasEnded = true;

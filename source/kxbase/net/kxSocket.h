@@ -45,6 +45,8 @@ public:
     bool openBroadcast(std::uint16_t port);
     // Ends both directions of a stream and leaves it open; wakes whoever waits on it.
     void shutDown();
+    // Ends sending, which the peer sees as the end of the stream; wakes whoever waits to send.
+    void shutDownSending();
     // Ends sending, which the peer sees as the end of the stream, and reads away what comes until the peer closes
     // too, which only detect-close notices. False, with an error, when it did not within the time.
     bool awaitPeerClose(double seconds);
