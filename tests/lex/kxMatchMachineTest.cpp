@@ -169,6 +169,9 @@ private:
     }
     std::string term(int depth)
     {
+        if (random_() % 12 == 0)
+            return "(" + pick({"[ab]", "[^a]", "[^]", "'b'"}) + " - " + repeated(depth) + ")" +
+                   pick({"+", "*", "{1,2}"});
         return repeated(depth) + (random_() % 8 == 0 ? " - " + repeated(depth) : "");
     }
     std::string repeated(int depth)

@@ -65,6 +65,8 @@ TEST(kxSerializeLex, MatchesEveryConstruct)
         {"a round of nothing ends", "main ::= ('a'?)* ('' $){3,5} 'b'", "aab", "OK <>"},
         {"a character leaves others their round", "main ::= ('abx' | [abc])*", "cabx!", "OK <!>"},
         {"difference", "main ::= ([^] - ('$(' | '${'))*", "a$b${c", "OK <${c>"},
+        {"rounds of a difference end where none begins", "main ::= ([^\n] - '//')+ fPush '\n'", "a/b\n",
+         "OK 'a/b' <>"},
         {"a set as a difference", "main ::= [abc] - 'b' - 'c'", "b", "No Match <b>"},
         {"forward references", "main ::= b; b ::= 'x'", "x", "OK <>"},
         {"the last rule of a name", "main ::= b; b ::= 'x'; b ::= 'y'", "y", "OK <>"},

@@ -52,7 +52,7 @@ public:
         if (!isInlined_) offset_ = node.offset;
         if (step.node == std::exchange(runNode_, kNone))
             return emit(KX_OP_SPAN, singleSet(*rule_, step.node, kSingleDepth), 1);
-        step.chain = step.place = step.table = kNone;
+        step.chain = step.place = step.table = step.roundEnd = kNone;
         switch (node.kind) {
         case KX_RULE_LITERAL:
             return literal(node);
@@ -268,7 +268,6 @@ private:
         if (set != kNone) return emitRun(set, node);
         takeCharactersFirst(node);
         const kxUnitSet& first = rule_->first[node.firstChild];
-        const kxProgramBounds bounds = boundsOf(node);
         if (!isPlain_ && node.minimum == 0 && !first.hasNothing()) {
             step.chain = here();
             emit(KX_OP_TEST, setOf(first), kNone);
@@ -277,12 +276,12 @@ private:
         if (isOptional(node))
             emit(KX_OP_CHOICE, 0, step.chain);
         else
-            emit(KX_OP_REPEAT, boundsIndex(bounds), step.chain);
+            emit(KX_OP_REPEAT, boundsIndex(boundsOf(node)), step.chain);
         step.chain = begin;
         step.place = here();
         if (isPlain_ || node.maximum != KX_RULE_UNLIMITED || node.minimum > 1) return true;
         if (nodeAt(node.firstChild).kind == KX_RULE_CHOICE) rounds_ = node.firstChild;
-        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild, bounds);
+        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild);
         return true;
     }
     bool emitRun(std::uint32_t set, const kxRuleNode& node)
@@ -316,7 +315,7 @@ private:
         return true;
     }
     // The same for a difference: characters with which nothing unwanted begins.
-    void runOfWanted(const kxRuleStep& step, std::uint32_t difference, const kxProgramBounds& bounds)
+    void runOfWanted(kxRuleStep& step, std::uint32_t difference)
     {
         kxUnitSet unwanted;
         std::uint32_t child = nodeAt(difference).firstChild;
@@ -328,10 +327,12 @@ private:
         const std::uint32_t set = setOf(wanted);
         emit(KX_OP_TEST, set, here() + 3);
         emit(KX_OP_SPAN, set, 1);
-        emit(KX_OP_AGAIN, boundsIndex(bounds), step.place);
+        step.roundEnd = here();
+        emit(KX_OP_JUMP);
     }
     void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
     {
+        if (step.roundEnd != kNone) setTarget(step.roundEnd, here());
         if (isOptional(node))
             emit(KX_OP_COMMIT, 0, here() + 1);
         else

@@ -4,7 +4,7 @@
 //   bool enter(Step&)   before a node's children; false leaves them out, and leave() with them
 //   void child(Step&)   before each child; step.child counts from 0
 //   void leave(Step&)   behind the last child
-// and may keep three numbers of its own in the step.
+// and may keep four numbers of its own in the step.
 #pragma once
 
 #include "kxbase/lex/kxRuleTree.h"
@@ -16,6 +16,7 @@ struct kxRuleStep {
     std::uint32_t place = 0;
     std::uint32_t chain = 0;
     std::uint32_t table = 0;
+    std::uint32_t roundEnd = 0;
 };
 
 template <typename Visitor> void kxRuleWalk(const kxRuleTree& tree, Visitor& visitor)
