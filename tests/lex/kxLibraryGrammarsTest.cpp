@@ -75,6 +75,8 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
         {"booleans", "YES,No,tRue,FALSE", "[1 0 1 0]"},
         {"other runs of their letters", "1,yesno",
          "[1] Parse Error:'Neither yes, no, true nor false' in rule 'boolean' at (Line:1,Col:8) -> fBool "},
+        {"the fault is where the action stands", "fals,1,1,1",
+         "[] Parse Error:'Neither yes, no, true nor false' in rule 'boolean' at (Line:1,Col:5) -> fBool "},
         {"more than a list", "1, 2 x", "[1 2] Not All arguments were parsed"},
         {"a comma too many", "1,", "[1] Not All arguments were parsed"},
         {"nothing", "", "[] Adapter out of Data"},

@@ -131,6 +131,7 @@ TEST(kxSerializeLex, ScansPatterns)
         {"a lonely per cent sign", "a%", "a%", "Error <a%>"},
         {"a decimal comma", "%n;%n;%n", "1,5;-2,5e3;7,x", "OK 1.5 -2500 7 <x>", ','},
         {"a point is then none", "%n", "1.5", "OK 1 <.5>", ','},
+        {"a text that is too long", "%e", repeated("x", 65536), "Error <" + repeated("x", 65536) + ">"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
@@ -144,7 +145,16 @@ TEST(kxSerializeLex, ScansPatterns)
         EXPECT_EQ(kxOutcome(lex, result, *adapter), row.expected);
     }
     const kxMessageRecorder messages;
-    EXPECT_FALSE(kxSerializeLex().setDecimalSeparator('\''));
+    for (const char none : {'\'', '1', 'e', '-', '\0', ' '})
+        EXPECT_FALSE(kxSerializeLex().setDecimalSeparator(none)) << none;
+    EXPECT_TRUE(messages.entries().empty());
+    const auto adapter = kxInputOf("1,5 1.5");
+    kxSerializeLex lex(adapter);
+    for (const char separator : {',', '.'}) {
+        EXPECT_TRUE(lex.setDecimalSeparator(separator));
+        EXPECT_EQ(lex.scan("%n%w"), KX_LEX_OK);
+        EXPECT_EQ(lex.pop().toNumber(), 1.5) << "a pattern is not kept for another separator";
+    }
 }
 
 TEST(kxSerializeLex, SaysWhyItStopped)
@@ -294,7 +304,7 @@ TEST(kxSerializeLex, RunsFunctionsAndActionsOfTheProgram)
             seen += capture.get(piece).text() + std::string(",");
         seen += ";";
         capture.push(7);
-        return capture.get(9).isEmpty() ? KX_LEX_OK : KX_LEX_ERROR;
+        return capture.get(9).isEmpty() && capture.view(9).empty() ? KX_LEX_OK : KX_LEX_ERROR;
     });
     lex.addAction("refuse", [](kxLexCapture& capture) {
         capture.setFault("not so");
@@ -305,6 +315,9 @@ TEST(kxSerializeLex, RunsFunctionsAndActionsOfTheProgram)
     EXPECT_EQ(kxFatalText([&] { lex.run("past"); }), "Too Large Pushback in basic parser");
     lex.addAction("again", [&](kxLexCapture&) { return lex.run("main"); });
     lex.addRule("within ::= 'ab' again");
+    EXPECT_EQ(kxFatalText([&] { lex.run("within"); }), "kxSerializeLex:match within a match");
+    lex.addAction("other", [&](kxLexCapture&) { return lex.setAdapter(nullptr), KX_LEX_OK; });
+    lex.addRule("within ::= 'ab' other");
     EXPECT_EQ(kxFatalText([&] { lex.run("within"); }), "kxSerializeLex:match within a match");
     EXPECT_EQ(adapter->length(), 7U);
     EXPECT_EQ(lex.run("error"), KX_LEX_ERROR);
@@ -360,6 +373,8 @@ TEST(kxSerializeLex, ReadsWideCharacters)
          "OK '\xC3\xA4\xE2\x82\xAC\xE2\x82\xAD\xE2\x82\xAC' <>", ""},
         {"pairs of surrogates", "main ::= $ '\xF0\x9F\x98\x80' fPush",
          "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>", ""},
+        {"a scan pattern", "%\xC3\xA4\xE2\x82\xAC%t", "%" + std::string("\0\xE4\0\xAC\x20x\0", 7),
+         "OK 'x' <>", ""},
         {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8", "Error <\x3D\xD8>",
          "Parse Error:'Utf lex encoding on faulty data set' in rule 'main' at (Line:1,Col:2) -> fPush"},
         {"half a character stays", "main ::= $ 'a' fPush [^]*", wide("a") + "b", "OK 'a' <b>", ""},
@@ -371,8 +386,9 @@ TEST(kxSerializeLex, ReadsWideCharacters)
         const auto adapter = kxInputOf(row.input);
         adapter->setFlags(KX_SERIALIZE_WIDE);
         kxSerializeLex lex(adapter);
-        lex.addRules(row.rules);
-        const kxLexResult result = lex.run("main");
+        const bool isPattern = row.rules.starts_with('%');
+        if (!isPattern) lex.addRules(row.rules);
+        const kxLexResult result = isPattern ? lex.scan(row.rules) : lex.run("main");
         EXPECT_EQ(lex.getError(), row.error);
         EXPECT_EQ(kxOutcome(lex, result, *adapter), row.expected);
     }
