@@ -14,7 +14,9 @@
 
 class kxLexCapture;
 
-// Matches at the input's position. Whatever it answers but KX_LEX_OK, everything it read is given back.
+// Matches at the input's position. Whatever it answers but KX_LEX_OK, everything it read is given back. It may end
+// before its start, by giving back what others have read; then the match goes on there, and texts from a later mark
+// are empty.
 using kxParserFunction = std::function<kxLexResult(kxLexInput& input)>;
 // Takes what was matched between the marks; called in order when the whole match has succeeded. Anything but
 // KX_LEX_OK makes the match an error.

@@ -20,7 +20,9 @@
 constexpr std::uint32_t KX_LEX_MAX_DEPTH = 10000;
 // Records of one match.
 constexpr std::uint32_t KX_LEX_MAX_RECORDS = 4 * 1024 * 1024;
-// Calls and failures of one match, and how many more each character read allows.
+// Steps of one match, and how many more each character read allows. A call and a failure are one each; so is what
+// goes on without either, for every KX_LEX_WORK_OF_STEP characters given back or compared in vain and instructions gone
+// through.
 constexpr std::int64_t KX_LEX_STEPS = 200'000'000;
 constexpr std::int64_t KX_LEX_STEPS_PER_CHARACTER = 20;
 
@@ -47,6 +49,7 @@ private:
     struct Frame {
         FrameKind kind;
         bool wasSpent;
+        bool wasShort;
         std::uint32_t at;        // where to go on: the instruction behind a call, the other way of a choice
         std::uint32_t position;  // where a choice or a round began; of a call, where the caller began
         std::uint32_t records;
@@ -55,17 +58,19 @@ private:
     };
 
     void start(const kxRuleProgram& program);
+    kxLexResult execute(const kxRuleProgram& program);
     bool more();
     bool takeText(const kxInstruction& instruction);
     bool takeRun(const kxProgramSet& set, const kxProgramBounds& bounds, std::uint32_t taken);
     bool enterRule(const kxInstruction& instruction);
-    void leaveRule();
+    void leaveRule(const kxInstruction& instruction);
     bool push(const Frame& frame);
     bool pushChoice(FrameKind kind, std::uint32_t otherWay);
     bool endRound(const kxInstruction& instruction);
     bool canGoOn(const kxProgramBounds& bounds, std::uint32_t rounds) const;
     bool comeBack();
     void leaveFailedRule(const Frame& frame);
+    void leaveAllRules();
     bool runFunction(const kxFuncInfo& function);
     bool record(const kxInstruction& instruction);
     bool mark();
