@@ -97,10 +97,8 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
     }
     EXPECT_FALSE(parser.parse(kxString(repeated("[", 61) + "7" + repeated("]", 61))));
     EXPECT_TRUE(parser.getError().contains("Too many nested arrays")) << parser.getError();
-    EXPECT_TRUE(parser.parse(kxString(repeated("1,", 4000) + "2")));
-    EXPECT_EQ(parser.getArguments().count(), 4001U);
-    EXPECT_FALSE(parser.parse(kxString(repeated("1,", 20000) + "2")));
-    EXPECT_TRUE(parser.getError().contains("Too many nested rules")) << parser.getError();
+    EXPECT_TRUE(parser.parse(kxString(repeated("1,", 30000) + "2")));
+    EXPECT_EQ(parser.getArguments().count(), 30001U);
 }
 
 TEST(kxRegKeyExpandParser, PutsValuesIn)

@@ -140,7 +140,8 @@ public:
         std::vector<std::string> texts;
         const char* const names[] = {"main", "r1", "r2", "r3"};
         for (callable_ = 3; callable_ >= 0; --callable_)
-            texts.push_back(std::string(names[3 - callable_]) + " ::= " + choice(4));
+            texts.push_back(std::string(names[3 - callable_]) +
+                            " ::= " + (random_() % 6 == 0 ? list(names[3 - callable_]) : choice(4)));
         return texts;
     }
     std::string input()
@@ -154,6 +155,11 @@ private:
     std::string pick(std::initializer_list<const char*> texts)
     {
         return texts.begin()[random_() % texts.size()];
+    }
+    std::string list(const char* self)
+    {
+        return pick({"'a' ", "[ab] "}) + term(2) + " (" + pick({"'b' ", "[bc] "}) + term(2) + " " + self +
+               ")?";
     }
     std::string choice(int depth)
     {

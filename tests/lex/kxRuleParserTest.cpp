@@ -148,6 +148,11 @@ TEST(kxRuleSplitter, KnowsQuotesSetsAndComments)
         }
         EXPECT_EQ(rules, row.rules);
     }
+    const std::string open = repeated("/*;", 100000);
+    kxRuleSplitter splitter(open);
+    kxRuleSplitter::Piece piece;
+    while (splitter.next(piece)) EXPECT_EQ(piece.text, "/*");
+    EXPECT_EQ(piece.number, 100000U);
 }
 
 TEST(kxRuleSet, KnowsWhatRulesBeginWith)
@@ -208,4 +213,10 @@ TEST(kxRuleCompiler, MakesPrograms)
               "17 call x 30\n18 commit 19\n19 commit 27\n20 repeat {0,*} 27\n21 choice 24\n"
               "22 call sp 28\n23 commit 26\n24 unit 'y'\n25 call x 30\n26 again {0,*} 21\n27 return\n"
               "28 unit ' '\n29 return\n30 mark\n31 unit 'x'\n32 return\n");
+    const kxRuleProgram list =
+        kxCompileRules(ruleSet({"list ::= x x (',' list)?", "x ::= 'ab'"}), kxRuleCode::kFast);
+    EXPECT_EQ(list.print(),
+              "0 call list 2\n1 done\n2 text 'ab'\n3 text 'ab'\n4 test [,] 10\n5 repeat {0,*} 10\n"
+              "6 unit ','\n7 text 'ab'\n8 text 'ab'\n9 again {0,*} 6\n10 return\n11 text 'ab'\n12 return\n");
+    EXPECT_EQ(list.texts, u"ab") << "what is put in twice is there once";
 }

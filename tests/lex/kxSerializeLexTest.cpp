@@ -32,10 +32,11 @@ struct Row {
 };
 
 // The result and the error text of running main.
-std::string faultOf(std::string_view rules, std::string_view input)
+std::string faultOf(std::string_view rules, std::string_view input, bool isPlain = false)
 {
     const auto adapter = kxInputOf(input);
     kxSerializeLex lex(adapter);
+    lex.setTracing(isPlain);
     lex.addRules(rules);
     const kxLexResult result = lex.run("main");
     const std::string text = std::string(kxLexResultName(result)) + ": " + lex.getError().text();
@@ -169,6 +170,7 @@ TEST(kxSerializeLex, SaysWhyItStopped)
         {"a name that stands for nothing", "main ::= 'a' other", "a", "Error: Unknow parse function 'other'"},
         {"is only met when it is reached", "main ::= 'a' other | 'b'", "b", "OK: "},
         {"no such rule", "x ::= 'a'", "a", "Error: Unknow parse function 'main'"},
+        {"a difference that refuses needs no more data", "main ::= [^] - fHex", "1", "No Match: "},
         {"left recursion", "main ::= 'x' | y; y ::= main 'z'", "x",
          "Error: Parse Error:'Left recursion' in rule 'y' at (Line:1,Col:25) -> main 'z'"},
         {"too deep", "main ::= '\n' b; b ::= 'x' b 'y' | 'z'", "\n" + repeated("x", 20000),
@@ -178,6 +180,7 @@ TEST(kxSerializeLex, SaysWhyItStopped)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
         EXPECT_EQ(faultOf(row.rules, row.input), row.expected);
+        EXPECT_EQ(faultOf(row.rules, row.input, true), row.expected) << "plainly";
     }
 }
 
@@ -203,6 +206,36 @@ TEST(kxSerializeLex, SurvivesHostileRules)
     EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule '")) << lex.getError();
     EXPECT_EQ(adapter->length(), 60U);
 
+    const Row idle[] = {
+        {"runs that are too short", "main ::= ([x]{20001,20001} | [^])*", "", ""},
+        {"runs without end", "main ::= ([x]{20001,4294967295} | [^])*", "", ""},
+        {"long texts in vain", "main ::= ('" + repeated("x", 19999) + "y' | [^])*", "", ""},
+        {"rounds of many instructions", "main ::= (" + repeated("[b]? ", 20000) + " 'x')*", "", ""},
+        {"a function that goes back", "main ::= 'x' ('x' | back)*", "", ""},
+    };
+    lex.addFunction("back", [](kxLexInput& input) {
+        input.giveBack(1);
+        return KX_LEX_OK;
+    });
+    for (const Row& row : idle) {
+        SCOPED_TRACE(row.why);
+        lex.addRules(row.rules);
+        for (const char* end : {"", "!"}) {
+            lex.setAdapter(kxInputOf(repeated("x", 20000) + end));
+            EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+            EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule 'main'"));
+        }
+    }
+
+    std::string links = "r0 ::= 'a';";  // and a large rule that refers to all of them
+    std::string all = "main ::= 'q'";
+    for (int link = 1; link < 3000; ++link) {
+        const std::string name = "r" + std::to_string(link);
+        links += name + " ::= r" + std::to_string(link - 1) + ";";
+        all += " | " + name;
+    }
+    EXPECT_EQ(faultOf(links + all + repeated(" | 'b'", 20000), "b"), "OK: ");
+
     std::string empties = "z ::= '';";  // calls without end that take nothing
     for (char rule = 'a'; rule < 'z'; ++rule) {
         const std::string next(1, static_cast<char>(rule + 1));
@@ -224,7 +257,20 @@ TEST(kxSerializeLex, ReadsNoMoreThanItMay)
         EXPECT_EQ(lex.run(rule), KX_LEX_ERROR);
         EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too much input' in rule '")) << lex.getError();
     }
+    EXPECT_EQ(lex.getError(),
+              "Parse Error:'Too much input' in rule 'none' at (Line:1,Col:100001) -> 'x' | [^])*");
     EXPECT_EQ(lex.run("one"), KX_LEX_OK);
+    for (const bool isWide : {false, true}) {
+        lex.setHistoryLimit(300);
+        for (const int length : {299, 300, 301}) {
+            const std::string text = repeated("x", length);
+            const auto adapter = kxInputOf(isWide ? wide(text) + "x" : text);
+            lex.setAdapter(adapter);
+            lex.setWide(isWide);
+            EXPECT_EQ(lex.run("all"), length > 300 ? KX_LEX_ERROR : KX_LEX_OK) << length;
+            EXPECT_EQ(adapter->length() > 1, length > 300);
+        }
+    }
     EXPECT_FALSE(lex.loadRules("file:/dev/zero"));
     EXPECT_EQ(lex.getError(), "Too much input");
 
@@ -310,6 +356,12 @@ TEST(kxSerializeLex, RunsFunctionsAndActionsOfTheProgram)
         capture.setFault("not so");
         return KX_LEX_ERROR;
     });
+    lex.addFunction("step", [](kxLexInput& input) { return input.giveBack(1), KX_LEX_OK; });
+    const auto before = kxInputOf("abc");
+    lex.setAdapter(before);
+    lex.addRules("first ::= 'a' (step 'x' | 'q' | 'b') $ step fPush");
+    EXPECT_EQ(kxOutcome(lex, lex.run("first"), *before), "OK '' <bc>") << "before its own start";
+    lex.setAdapter(adapter);
     lex.addRules("main ::= greedy | $ 'a' $ 'b' note note $ '\n' note inner note; inner ::= two note;"
                  "error ::= 'c' | 'a' broken; late ::= two '\n' $ refuse; past ::= two back");
     EXPECT_EQ(kxFatalText([&] { lex.run("past"); }), "Too Large Pushback in basic parser");
@@ -356,6 +408,13 @@ TEST(kxSerializeLex, TracesRulesAndFunctions)
             "Exit Rule        :  y(Line:3,Col:2)\tResult:OK", "Parsing Function :  fPush(Line:3,Col:2)",
             "Exit Function    :  fPush(Line:3,Col:2)\tResult:OK",
             "Exit Rule        : main(Line:3,Col:2)\tResult:OK"}));
+    lex.addRules("main ::= x; x ::= '5'? other");
+    EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+    EXPECT_EQ(messages.takeTexts(),
+              (std::vector<std::string>{
+                  "Parsing Rule     : main(Line:3,Col:2)", "Parsing Rule     :  x(Line:3,Col:2)",
+                  "Exit Rule        :  x(Line:3,Col:2)\tResult:Error",
+                  "Exit Rule        : main(Line:3,Col:2)\tResult:Error", "Unknow parse function 'other'"}));
 }
 
 TEST(kxSerializeLex, ReadsWideCharacters)
@@ -378,6 +437,8 @@ TEST(kxSerializeLex, ReadsWideCharacters)
         {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8", "Error <\x3D\xD8>",
          "Parse Error:'Utf lex encoding on faulty data set' in rule 'main' at (Line:1,Col:2) -> fPush"},
         {"half a character stays", "main ::= $ 'a' fPush [^]*", wide("a") + "b", "OK 'a' <b>", ""},
+        {"half a pair in a set", "main ::= [\xF0\x9F\x98\x80]", "\x3D\xD8", "Error <\x3D\xD8>",
+         "Utf lex encoding on faulty data set"},
         {"rules that are no UTF-8", "main ::= '\xFF'", wide("a"), "Error <" + wide("a") + ">",
          "Utf lex encoding on faulty data set"},
     };

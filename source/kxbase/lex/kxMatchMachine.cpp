@@ -356,19 +356,19 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
 {
     const char16_t* const text = program_->texts.data() + instruction.a;
     std::uint32_t taken = 0;
-    while (taken < instruction.b) {
-        if (position_ + taken == end_ && !more()) return false;
+    while (taken < instruction.b && (position_ + taken < end_ || more())) {
         const std::uint32_t there = std::min(instruction.b - taken, end_ - position_ - taken);
-        const char16_t* const end = text + taken + there;
-        const char16_t* const differs = std::mismatch(text + taken, end, units_ + position_ + taken).first;
-        if (differs != end) {
-            stepsLeft_ -= (differs - text) / KX_LEX_WORK_OF_STEP;
-            return false;
-        }
-        taken += there;
+        const char16_t* const from = text + taken;
+        const char16_t* const differs = std::mismatch(from, from + there, units_ + position_ + taken).first;
+        taken += static_cast<std::uint32_t>(differs - from);
+        if (differs != from + there) break;
     }
-    position_ += taken;
-    return true;
+    const bool matches = taken == instruction.b;
+    if (matches)
+        position_ += taken;
+    else
+        stepsLeft_ -= taken / KX_LEX_WORK_OF_STEP;
+    return matches;
 }
 
 // Goes on with a run that has come to the end of what was read.

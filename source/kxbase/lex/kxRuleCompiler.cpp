@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
 
 namespace {
 
@@ -17,6 +18,7 @@ constexpr std::uint32_t kInlineCode = 65536;
 // Alternatives that are compared with one; among more, some will begin alike.
 constexpr std::uint32_t kComparedAlternatives = 64;
 constexpr std::uint32_t kSingleDepth = 8;
+constexpr std::uint32_t kMostBytesOfUnit = 3;  // of UTF-8
 // Fewer alternatives are told apart by their tests.
 constexpr std::uint32_t kSwitchAlternatives = 3;
 constexpr std::size_t kMostTables = 4096;
@@ -52,7 +54,6 @@ public:
         if (!isInlined_) offset_ = node.offset;
         if (step.node == std::exchange(runNode_, kNone))
             return emit(KX_OP_SPAN, singleSet(*rule_, step.node, kSingleDepth), 1);
-        step.chain = step.place = step.table = step.roundEnd = kNone;
         switch (node.kind) {
         case KX_RULE_LITERAL:
             return literal(node);
@@ -88,6 +89,11 @@ public:
     }
 
 private:
+    struct Text {  // in the texts of the program
+        std::uint32_t start;
+        std::uint32_t length;
+    };
+
     const kxRuleNode& nodeAt(std::uint32_t node) const { return rule_->info->tree().nodes()[node]; }
     std::uint32_t here() const { return static_cast<std::uint32_t>(program_.code.size()); }
     // Answers false, for leaves of the walk.
@@ -102,21 +108,74 @@ private:
     {
         const kxRuleSet::Rule* const outer = std::exchange(rule_, &rule);
         const std::uint32_t rounds = std::exchange(rounds_, kNone);
-        kxRuleWalk(rule.info->tree(), *this);
+        const std::uint32_t root = rule.info->tree().root();
+        if (isPlain_ || !isList())
+            kxRuleWalk(rule.info->tree(), root, *this);
+        else
+            compileList(root);
         rounds_ = rounds;
         rule_ = outer;
+    }
+    // Whether the rule is `a (b self)?`, which is `a (b a)*` when it has no marks and actions of its own. Rounds need
+    // no stack, so that lists may be as long as the input.
+    bool isList() const
+    {
+        const kxRuleTree& tree = rule_->info->tree();
+        for (std::uint32_t node = 0; node <= tree.root(); ++node) {
+            const kxRuleSet::Target& target = rule_->targets[node];
+            if (nodeAt(node).kind == KX_RULE_MARK) return false;
+            if (target.kind == kxRuleSet::Kind::kFunction && set_.functions()[target.index]->isAction())
+                return false;
+        }
+        const std::uint32_t rest = lastOf(tree.root(), KX_RULE_SEQUENCE);
+        if (rest == kNone || nodeAt(rest).kind != KX_RULE_REPEAT || !isOptional(nodeAt(rest))) return false;
+        const std::uint32_t self = lastOf(nodeAt(rest).firstChild, KX_RULE_SEQUENCE);
+        return self != kNone && rule_->targets[self].kind == kxRuleSet::Kind::kRule &&
+               &set_.rules()[rule_->targets[self].index] == rule_;
+    }
+    // The last child of a node of that kind.
+    std::uint32_t lastOf(std::uint32_t node, kxRuleNodeKind kind) const
+    {
+        if (nodeAt(node).kind != kind) return kNone;
+        std::uint32_t child = nodeAt(node).firstChild;
+        while (nodeAt(child).next != kNone) child = nodeAt(child).next;
+        return child;
+    }
+    void compileList(std::uint32_t root)
+    {
+        const std::uint32_t rest = compileButLast(root);
+        kxRuleNode rounds = nodeAt(rest);
+        rounds.maximum = KX_RULE_UNLIMITED;
+        kxRuleStep step{rest, kNone};
+        beginRepeat(step, rounds);
+        compileButLast(rounds.firstChild);
+        compileButLast(root);
+        endRepeat(step, rounds);
+    }
+    // Answers the last child, which is not compiled.
+    std::uint32_t compileButLast(std::uint32_t node)
+    {
+        std::uint32_t child = nodeAt(node).firstChild;
+        for (; nodeAt(child).next != kNone; child = nodeAt(child).next)
+            kxRuleWalk(rule_->info->tree(), child, *this);
+        return child;
     }
 
     // ---- leaves
 
     bool literal(const kxRuleNode& node)
     {
-        const std::u16string units = unitsOf(*rule_, node);
-        if (units.empty()) return false;
-        if (units.size() == 1) return emit(KX_OP_UNIT, units.front());
-        const auto start = static_cast<std::uint32_t>(program_.texts.size());
-        program_.texts += units;
-        return emit(KX_OP_TEXT, start, static_cast<std::uint32_t>(units.size()));
+        if (node.length == 0) return false;
+        if (const std::u16string units = shortUnitsOf(*rule_, node); units.size() == 1)
+            return emit(KX_OP_UNIT, units.front());
+        const auto end = static_cast<std::uint32_t>(program_.texts.size());
+        const auto [place, isNew] = textOfNode_.try_emplace(&node, Text{end, 0});
+        Text& text = place->second;
+        if (isNew) {
+            program_.texts += unitsOf(*rule_, node);
+            text.length = static_cast<std::uint32_t>(program_.texts.size()) - end;
+        }
+        return emit(KX_OP_TEXT, text.start, text.length);
     }
     bool name(std::uint32_t node)
     {
@@ -358,7 +417,7 @@ private:
     {
         const kxRuleNode& node = rule.info->tree().nodes()[at];
         if (node.kind == KX_RULE_SET || node.kind == KX_RULE_SET_NOT) return writtenSet(rule, at);
-        if (node.kind == KX_RULE_LITERAL && unitsOf(rule, node).size() == 1) return writtenSet(rule, at);
+        if (node.kind == KX_RULE_LITERAL && shortUnitsOf(rule, node).size() == 1) return writtenSet(rule, at);
         if (node.kind != KX_RULE_NAME || isPlain_ || depth == 0) return kNone;
         const kxRuleSet::Target target = rule.targets[at];
         if (isCharacter(target)) return setOf(set_.functions()[target.index]->first());
@@ -375,9 +434,16 @@ private:
         kxRuleUnits::decode(rule.info->tree().textOf(node), set_.isWide(), units);
         return units;
     }
+    // The same, but none when they are more than one for certain.
+    std::u16string shortUnitsOf(const kxRuleSet::Rule& rule, const kxRuleNode& node) const
+    {
+        return node.length <= kMostBytesOfUnit ? unitsOf(rule, node) : std::u16string();
+    }
     std::uint32_t writtenSet(const kxRuleSet::Rule& rule, std::uint32_t at)
     {
         const kxRuleNode& node = rule.info->tree().nodes()[at];
+        const auto [place, isNew] = setOfNode_.try_emplace(&node, kNone);
+        if (!isNew) return place->second;
         const bool isNot = node.kind == KX_RULE_SET_NOT;
         kxProgramSet set{{}, isNot, {}};
         std::fill(std::begin(set.low), std::end(set.low), static_cast<std::uint8_t>(isNot));
@@ -388,7 +454,8 @@ private:
                 set.exceptions += unit;
         }
         std::sort(set.exceptions.begin(), set.exceptions.end());
-        return setIndex(std::move(set));
+        place->second = setIndex(std::move(set));
+        return place->second;
     }
     std::uint32_t setOf(const kxUnitSet& units)
     {
@@ -415,6 +482,9 @@ private:
     std::uint32_t rounds_ = kNone;           // the choice whose rounds are not limited
     std::uint32_t runNode_ = kNone;          // the node that is to take all it can
     std::uint32_t offset_ = 0;
+    // Rules that are put in at many places share what is written in them.
+    std::unordered_map<const kxRuleNode*, Text> textOfNode_;
+    std::unordered_map<const kxRuleNode*, std::uint32_t> setOfNode_;
     std::map<std::u16string, std::uint32_t> setIndex_;
     std::map<kxProgramBounds, std::uint32_t> boundsIndex_;
 };
