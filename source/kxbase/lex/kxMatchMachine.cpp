@@ -163,6 +163,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
 {
     // Copies of members, for the loop.
     const kxInstruction* const code = program.code.data();
+    const kxProgramSet* const sets = program.sets.data();
     const kxInstruction* at = code;
     std::uint32_t position = 0;
     const char16_t* units = units_;
@@ -195,12 +196,12 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             ++at;
             continue;
         case KX_OP_SET:
-            if (!hasUnit() || !program.sets[at->a].contains(units[position])) break;
+            if (!hasUnit() || !sets[at->a].contains(units[position])) break;
             ++position;
             ++at;
             continue;
         case KX_OP_TEST:
-            if (hasUnit() && program.sets[at->a].contains(units[position])) {
+            if (hasUnit() && sets[at->a].contains(units[position])) {
                 ++at;
                 continue;
             }
@@ -208,12 +209,13 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             at = code + at->b;
             continue;
         case KX_OP_SWITCH:
-            if (hasUnit())
+            if (hasUnit()) {
                 at = code + program.tables[at->a][std::min(units[position], kxUnitSet::kHigh)];
-            else if (fault_ != nullptr)
+            } else if (fault_ != nullptr) {
                 break;
-            else
+            } else {
                 ++at;
+            }
             continue;
         case KX_OP_TEXT: {
             store();
@@ -224,25 +226,32 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             continue;
         }
         case KX_OP_SPAN: {
-            const kxProgramSet& set = program.sets[at->a];
-            const std::uint32_t start = position;
-            while (position != end && set.contains(units[position])) ++position;
-            if (position == end) [[unlikely]] {
-                position = start;
+            const kxProgramSet& set = sets[at->a];
+            const char16_t* const stop = units + end;
+            const char16_t* const first = units + position;
+            const char16_t* unit = first;
+            // Most runs are blanks, of which there are none or one: these end by branches of their own.
+            if (unit != stop && set.contains(*unit) && ++unit != stop && set.contains(*unit)) {
+                do ++unit;
+                while (unit != stop && set.contains(*unit));
+            }
+            const auto taken = static_cast<std::uint32_t>(unit - first);
+            if (unit == stop) [[unlikely]] {
                 store();
-                const bool matches = takeRun(set, {at->b, KX_RULE_UNLIMITED}, end - start);
+                const bool matches = takeRun(set, {at->b, KX_RULE_UNLIMITED}, taken);
                 loadInput();
                 if (!matches) break;
-            } else if (position - start < at->b) {
-                stepsLeft_ -= (position - start) / KX_LEX_WORK_OF_STEP;
-                position = start;
+            } else if (taken < at->b) {
+                stepsLeft_ -= taken / KX_LEX_WORK_OF_STEP;
                 break;
+            } else {
+                position += taken;
             }
             ++at;
             continue;
         }
         case KX_OP_RUN: {
-            const kxProgramSet& set = program.sets[at->a];
+            const kxProgramSet& set = sets[at->a];
             const kxProgramBounds& bounds = program.bounds[at->b];
             const std::uint32_t most = std::min(bounds.maximum, end - position);
             const char16_t* const first = units + position;

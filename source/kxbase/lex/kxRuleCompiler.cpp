@@ -51,7 +51,7 @@ public:
     bool enter(kxRuleStep& step)
     {
         const kxRuleNode& node = nodeAt(step.node);
-        if (!isInlined_) offset_ = node.offset;
+        if (open_.size() == 1) offset_ = node.offset;
         if (step.node == std::exchange(runNode_, kNone))
             return emit(KX_OP_SPAN, singleSet(*rule_, step.node, kSingleDepth), 1);
         switch (node.kind) {
@@ -107,12 +107,14 @@ private:
     void compileRule(const kxRuleSet::Rule& rule)
     {
         const kxRuleSet::Rule* const outer = std::exchange(rule_, &rule);
+        open_.push_back(&rule);
         const std::uint32_t rounds = std::exchange(rounds_, kNone);
         const std::uint32_t root = rule.info->tree().root();
         if (isPlain_ || !isList())
             kxRuleWalk(rule.info->tree(), root, *this);
         else
             compileList(root);
+        open_.pop_back();
         rounds_ = rounds;
         rule_ = outer;
     }
@@ -187,9 +189,9 @@ private:
         if (target.kind == kxRuleSet::Kind::kFunction) return function(node, target.index);
         const kxRuleSet::Rule& called = set_.rules()[target.index];
         if (isPlain_ || !canBeInlined(called)) return emit(KX_OP_CALL, target.index);
-        const bool wasInlined = std::exchange(isInlined_, true);
+        if (open_.size() == 1) inlineNodesLeft_ = kInlineNodes;
+        inlineNodesLeft_ -= called.info->tree().nodes().size();
         compileRule(called);
-        isInlined_ = wasInlined;
         return false;
     }
     bool function(std::uint32_t node, std::uint32_t index)
@@ -207,22 +209,19 @@ private:
         return before.kind == kxRuleSet::Kind::kFunction && nodeAt(node - 1).next == node &&
                set_.functions()[before.index]->name() == "fWS";
     }
-    // Rules that neither mark nor run functions of the program, and are short with all that they call.
+    // Rules that neither mark nor run functions of the program, and are small with all that is put into them.
     bool canBeInlined(const kxRuleSet::Rule& rule) const
     {
-        std::size_t nodes = kInlineNodes;
-        return here() < kInlineCode && takesNoMore(rule, nodes, kInlineDepth);
-    }
-    bool takesNoMore(const kxRuleSet::Rule& rule, std::size_t& nodesLeft, std::uint32_t depth) const
-    {
         const std::vector<kxRuleNode>& nodes = rule.info->tree().nodes();
-        if (nodes.size() > nodesLeft || depth == 0) return false;
-        nodesLeft -= nodes.size();
+        const std::size_t nodesLeft = open_.size() == 1 ? kInlineNodes : inlineNodesLeft_;
+        if (here() >= kInlineCode || open_.size() > kInlineDepth || nodes.size() > nodesLeft) return false;
+        if (std::find(open_.begin(), open_.end(), &rule) != open_.end()) return false;
         for (std::uint32_t node = 0; node < nodes.size(); ++node) {
+            const kxRuleSet::Target& target = rule.targets[node];
             if (nodes[node].kind == KX_RULE_MARK) return false;
-            if (nodes[node].kind != KX_RULE_NAME || isCharacter(rule.targets[node])) continue;
-            if (rule.targets[node].kind != kxRuleSet::Kind::kRule) return false;
-            if (!takesNoMore(set_.rules()[rule.targets[node].index], nodesLeft, depth - 1)) return false;
+            if (nodes[node].kind != KX_RULE_NAME || isCharacter(target)) continue;
+            // One that calls itself would only become one level deeper.
+            if (target.kind != kxRuleSet::Kind::kRule || &set_.rules()[target.index] == &rule) return false;
         }
         return true;
     }
@@ -477,10 +476,11 @@ private:
     const kxRuleSet& set_;
     const bool isPlain_;
     kxRuleProgram program_;
-    const kxRuleSet::Rule* rule_ = nullptr;  // being compiled
-    bool isInlined_ = false;                 // into another one, whose text errors show
-    std::uint32_t rounds_ = kNone;           // the choice whose rounds are not limited
-    std::uint32_t runNode_ = kNone;          // the node that is to take all it can
+    const kxRuleSet::Rule* rule_ = nullptr;     // being compiled
+    std::vector<const kxRuleSet::Rule*> open_;  // rules being compiled, each within the one before
+    std::size_t inlineNodesLeft_ = 0;           // for all that is put in within a call
+    std::uint32_t rounds_ = kNone;              // the choice whose rounds are not limited
+    std::uint32_t runNode_ = kNone;             // the node that is to take all it can
     std::uint32_t offset_ = 0;
     // Rules that are put in at many places share what is written in them.
     std::unordered_map<const kxRuleNode*, Text> textOfNode_;
