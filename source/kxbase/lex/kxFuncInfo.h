@@ -50,7 +50,8 @@ public:
     const std::string& name() const { return name_; }
     kxFuncKind kind() const { return kind_; }
     // Whether it takes no input.
-    bool isAction() const { return kind_ >= KX_FUNC_PUSH; }
+    bool isAction() const { return kind_ != KX_FUNC_CHARACTER && kind_ != KX_FUNC_MATCH; }
+    // The characters of KX_FUNC_CHARACTER. Of KX_FUNC_MATCH those that a match can begin with, which saves calls.
     const kxUnitSet& first() const { return first_; }
     const kxParserFunction& function() const { return function_; }
     const kxLexAction& action() const { return action_; }

@@ -98,11 +98,11 @@ void kxMatchDelivery::push(const kxFuncInfo& function, bool isBlank)
 
 bool kxMatchDelivery::act(const kxFuncInfo& function, const kxMatchLog::Record& record)
 {
-    std::vector<std::uint32_t> cuts;
-    if (!log_.cuts(record, KX_LEX_MAX_PIECES, cuts)) return fail(kxTranslate("Too many marks"));
-    capture_.pieces_.resize(cuts.size() - 1);
-    for (std::size_t piece = 0; piece + 1 < cuts.size(); ++piece) {
-        if (!copyPiece(cuts[piece], cuts[piece + 1], capture_.pieces_[piece])) return false;
+    std::vector<std::uint32_t> borders;
+    if (!log_.bordersOf(record, KX_LEX_MAX_PIECES, borders)) return fail(kxTranslate("Too many marks"));
+    capture_.pieces_.resize(borders.size() - 1);
+    for (std::size_t piece = 0; piece + 1 < borders.size(); ++piece) {
+        if (!copyPiece(borders[piece], borders[piece + 1], capture_.pieces_[piece])) return false;
     }
     capture_.fault_ = kxString();
     capture_.hasLost_ = false;

@@ -106,8 +106,8 @@ inline bool kxMatchMachine::canGoOn(const kxProgramBounds& bounds, std::uint32_t
     return program_->sets[bounds.first].contains(units_[position_]);
 }
 
-// Rounds stand in the frame of their repetition, whose choice is the end of the repetition. Answers whether that has
-// come.
+// At the end of a round, whose repetition is the last frame. Answers whether the repetition has ended; else the frame
+// becomes that of the next round.
 inline bool kxMatchMachine::endRound(const kxInstruction& instruction)
 {
     Frame& frame = frames_.back();
@@ -161,7 +161,8 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
 
 kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
 {
-    // Copies of members, for the loop.
+    // Copies of members, for the loop. A case that calls a function of the machine puts into the members what that one
+    // reads: position_ alone, or by store() also the instruction; loadInput() follows where it may have read more.
     const kxInstruction* const code = program.code.data();
     const kxProgramSet* const sets = program.sets.data();
     const kxInstruction* at = code;

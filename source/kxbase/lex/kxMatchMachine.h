@@ -46,15 +46,17 @@ public:
 
 private:
     enum class FrameKind : std::uint8_t { kCall, kChoice, kRounds };
+    // A call, a choice that is left, or a repetition whose rounds run; the latter is a choice too, of which the end of
+    // the repetition is the other way.
     struct Frame {
         FrameKind kind;
-        bool wasSpent;
+        bool wasSpent;  // members as they were
         bool wasShort;
-        std::uint32_t at;        // where to go on: the instruction behind a call, the other way of a choice
-        std::uint32_t position;  // where a choice or a round began; of a call, where the caller began
-        std::uint32_t records;
+        std::uint32_t at;        // call: the instruction behind it; else the other way
+        std::uint32_t position;  // call: ruleStart_ of the caller; else where the choice or the round began
+        std::uint32_t records;   // call: unused; else the length of the log
         std::uint32_t mark;
-        std::uint32_t count;  // rounds; of a call, its rule
+        std::uint32_t count;  // call: the rule; rounds: those done
     };
 
     void start(const kxRuleProgram& program);
@@ -89,7 +91,7 @@ private:
     std::uint32_t depth_ = 0;
     std::uint32_t ruleStart_ = 0;            // where the running rule began
     std::uint32_t mark_ = KX_MATCH_NO_MARK;  // the running rule's last mark
-    bool isSpent_ = false;                   // an action has used the marks: the next one starts anew
+    bool isSpent_ = false;  // an action has taken the marks up to mark_: a next mark begins anew
     bool isShort_ = false;
     std::int64_t steps_ = KX_LEX_STEPS;
     std::int64_t stepsLeft_ = 0;

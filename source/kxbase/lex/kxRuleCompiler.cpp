@@ -47,6 +47,16 @@ public:
     }
 
     // ---- the walk over a rule
+    //
+    // What the numbers of a step stand for:
+    //
+    //               place                    chain                           table      roundEnd
+    //   choice      where the alternative    ends of the alternatives, which  its table
+    //               begins                   go behind the choice
+    //   difference                           what goes behind the REFUSE
+    //   repeat      where a round begins     what goes behind the repetition             a JUMP to its AGAIN
+    //
+    // A chain is made of instructions whose target is not known yet; each holds the one before it instead.
 
     bool enter(kxRuleStep& step)
     {
@@ -233,7 +243,16 @@ private:
 
     // ---- choices and differences
 
-    // A table leads past the tests of the alternatives to the first that can begin with the next unit.
+    //   a | b | c            SWITCH table         from three alternatives on: goes to the first one below that can
+    //                        TEST first(a), b     begin with the next unit, behind its TEST
+    //                        CHOICE b             only where a later alternative begins with the same
+    //                        ...a...
+    //                        COMMIT end           without a CHOICE, JUMP end
+    //                     b: TEST first(b), c
+    //                        ...
+    //                     c: ...c...
+    //                   end:
+
     bool beginChoice(kxRuleStep& step, const kxRuleNode& node)
     {
         std::uint32_t alternatives = 0;
@@ -299,6 +318,12 @@ private:
         while (chain != kNone) setTarget(std::exchange(chain, program_.code[chain].b), here());
     }
 
+    //   a - b                TEST first(b), a
+    //                        CHOICE a
+    //                        ...b...
+    //                        REFUSE
+    //                     a: ...a...
+
     // All children but the last must not match.
     void beginUnwanted(kxRuleStep& step)
     {
@@ -318,6 +343,14 @@ private:
     }
 
     // ---- repetitions
+    //
+    //   a*                   TEST first(a), end   only where there may be no round
+    //                        REPEAT bounds, end
+    //                 round: ...a...
+    //                        AGAIN bounds, round
+    //                   end:
+    //
+    // a? has a CHOICE and a COMMIT instead; a single character is a SPAN or a RUN.
 
     bool beginRepeat(kxRuleStep& step, const kxRuleNode& node)
     {
@@ -347,6 +380,43 @@ private:
         if (node.maximum == KX_RULE_UNLIMITED) return emit(KX_OP_SPAN, set, node.minimum);
         return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
     }
+    void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
+    {
+        if (step.roundEnd != kNone) setTarget(step.roundEnd, here());
+        if (isOptional(node))
+            emit(KX_OP_COMMIT, 0, here() + 1);
+        else
+            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
+        closeChain(step.chain);
+    }
+    kxProgramBounds boundsOf(const kxRuleNode& node)
+    {
+        const kxUnitSet& first = rule_->first[node.firstChild];
+        const bool isTested = !isPlain_ && !first.hasNothing();
+        return {node.minimum, node.maximum, isTested ? setOf(first) : kxProgramBounds::kAnySet};
+    }
+    static bool isOptional(const kxRuleNode& node) { return node.minimum == 0 && node.maximum == 1; }
+    std::uint32_t boundsIndex(const kxProgramBounds& bounds)
+    {
+        const auto count = static_cast<std::uint32_t>(program_.bounds.size());
+        const auto [place, isNew] = boundsIndex_.try_emplace(bounds, count);
+        if (isNew) program_.bounds.push_back(bounds);
+        return place->second;
+    }
+    // ---- runs within rounds
+    //
+    // Rounds that take single characters among other things are slow when every character is a round. What follows only
+    // saves time: without it, programs do the same.
+    //
+    //   ([ab] | x)*          SPAN [ab]            before the TEST of the repetition, and
+    //                 round: SPAN [ab] {1,*}      instead of SET [ab] within
+    //
+    //   ([ab] - x)*   round: TEST [ab] but first(x), one
+    //                        SPAN [ab] but first(x) {1,*}
+    //                        JUMP again
+    //                   one: ...[ab] - x...
+    //                 again: AGAIN bounds, round
+
     // Rounds that try one character first may begin with all such characters; often nothing else comes behind them.
     void takeCharactersFirst(const kxRuleNode& node)
     {
@@ -387,29 +457,6 @@ private:
         emit(KX_OP_SPAN, set, 1);
         step.roundEnd = here();
         emit(KX_OP_JUMP);
-    }
-    void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
-    {
-        if (step.roundEnd != kNone) setTarget(step.roundEnd, here());
-        if (isOptional(node))
-            emit(KX_OP_COMMIT, 0, here() + 1);
-        else
-            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
-        closeChain(step.chain);
-    }
-    kxProgramBounds boundsOf(const kxRuleNode& node)
-    {
-        const kxUnitSet& first = rule_->first[node.firstChild];
-        const bool isTested = !isPlain_ && !first.hasNothing();
-        return {node.minimum, node.maximum, isTested ? setOf(first) : kxProgramBounds::kAnySet};
-    }
-    static bool isOptional(const kxRuleNode& node) { return node.minimum == 0 && node.maximum == 1; }
-    std::uint32_t boundsIndex(const kxProgramBounds& bounds)
-    {
-        const auto count = static_cast<std::uint32_t>(program_.bounds.size());
-        const auto [place, isNew] = boundsIndex_.try_emplace(bounds, count);
-        if (isNew) program_.bounds.push_back(bounds);
-        return place->second;
     }
     // The set of what matches exactly one character and does nothing else; kNone for other nodes.
     std::uint32_t singleSet(const kxRuleSet::Rule& rule, std::uint32_t at, std::uint32_t depth)
