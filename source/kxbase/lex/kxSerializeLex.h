@@ -10,8 +10,8 @@
 //
 // Ownership: holds a reference to the adapter; owns rules and values.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    nothing is thrown but by functions of the program; taking a value when there is none is fatal, and so is
-//            a match from within a function or an action of the same lexer. A rule
+// Errors:    nothing is thrown but by functions of the program; taking a value when there is none is fatal, and so is a
+//            match or another adapter from within a function or an action of the same lexer. A rule
 //            that is not well formed sends Warnings and leaves the rule of that name as it was. KX_LEX_ERROR and
 //            some other ends of a run leave an error text.
 // Units:     characters are bytes, or in wide mode pairs of bytes, low byte first.
@@ -46,7 +46,8 @@ public:
     void addFunction(std::string_view name, kxParserFunction function);
     void addAction(std::string_view name, kxLexAction action);
     void add(const kxRefPointer<kxFuncInfo>& function) { names_.set(function); }
-    // Of numbers that fPush and %n take. False for a character that cannot be one.
+    // Of numbers that fPush and %n take. False for a character that cannot be one: only punctuation of ASCII can, but
+    // for signs and the single quote.
     bool setDecimalSeparator(char separator);
 
     // Matches a rule at the adapter's position.
@@ -76,13 +77,15 @@ public:
     void setStepLimit(std::int64_t steps) { machine_.setSteps(steps); }
 
 private:
+    void refuseWithinMatch() const;
     bool compile(std::string_view text, const kxTextPlace& place = {});
     bool addRulesOf(std::string_view set, const char* malformed, const kxString& source);
     bool fail(const kxString& text);
     kxLexResult match(const kxRuleProgram& program);
     kxLexResult matchAndDeliver(const kxRuleProgram& program);
     bool deliver(const kxRuleProgram& program);
-    void setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction);
+    void setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction,
+                  std::uint32_t position);
 
     kxLexNames names_;
     kxRulePrograms programs_;
@@ -95,6 +98,7 @@ private:
     kxString error_;
     std::string pattern_;               // that rule "main" was made of,
     std::uint64_t patternVersion_ = 0;  // when names had this version
+    char patternSeparator_ = '.';       // and this was the decimal separator
     char decimalSeparator_ = '.';
     bool isWide_ = false;
     bool traces_ = false;
