@@ -185,6 +185,19 @@ TEST_F(kxMessageManagerTest, SendsFromInsideWhileAChangeWaits)
     EXPECT_EQ(order, Texts({"outer", "nested"}));
 }
 
+TEST_F(kxMessageManagerTest, MakesTheDefaultReceiverForTwoThreadsAtOnce)
+{
+    manager.defaultReceiver().setEnabled(false);
+    const auto send = [] { kxMessage(KX_MESSAGE_NOTICE, "first"); };
+    for (int round = 0; round < 100; ++round) {
+        std::thread other(send);
+        send();
+        other.join();
+        manager.removeReceiver(manager.defaultReceiver());
+    }
+    manager.defaultReceiver().setEnabled(true);
+}
+
 TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
 {
     std::latch inside(2);
