@@ -1,11 +1,11 @@
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxTrackedMemory.h"
+#include "kxbase/string/kxString.h"
 #include "support/kxProcess.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdarg>
 #include <cstdio>
 #include <memory>
 #include <sstream>
@@ -25,15 +25,9 @@ struct Lost {
     unsigned long long address = 0;
 };
 
-std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
-std::string text(const char* format, ...)
+template <typename... Arguments> std::string text(const char* format, const Arguments&... arguments)
 {
-    char buffer[300];
-    va_list values;
-    va_start(values, format);
-    std::vsnprintf(buffer, sizeof(buffer), format, values);
-    va_end(values);
-    return buffer;
+    return kxString::format(format, arguments...).text();
 }
 
 class kxMemCheckTest : public testing::Test {

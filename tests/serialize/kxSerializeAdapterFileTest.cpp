@@ -54,17 +54,6 @@ std::string readAll(kxSerializeAdapter& adapter)
 
 }  // namespace
 
-TEST_F(kxSerializeAdapterFileTest, FetchesAMillionBytesAtATime)
-{
-    const std::string bytes = kxTestPattern(2500000);
-    const File byByte = openWith(bytes);
-    for (const std::uint64_t left : {1500000U, 500000U, 0U}) {
-        byByte->readByte();
-        EXPECT_EQ(byByte->getRemaining(), left);
-        byByte->read(nullptr, 999999);
-    }
-}
-
 TEST_F(kxSerializeAdapterFileTest, BlocksOfAnySizeReadTheSameBytes)
 {
     const std::string bytes = kxTestPattern(2500000);

@@ -62,6 +62,24 @@ TEST(kxSemaphore, AMaximumMakesTheNextHolderWait)
     EXPECT_TRUE(isDoneWithin(third, kLong));
 }
 
+TEST(kxSemaphore, HandsOverBetweenThreads)
+{
+    constexpr int kTurns = 2000;
+    kxSemaphore there({.holderCount = 1, .maximum = 1});
+    kxSemaphore back({.holderCount = 1, .maximum = 1});
+    const Attempt other = attempt([&] {
+        for (int turn = 0; turn < kTurns; ++turn) {
+            there.acquire(0);
+            back.release();
+        }
+    });
+    for (int turn = 0; turn < kTurns; ++turn) {
+        there.release();
+        back.acquire(0);
+    }
+    EXPECT_TRUE(isDoneWithin(other, kLong));
+}
+
 TEST(kxEvent, WakesWaitersAndConsumesTheLockThatTheyHold)
 {
     kxEvent event;
