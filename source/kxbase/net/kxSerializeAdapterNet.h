@@ -19,6 +19,7 @@
 
 class kxSerializeAdapterNet : public kxSerializeAdapter {
 public:
+    bool hasEnd() const override { return true; }
     bool hasError() override;
     std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
     // Answers 0 when no byte came.
