@@ -1,4 +1,5 @@
-// Matching text against rules that are given as text, beside std::regex and loops written by hand.
+// Matching text against rules that are given as text, beside std::regex, PCRE2 (interpreted, and with /1 made into
+// machine code) and loops written by hand.
 //
 // A rule is a program of small instructions, so that it stays behind code that was written and compiled for one
 // format; it is ahead of regular expressions that are made at run time in the same way.
@@ -10,6 +11,10 @@
 
 #include <benchmark/benchmark.h>
 
+#define PCRE2_CODE_UNIT_WIDTH 8
+#include <pcre2.h>
+
+#include <cstdlib>
 #include <regex>
 #include <string>
 
@@ -78,6 +83,48 @@ void matchLoop(benchmark::State& state, const std::string& text, bool (*match)(c
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
 }
 
+class Pcre2 {
+public:
+    Pcre2(const char* pattern, bool isCompiled)
+    {
+        int error = 0;
+        PCRE2_SIZE offset = 0;
+        code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern), PCRE2_ZERO_TERMINATED,
+                              PCRE2_ANCHORED | PCRE2_DOTALL, &error, &offset, nullptr);
+        if (isCompiled) pcre2_jit_compile(code_, PCRE2_JIT_COMPLETE);
+        data_ = pcre2_match_data_create_from_pattern(code_, nullptr);
+    }
+    Pcre2(const Pcre2&) = delete;
+    Pcre2& operator=(const Pcre2&) = delete;
+    ~Pcre2()
+    {
+        pcre2_match_data_free(data_);
+        pcre2_code_free(code_);
+    }
+
+    // Whether all of a text matches.
+    bool matches(std::string_view text)
+    {
+        const int result =
+            pcre2_match(code_, reinterpret_cast<PCRE2_SPTR>(text.data()), text.size(), 0, 0, data_, nullptr);
+        return result > 0 && pcre2_get_ovector_pointer(data_)[1] == text.size();
+    }
+    std::size_t start(std::size_t group) const { return pcre2_get_ovector_pointer(data_)[2 * group]; }
+
+private:
+    pcre2_code* code_;
+    pcre2_match_data* data_;
+};
+
+void matchPcre2(benchmark::State& state, const std::string& text, const char* pattern)
+{
+    Pcre2 expression(pattern, state.range(0) != 0);
+    for (auto _ : state) {
+        if (!expression.matches(text)) state.SkipWithError("no match");
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+}
+
 // ---- key=value
 
 void settingsRules(benchmark::State& state)
@@ -108,6 +155,13 @@ void settingsRegex(benchmark::State& state)
     matchLoop(state, settingsText(), matchSettingsRegex);
 }
 BENCHMARK(settingsRegex);
+
+// Like rules, it gives nothing back.
+void settingsPcre2(benchmark::State& state)
+{
+    matchPcre2(state, settingsText(), "(?:[^= \\t\\n]++[ \\t]*+=[ \\t]*+[^\\n]*+\\n)*+");
+}
+BENCHMARK(settingsPcre2)->Arg(0)->Arg(1);
 
 bool matchSettingsByHand(const std::string& text)
 {
@@ -143,6 +197,13 @@ void classRunRule(benchmark::State& state)
     matchRule(state, text, "main ::= [a-zxyz]*;", "main");
 }
 BENCHMARK(classRunRule);
+
+void classRunPcre2(benchmark::State& state)
+{
+    static const std::string text(kBytes, 'x');
+    matchPcre2(state, text, "[-azxyz]*+");
+}
+BENCHMARK(classRunPcre2)->Arg(0)->Arg(1);
 
 // ---- JSON
 
@@ -282,6 +343,17 @@ void regexShortLine(benchmark::State& state)
 }
 BENCHMARK(regexShortLine);
 
+void pcre2ShortLine(benchmark::State& state)
+{
+    Pcre2 pattern("\\s*\\{\\s*([-+]?[0-9.]+)\\s*,\\s*([-+]?[0-9.]+)\\s*\\}", state.range(0) != 0);
+    for (auto _ : state) {
+        if (!pattern.matches(kLine)) state.SkipWithError("no match");
+        benchmark::DoNotOptimize(std::strtod(kLine + pattern.start(1), nullptr) +
+                                 std::strtod(kLine + pattern.start(2), nullptr));
+    }
+}
+BENCHMARK(pcre2ShortLine)->Arg(0)->Arg(1);
+
 // ---- compiling
 
 void makeLexer(benchmark::State& state)
@@ -308,6 +380,15 @@ void makeJsonGrammar(benchmark::State& state)
     }
 }
 BENCHMARK(makeJsonGrammar);
+
+void makePcre2(benchmark::State& state)
+{
+    for (auto _ : state) {
+        const Pcre2 expression("-?[0-9]+(\\.[0-9]+)?([eE][-+]?[0-9]+)?", state.range(0) != 0);
+        benchmark::DoNotOptimize(&expression);
+    }
+}
+BENCHMARK(makePcre2)->Arg(0)->Arg(1);
 
 void makeRegex(benchmark::State& state)
 {

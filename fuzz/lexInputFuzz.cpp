@@ -11,7 +11,7 @@
 namespace {
 
 const char* const kRules = "main ::= ($ fNum fPush | $ fStr fPushStr | $ fIdent fPush | list | other) main?;"
-                           "list ::= '[' (main (',' main){0,3})? ']';"
+                           "list ::= '[' (main (',' main){0,3})? ']' | '<' ([^>] - '--')+ '>';"
                            "other ::= ([^] - ('[' | ']' | ',')) | '[' $ fPlain fPush ']' | ',' fHex{2,5};";
 
 struct Lexer : kxSerializeLex {

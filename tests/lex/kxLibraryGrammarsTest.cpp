@@ -65,6 +65,8 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
          "[1.5 'a\"b' 'it's' 1 [1 [2 'x']] " + guid + "]"},
         {"numbers", " -5 , +1e3, 9007199254740993 ", "[-5 1000 9007199254740993L]"},
         {"booleans", "YES,No,tRue,FALSE", "[1 0 1 0]"},
+        {"the fault is where the action stands", "fals,1,1,1",
+         "[] Parse Error:'Neither yes, no, true nor false' in rule 'boolean' at (Line:1,Col:5) -> fBool "},
         {"more than a list", "1, 2 x", "[1 2] Not All arguments were parsed"},
         {"a comma too many", "1,", "[1] Not All arguments were parsed"},
         {"nothing", "", "[] Adapter out of Data"},
@@ -84,10 +86,8 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
     }
     EXPECT_FALSE(parser.parse(kxString(kxRepeated("[", 61) + "7" + kxRepeated("]", 61))));
     EXPECT_TRUE(parser.getError().contains("Too many nested arrays")) << parser.getError();
-    EXPECT_TRUE(parser.parse(kxString(kxRepeated("1,", 4000) + "2")));
-    EXPECT_EQ(parser.getArguments().count(), 4001U);
-    EXPECT_FALSE(parser.parse(kxString(kxRepeated("1,", 20000) + "2")));
-    EXPECT_TRUE(parser.getError().contains("Too many nested rules")) << parser.getError();
+    EXPECT_TRUE(parser.parse(kxString(kxRepeated("1,", 30000) + "2")));
+    EXPECT_EQ(parser.getArguments().count(), 30001U);
 }
 
 TEST(kxRegKeyExpandParser, PutsValuesIn)

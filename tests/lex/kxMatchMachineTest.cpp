@@ -103,11 +103,13 @@ private:
     State state_;
 };
 
-// Capital letters stand for one of the forms in their list; N is a rule that comes later.
+// Capital letters stand for one of the forms in their list; N is a rule that comes later, M the rule itself.
 const std::map<char, std::vector<std::string>> kForms = {
+    {'L', {"C", "C", "C", "C", "C", "'a' T ('b' T M)?", "[ab] T ([bc] T M)?"}},
     {'C', {"Q", "Q", "Q | C"}},
     {'Q', {"T", "T Q"}},
-    {'T', {"R", "R", "R", "R", "R", "R", "R - R"}},
+    {'T', {"R", "R", "R", "R", "R", "R", "R - R", "(D - R)+", "(D - R)*", "(D - R){1,2}"}},
+    {'D', {"[ab]", "[^a]", "[^]", "'b'"}},
     {'R', {"E", "E", "E", "E", "E", "E?", "E*", "E+", "E{0,2}", "E{2,3}", "E{1,1}", "E{0,0}", "E+?"}},
     {'E',
      {"(C)", "(C)", "(C)", "(C)0", "(C)2", "N", "N", "'a'", "'b'", "'ab'", "\"ca\"", "''", "[ab]", "[^a]",
@@ -122,8 +124,7 @@ public:
     std::vector<std::string> rules()
     {
         std::vector<std::string> texts;
-        for (rule_ = 0; rule_ < 4; ++rule_)
-            texts.push_back((rule_ == 0 ? "main" : "r" + std::to_string(rule_)) + " ::= " + expanded('C', 5));
+        for (rule_ = 0; rule_ < 4; ++rule_) texts.push_back(name(rule_) + " ::= " + expanded('L', 5));
         return texts;
     }
     std::string input()
@@ -134,6 +135,7 @@ public:
     }
 
 private:
+    static std::string name(std::uint32_t rule) { return rule == 0 ? "main" : "r" + std::to_string(rule); }
     std::string expanded(char symbol, int depth)
     {
         const std::vector<std::string>& forms = kForms.at(symbol);
@@ -142,7 +144,9 @@ private:
         while (depth <= 0 && form.find('C') != std::string::npos);
         for (const char each : form) {
             if (each == 'N')
-                text += rule_ < 3 ? "r" + std::to_string(rule_ + 1 + random_() % (3 - rule_)) : "'c'";
+                text += rule_ < 3 ? name(rule_ + 1 + random_() % (3 - rule_)) : "'c'";
+            else if (each == 'M')
+                text += name(rule_);
             else
                 text += kForms.contains(each) ? expanded(each, depth - (each == 'C')) : std::string(1, each);
         }

@@ -73,4 +73,10 @@ TEST(kxRuleCompiler, MakesPrograms)
               "25 commit 35\n26 span [x20] {0,*}\n27 test [x20y] 35\n28 repeat {0,*} 35\n"
               "29 test [x20] 32\n30 span [x20] {1,*}\n31 jump 34\n32 unit 'y'\n33 call x 38\n"
               "34 again {0,*} 29\n35 return\n36 unit ' '\n37 return\n38 mark\n39 unit 'x'\n40 return\n");
+    const kxRuleProgram list =
+        kxCompileRules(ruleSet({"list ::= x x (',' list)?", "x ::= 'ab'"}), kxRuleCode::kFast);
+    EXPECT_EQ(list.print(),
+              "0 call list 2\n1 done\n2 text 'ab'\n3 text 'ab'\n4 test [,] 10\n5 repeat {0,*} 10\n"
+              "6 unit ','\n7 text 'ab'\n8 text 'ab'\n9 again {0,*} 6\n10 return\n11 text 'ab'\n12 return\n");
+    EXPECT_EQ(list.texts, u"ab") << "what is put in twice is there once";
 }

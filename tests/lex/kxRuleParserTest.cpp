@@ -106,4 +106,9 @@ TEST(kxRuleSplitter, KnowsQuotesSetsAndComments)
         }
         EXPECT_EQ(rules, row.rules);
     }
+    const std::string open = kxRepeated("/*;", 100000);
+    kxRuleSplitter splitter(open);
+    kxRuleSplitter::Piece piece;
+    while (splitter.next(piece)) EXPECT_EQ(piece.text, "/*");
+    EXPECT_EQ(piece.number, 100000U);
 }

@@ -23,10 +23,11 @@ struct Row {
 };
 
 // The result and the error text of running main.
-std::string faultOf(std::string_view rules, std::string_view input)
+std::string faultOf(std::string_view rules, std::string_view input, bool isPlain = false)
 {
     const auto adapter = kxInputOf(input);
     kxSerializeLex lex(adapter);
+    lex.setTracing(isPlain);
     lex.addRules(rules);
     const kxLexResult result = lex.run("main");
     const std::string text = std::string(kxLexResultName(result)) + ": " + lex.getError().text();
@@ -43,6 +44,9 @@ TEST(kxSerializeLex, MatchesWithItsFunctionsAndActions)
         {"any character, at the end too", "main ::= [^] [^]?", "\n", "OK <>"},
         {"a set has no ranges", "main ::= [a-c]*", "a-cb", "OK <b>"},
         {"difference", "main ::= ([^] - ('$(' | '${'))*", "a$b${c", "OK <${c>"},
+        {"rounds of a difference end where none begins", "main ::= ([^\n] - '//')+ fPush '\n'", "a/b\n",
+         "OK 'a/b' <>"},
+        {"a set as a difference", "main ::= [abc] - 'b' - 'c'", "b", "No Match <b>"},
         {"forward references", "main ::= b; b ::= 'x'", "x", "OK <>"},
         {"the last rule of a name", "main ::= b; b ::= 'x'; b ::= 'y'", "y", "OK <>"},
         {"recursion", "main ::= '(' main? ')'", "(())", "OK <>"},
@@ -94,6 +98,7 @@ TEST(kxSerializeLex, ScansPatterns)
         {"a lonely per cent sign", "a%", "a%", "Error <a%>"},
         {"a decimal comma", "%n;%n;%n", "1,5;-2,5e3;7,x", "OK 1.5 -2500 7 <x>", ','},
         {"a point is then none", "%n", "1.5", "OK 1 <.5>", ','},
+        {"a text that is too long", "%e", kxRepeated("x", 65536), "Error <" + kxRepeated("x", 65536) + ">"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
@@ -107,7 +112,16 @@ TEST(kxSerializeLex, ScansPatterns)
         EXPECT_EQ(kxOutcome(lex, result, *adapter), row.expected);
     }
     const kxMessageRecorder messages;
-    EXPECT_FALSE(kxSerializeLex().setDecimalSeparator('\''));
+    for (const char none : {'\'', '1', 'e', '-', '\0', ' '})
+        EXPECT_FALSE(kxSerializeLex().setDecimalSeparator(none)) << none;
+    EXPECT_TRUE(messages.entries().empty());
+    const auto adapter = kxInputOf("1,5 1.5");
+    kxSerializeLex lex(adapter);
+    for (const char separator : {',', '.'}) {
+        EXPECT_TRUE(lex.setDecimalSeparator(separator));
+        EXPECT_EQ(lex.scan("%n%w"), KX_LEX_OK);
+        EXPECT_EQ(lex.pop().toNumber(), 1.5) << "a pattern is not kept for another separator";
+    }
 }
 
 TEST(kxSerializeLex, SaysWhyItStopped)
@@ -119,6 +133,7 @@ TEST(kxSerializeLex, SaysWhyItStopped)
         {"in a run that is too short", "main ::= [x]{3,4}", "xx", "No Match: Adapter out of Data"},
         {"a run that is long enough is no failure", "main ::= ('a' [x]* | 'b') 'c'", "axd", "No Match: "},
         {"a name that stands for nothing", "main ::= 'a' other", "a", "Error: Unknow parse function 'other'"},
+        {"a difference that refuses needs no more data", "main ::= [^] - fHex", "1", "No Match: "},
         {"left recursion", "main ::= 'x' | y; y ::= main 'z'", "x",
          "Error: Parse Error:'Left recursion' in rule 'y' at (Line:1,Col:25) -> main 'z'"},
         {"behind what can be nothing", "main ::= $ 'x'? ('y' | '')* b 'z'; b ::= (main)2", "x",
@@ -132,6 +147,7 @@ TEST(kxSerializeLex, SaysWhyItStopped)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
         EXPECT_EQ(faultOf(row.rules, row.input), row.expected);
+        EXPECT_EQ(faultOf(row.rules, row.input, true), row.expected) << "plainly";
     }
 }
 
@@ -158,6 +174,36 @@ TEST(kxSerializeLex, SurvivesHostileRules)
     EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule '")) << lex.getError();
     EXPECT_EQ(adapter->length(), 60U);
 
+    const Row idle[] = {
+        {"runs that are too short", "main ::= ([x]{20001,20001} | [^])*", "", ""},
+        {"runs without end", "main ::= ([x]{20001,4294967295} | [^])*", "", ""},
+        {"long texts in vain", "main ::= ('" + kxRepeated("x", 19999) + "y' | [^])*", "", ""},
+        {"rounds of many instructions", "main ::= (" + kxRepeated("[b]? ", 20000) + " 'x')*", "", ""},
+        {"a function that goes back", "main ::= 'x' ('x' | back)*", "", ""},
+    };
+    lex.addFunction("back", [](kxLexInput& input) {
+        input.giveBack(1);
+        return KX_LEX_OK;
+    });
+    for (const Row& row : idle) {
+        SCOPED_TRACE(row.why);
+        lex.addRules(row.rules);
+        for (const char* end : {"", "!"}) {
+            lex.setAdapter(kxInputOf(kxRepeated("x", 20000) + end));
+            EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+            EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule 'main'"));
+        }
+    }
+
+    std::string links = "r0 ::= 'a';";  // and a large rule that refers to all of them
+    std::string all = "main ::= 'q'";
+    for (int link = 1; link < 3000; ++link) {
+        const std::string name = "r" + std::to_string(link);
+        links += name + " ::= r" + std::to_string(link - 1) + ";";
+        all += " | " + name;
+    }
+    EXPECT_EQ(faultOf(links + all + kxRepeated(" | 'b'", 20000), "b"), "OK: ");
+
     std::string empties = "z ::= '';";  // calls without end that take nothing
     for (char rule = 'a'; rule < 'z'; ++rule) {
         const std::string next(1, static_cast<char>(rule + 1));
@@ -179,7 +225,20 @@ TEST(kxSerializeLex, ReadsNoMoreThanItMay)
         EXPECT_EQ(lex.run(rule), KX_LEX_ERROR);
         EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too much input' in rule '")) << lex.getError();
     }
+    EXPECT_EQ(lex.getError(),
+              "Parse Error:'Too much input' in rule 'none' at (Line:1,Col:100001) -> 'x' | [^])*");
     EXPECT_EQ(lex.run("one"), KX_LEX_OK);
+    for (const bool isWide : {false, true}) {
+        lex.setHistoryLimit(300);
+        for (const int length : {299, 300, 301}) {
+            const std::string text = kxRepeated("x", length);
+            const auto adapter = kxInputOf(isWide ? wide(text) + "x" : text);
+            lex.setAdapter(adapter);
+            lex.setWide(isWide);
+            EXPECT_EQ(lex.run("all"), length > 300 ? KX_LEX_ERROR : KX_LEX_OK) << length;
+            EXPECT_EQ(adapter->length() > 1, length > 300);
+        }
+    }
     EXPECT_FALSE(lex.loadRules("file:/dev/zero"));
     EXPECT_EQ(lex.getError(), "Too much input");
 
@@ -259,17 +318,26 @@ TEST(kxSerializeLex, RunsFunctionsAndActionsOfTheProgram)
             seen += capture.get(piece).text() + std::string(",");
         seen += ";";
         capture.push(7);
-        return capture.get(9).isEmpty() ? KX_LEX_OK : KX_LEX_ERROR;
+        return capture.get(9).isEmpty() && capture.view(9).empty() ? KX_LEX_OK : KX_LEX_ERROR;
     });
     lex.addAction("refuse", [](kxLexCapture& capture) {
         capture.setFault("not so");
         return KX_LEX_ERROR;
     });
+    lex.addFunction("step", [](kxLexInput& input) { return input.giveBack(1), KX_LEX_OK; });
+    const auto before = kxInputOf("abc");
+    lex.setAdapter(before);
+    lex.addRules("first ::= 'a' (step 'x' | 'q' | 'b') $ step fPush");
+    EXPECT_EQ(kxOutcome(lex, lex.run("first"), *before), "OK '' <bc>") << "before its own start";
+    lex.setAdapter(adapter);
     lex.addRules("main ::= greedy | $ 'a' $ 'b' note note $ '\n' note inner note; inner ::= two note;"
                  "error ::= 'c' | 'a' broken; late ::= two '\n' $ refuse; past ::= two back");
     EXPECT_EQ(kxFatalText([&] { lex.run("past"); }), "Too Large Pushback in basic parser");
     lex.addAction("again", [&](kxLexCapture&) { return lex.run("main"); });
     lex.addRule("within ::= 'ab' again");
+    EXPECT_EQ(kxFatalText([&] { lex.run("within"); }), "kxSerializeLex:match within a match");
+    lex.addAction("other", [&](kxLexCapture&) { return lex.setAdapter(nullptr), KX_LEX_OK; });
+    lex.addRule("within ::= 'ab' other");
     EXPECT_EQ(kxFatalText([&] { lex.run("within"); }), "kxSerializeLex:match within a match");
     EXPECT_EQ(adapter->length(), 7U);
     EXPECT_EQ(lex.run("error"), KX_LEX_ERROR);
@@ -308,6 +376,13 @@ TEST(kxSerializeLex, TracesRulesAndFunctions)
             "Exit Rule        :  y(Line:3,Col:2)\tResult:OK", "Parsing Function :  fPush(Line:3,Col:2)",
             "Exit Function    :  fPush(Line:3,Col:2)\tResult:OK",
             "Exit Rule        : main(Line:3,Col:2)\tResult:OK"}));
+    lex.addRules("main ::= x; x ::= '5'? other");
+    EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+    EXPECT_EQ(messages.takeTexts(),
+              (std::vector<std::string>{
+                  "Parsing Rule     : main(Line:3,Col:2)", "Parsing Rule     :  x(Line:3,Col:2)",
+                  "Exit Rule        :  x(Line:3,Col:2)\tResult:Error",
+                  "Exit Rule        : main(Line:3,Col:2)\tResult:Error", "Unknow parse function 'other'"}));
 }
 
 TEST(kxSerializeLex, ReadsWideCharacters)
@@ -322,9 +397,13 @@ TEST(kxSerializeLex, ReadsWideCharacters)
          "OK '\xC3\xA4\xE2\x82\xAC\xE2\x82\xAD\xE2\x82\xAC' <>", ""},
         {"pairs of surrogates", "main ::= $ '\xF0\x9F\x98\x80' fPush",
          "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>", ""},
+        {"a scan pattern", "%\xC3\xA4\xE2\x82\xAC%t", "%" + std::string("\0\xE4\0\xAC\x20x\0", 7),
+         "OK 'x' <>", ""},
         {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8", "Error <\x3D\xD8>",
          "Parse Error:'Utf lex encoding on faulty data set' in rule 'main' at (Line:1,Col:2) -> fPush"},
         {"half a character stays", "main ::= $ 'a' fPush [^]*", wide("a") + "b", "OK 'a' <b>", ""},
+        {"half a pair in a set", "main ::= [\xF0\x9F\x98\x80]", "\x3D\xD8", "Error <\x3D\xD8>",
+         "Utf lex encoding on faulty data set"},
         {"rules that are no UTF-8", "main ::= '\xFF'", wide("a"), "Error <" + wide("a") + ">",
          "Utf lex encoding on faulty data set"},
     };
@@ -333,8 +412,9 @@ TEST(kxSerializeLex, ReadsWideCharacters)
         const auto adapter = kxInputOf(input);
         adapter->setFlags(KX_SERIALIZE_WIDE);
         kxSerializeLex lex(adapter);
-        lex.addRules(rules);
-        const kxLexResult result = lex.run("main");
+        const bool isPattern = rules.starts_with('%');
+        if (!isPattern) lex.addRules(rules);
+        const kxLexResult result = isPattern ? lex.scan(rules) : lex.run("main");
         EXPECT_EQ(lex.getError(), error);
         EXPECT_EQ(kxOutcome(lex, result, *adapter), expected);
     }

@@ -2,6 +2,7 @@
 #include "kxbase/core/kxClock.h"
 #include "support/kxTestPattern.h"
 #include "support/kxTestSocket.h"
+#include "support/kxTestTransfer.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 #include <thread>
 #include <tuple>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 namespace {
@@ -24,20 +26,10 @@ struct Connection {
     {
         EXPECT_FALSE(adapter->hasError());
     }
-    void write(const std::string& bytes)
-    {
-        adapter->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    }
-    // Everything up to the end that hasError() tells, as a relay reads it.
+    void write(const std::string& bytes) { kxTestWrite(*adapter, bytes); }
     std::string readToEnd()
     {
-        std::string bytes;
-        const double end = kxClock::seconds() + 20;
-        while (!adapter->hasError() && kxClock::seconds() < end) {
-            std::string some(adapter->length(), '\0');
-            some.resize(adapter->read(some.data(), static_cast<std::uint32_t>(some.size())));
-            bytes += some;
-        }
+        const std::string bytes = kxTestRead(*adapter);
         EXPECT_EQ(adapter->getError(), "IP connection closed");
         return bytes;
     }
@@ -65,11 +57,13 @@ TEST(kxSerializeAdapterTCP, TellsWhyItCouldNotOpen)
 {
     const std::string closed = kxTestSocket::listener().url("");
     const std::string refused = "kxSocket error: Connection was refused when connecting to IP adress ";
+    const std::string unknown = "kxSocket error: Unknown socket error when connecting to IP adress ";
     const std::string nowhere =
         "kxSocket error: Cannot assign requested address when connecting to IP adress ";
     const struct {
         const char* why;
         std::string url, error;
+        bool lacksDescriptors = false;
     } cases[] = {
         {"nobody listens", closed, refused + closed + " and bind to Unknown"},
         {"bound", closed + "?nic=lo", refused + closed + "?nic=lo and bind to 127.0.0.1"},
@@ -78,11 +72,19 @@ TEST(kxSerializeAdapterTCP, TellsWhyItCouldNotOpen)
         {"unknown is not here", "no.such.host.invalid", nowhere + "no.such.host.invalid and bind to Unknown"},
         {"nor is any", "0.0.0.0:22", nowhere + "0.0.0.0:22 and bind to Unknown"},
         {"not ours", closed + "?nic=192.0.2.77",
-         "Unable to bind IP adress " + closed + " on iface:192.0.2.77"}};
+         "Unable to bind IP adress " + closed + " on iface:192.0.2.77"},
+        {"before anything else", closed, unknown + closed + " and bind to Unknown", true},
+        {"nor bound", closed + "?nic=127.0.0.1", unknown + closed + "?nic=127.0.0.1 and bind to Unknown",
+         true}};
+    rlimit before{};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         kxString error;
+        if (c.lacksDescriptors) ::setrlimit(RLIMIT_NOFILE, &none);
         Adapter adapter(kxString(c.url), &error);
+        ::setrlimit(RLIMIT_NOFILE, &before);
         EXPECT_TRUE(adapter.hasError());
         EXPECT_EQ(adapter.getError(), c.error);
         EXPECT_EQ(error, "Failed to open TCP url '" + c.url + "'");
@@ -125,7 +127,9 @@ TEST(kxSerializeAdapterTCP, MovesOnWhenBothDirectionsAreFull)
         // The echo stands still until somebody takes what it sends.
         std::thread writing([&] { both.write(bytes); });
         if (onOneThread) writing.join();
-        std::thread asking([&] { both.adapter->length(); });
+        std::thread asking([&] {
+            while (!both.adapter->hasError() && both.adapter->length() != 0) both.adapter->flush();
+        });
         EXPECT_TRUE(both.readToEnd() == bytes);
         for (std::thread* const thread : {&echo, &writing, &asking})
             if (thread->joinable()) thread->join();
@@ -148,6 +152,14 @@ TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
     while (gone.adapter->getSendError() == KX_SOCKET_OK) gone.write(std::string(100000, 'b'));
     EXPECT_EQ(gone.readToEnd(), std::string(100000, 'a') + "!");
 
+    Connection again;  // another connection starts with nothing of the first
+    again.peer.send("old");
+    while (again.adapter->length() < 3) continue;
+    again.adapter->pushBack(again.adapter->readByte());
+    EXPECT_TRUE(again.adapter->open(kxString(again.listener.url("") + "?blocking=no")));
+    again.listener.accept().send("new");
+    EXPECT_EQ(again.readToEnd(), "new");
+
     Connection half;
     half.peer.shutDownSending();
     half.readToEnd();
@@ -157,20 +169,24 @@ TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
 
 TEST(kxSerializeAdapterTCP, ClosingLosesNothingThatThePeerHasNotRead)
 {
-    Connection closing;
-    const std::string bytes = kxTestPattern(3000000);
-    closing.peer.send(std::string(100000, 'y'));
-    std::string got;
-    std::thread peer([&] {
-        got = closing.peer.receive().value_or("");
+    const std::string bytes = kxTestPattern(2000000);
+    for (const char* const options : {"blocking=no", "timeout=0.1"}) {
+        Connection closing(options);
+        closing.peer.send(std::string(100000, 'y'));
+        std::thread user([&] {
+            closing.write(bytes);
+            std::string some(100001, '\0');
+            if (closing.adapter->isBlocking()) closing.adapter->read(some.data(), 100001);
+            closing.adapter.reset();
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));  // until it has given up reading
+        std::string got = closing.peer.receive().value_or("");
         closing.peer.send(std::string(100000, 'z'));  // what nobody reads either
         got += closing.peer.receiveAll().value_or("!");
         closing.peer.close();
-    });
-    closing.write(bytes);
-    closing.adapter.reset();
-    peer.join();
-    EXPECT_TRUE(got == bytes);
+        user.join();
+        EXPECT_TRUE(got == bytes) << options;
+    }
 
     Connection stubborn;
     stubborn.write("x");

@@ -49,10 +49,10 @@ kxTestSocket kxTestSocket::datagram(std::uint16_t port)
     return made;
 }
 
-kxTestSocket kxTestSocket::listener(int backlog)
+kxTestSocket kxTestSocket::listener(int backlog, std::uint32_t host)
 {
     kxTestSocket made(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
-    Address address(0);
+    Address address(0, host);
     checked(::bind(made.descriptor_, address.get(), address.size));
     checked(::listen(made.descriptor_, backlog));
     return made;
@@ -71,6 +71,13 @@ std::uint16_t kxTestSocket::port() const
     Address address(0);
     checked(::getsockname(descriptor_, address.get(), &address.size));
     return ntohs(address.form.sin_port);
+}
+
+std::string kxTestSocket::peer() const
+{
+    Address address(0);
+    checked(::getpeername(descriptor_, address.get(), &address.size));
+    return ::inet_ntoa(address.form.sin_addr);
 }
 
 kxTestSocket kxTestSocket::accept()

@@ -1,4 +1,5 @@
-// A bare socket of the system on 127.0.0.1: the other side of the sockets and adapters under test.
+// A bare socket of the system, on 127.0.0.1 if nothing else is said: the other side of the sockets and adapters under
+// test.
 //
 // Ownership: owns the descriptor.
 // Threads:   one thread at a time.
@@ -17,13 +18,15 @@ class kxTestSocket {
 public:
     // On a port of the system's choice; on a given one it hears what everybody is sent, beside others.
     static kxTestSocket datagram(std::uint16_t port = 0);
-    static kxTestSocket listener(int backlog = 16);
+    static kxTestSocket listener(int backlog = 16, std::uint32_t host = 0x7F000001);
     static kxTestSocket connectedTo(std::uint16_t port);
 
     kxTestSocket(kxTestSocket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
     ~kxTestSocket() { close(); }
 
     std::uint16_t port() const;
+    // The address of the other end of a stream.
+    std::string peer() const;
     std::string url(const std::string& scheme) const
     {
         return scheme + "127.0.0.1:" + std::to_string(port());

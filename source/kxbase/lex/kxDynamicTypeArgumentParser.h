@@ -6,8 +6,8 @@
 //
 // Ownership: owns the values.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    parse() answers false, and getError() says why; what was understood up to there is kept. A list holds
-//            about 5,000 arguments, arrays go 60 levels deep.
+// Errors:    parse() answers false, and getError() says why; what was understood up to there is kept. A list is
+//            limited by the length of a kxString, arrays go 60 levels deep.
 #pragma once
 
 #include "kxbase/dynamic/kxDynamicTypeArray.h"

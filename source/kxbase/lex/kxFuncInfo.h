@@ -14,7 +14,9 @@
 
 class kxLexCapture;
 
-// Matches at the input's position. Whatever it answers but KX_LEX_OK, everything it read is given back.
+// Matches at the input's position. Whatever it answers but KX_LEX_OK, everything it read is given back. It may end
+// before its start, by giving back what others have read; then the match goes on there, and texts from a later mark
+// are empty.
 using kxParserFunction = std::function<kxLexResult(kxLexInput& input)>;
 // Takes what was matched between the marks; called in order when the whole match has succeeded. Anything but
 // KX_LEX_OK makes the match an error.
@@ -48,7 +50,8 @@ public:
     const std::string& name() const { return name_; }
     kxFuncKind kind() const { return kind_; }
     // Whether it takes no input.
-    bool isAction() const { return kind_ >= KX_FUNC_PUSH; }
+    bool isAction() const { return kind_ != KX_FUNC_CHARACTER && kind_ != KX_FUNC_MATCH; }
+    // The characters of KX_FUNC_CHARACTER. Of KX_FUNC_MATCH those that a match can begin with, which saves calls.
     const kxUnitSet& first() const { return first_; }
     const kxParserFunction& function() const { return function_; }
     const kxLexAction& action() const { return action_; }

@@ -89,11 +89,15 @@ void kxLexInput::giveBytesBack(std::uint32_t position)
 bool kxLexInput::more()
 {
     if (hasEnded_ || isFull_ || !adapter_) return false;
-    isFull_ = units_.size() >= limit_;
-    if (isFull_) return false;
     const std::size_t position = units_.size();
+    if (position >= limit_) {
+        isFull_ = hasAnother();
+        hasEnded_ = !isFull_;
+        return false;
+    }
+    const std::uint64_t room = std::uint64_t{limit_ - position} * unitBytes();
     do {
-        const std::uint32_t count = readBytes(blockBytes_);
+        const std::uint32_t count = readBytes(room - (hasOddByte_ ? 1 : 0));
         hasEnded_ = count == 0;
         if (hasEnded_) return false;
         const auto* const bytes = reinterpret_cast<const unsigned char*>(bytes_.data());
@@ -126,11 +130,20 @@ void kxLexInput::appendPairs(const unsigned char* bytes, std::uint32_t count)
     }
 }
 
-std::uint32_t kxLexInput::readBytes(std::uint32_t most)
+bool kxLexInput::hasAnother()
 {
+    const std::uint64_t ready = adapter_->length();
+    if (ready == 0) return adapter_->hasData();
+    return ready + (hasOddByte_ ? 1 : 0) >= unitBytes();
+}
+
+// Up to a block, but no more than `most`.
+std::uint32_t kxLexInput::readBytes(std::uint64_t most)
+{
+    most = std::min<std::uint64_t>(most, blockBytes_);
     if (adapter_->length() == 0 && !adapter_->hasData()) return 0;
-    const std::uint32_t count = std::clamp(adapter_->length(), 1U, most);
-    bytes_.resize(most);
+    const std::uint32_t count = std::clamp(adapter_->length(), 1U, static_cast<std::uint32_t>(most));
+    bytes_.resize(count);
     return adapter_->read(bytes_.data(), count);
 }
 
@@ -155,7 +168,7 @@ kxTextPlace kxLexInput::placeOf(std::uint32_t position)
 
 bool kxLexInput::copyText(std::uint32_t from, std::uint32_t to, std::string& text) const
 {
-    const std::u16string_view units = std::u16string_view(units_).substr(from, to - from);
+    const std::u16string_view units = std::u16string_view(units_).substr(from, to > from ? to - from : 0);
     if (!isWide_) {
         text.resize(units.size());
         std::transform(units.begin(), units.end(), text.begin(),

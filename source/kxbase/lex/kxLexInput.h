@@ -8,7 +8,7 @@
 // Ownership: holds a reference to the adapter.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    giving back more than the history holds is fatal. A history that has grown to its limit delivers
-//            nothing more, and isFull() says so. A last odd byte in wide mode is no character and stays on the
+//            nothing more, and isFull() says so when there would have been more. A last odd byte in wide mode is no character and stays on the
 //            adapter.
 // Units:     positions and counts are in characters.
 #pragma once
@@ -66,7 +66,7 @@ public:
     // Whether the end of the data was met since the position was set.
     bool hasTouchedEnd() const { return hasTouchedEnd_; }
     kxTextPlace placeOf(std::uint32_t position);
-    // A part of the history: the bytes as they came, or in wide mode UTF-8. False when wide text holds a surrogate
+    // A part of the history, none when it ends before it begins: the bytes as they came, or in wide mode UTF-8. False when wide text holds a surrogate
     // without its partner.
     bool copyText(std::uint32_t from, std::uint32_t to, std::string& text) const;
 
@@ -76,7 +76,9 @@ private:
         hasTouchedEnd_ = true;
         return KX_LEX_END;
     }
-    std::uint32_t readBytes(std::uint32_t most);
+    bool hasAnother();
+    std::uint32_t unitBytes() const { return isWide_ ? 2 : 1; }
+    std::uint32_t readBytes(std::uint64_t most);
     void appendBytes(const unsigned char* bytes, std::uint32_t count);
     void appendPairs(const unsigned char* bytes, std::uint32_t count);
     void giveBytesBack(std::uint32_t position);

@@ -12,6 +12,8 @@ namespace {
 constexpr std::int64_t kLargestExact = std::int64_t{1} << 53;
 constexpr double kFirstInexact = static_cast<double>(kLargestExact);
 
+constexpr const char* kTooLong = "Too many characters in kxString";
+
 std::string_view unquoted(std::string_view text)
 {
     const bool isQuoted =
@@ -72,31 +74,41 @@ bool kxMatchDelivery::run()
 bool kxMatchDelivery::deliver(const kxMatchLog::Record& record)
 {
     instruction_ = record.instruction;
+    position_ = record.position;
     const kxFuncInfo& function = *program_.functions[program_.code[record.instruction].a];
     if (function.kind() == KX_FUNC_ACTION) return act(function, record);
     const std::uint32_t from = log_.records()[record.mark].position;
     if (!copyPiece(from, record.position, text_)) return false;
+    if (text_.size() > KX_STRING_MAX_LENGTH) return fail(kxTranslate(kTooLong));
+    push(function, record.kind == kxMatchLog::Kind::kBlank && record.position - from == 1);
+    return true;
+}
+
+void kxMatchDelivery::push(const kxFuncInfo& function, bool isBlank)
+{
     if (function.kind() == KX_FUNC_PUSH_QUOTED)
         values_.emplace_back(unquoted(text_));
     else if (function.kind() == KX_FUNC_PUSH_TEXT)
         values_.emplace_back(std::string_view(text_));
-    else if (record.kind == kxMatchLog::Kind::kBlank && record.position - from == 1)
+    else if (isBlank)
         values_.emplace_back(static_cast<int>(' '));
     else
         values_.push_back(valueOf(text_, separator_));
-    return true;
 }
 
 bool kxMatchDelivery::act(const kxFuncInfo& function, const kxMatchLog::Record& record)
 {
-    std::vector<std::uint32_t> cuts;
-    if (!log_.cuts(record, KX_LEX_MAX_PIECES, cuts)) return fail("Too many marks");
-    capture_.pieces_.resize(cuts.size() - 1);
-    for (std::size_t piece = 0; piece + 1 < cuts.size(); ++piece) {
-        if (!copyPiece(cuts[piece], cuts[piece + 1], capture_.pieces_[piece])) return false;
+    std::vector<std::uint32_t> borders;
+    if (!log_.bordersOf(record, KX_LEX_MAX_PIECES, borders)) return fail(kxTranslate("Too many marks"));
+    capture_.pieces_.resize(borders.size() - 1);
+    for (std::size_t piece = 0; piece + 1 < borders.size(); ++piece) {
+        if (!copyPiece(borders[piece], borders[piece + 1], capture_.pieces_[piece])) return false;
     }
     capture_.fault_ = kxString();
-    if (function.action()(capture_) == KX_LEX_OK) return true;
+    capture_.hasLost_ = false;
+    const kxLexResult result = function.action()(capture_);
+    if (capture_.hasLost_) return fail(kxTranslate(kTooLong));
+    if (result == KX_LEX_OK) return true;
     return fail(capture_.fault_.isEmpty() ? kxTranslate("Function failed") : capture_.fault_);
 }
 

@@ -2,7 +2,8 @@
 //
 // Ownership: refers to input, log and program.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    false; fault() and instruction() say why and where.
+// Errors:    false; fault(), instruction() and position() say why and where. A text that is too long for a kxString
+//            is an error: nothing is cut.
 #pragma once
 
 #include "kxbase/lex/kxLexCapture.h"
@@ -24,12 +25,14 @@ public:
     std::vector<kxDynamicType>& values() { return values_; }
     const kxString& fault() const { return fault_; }
     std::uint32_t instruction() const { return instruction_; }
+    std::uint32_t position() const { return position_; }
 
     // A number when the text is one as a whole, else the text.
     static kxDynamicType valueOf(std::string_view text, char decimalSeparator);
 
 private:
     bool deliver(const kxMatchLog::Record& record);
+    void push(const kxFuncInfo& function, bool isBlank);
     bool act(const kxFuncInfo& function, const kxMatchLog::Record& record);
     bool copyPiece(std::uint32_t from, std::uint32_t to, std::string& text);
     bool fail(const kxString& text);
@@ -43,4 +46,5 @@ private:
     std::string text_;
     kxString fault_;
     std::uint32_t instruction_ = 0;
+    std::uint32_t position_ = 0;
 };

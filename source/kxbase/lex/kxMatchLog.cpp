@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-bool kxMatchLog::cuts(const Record& action, std::size_t most, std::vector<std::uint32_t>& positions) const
+bool kxMatchLog::bordersOf(const Record& action, std::size_t most,
+                           std::vector<std::uint32_t>& positions) const
 {
     positions.assign(1, action.position);
     for (std::uint32_t mark = action.mark; mark != KX_MATCH_NO_MARK; mark = records_[mark].mark) {

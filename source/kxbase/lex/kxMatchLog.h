@@ -14,6 +14,7 @@ constexpr std::uint32_t KX_MATCH_NO_MARK = std::numeric_limits<std::uint32_t>::m
 
 class kxMatchLog {
 public:
+    // A blank is a push directly behind fWS: white space as a value is the number 32, whichever character it was.
     enum class Kind : std::uint8_t { kMark, kPush, kBlank };
     struct Record {
         Kind kind;
@@ -32,9 +33,9 @@ public:
         return count() - 1;
     }
     const std::vector<Record>& records() const { return records_; }
-    // The ends of the pieces before an action, in order: the marks that lead to it and its own position. False when
-    // there are more than `most` pieces.
-    bool cuts(const Record& action, std::size_t most, std::vector<std::uint32_t>& positions) const;
+    // Where the pieces of an action begin, in order, and where the last one ends: the marks that lead to it and its own
+    // position. False when there are more than `most` pieces.
+    bool bordersOf(const Record& action, std::size_t most, std::vector<std::uint32_t>& positions) const;
 
     // For people and tests: "mark 0, push 0-3, blank 3-4".
     std::string print() const;

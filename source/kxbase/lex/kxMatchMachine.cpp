@@ -8,8 +8,11 @@ namespace {
 constexpr std::size_t kMaxFrames = 1'000'000;
 // A stack beyond this is not kept for the next match.
 constexpr std::size_t kKeptFrames = 10'000;
-// Giving back this many characters counts as much as a failure.
+
+// So many characters given back or compared in vain count as a failure, and so many instructions that neither fail
+// nor take anything.
 constexpr std::uint32_t kCharactersOfStep = 16;
+constexpr std::uint32_t kIdleOfStep = 4;
 
 constexpr const char* kTooDeep = "Too many nested rules";
 constexpr const char* kTooLong = "Too much input";
@@ -50,16 +53,17 @@ inline bool kxMatchMachine::push(const Frame& frame)
 
 inline bool kxMatchMachine::pushChoice(FrameKind kind, std::uint32_t otherWay)
 {
-    return push({kind, isSpent_, otherWay, position_, log_.count(), mark_, 0});
+    return push({kind, isSpent_, isShort_, otherWay, position_, log_.count(), mark_, 0});
 }
 
 inline bool kxMatchMachine::enterRule(const kxInstruction& instruction)
 {
     if (depth_ == KX_LEX_MAX_DEPTH) return stop(kTooDeep);
     if (--stepsLeft_ < 0) return stop(kTooManySteps);
+    if (!push({FrameKind::kCall, isSpent_, isShort_, at_ + 1, ruleStart_, 0, mark_, instruction.a}))
+        return false;
     if (tracer_ != nullptr)
         tracer_->enterRule(*program_->rules[instruction.a], depth_, input_.placeOf(position_));
-    if (!push({FrameKind::kCall, isSpent_, at_ + 1, ruleStart_, 0, mark_, instruction.a})) return false;
     ++depth_;
     ruleStart_ = position_;
     mark_ = KX_MATCH_NO_MARK;
@@ -89,6 +93,16 @@ void kxMatchMachine::leaveFailedRule(const Frame& frame)
     ruleStart_ = frame.position;
 }
 
+// Tells of the rules that were open when the machine stopped.
+void kxMatchMachine::leaveAllRules()
+{
+    for (; !frames_.empty(); frames_.pop_back()) {
+        const Frame& frame = frames_.back();
+        if (frame.kind != FrameKind::kCall) continue;
+        tracer_->leaveRule(*program_->rules[frame.count], --depth_, input_.placeOf(position_), KX_LEX_ERROR);
+    }
+}
+
 // Whether the next round can match; when the data has to be waited for, it is tried.
 inline bool kxMatchMachine::canGoOn(const kxProgramBounds& bounds, std::uint32_t rounds) const
 {
@@ -96,8 +110,8 @@ inline bool kxMatchMachine::canGoOn(const kxProgramBounds& bounds, std::uint32_t
     return program_->sets[bounds.first].contains(units_[position_]);
 }
 
-// Rounds stand in the frame of their repetition, whose choice is the end of the repetition. Answers whether that has
-// come.
+// At the end of a round, whose repetition is the last frame. Answers whether the repetition has ended; else the frame
+// becomes that of the next round.
 inline bool kxMatchMachine::endRound(const kxInstruction& instruction)
 {
     Frame& frame = frames_.back();
@@ -128,7 +142,7 @@ inline bool kxMatchMachine::comeBack()
         if (frame.kind == FrameKind::kRounds &&
             frame.count < program_->bounds[program_->code[frame.at - 1].a].minimum)
             continue;
-        stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
+        if (from > frame.position) stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
         position_ = frame.position;
         log_.cutTo(frame.records);
         mark_ = frame.mark;
@@ -143,16 +157,30 @@ inline bool kxMatchMachine::comeBack()
 kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
 {
     start(program);
-    // Copies of members, for the loop.
+    const kxLexResult result = execute(program);
+    if (result == KX_LEX_ERROR && tracer_ != nullptr) leaveAllRules();
+    return result;
+}
+
+kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
+{
+    // Copies of members, for the loop. A case that calls a function of the machine puts into the members what that one
+    // reads: position_ alone, or by store() also the instruction; loadInput() follows where it may have read more.
     const kxInstruction* const code = program.code.data();
+    const kxProgramSet* const sets = program.sets.data();
     const kxInstruction* at = code;
     std::uint32_t position = 0;
+    std::uint32_t idle = 0;  // instructions that took nothing and have not been counted
     const char16_t* units = units_;
     std::uint32_t end = end_;
 
     const auto store = [&] {
         at_ = static_cast<std::uint32_t>(at - code);
         position_ = position;
+    };
+    const auto countIdle = [&] {
+        stepsLeft_ -= idle / kIdleOfStep;
+        idle = 0;
     };
     const auto loadInput = [&] {
         position = position_;
@@ -177,25 +205,27 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             ++at;
             continue;
         case KX_OP_SET:
-            if (!hasUnit() || !program.sets[at->a].contains(units[position])) break;
+            if (!hasUnit() || !sets[at->a].contains(units[position])) break;
             ++position;
             ++at;
             continue;
         case KX_OP_TEST:
-            if (hasUnit() && program.sets[at->a].contains(units[position])) {
+            if (hasUnit() && sets[at->a].contains(units[position])) {
                 ++at;
                 continue;
             }
             if (fault_ != nullptr) break;
+            ++idle;
             at = code + at->b;
             continue;
         case KX_OP_SWITCH:
-            if (hasUnit())
+            if (hasUnit()) {
                 at = code + program.tables[at->a][std::min(units[position], kxUnitSet::kHigh)];
-            else if (fault_ != nullptr)
+            } else if (fault_ != nullptr) {
                 break;
-            else
+            } else {
                 ++at;
+            }
             continue;
         case KX_OP_TEXT: {
             store();
@@ -206,24 +236,33 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             continue;
         }
         case KX_OP_SPAN: {
-            const kxProgramSet& set = program.sets[at->a];
-            const std::uint32_t start = position;
-            while (position != end && set.contains(units[position])) ++position;
-            if (position == end) [[unlikely]] {
-                position = start;
+            const kxProgramSet& set = sets[at->a];
+            const char16_t* const stop = units + end;
+            const char16_t* const first = units + position;
+            const char16_t* unit = first;
+            // Most runs are blanks, of which there are none or one: these end by branches of their own.
+            if (unit != stop && set.contains(*unit) && ++unit != stop && set.contains(*unit)) {
+                do ++unit;
+                while (unit != stop && set.contains(*unit));
+            }
+            const auto taken = static_cast<std::uint32_t>(unit - first);
+            if (unit == stop) [[unlikely]] {
                 store();
-                const bool matches = takeRun(set, {at->b, KX_RULE_UNLIMITED}, end - start);
+                const bool matches = takeRun(set, {at->b, KX_RULE_UNLIMITED}, taken);
                 loadInput();
                 if (!matches) break;
-            } else if (position - start < at->b) {
-                position = start;
+            } else if (taken < at->b) {
+                stepsLeft_ -= taken / kCharactersOfStep;
                 break;
+            } else {
+                position += taken;
+                idle += taken == 0 ? 1 : 0;
             }
             ++at;
             continue;
         }
         case KX_OP_RUN: {
-            const kxProgramSet& set = program.sets[at->a];
+            const kxProgramSet& set = sets[at->a];
             const kxProgramBounds& bounds = program.bounds[at->b];
             const std::uint32_t most = std::min(bounds.maximum, end - position);
             const char16_t* const first = units + position;
@@ -235,8 +274,12 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
                 loadInput();
                 if (!matches) break;
             } else {
-                if (taken < bounds.minimum) break;
+                if (taken < bounds.minimum) {
+                    stepsLeft_ -= taken / kCharactersOfStep;
+                    break;
+                }
                 position += taken;
+                idle += taken == 0 ? 1 : 0;
             }
             ++at;
             continue;
@@ -247,12 +290,15 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             ++at;
             continue;
         case KX_OP_COMMIT:
+            ++idle;
             frames_.pop_back();
             [[fallthrough]];
         case KX_OP_JUMP:
             at = code + at->b;
             continue;
         case KX_OP_REFUSE:
+            // Where the unwanted matches, more data would not help.
+            isShort_ = frames_.back().wasShort;
             frames_.pop_back();
             break;
         case KX_OP_REPEAT:
@@ -262,10 +308,16 @@ kxLexResult kxMatchMachine::run(const kxRuleProgram& program)
             continue;
         case KX_OP_AGAIN:
             position_ = position;
+            ++idle;
+            countIdle();
             at = endRound(*at) ? at + 1 : code + at->b;
-            continue;
+            if (stepsLeft_ >= 0) [[likely]]
+                continue;
+            stop(kTooManySteps);
+            break;
         case KX_OP_CALL:
             store();
+            countIdle();
             if (!enterRule(*at)) break;
             at = code + at->b;
             continue;
@@ -329,14 +381,19 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
 {
     const char16_t* const text = program_->texts.data() + instruction.a;
     std::uint32_t taken = 0;
-    while (taken < instruction.b) {
-        if (position_ + taken == end_ && !more()) return false;
+    while (taken < instruction.b && (position_ + taken < end_ || more())) {
         const std::uint32_t there = std::min(instruction.b - taken, end_ - position_ - taken);
-        if (!std::equal(text + taken, text + taken + there, units_ + position_ + taken)) return false;
-        taken += there;
+        const char16_t* const from = text + taken;
+        const char16_t* const differs = std::mismatch(from, from + there, units_ + position_ + taken).first;
+        taken += static_cast<std::uint32_t>(differs - from);
+        if (differs != from + there) break;
     }
-    position_ += taken;
-    return true;
+    const bool matches = taken == instruction.b;
+    if (matches)
+        position_ += taken;
+    else
+        stepsLeft_ -= taken / kCharactersOfStep;
+    return matches;
 }
 
 // Goes on with a run that has come to the end of what was read.
@@ -354,7 +411,10 @@ bool kxMatchMachine::takeRun(const kxProgramSet& set, const kxProgramBounds& bou
         ++taken;
     }
     const bool matches = taken >= bounds.minimum;
-    position_ += matches ? taken : 0;
+    if (matches)
+        position_ += taken;
+    else
+        stepsLeft_ -= taken / kCharactersOfStep;
     return matches;
 }
 
@@ -371,6 +431,7 @@ bool kxMatchMachine::runFunction(const kxFuncInfo& function)
         result = function.function()(input_);
         isShort_ = isShort_ || (result == KX_LEX_NO_MATCH && input_.hasTouchedEnd());
     }
+    const bool isIdle = result == KX_LEX_OK && input_.position() <= position_;
     if (result == KX_LEX_OK) position_ = input_.position();
     const auto end = static_cast<std::uint32_t>(input_.units().size());
     stepsLeft_ += (end - end_) * KX_LEX_STEPS_PER_CHARACTER;
@@ -379,6 +440,7 @@ bool kxMatchMachine::runFunction(const kxFuncInfo& function)
     if (tracer_ != nullptr) tracer_->leaveFunction(function, depth_, input_.placeOf(position_), result);
     if (input_.isFull()) return stop(kTooLong);
     if (result != KX_LEX_OK && result != KX_LEX_NO_MATCH) return stop("Function failed");
+    if (isIdle && --stepsLeft_ < 0) return stop(kTooManySteps);
     return result == KX_LEX_OK;
 }
 

@@ -20,7 +20,8 @@
 constexpr std::uint32_t KX_LEX_MAX_DEPTH = 10000;
 // Records of one match.
 constexpr std::uint32_t KX_LEX_MAX_RECORDS = 4 * 1024 * 1024;
-// Calls and failures of one match, and how many more each character read allows.
+// Steps of one match, and how many more each character read allows. A call and a failure are one each; so are a few
+// characters given back or compared in vain, and a few instructions that found nothing to take.
 constexpr std::int64_t KX_LEX_STEPS = 200'000'000;
 constexpr std::int64_t KX_LEX_STEPS_PER_CHARACTER = 20;
 
@@ -44,17 +45,21 @@ public:
 
 private:
     enum class FrameKind : std::uint8_t { kCall, kChoice, kRounds };
+    // A call, a choice that is left, or a repetition whose rounds run; the latter is a choice too, of which the end of
+    // the repetition is the other way.
     struct Frame {
         FrameKind kind;
-        bool wasSpent;
-        std::uint32_t at;        // where to go on: the instruction behind a call, the other way of a choice
-        std::uint32_t position;  // where a choice or a round began; of a call, where the caller began
-        std::uint32_t records;
+        bool wasSpent;  // members as they were
+        bool wasShort;
+        std::uint32_t at;        // call: the instruction behind it; else the other way
+        std::uint32_t position;  // call: ruleStart_ of the caller; else where the choice or the round began
+        std::uint32_t records;   // call: unused; else the length of the log
         std::uint32_t mark;
-        std::uint32_t count;  // rounds; of a call, its rule
+        std::uint32_t count;  // call: the rule; rounds: those done
     };
 
     void start(const kxRuleProgram& program);
+    kxLexResult execute(const kxRuleProgram& program);
     bool more();
     bool takeText(const kxInstruction& instruction);
     bool takeRun(const kxProgramSet& set, const kxProgramBounds& bounds, std::uint32_t taken);
@@ -66,6 +71,7 @@ private:
     bool canGoOn(const kxProgramBounds& bounds, std::uint32_t rounds) const;
     bool comeBack();
     void leaveFailedRule(const Frame& frame);
+    void leaveAllRules();
     bool runFunction(const kxFuncInfo& function);
     bool record(const kxInstruction& instruction);
     bool mark();
@@ -84,7 +90,7 @@ private:
     std::uint32_t depth_ = 0;
     std::uint32_t ruleStart_ = 0;            // where the running rule began
     std::uint32_t mark_ = KX_MATCH_NO_MARK;  // the running rule's last mark
-    bool isSpent_ = false;                   // an action has used the marks: the next one starts anew
+    bool isSpent_ = false;  // an action has taken the marks up to mark_: a next mark begins anew
     bool isShort_ = false;
     std::int64_t steps_ = KX_LEX_STEPS;
     std::int64_t stepsLeft_ = 0;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <unordered_map>
 
 namespace {
 
@@ -17,6 +18,7 @@ constexpr std::uint32_t kInlineCode = 65536;
 // Alternatives that are compared with one; among more, some will begin alike.
 constexpr std::uint32_t kComparedAlternatives = 64;
 constexpr std::uint32_t kSingleDepth = 8;
+constexpr std::uint32_t kMostBytesOfUnit = 3;  // of UTF-8
 // Fewer alternatives are told apart by their tests.
 constexpr std::uint32_t kSwitchAlternatives = 3;
 constexpr std::size_t kMostTables = 4096;
@@ -45,14 +47,23 @@ public:
     }
 
     // ---- the walk over a rule
+    //
+    // What the numbers of a step stand for:
+    //
+    //               place                    chain                           table      roundEnd
+    //   choice      where the alternative    ends of the alternatives, which  its table
+    //               begins                   go behind the choice
+    //   difference                           what goes behind the REFUSE
+    //   repeat      where a round begins     what goes behind the repetition             a JUMP to its AGAIN
+    //
+    // A chain is made of instructions whose target is not known yet; each holds the one before it instead.
 
     bool enter(kxRuleStep& step)
     {
         const kxRuleNode& node = nodeAt(step.node);
-        if (!isInlined_) offset_ = node.offset;
+        if (open_.size() == 1) offset_ = node.offset;
         if (step.node == std::exchange(runNode_, kNone))
             return emit(KX_OP_SPAN, singleSet(*rule_, step.node, kSingleDepth), 1);
-        step.chain = step.place = step.table = kNone;
         switch (node.kind) {
         case KX_RULE_LITERAL:
             return literal(node);
@@ -88,6 +99,11 @@ public:
     }
 
 private:
+    struct Text {  // in the texts of the program
+        std::uint32_t start;
+        std::uint32_t length;
+    };
+
     const kxRuleNode& nodeAt(std::uint32_t node) const { return rule_->info->tree().nodes()[node]; }
     std::uint32_t here() const { return static_cast<std::uint32_t>(program_.code.size()); }
     // Answers false, for leaves of the walk.
@@ -101,22 +117,77 @@ private:
     void compileRule(const kxRuleSet::Rule& rule)
     {
         const kxRuleSet::Rule* const outer = std::exchange(rule_, &rule);
+        open_.push_back(&rule);
         const std::uint32_t rounds = std::exchange(rounds_, kNone);
-        kxRuleWalk(rule.info->tree(), *this);
+        const std::uint32_t root = rule.info->tree().root();
+        if (isPlain_ || !isList())
+            kxRuleWalk(rule.info->tree(), root, *this);
+        else
+            compileList(root);
+        open_.pop_back();
         rounds_ = rounds;
         rule_ = outer;
+    }
+    // Whether the rule is `a (b self)?`, which is `a (b a)*` when it has no marks and actions of its own. Rounds need
+    // no stack, so that lists may be as long as the input.
+    bool isList() const
+    {
+        const kxRuleTree& tree = rule_->info->tree();
+        for (std::uint32_t node = 0; node <= tree.root(); ++node) {
+            const kxRuleSet::Target& target = rule_->targets[node];
+            if (nodeAt(node).kind == KX_RULE_MARK) return false;
+            if (target.kind == kxRuleSet::Kind::kFunction && set_.functions()[target.index]->isAction())
+                return false;
+        }
+        const std::uint32_t rest = lastOf(tree.root(), KX_RULE_SEQUENCE);
+        if (rest == kNone || nodeAt(rest).kind != KX_RULE_REPEAT || !isOptional(nodeAt(rest))) return false;
+        const std::uint32_t self = lastOf(nodeAt(rest).firstChild, KX_RULE_SEQUENCE);
+        return self != kNone && rule_->targets[self].kind == kxRuleSet::Kind::kRule &&
+               &set_.rules()[rule_->targets[self].index] == rule_;
+    }
+    // The last child of a node of that kind.
+    std::uint32_t lastOf(std::uint32_t node, kxRuleNodeKind kind) const
+    {
+        if (nodeAt(node).kind != kind) return kNone;
+        std::uint32_t child = nodeAt(node).firstChild;
+        while (nodeAt(child).next != kNone) child = nodeAt(child).next;
+        return child;
+    }
+    void compileList(std::uint32_t root)
+    {
+        const std::uint32_t rest = compileButLast(root);
+        kxRuleNode rounds = nodeAt(rest);
+        rounds.maximum = KX_RULE_UNLIMITED;
+        kxRuleStep step{rest, kNone};
+        beginRepeat(step, rounds);
+        compileButLast(rounds.firstChild);
+        compileButLast(root);
+        endRepeat(step, rounds);
+    }
+    // Answers the last child, which is not compiled.
+    std::uint32_t compileButLast(std::uint32_t node)
+    {
+        std::uint32_t child = nodeAt(node).firstChild;
+        for (; nodeAt(child).next != kNone; child = nodeAt(child).next)
+            kxRuleWalk(rule_->info->tree(), child, *this);
+        return child;
     }
 
     // ---- leaves
 
     bool literal(const kxRuleNode& node)
     {
-        const std::u16string units = unitsOf(*rule_, node);
-        if (units.empty()) return false;
-        if (units.size() == 1) return emit(KX_OP_UNIT, units.front());
-        const auto start = static_cast<std::uint32_t>(program_.texts.size());
-        program_.texts += units;
-        return emit(KX_OP_TEXT, start, static_cast<std::uint32_t>(units.size()));
+        if (node.length == 0) return false;
+        if (const std::u16string units = shortUnitsOf(*rule_, node); units.size() == 1)
+            return emit(KX_OP_UNIT, units.front());
+        const auto end = static_cast<std::uint32_t>(program_.texts.size());
+        const auto [place, isNew] = textOfNode_.try_emplace(&node, Text{end, 0});
+        Text& text = place->second;
+        if (isNew) {
+            program_.texts += unitsOf(*rule_, node);
+            text.length = static_cast<std::uint32_t>(program_.texts.size()) - end;
+        }
+        return emit(KX_OP_TEXT, text.start, text.length);
     }
     bool name(std::uint32_t node)
     {
@@ -128,9 +199,9 @@ private:
         if (target.kind == kxRuleSet::Kind::kFunction) return function(node, target.index);
         const kxRuleSet::Rule& called = set_.rules()[target.index];
         if (isPlain_ || !canBeInlined(called)) return emit(KX_OP_CALL, target.index);
-        const bool wasInlined = std::exchange(isInlined_, true);
+        if (open_.size() == 1) inlineNodesLeft_ = kInlineNodes;
+        inlineNodesLeft_ -= called.info->tree().nodes().size();
         compileRule(called);
-        isInlined_ = wasInlined;
         return false;
     }
     bool function(std::uint32_t node, std::uint32_t index)
@@ -148,22 +219,19 @@ private:
         return before.kind == kxRuleSet::Kind::kFunction && nodeAt(node - 1).next == node &&
                set_.functions()[before.index]->name() == "fWS";
     }
-    // Rules that neither mark nor run functions of the program, and are short with all that they call.
+    // Rules that neither mark nor run functions of the program, and are small with all that is put into them.
     bool canBeInlined(const kxRuleSet::Rule& rule) const
     {
-        std::size_t nodes = kInlineNodes;
-        return here() < kInlineCode && takesNoMore(rule, nodes, kInlineDepth);
-    }
-    bool takesNoMore(const kxRuleSet::Rule& rule, std::size_t& nodesLeft, std::uint32_t depth) const
-    {
         const std::vector<kxRuleNode>& nodes = rule.info->tree().nodes();
-        if (nodes.size() > nodesLeft || depth == 0) return false;
-        nodesLeft -= nodes.size();
+        const std::size_t nodesLeft = open_.size() == 1 ? kInlineNodes : inlineNodesLeft_;
+        if (here() >= kInlineCode || open_.size() > kInlineDepth || nodes.size() > nodesLeft) return false;
+        if (std::find(open_.begin(), open_.end(), &rule) != open_.end()) return false;
         for (std::uint32_t node = 0; node < nodes.size(); ++node) {
+            const kxRuleSet::Target& target = rule.targets[node];
             if (nodes[node].kind == KX_RULE_MARK) return false;
-            if (nodes[node].kind != KX_RULE_NAME || isCharacter(rule.targets[node])) continue;
-            if (rule.targets[node].kind != kxRuleSet::Kind::kRule) return false;
-            if (!takesNoMore(set_.rules()[rule.targets[node].index], nodesLeft, depth - 1)) return false;
+            if (nodes[node].kind != KX_RULE_NAME || isCharacter(target)) continue;
+            // One that calls itself would only become one level deeper.
+            if (target.kind != kxRuleSet::Kind::kRule || &set_.rules()[target.index] == &rule) return false;
         }
         return true;
     }
@@ -175,7 +243,16 @@ private:
 
     // ---- choices and differences
 
-    // A table leads past the tests of the alternatives to the first that can begin with the next unit.
+    //   a | b | c            SWITCH table         from three alternatives on: goes to the first one below that can
+    //                        TEST first(a), b     begin with the next unit, behind its TEST
+    //                        CHOICE b             only where a later alternative begins with the same
+    //                        ...a...
+    //                        COMMIT end           without a CHOICE, JUMP end
+    //                     b: TEST first(b), c
+    //                        ...
+    //                     c: ...c...
+    //                   end:
+
     bool beginChoice(kxRuleStep& step, const kxRuleNode& node)
     {
         std::uint32_t alternatives = 0;
@@ -241,6 +318,12 @@ private:
         while (chain != kNone) setTarget(std::exchange(chain, program_.code[chain].b), here());
     }
 
+    //   a - b                TEST first(b), a
+    //                        CHOICE a
+    //                        ...b...
+    //                        REFUSE
+    //                     a: ...a...
+
     // All children but the last must not match.
     void beginUnwanted(kxRuleStep& step)
     {
@@ -260,6 +343,14 @@ private:
     }
 
     // ---- repetitions
+    //
+    //   a*                   TEST first(a), end   only where there may be no round
+    //                        REPEAT bounds, end
+    //                 round: ...a...
+    //                        AGAIN bounds, round
+    //                   end:
+    //
+    // a? has a CHOICE and a COMMIT instead; a single character is a SPAN or a RUN.
 
     bool beginRepeat(kxRuleStep& step, const kxRuleNode& node)
     {
@@ -268,7 +359,6 @@ private:
         if (set != kNone) return emitRun(set, node);
         takeCharactersFirst(node);
         const kxUnitSet& first = rule_->first[node.firstChild];
-        const kxProgramBounds bounds = boundsOf(node);
         if (!isPlain_ && node.minimum == 0 && !first.hasNothing()) {
             step.chain = here();
             emit(KX_OP_TEST, setOf(first), kNone);
@@ -277,12 +367,12 @@ private:
         if (isOptional(node))
             emit(KX_OP_CHOICE, 0, step.chain);
         else
-            emit(KX_OP_REPEAT, boundsIndex(bounds), step.chain);
+            emit(KX_OP_REPEAT, boundsIndex(boundsOf(node)), step.chain);
         step.chain = begin;
         step.place = here();
         if (isPlain_ || node.maximum != KX_RULE_UNLIMITED || node.minimum > 1) return true;
         if (nodeAt(node.firstChild).kind == KX_RULE_CHOICE) rounds_ = node.firstChild;
-        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild, bounds);
+        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild);
         return true;
     }
     bool emitRun(std::uint32_t set, const kxRuleNode& node)
@@ -290,6 +380,43 @@ private:
         if (node.maximum == KX_RULE_UNLIMITED) return emit(KX_OP_SPAN, set, node.minimum);
         return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
     }
+    void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
+    {
+        if (step.roundEnd != kNone) setTarget(step.roundEnd, here());
+        if (isOptional(node))
+            emit(KX_OP_COMMIT, 0, here() + 1);
+        else
+            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
+        closeChain(step.chain);
+    }
+    kxProgramBounds boundsOf(const kxRuleNode& node)
+    {
+        const kxUnitSet& first = rule_->first[node.firstChild];
+        const bool isTested = !isPlain_ && !first.hasNothing();
+        return {node.minimum, node.maximum, isTested ? setOf(first) : kxProgramBounds::kAnySet};
+    }
+    static bool isOptional(const kxRuleNode& node) { return node.minimum == 0 && node.maximum == 1; }
+    std::uint32_t boundsIndex(const kxProgramBounds& bounds)
+    {
+        const auto count = static_cast<std::uint32_t>(program_.bounds.size());
+        const auto [place, isNew] = boundsIndex_.try_emplace(bounds, count);
+        if (isNew) program_.bounds.push_back(bounds);
+        return place->second;
+    }
+    // ---- runs within rounds
+    //
+    // Rounds that take single characters among other things are slow when every character is a round. What follows only
+    // saves time: without it, programs do the same.
+    //
+    //   ([ab] | x)*          SPAN [ab]            before the TEST of the repetition, and
+    //                 round: SPAN [ab] {1,*}      instead of SET [ab] within
+    //
+    //   ([ab] - x)*   round: TEST [ab] but first(x), one
+    //                        SPAN [ab] but first(x) {1,*}
+    //                        JUMP again
+    //                   one: ...[ab] - x...
+    //                 again: AGAIN bounds, round
+
     // Rounds that try one character first may begin with all such characters; often nothing else comes behind them.
     void takeCharactersFirst(const kxRuleNode& node)
     {
@@ -316,7 +443,7 @@ private:
         return true;
     }
     // The same for a difference: characters with which nothing unwanted begins.
-    void runOfWanted(const kxRuleStep& step, std::uint32_t difference, const kxProgramBounds& bounds)
+    void runOfWanted(kxRuleStep& step, std::uint32_t difference)
     {
         kxUnitSet unwanted;
         std::uint32_t child = nodeAt(difference).firstChild;
@@ -328,36 +455,15 @@ private:
         const std::uint32_t set = setOf(wanted);
         emit(KX_OP_TEST, set, here() + 3);
         emit(KX_OP_SPAN, set, 1);
-        emit(KX_OP_AGAIN, boundsIndex(bounds), step.place);
-    }
-    void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
-    {
-        if (isOptional(node))
-            emit(KX_OP_COMMIT, 0, here() + 1);
-        else
-            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
-        closeChain(step.chain);
-    }
-    kxProgramBounds boundsOf(const kxRuleNode& node)
-    {
-        const kxUnitSet& first = rule_->first[node.firstChild];
-        const bool isTested = !isPlain_ && !first.hasNothing();
-        return {node.minimum, node.maximum, isTested ? setOf(first) : kxProgramBounds::kAnySet};
-    }
-    static bool isOptional(const kxRuleNode& node) { return node.minimum == 0 && node.maximum == 1; }
-    std::uint32_t boundsIndex(const kxProgramBounds& bounds)
-    {
-        const auto count = static_cast<std::uint32_t>(program_.bounds.size());
-        const auto [place, isNew] = boundsIndex_.try_emplace(bounds, count);
-        if (isNew) program_.bounds.push_back(bounds);
-        return place->second;
+        step.roundEnd = here();
+        emit(KX_OP_JUMP);
     }
     // The set of what matches exactly one character and does nothing else; kNone for other nodes.
     std::uint32_t singleSet(const kxRuleSet::Rule& rule, std::uint32_t at, std::uint32_t depth)
     {
         const kxRuleNode& node = rule.info->tree().nodes()[at];
         if (node.kind == KX_RULE_SET || node.kind == KX_RULE_SET_NOT) return writtenSet(rule, at);
-        if (node.kind == KX_RULE_LITERAL && unitsOf(rule, node).size() == 1) return writtenSet(rule, at);
+        if (node.kind == KX_RULE_LITERAL && shortUnitsOf(rule, node).size() == 1) return writtenSet(rule, at);
         if (node.kind != KX_RULE_NAME || isPlain_ || depth == 0) return kNone;
         const kxRuleSet::Target target = rule.targets[at];
         if (isCharacter(target)) return setOf(set_.functions()[target.index]->first());
@@ -374,9 +480,16 @@ private:
         kxRuleUnits::decode(rule.info->tree().textOf(node), set_.isWide(), units);
         return units;
     }
+    // The same, but none when they are more than one for certain.
+    std::u16string shortUnitsOf(const kxRuleSet::Rule& rule, const kxRuleNode& node) const
+    {
+        return node.length <= kMostBytesOfUnit ? unitsOf(rule, node) : std::u16string();
+    }
     std::uint32_t writtenSet(const kxRuleSet::Rule& rule, std::uint32_t at)
     {
         const kxRuleNode& node = rule.info->tree().nodes()[at];
+        const auto [place, isNew] = setOfNode_.try_emplace(&node, kNone);
+        if (!isNew) return place->second;
         const bool isNot = node.kind == KX_RULE_SET_NOT;
         kxProgramSet set{{}, isNot, {}};
         std::fill(std::begin(set.low), std::end(set.low), static_cast<std::uint8_t>(isNot));
@@ -387,7 +500,8 @@ private:
                 set.exceptions += unit;
         }
         std::sort(set.exceptions.begin(), set.exceptions.end());
-        return setIndex(std::move(set));
+        place->second = setIndex(std::move(set));
+        return place->second;
     }
     std::uint32_t setOf(const kxUnitSet& units)
     {
@@ -409,11 +523,15 @@ private:
     const kxRuleSet& set_;
     const bool isPlain_;
     kxRuleProgram program_;
-    const kxRuleSet::Rule* rule_ = nullptr;  // being compiled
-    bool isInlined_ = false;                 // into another one, whose text errors show
-    std::uint32_t rounds_ = kNone;           // the choice whose rounds are not limited
-    std::uint32_t runNode_ = kNone;          // the node that is to take all it can
+    const kxRuleSet::Rule* rule_ = nullptr;     // being compiled
+    std::vector<const kxRuleSet::Rule*> open_;  // rules being compiled, each within the one before
+    std::size_t inlineNodesLeft_ = 0;           // for all that is put in within a call
+    std::uint32_t rounds_ = kNone;              // the choice whose rounds are not limited
+    std::uint32_t runNode_ = kNone;             // the node that is to take all it can
     std::uint32_t offset_ = 0;
+    // Rules that are put in at many places share what is written in them.
+    std::unordered_map<const kxRuleNode*, Text> textOfNode_;
+    std::unordered_map<const kxRuleNode*, std::uint32_t> setOfNode_;
     std::map<std::u16string, std::uint32_t> setIndex_;
     std::map<kxProgramBounds, std::uint32_t> boundsIndex_;
 };

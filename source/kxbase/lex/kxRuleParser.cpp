@@ -93,6 +93,7 @@ bool kxRuleParser::parseQuoted(kxRuleNodeKind kind, const char* fault)
 {
     const std::string_view text = tree_.text();
     const std::string_view closer = kxRuleScanner::closerAt(text, at_);
+    const auto offset = static_cast<std::uint32_t>(at_);
     std::size_t start = kxRuleScanner::contentAt(closer, at_);
     if (kind == KX_RULE_SET && text.substr(start).starts_with('^')) {
         kind = KX_RULE_SET_NOT;
@@ -102,22 +103,23 @@ bool kxRuleParser::parseQuoted(kxRuleNodeKind kind, const char* fault)
     if (end == std::string_view::npos) return fail(fault);
     at_ = end + closer.size();
     return parseBehindElement(
-        tree_.add({kind, static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)}), false);
+        tree_.add({kind, offset, static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end - start)}),
+        false);
 }
 
 bool kxRuleParser::parseName()
 {
     const std::size_t end = kxRuleScanner::skipName(tree_.text(), at_);
     if (end == at_) return mismatch();
-    const kxRuleNode node{KX_RULE_NAME, static_cast<std::uint32_t>(at_),
-                          static_cast<std::uint32_t>(end - at_)};
+    const auto offset = static_cast<std::uint32_t>(at_);
+    const kxRuleNode node{KX_RULE_NAME, offset, offset, static_cast<std::uint32_t>(end) - offset};
     at_ = end;
     return parseBehindElement(tree_.add(node), false);
 }
 
 bool kxRuleParser::parseMark()
 {
-    return parseBehindElement(tree_.add({KX_RULE_MARK, static_cast<std::uint32_t>(at_++), 1}), false);
+    return parseBehindElement(tree_.add({KX_RULE_MARK, static_cast<std::uint32_t>(at_++)}), false);
 }
 
 bool kxRuleParser::openGroup()
@@ -221,7 +223,7 @@ bool kxRuleParser::take(std::string_view expected)
 bool kxRuleParser::repeat(std::uint32_t& node, std::uint32_t minimum, std::uint32_t maximum)
 {
     const std::uint32_t offset = tree_.nodes()[node].offset;
-    node = tree_.add({KX_RULE_REPEAT, offset, 0, minimum, maximum, node});
+    node = tree_.add({KX_RULE_REPEAT, offset, 0, 0, minimum, maximum, node});
     return true;
 }
 
@@ -245,7 +247,7 @@ std::uint32_t kxRuleParser::closeList(List& list, kxRuleNodeKind kind)
         tree_.link(closed.last, wanted);
         tree_.link(wanted, KX_RULE_NO_NODE);
     }
-    return tree_.add({kind, tree_.nodes()[closed.first].offset, 0, 0, 0, closed.first});
+    return tree_.add({kind, tree_.nodes()[closed.first].offset, 0, 0, 0, 0, closed.first});
 }
 
 char kxRuleParser::look()

@@ -1,4 +1,5 @@
-// The programs of a lexer, each made when a rule is first run, and again when names have changed since.
+// The last programs (kxRuleProgram) that a lexer has run. One is made, by way of a kxRuleSet, when its start rule is
+// first run, and again when names have changed since.
 //
 // Ownership: owns the last few programs.
 // Threads:   takes no lock; one thread at a time.

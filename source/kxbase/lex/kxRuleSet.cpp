@@ -8,9 +8,6 @@
 
 namespace {
 
-// First characters only save time. Sets of rules that refer to each other in knots are given up on.
-constexpr std::uint64_t kExactRoundsForEachRule = 64;
-
 // Calls visit(child) for the children of a node until it answers false.
 template <typename Visit> void forChildren(const kxRuleTree& tree, std::uint32_t node, Visit visit)
 {
@@ -18,6 +15,11 @@ template <typename Visit> void forChildren(const kxRuleTree& tree, std::uint32_t
          child = tree.nodes()[child].next) {
         if (!visit(child)) return;
     }
+}
+
+bool isHalf(char16_t unit)
+{
+    return kxIsHighSurrogate(unit) || kxIsLowSurrogate(unit);
 }
 
 }  // namespace
@@ -42,7 +44,7 @@ private:
         const std::size_t nodes = info->tree().nodes().size();
         set_.rules_.push_back(
             {info, std::vector<Target>(nodes), std::vector<kxUnitSet>(nodes), std::vector<bool>(nodes)});
-        set_.users_.emplace_back();
+        set_.uses_.emplace_back();
         return place->second;
     }
     std::uint32_t enter(kxFuncInfo* info)
@@ -67,9 +69,7 @@ private:
             if (nodes[node].kind != KX_RULE_NAME) continue;
             const Target target = targetOf(info->tree().textOf(nodes[node]));
             set_.rules_[rule].targets[node] = target;
-            if (target.kind != Kind::kRule) continue;
-            std::vector<std::uint32_t>& users = set_.users_[target.index];
-            if (users.empty() || users.back() != rule) users.push_back(rule);
+            if (target.kind == Kind::kRule) set_.uses_[target.index].push_back({rule, node});
         }
     }
 
@@ -79,137 +79,164 @@ private:
     std::unordered_map<const kxFuncInfo*, std::uint32_t> functionIndex_;
 };
 
+// Finds what nodes can begin with and which can be empty. What is known of a node only grows, and every time it does
+// its parent is told; a root's parents are the names that stand for its rule. So each node is looked at as often as
+// its children learn something, however the rules refer to each other.
+class kxRuleSet::Judge {
+public:
+    explicit Judge(kxRuleSet& set) : set_(set) {}
+
+    void go()
+    {
+        for (const Rule& rule : set_.rules_) {
+            const std::vector<kxRuleNode>& nodes = rule.info->tree().nodes();
+            Links links{std::vector<std::uint32_t>(nodes.size(), KX_RULE_NO_NODE),
+                        {},
+                        {},
+                        std::vector<bool>(nodes.size())};
+            for (std::uint32_t node = 0; node < nodes.size(); ++node) {
+                links.firstEnd.push_back(nodes[node].firstChild);
+                forChildren(rule.info->tree(), node, [&](std::uint32_t child) {
+                    links.parent[child] = node;
+                    return true;
+                });
+            }
+            links.emptyEnd = links.firstEnd;
+            links_.push_back(std::move(links));
+        }
+        // Called rules come before their callers mostly, and children before their parents.
+        for (auto rule = static_cast<std::uint32_t>(set_.rules_.size()); rule-- != 0;) {
+            for (std::uint32_t node = 0; node < links_[rule].parent.size(); ++node) {
+                begin({rule, node});
+                wait({rule, node});
+            }
+        }
+        for (; !waiting_.empty(); waiting_.pop_front()) tell(waiting_.front());
+    }
+
+private:
+    // Of the nodes of a rule.
+    struct Links {
+        std::vector<std::uint32_t> parent;
+        // Of a sequence the first child that cannot begin with nothing, and the first that cannot be empty.
+        std::vector<std::uint32_t> firstEnd;
+        std::vector<std::uint32_t> emptyEnd;
+        std::vector<bool> isWaiting;
+    };
+
+    const kxRuleNode& nodeAt(const Place& place) const
+    {
+        return set_.rules_[place.rule].info->tree().nodes()[place.node];
+    }
+    kxUnitSet& first(const Place& place) { return set_.rules_[place.rule].first[place.node]; }
+    std::vector<bool>::reference canBeEmpty(const Place& place)
+    {
+        return set_.rules_[place.rule].canBeEmpty[place.node];
+    }
+
+    // What a node knows by itself.
+    void begin(const Place& place)
+    {
+        const kxRuleNode& node = nodeAt(place);
+        bool isEmpty = node.kind == KX_RULE_MARK || (node.kind == KX_RULE_REPEAT && node.minimum == 0);
+        if (node.kind == KX_RULE_LITERAL || node.kind == KX_RULE_SET || node.kind == KX_RULE_SET_NOT) {
+            first(place) = unitsOf(place);
+            isEmpty = first(place).hasNothing();
+        }
+        const Target target = set_.rules_[place.rule].targets[place.node];
+        if (node.kind == KX_RULE_NAME && target.kind == Kind::kUnknown) first(place) = kxUnitSet::all();
+        if (target.kind == Kind::kFunction) {
+            const kxFuncInfo& function = *set_.functions_[target.index];
+            isEmpty = function.isAction();
+            if (!isEmpty) first(place) = function.first();
+        }
+        if (isEmpty) first(place).addNothing();
+        canBeEmpty(place) = isEmpty;
+    }
+    void wait(const Place& place)
+    {
+        std::vector<bool>::reference isWaiting = links_[place.rule].isWaiting[place.node];
+        if (!isWaiting) waiting_.push_back(place);
+        isWaiting = true;
+    }
+    void tell(const Place place)
+    {
+        links_[place.rule].isWaiting[place.node] = false;
+        const std::uint32_t parent = links_[place.rule].parent[place.node];
+        if (parent != KX_RULE_NO_NODE) {
+            learn({place.rule, parent}, place);
+            return;
+        }
+        for (const Place& use : set_.uses_[place.rule]) learn(use, place);
+    }
+    // `parent` learns what is known of a child.
+    void learn(const Place& parent, const Place& child)
+    {
+        const kxUnitSet firstBefore = first(parent);
+        const bool emptyBefore = canBeEmpty(parent);
+        const kxRuleNode& node = nodeAt(parent);
+        if (node.kind == KX_RULE_SEQUENCE) {
+            learnInOrder(parent, child);
+        } else if (node.kind == KX_RULE_DIFFERENCE ? nodeAt(child).next == KX_RULE_NO_NODE
+                                                   : node.kind != KX_RULE_REPEAT || node.maximum != 0) {
+            first(parent) |= first(child);
+            canBeEmpty(parent) = emptyBefore || canBeEmpty(child);
+        }
+        if (!(first(parent) == firstBefore) || canBeEmpty(parent) != emptyBefore) wait(parent);
+    }
+    // The children of a sequence lie in its order.
+    void learnInOrder(const Place& parent, const Place& child)
+    {
+        std::uint32_t& end = links_[parent.rule].firstEnd[parent.node];
+        if (child.node <= end) addFirst(parent, child.node);
+        while (end != KX_RULE_NO_NODE && first({parent.rule, end}).hasNothing()) {
+            end = nodeAt({parent.rule, end}).next;
+            if (end != KX_RULE_NO_NODE) addFirst(parent, end);
+        }
+        if (end == KX_RULE_NO_NODE) first(parent).addNothing();
+        std::uint32_t& emptyEnd = links_[parent.rule].emptyEnd[parent.node];
+        while (emptyEnd != KX_RULE_NO_NODE && canBeEmpty({parent.rule, emptyEnd}))
+            emptyEnd = nodeAt({parent.rule, emptyEnd}).next;
+        canBeEmpty(parent) = emptyEnd == KX_RULE_NO_NODE;
+    }
+    void addFirst(const Place& parent, std::uint32_t child)
+    {
+        kxUnitSet units = first({parent.rule, child});
+        units.removeNothing();
+        first(parent) |= units;
+    }
+    kxUnitSet unitsOf(const Place& place)
+    {
+        const kxRuleNode& node = nodeAt(place);
+        std::u16string units;
+        const std::string_view text = set_.rules_[place.rule].info->tree().textOf(node);
+        if (!kxRuleUnits::decode(text, set_.isWide_, units)) set_.hasFaultyText_ = true;
+        kxUnitSet set;
+        if (node.kind == KX_RULE_LITERAL) {
+            if (units.empty()) set.addNothing();
+            if (!units.empty()) set.add(units.front());
+            return set;
+        }
+        for (const char16_t unit : units) set.add(unit);
+        // Half a character is none that a set could hold.
+        if (set_.isWide_ && std::any_of(units.begin(), units.end(), isHalf)) set_.hasFaultyText_ = true;
+        if (node.kind == KX_RULE_SET) return set;
+        set.invert();
+        // A few high units that are left out leave the others in.
+        set.add(kxUnitSet::kHigh);
+        return set;
+    }
+
+    kxRuleSet& set_;
+    std::vector<Links> links_;
+    std::deque<Place> waiting_;
+};
+
 kxRuleSet::kxRuleSet(const kxLexNames& names, kxRuleInfo& start, bool isWide) : isWide_(isWide)
 {
     Reach(names, *this).go(start);
-    exactRounds_ = rules_.size() * kExactRoundsForEachRule;
-    judgeAll();
+    Judge(*this).go();
     findLeftRecursion();
-}
-
-// Until nothing changes: what is known of a rule only ever grows.
-void kxRuleSet::judgeAll()
-{
-    std::deque<std::uint32_t> waiting;
-    std::vector<bool> isWaiting(rules_.size(), true);
-    for (auto rule = static_cast<std::uint32_t>(rules_.size()); rule-- != 0;) waiting.push_back(rule);
-    while (!waiting.empty()) {
-        const std::uint32_t rule = waiting.front();
-        waiting.pop_front();
-        isWaiting[rule] = false;
-        if (!judgeRule(rules_[rule])) continue;
-        for (const std::uint32_t user : users_[rule]) {
-            if (!isWaiting[user]) waiting.push_back(user);
-            isWaiting[user] = true;
-        }
-    }
-}
-
-bool kxRuleSet::judgeRule(Rule& rule)
-{
-    const std::uint32_t root = rule.info->tree().root();
-    const kxUnitSet firstBefore = rule.first[root];
-    const bool emptyBefore = rule.canBeEmpty[root];
-    for (std::uint32_t node = 0; node <= root; ++node) judgeNode(rule, node);
-    if (exactRounds_ == 0)
-        rule.first[root] = kxUnitSet::all();
-    else
-        --exactRounds_;
-    return !(rule.first[root] == firstBefore) || rule.canBeEmpty[root] != emptyBefore;
-}
-
-void kxRuleSet::judgeNode(Rule& rule, std::uint32_t node)
-{
-    const kxRuleNode& what = rule.info->tree().nodes()[node];
-    kxUnitSet& first = rule.first[node];
-    switch (what.kind) {
-    case KX_RULE_LITERAL:
-    case KX_RULE_SET:
-    case KX_RULE_SET_NOT:
-        first = unitsOf(rule, node);
-        rule.canBeEmpty[node] = first.hasNothing();
-        break;
-    case KX_RULE_MARK:
-        first.addNothing();
-        rule.canBeEmpty[node] = true;
-        break;
-    case KX_RULE_NAME:
-        judgeName(rule, node);
-        break;
-    case KX_RULE_SEQUENCE:
-        judgeSequence(rule, node);
-        break;
-    case KX_RULE_CHOICE:
-        forChildren(rule.info->tree(), node, [&](std::uint32_t child) {
-            first |= rule.first[child];
-            rule.canBeEmpty[node] = rule.canBeEmpty[node] || rule.canBeEmpty[child];
-            return true;
-        });
-        break;
-    case KX_RULE_DIFFERENCE:
-        forChildren(rule.info->tree(), node, [&](std::uint32_t child) {
-            first = rule.first[child];
-            rule.canBeEmpty[node] = rule.canBeEmpty[child];
-            return true;
-        });
-        break;
-    case KX_RULE_REPEAT:
-        if (what.maximum != 0) first = rule.first[what.firstChild];
-        if (what.minimum == 0) first.addNothing();
-        rule.canBeEmpty[node] = what.minimum == 0 || rule.canBeEmpty[what.firstChild];
-        break;
-    }
-}
-
-void kxRuleSet::judgeName(Rule& rule, std::uint32_t node)
-{
-    const Target& target = rule.targets[node];
-    if (target.kind == Kind::kUnknown) {
-        rule.first[node] = kxUnitSet::all();
-    } else if (target.kind == Kind::kRule) {
-        const Rule& called = rules_[target.index];
-        rule.first[node] = called.first[called.info->tree().root()];
-        rule.canBeEmpty[node] = called.canBeEmpty[called.info->tree().root()];
-    } else if (functions_[target.index]->isAction()) {
-        rule.first[node].addNothing();
-        rule.canBeEmpty[node] = true;
-    } else {
-        rule.first[node] = functions_[target.index]->first();
-    }
-}
-
-void kxRuleSet::judgeSequence(Rule& rule, std::uint32_t node)
-{
-    kxUnitSet first;
-    first.addNothing();
-    bool isEmpty = true;
-    forChildren(rule.info->tree(), node, [&](std::uint32_t child) {
-        if (first.hasNothing()) {
-            first.removeNothing();
-            first |= rule.first[child];
-        }
-        isEmpty = isEmpty && rule.canBeEmpty[child];
-        return true;
-    });
-    rule.first[node] = first;
-    rule.canBeEmpty[node] = isEmpty;
-}
-
-kxUnitSet kxRuleSet::unitsOf(const Rule& rule, std::uint32_t node)
-{
-    const kxRuleTree& tree = rule.info->tree();
-    const kxRuleNodeKind kind = tree.nodes()[node].kind;
-    std::u16string units;
-    if (!kxRuleUnits::decode(tree.textOf(tree.nodes()[node]), isWide_, units)) hasFaultyText_ = true;
-    kxUnitSet set;
-    if (kind == KX_RULE_LITERAL && units.empty()) set.addNothing();
-    if (kind == KX_RULE_LITERAL && !units.empty()) units.resize(1);
-    for (const char16_t unit : units) set.add(unit);
-    if (kind != KX_RULE_SET_NOT) return set;
-    set.invert();
-    // A few high units that are left out leave the others in.
-    set.add(kxUnitSet::kHigh);
-    return set;
 }
 
 // ---- left recursion

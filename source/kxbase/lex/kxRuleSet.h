@@ -1,5 +1,5 @@
-// Rules that belong together, with what is known of each before anything is compiled: what its names stand for, what
-// it can begin with, whether it can match nothing, and whether it comes back to itself without having taken anything.
+// A start rule with all rules and functions that it reaches, resolved and checked before anything is compiled: what
+// names stand for, what each node can begin with, whether it can match nothing, and whether it comes back to itself without having taken anything.
 //
 // Ownership: holds references to its rules and functions, so that it does not change when names do.
 // Threads:   read-only once made.
@@ -19,7 +19,9 @@ public:
         kxRefPointer<kxRuleInfo> info;
         std::vector<Target> targets;   // of each node that is a name; as many as nodes
         std::vector<kxUnitSet> first;  // what each node can begin with
-        std::vector<bool> canBeEmpty;  // whether each node can match nothing, as far as rules tell
+        // Whether each node can match nothing, for certain: a function, of which nobody knows that, does not count,
+        // while the first characters of one that can begin with anything have "nothing" among them.
+        std::vector<bool> canBeEmpty;
     };
     // A place in a rule.
     struct Place {
@@ -43,21 +45,14 @@ public:
 
 private:
     class Reach;
+    class Judge;
 
-    // What a node can match as its first character and whether it can match nothing, from those of its children.
-    void judgeNode(Rule& rule, std::uint32_t node);
-    void judgeName(Rule& rule, std::uint32_t node);
-    void judgeSequence(Rule& rule, std::uint32_t node);
-    bool judgeRule(Rule& rule);
-    void judgeAll();
     void findLeftCalls(std::uint32_t rule, std::vector<Place>& calls) const;
     void findLeftRecursion();
-    kxUnitSet unitsOf(const Rule& rule, std::uint32_t node);
 
     std::vector<Rule> rules_;
     std::vector<kxRefPointer<kxFuncInfo>> functions_;
-    std::vector<std::vector<std::uint32_t>> users_;  // of each rule, those that name it
-    std::uint64_t exactRounds_ = 0;                  // left before first characters are no longer told apart
+    std::vector<std::vector<Place>> uses_;  // of each rule, the nodes that name it
     bool isWide_;
     bool hasFaultyText_ = false;
     bool hasLeftRecursion_ = false;

@@ -25,6 +25,8 @@ public:
 
 private:
     std::size_t endOfRule(std::size_t at);
+    std::size_t skipBlanks(std::size_t at);
+    std::size_t skipPiece(std::size_t at);
 
     std::string_view text_;
     std::size_t at_ = 0;

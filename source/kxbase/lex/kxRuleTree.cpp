@@ -75,6 +75,6 @@ kxTextPlace kxRuleTree::placeOf(std::size_t offset) const
 std::string kxRuleTree::print() const
 {
     Printer printer(*this);
-    kxRuleWalk(*this, printer);
+    kxRuleWalk(*this, root(), printer);
     return name_ + " ::= " + printer.take();
 }

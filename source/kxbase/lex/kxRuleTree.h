@@ -15,8 +15,8 @@
 #include <vector>
 
 enum kxRuleNodeKind : std::uint8_t {
-    KX_RULE_LITERAL,     // 'text' or "text"; offset and length are those of the content
-    KX_RULE_SET,         // [abc]; the content without its leading ^
+    KX_RULE_LITERAL,     // 'text' or "text"
+    KX_RULE_SET,         // [abc]
     KX_RULE_SET_NOT,     // [^abc]
     KX_RULE_NAME,        // a rule or a function
     KX_RULE_MARK,        // $
@@ -31,8 +31,9 @@ constexpr std::uint32_t KX_RULE_UNLIMITED = std::numeric_limits<std::uint32_t>::
 
 struct kxRuleNode {
     kxRuleNodeKind kind;
-    std::uint32_t offset;
-    std::uint32_t length = 0;
+    std::uint32_t offset;       // where it begins in the text
+    std::uint32_t content = 0;  // where what is in quotes or brackets begins, or the name,
+    std::uint32_t length = 0;   // and how long that is
     std::uint32_t minimum = 0;
     std::uint32_t maximum = 0;
     std::uint32_t firstChild = KX_RULE_NO_NODE;
@@ -51,7 +52,7 @@ public:
     std::uint32_t root() const { return static_cast<std::uint32_t>(nodes_.size() - 1); }
     std::string_view textOf(const kxRuleNode& node) const
     {
-        return std::string_view(text_).substr(node.offset, node.length);
+        return std::string_view(text_).substr(node.content, node.length);
     }
     kxTextPlace placeOf(std::size_t offset) const;
 

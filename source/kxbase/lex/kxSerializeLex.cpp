@@ -14,6 +14,7 @@ namespace {
 constexpr std::string_view kScanRule = "main";
 constexpr std::string_view kNotAll = "Not All arguments were parsed";
 constexpr std::uint32_t kReadBytes = 65536;
+constexpr std::string_view kSeparators = "!\"#$%&()*,./:;<=>?@[\\]^_`{|}~";
 
 // Reads up to the end, or to a byte more than there may be.
 std::string readAll(kxSerializeAdapter& adapter)
@@ -36,14 +37,22 @@ kxSerializeLex::kxSerializeLex(const kxRefPointer<kxSerializeAdapter>& adapter)
     setAdapter(adapter);
 }
 
+// Programs, input and log belong to the match that runs.
+void kxSerializeLex::refuseWithinMatch() const
+{
+    if (isMatching_) kxRaiseFatal("kxSerializeLex:match within a match");
+}
+
 void kxSerializeLex::setAdapter(const kxRefPointer<kxSerializeAdapter>& adapter)
 {
+    refuseWithinMatch();
     adapter_ = adapter;
     setWide(adapter && (adapter->getFlags() & KX_SERIALIZE_WIDE) != 0);
 }
 
 void kxSerializeLex::setWide(bool isWide)
 {
+    refuseWithinMatch();
     isWide_ = isWide;
     input_.setAdapter(adapter_, isWide);
 }
@@ -117,6 +126,7 @@ void kxSerializeLex::addAction(std::string_view name, kxLexAction action)
 
 bool kxSerializeLex::setDecimalSeparator(char separator)
 {
+    if (kSeparators.find(separator) == std::string_view::npos) return false;
     if (separator != '.' && !addRule(kxLexBuiltins::numberRule(separator))) return false;
     decimalSeparator_ = separator;
     return true;
@@ -126,7 +136,9 @@ bool kxSerializeLex::setDecimalSeparator(char separator)
 
 kxLexResult kxSerializeLex::scan(std::string_view pattern)
 {
-    if (patternVersion_ == names_.version() && pattern_ == pattern) return run(kScanRule);
+    refuseWithinMatch();
+    if (patternVersion_ == names_.version() && patternSeparator_ == decimalSeparator_ && pattern_ == pattern)
+        return run(kScanRule);
     error_ = kxString();
     std::string rule;
     if (!kxScanPattern::toRule(pattern, decimalSeparator_, rule)) {
@@ -136,12 +148,14 @@ kxLexResult kxSerializeLex::scan(std::string_view pattern)
     }
     if (!addRule(rule)) return KX_LEX_ERROR;
     pattern_ = pattern;
+    patternSeparator_ = decimalSeparator_;
     patternVersion_ = names_.version();
     return run(kScanRule);
 }
 
 kxLexResult kxSerializeLex::run(const kxString& rule)
 {
+    refuseWithinMatch();
     error_ = kxString();
     kxRuleInfo* const start = names_.findRule(rule);
     if (start == nullptr) {
@@ -174,7 +188,6 @@ bool kxSerializeLex::runText(const kxString& rule, const kxString& text)
 
 kxLexResult kxSerializeLex::match(const kxRuleProgram& program)
 {
-    if (isMatching_) kxRaiseFatal("kxSerializeLex:match within a match");
     struct Matching {
         bool& flag;
         explicit Matching(bool& matching) : flag(matching) { flag = true; }
@@ -205,7 +218,7 @@ kxLexResult kxSerializeLex::matchAndDeliver(const kxRuleProgram& program)
         fail(kxString::format(kxTranslate("Unknow parse function '%s'"),
                               kxShortName(std::string_view(program.names[instruction.a]))));
     else
-        setFault(program, kxTranslate(machine_.fault()), machine_.instruction());
+        setFault(program, kxTranslate(machine_.fault()), machine_.instruction(), machine_.position());
     return result;
 }
 
@@ -213,7 +226,7 @@ bool kxSerializeLex::deliver(const kxRuleProgram& program)
 {
     kxMatchDelivery delivery(input_, log_, program, decimalSeparator_);
     if (!delivery.run()) {
-        setFault(program, delivery.fault(), delivery.instruction());
+        setFault(program, delivery.fault(), delivery.instruction(), delivery.position());
         return false;
     }
     for (kxDynamicType& value : delivery.values()) values_.push(std::move(value));
@@ -221,10 +234,11 @@ bool kxSerializeLex::deliver(const kxRuleProgram& program)
 }
 
 // The place is that of the input, the rest that of the rule.
-void kxSerializeLex::setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction)
+void kxSerializeLex::setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction,
+                              std::uint32_t position)
 {
     const kxRuleInfo& rule = program.ruleOf(instruction);
-    const kxTextPlace place = input_.placeOf(machine_.position());
+    const kxTextPlace place = input_.placeOf(position);
     const std::string_view rest = std::string_view(rule.text()).substr(program.code[instruction].offset);
     fail(kxString::format(kxTranslate("Parse Error:'%s' in rule '%s' at (Line:%d,Col:%d) -> %s"), fault,
                           kxShortName(std::string_view(rule.name())), place.line, place.column,

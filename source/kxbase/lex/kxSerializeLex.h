@@ -10,8 +10,8 @@
 //
 // Ownership: holds a reference to the adapter; owns rules and values.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    nothing is thrown but by functions of the program; taking a value when there is none is fatal, and so is
-//            a match from within a function or an action of the same lexer. A rule
+// Errors:    nothing is thrown but by functions of the program; taking a value when there is none is fatal, and so is a
+//            match or another adapter from within a function or an action of the same lexer. A rule
 //            that is not well formed sends Warnings and leaves the rule of that name as it was. KX_LEX_ERROR and
 //            some other ends of a run leave an error text.
 // Units:     characters are bytes, or in wide mode pairs of bytes, low byte first.
@@ -38,7 +38,8 @@ public:
 
     // Adds one rule, `name ::= expression`. It replaces the rule or function of that name.
     bool addRule(std::string_view text);
-    // Adds the rules of a set, each ended by ";". False when one was not well formed; the others are added.
+    // Adds the rules of a set, each ended by ";". False when one was not well formed; the others are added. Faults name
+    // the line and the column in the set.
     bool addRules(std::string_view set);
     // The same from a URL. False also when there is nothing to read, or too much.
     bool loadRules(const kxString& url);
@@ -46,7 +47,8 @@ public:
     void addFunction(std::string_view name, kxParserFunction function);
     void addAction(std::string_view name, kxLexAction action);
     void add(const kxRefPointer<kxFuncInfo>& function) { names_.set(function); }
-    // Of numbers that fPush and %n take. False for a character that cannot be one.
+    // Of numbers that fPush and %n take. False for a character that cannot be one: only punctuation of ASCII can, but
+    // for signs and the single quote.
     bool setDecimalSeparator(char separator);
 
     // Matches a rule at the adapter's position.
@@ -76,13 +78,15 @@ public:
     void setStepLimit(std::int64_t steps) { machine_.setSteps(steps); }
 
 private:
+    void refuseWithinMatch() const;
     bool compile(std::string_view text, const kxTextPlace& place = {});
     bool addRulesOf(std::string_view set, const char* malformed, const kxString& source);
     bool fail(const kxString& text);
     kxLexResult match(const kxRuleProgram& program);
     kxLexResult matchAndDeliver(const kxRuleProgram& program);
     bool deliver(const kxRuleProgram& program);
-    void setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction);
+    void setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction,
+                  std::uint32_t position);
 
     kxLexNames names_;
     kxRulePrograms programs_;
@@ -95,6 +99,7 @@ private:
     kxString error_;
     std::string pattern_;               // that rule "main" was made of,
     std::uint64_t patternVersion_ = 0;  // when names had this version
+    char patternSeparator_ = '.';       // and this was the decimal separator
     char decimalSeparator_ = '.';
     bool isWide_ = false;
     bool traces_ = false;

@@ -44,6 +44,13 @@ void kxNetQueue::giveBack(const kxRefPointer<kxNetData>& record)
     spares_.prepend(record.get());
 }
 
+void kxNetQueue::clear()
+{
+    current_ = nullptr;
+    records_.clear();
+    queuedBytes_ = 0;
+}
+
 bool kxNetQueue::loadNext()
 {
     while (currentLength() == 0) {

@@ -18,6 +18,9 @@ public:
     void append(const kxRefPointer<kxNetData>& record);
     void giveBack(const kxRefPointer<kxNetData>& record);
 
+    // Throws all unread bytes away.
+    void clear();
+
     // Unread bytes of the record that is being read.
     std::uint32_t currentLength() const { return current_ ? current_->length() : 0; }
     // When nothing of it is left, takes the next record as the one being read. Answers whether it has bytes.

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr std::uint32_t kMostChunksAtOnce = 100;
-constexpr std::uint32_t kRoomStepBytes = 100;
 // Reads of this size are worth a system call of their own, which saves queueing the bytes.
 constexpr std::uint32_t kStraightBytes = 4096;
 constexpr std::uint32_t kReceiveBufferBytes = 1000000;
@@ -21,11 +20,6 @@ constexpr std::uint32_t kConnectPauseMilliseconds = 20;
 constexpr double kPeerCloseSeconds = 1.0;
 // A write that stands still looks again now and then, whatever it was not woken for.
 constexpr std::uint32_t kWriteWaitMilliseconds = 1000;
-
-std::uint32_t roomFor(std::uint32_t sizeBytes)
-{
-    return (sizeBytes + kRoomStepBytes - 1) / kRoomStepBytes * kRoomStepBytes;
-}
 
 }  // namespace
 
@@ -45,42 +39,43 @@ const kxType& kxSerializeAdapterTCP::getType() const
     return kxTypeTable::find("kxSerializeAdapterTCP");
 }
 
-template <typename... Arguments>
-bool kxSerializeAdapterTCP::fail(std::string_view format, const Arguments&... arguments)
-{
-    setError(kxString::format(kxTranslate(format), arguments...));
-    return false;
-}
-
 bool kxSerializeAdapterTCP::open(const kxString& url)
 {
     const kxNetUrl parts(url);
     closeConnection();
-    sendError_.store(KX_SOCKET_OK, std::memory_order_relaxed);
-    setError({});
+    forget();
     const kxUrlOptions options = parts.lookup();
     setWaiting(options.getBool("blocking", isBlocking()), options.getNumber("timeout", getTimeout()));
     if (parts.host.isEmpty()) return fail("Missing IP adress %s", url);
     if (parts.port == 0) return fail("Unable to connect IP adress %s", url);
-    return prepareSocket() && bindTo(parts.interfaceText(interfaceText_), parts) &&
+    prepareSocket();
+    return bindTo(parts.interfaceText(interfaceText_), parts) &&
            connectTo(kxSocketAddress(parts.host, parts.port), url);
 }
 
-bool kxSerializeAdapterTCP::prepareSocket()
+// Nothing of an earlier connection is left.
+void kxSerializeAdapterTCP::forget()
 {
-    if (connection_.create(KX_SOCKET_IPV4, KX_SOCKET_STREAM)) {
-        connection_.setOption(KX_SOCKET_REUSE_ADDRESS, 1);
-        connection_.setOption(KX_SOCKET_KEEP_ALIVE, 1);
-        connection_.setBlocking(false);
-        connection_.setDetectClose(true);
-    }
-    // What went wrong stays recorded, and connecting tells it.
-    return true;
+    const kxBodyGuard guard(lock_);
+    queue_.clear();
+    discardPushBack();
+    sendError_.store(KX_SOCKET_OK, std::memory_order_relaxed);
+    setError({});
+}
+
+// What goes wrong stays recorded, and connecting tells it.
+void kxSerializeAdapterTCP::prepareSocket()
+{
+    if (!connection_.create(KX_SOCKET_IPV4, KX_SOCKET_STREAM)) return;
+    connection_.setOption(KX_SOCKET_REUSE_ADDRESS, 1);
+    connection_.setOption(KX_SOCKET_KEEP_ALIVE, 1);
+    connection_.setBlocking(false);
+    connection_.setDetectClose(true);
 }
 
 bool kxSerializeAdapterTCP::bindTo(const kxString& interfaceText, const kxNetUrl& url)
 {
-    if (interfaceText.isEmpty()) return true;
+    if (interfaceText.isEmpty() || connection_.error() != KX_SOCKET_OK) return true;
     if (connection_.bind(kxSocketAddress(kxNetwork::interfaceAddress(interfaceText), 0))) return true;
     return fail("Unable to bind IP adress %s:%d on iface:%s", url.host, url.port, interfaceText);
 }
@@ -88,27 +83,33 @@ bool kxSerializeAdapterTCP::bindTo(const kxString& interfaceText, const kxNetUrl
 bool kxSerializeAdapterTCP::connectTo(const kxSocketAddress& destination, const kxString& url)
 {
     const double end = kxClock::seconds() + kConnectSeconds;
-    while (!connection_.connect(destination)) {
-        if (connection_.error() != KX_SOCKET_OK) {
-            return fail("%s when connecting to IP adress %s and bind to %s", connection_.errorText(), url,
-                        connection_.hostAddress().text());
-        }
+    while (connection_.error() == KX_SOCKET_OK && !connection_.connect(destination)) {
+        if (connection_.error() != KX_SOCKET_OK) break;
         if (kxClock::seconds() >= end) return fail("Unable to connect IP adress %s", url);
         connection_.waitForRoom(kConnectPauseMilliseconds);
     }
-    connection_.setOption(KX_SOCKET_KEEP_ALIVE, 1);
-    connection_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes);
-    connection_.receiveBuffer() = {};
+    if (connection_.error() != KX_SOCKET_OK) {
+        return fail("%s when connecting to IP adress %s and bind to %s", connection_.errorText(), url,
+                    connection_.hostAddress().text());
+    }
+    tuneConnection();
     return true;
+}
+
+// A connection works without either option, so that a refusal is not recorded.
+void kxSerializeAdapterTCP::tuneConnection()
+{
+    const kxPlatformSocketHandle socket = connection_.descriptor();
+    (void)kxPlatformSocketSetOption(socket, KX_SOCKET_KEEP_ALIVE, 1, 0);
+    (void)kxPlatformSocketSetOption(socket, KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes, 0);
+    connection_.receiveBuffer() = {};
 }
 
 void kxSerializeAdapterTCP::closeConnection()
 {
     const kxBodyGuard writing(writeLock_);
     const kxBodyGuard guard(lock_);
-    if (std::exchange(hasSent_, false) && getSendError() == KX_SOCKET_OK) {
-        connection_.awaitPeerClose(kPeerCloseSeconds);
-    }
+    if (std::exchange(hasSent_, false)) connection_.awaitPeerClose(kPeerCloseSeconds);
     connection_.close(false);
 }
 
@@ -133,9 +134,10 @@ kxPlatformSocketHandle kxSerializeAdapterTCP::receivingSocket() const
 void kxSerializeAdapterTCP::closeReceiving()
 {
     {
-        // A write that stands still must let go first.
+        // A write that stands still must let go first. What it has sent is still to arrive, so that receiving goes
+        // on until the peer closes.
         const kxBodyGuard guard(lock_);
-        connection_.shutDown();
+        connection_.shutDownSending();
     }
     closeConnection();
 }
@@ -175,7 +177,7 @@ void kxSerializeAdapterTCP::receivePending()
     if (!connection_.isActive(pending)) return;
     for (std::uint32_t count = 0; count < kMostChunksAtOnce && pending != 0 && !queue_.isFull(); ++count) {
         const kxRefPointer<kxNetData> chunk = queue_.newRecord();
-        const std::int64_t got = connection_.receive(chunk->prepare(roomFor(pending)), pending);
+        const std::int64_t got = connection_.receive(chunk->prepare(pending), pending);
         if (got < 1) return queue_.giveBack(chunk);
         chunk->commit(static_cast<std::uint32_t>(got));
         queue_.append(chunk);
@@ -191,7 +193,7 @@ void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
     while (count != 0 && getSendError() == KX_SOCKET_OK) {
         const kxPlatformSocketResult sent = connection_.trySend(begin, count);
         if (sent.error == KX_SOCKET_WOULD_BLOCK) {
-            waitForRoom();
+            takeInputUntilRoom();
         } else if (sent.count < 0) {
             sendError_.store(sent.error, std::memory_order_relaxed);
         } else {
@@ -202,7 +204,8 @@ void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
     }
 }
 
-void kxSerializeAdapterTCP::waitForRoom()
+// Waits for a writer's sake.
+void kxSerializeAdapterTCP::takeInputUntilRoom()
 {
     std::uint32_t wanted = KX_SOCKET_CAN_WRITE;
     {

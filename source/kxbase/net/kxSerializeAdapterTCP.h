@@ -47,14 +47,15 @@ protected:
     void closeReceiving() override;
 
 private:
-    bool prepareSocket();
+    void forget();
+    void prepareSocket();
     bool bindTo(const kxString& interfaceText, const kxNetUrl& url);
     bool connectTo(const kxSocketAddress& destination, const kxString& url);
+    void tuneConnection();
     void closeConnection();
     void receivePending();
     std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);
-    void waitForRoom();
-    template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments);
+    void takeInputUntilRoom();
 
     kxString interfaceText_;
     // Taken before the lock for reading where both are needed.

@@ -1,39 +1,28 @@
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
 constexpr std::uint32_t kMostDatagramBytes = 1472;
 constexpr std::uint32_t kMostDatagramsAtOnce = 1024;
 constexpr std::uint32_t kBufferBytes = 500000;
-constexpr std::uint32_t kRoomStepBytes = 100;
-constexpr std::uint32_t kSendWaitMilliseconds = 1000;
+// The system counts a datagram in its receive buffer with all the memory that it takes up: for 1000 bytes about 2300,
+// for 64 bytes 770. So much is asked for that kBufferBytes of small datagrams have room; the system cuts it to its
+// limit, on Linux net.core.rmem_max, without a word.
+constexpr std::uint32_t kReceiveBufferBytes = 8 * kBufferBytes;
+constexpr double kSendSeconds = 1.0;
+constexpr std::uint32_t kSendWaitMilliseconds = 100;
 constexpr std::int64_t kLargestPort = 65535;
 constexpr std::int64_t kDefaultTtl = 32;
-constexpr std::uint32_t kLocalHost = 0x7F000001;  // 127.0.0.1
-
-std::uint32_t roomFor(std::uint32_t sizeBytes)
-{
-    return (sizeBytes + kRoomStepBytes - 1) / kRoomStepBytes * kRoomStepBytes;
-}
-
-// The number that a text is, or -1.
-int numberOf(std::string_view text)
-{
-    if (text.empty() || text.size() > 3) return -1;
-    int number = 0;
-    for (const char letter : text) {
-        if (letter < '0' || letter > '9') return -1;
-        number = number * 10 + (letter - '0');
-    }
-    return number;
-}
+constexpr std::uint64_t kTtlTooLarge = 256;  // stands for whatever does not fit its byte
 
 }  // namespace
 
@@ -54,21 +43,15 @@ const kxType& kxSerializeAdapterUDP::getType() const
     return kxTypeTable::find("kxSerializeAdapterUDP");
 }
 
-template <typename... Arguments>
-bool kxSerializeAdapterUDP::fail(std::string_view format, const Arguments&... arguments)
-{
-    setError(kxString::format(kxTranslate(format), arguments...));
-    return false;
-}
-
 kxUdpMode kxSerializeAdapterUDP::modeOf(const kxString& host)
 {
     const std::string_view text = host.view();
     const std::size_t dot = text.find('.');
     if (dot == std::string_view::npos) return text.empty() ? KX_UDP_BROADCAST : KX_UDP_UNICAST;
-    const int first = numberOf(text.substr(0, dot));
+    const std::uint32_t first = kxNetwork::octetOf(text.substr(0, dot)).value_or(0);
     if (first >= 224 && first <= 239) return KX_UDP_MULTICAST;
-    return numberOf(text.substr(text.rfind('.') + 1)) == 255 ? KX_UDP_BROADCAST : KX_UDP_UNICAST;
+    const std::uint32_t last = kxNetwork::octetOf(text.substr(text.rfind('.') + 1)).value_or(0);
+    return last == 255 ? KX_UDP_BROADCAST : KX_UDP_UNICAST;
 }
 
 bool kxSerializeAdapterUDP::open(const kxString& url)
@@ -144,7 +127,8 @@ bool kxSerializeAdapterUDP::aimSending()
         if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_INTERFACE, leaving)) {
             return fail("Failed to set MULTICAST interface '%s'", ownAddress_.host().text());
         }
-        if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_TTL, static_cast<std::uint32_t>(ttl_))) {
+        const auto ttl = std::min<std::uint64_t>(static_cast<std::uint64_t>(ttl_), kTtlTooLarge);
+        if (!sendSocket_.setOption(KX_SOCKET_MULTICAST_TTL, static_cast<std::uint32_t>(ttl))) {
             return fail("Failed to set TTL '%d' on MULTICAST socket", ttl_);
         }
     }
@@ -162,8 +146,7 @@ bool kxSerializeAdapterUDP::openReceiving()
     if (!receiveSocket_.bind(kxSocketAddress(static_cast<std::uint16_t>(port_)))) {
         return fail("Failed to bind UDP receive socket to port '%d'", port_);
     }
-    receiveAddress_ = receiveSocket_.localAddress();
-    if (!receiveSocket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kBufferBytes)) {
+    if (!receiveSocket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes)) {
         return fail("Failed to set receive buffer size %d", kBufferBytes);
     }
     return mode_ != KX_UDP_MULTICAST || joinGroup();
@@ -244,8 +227,8 @@ void kxSerializeAdapterUDP::receivePending()
 bool kxSerializeAdapterUDP::receiveOne(std::uint32_t sizeBytes)
 {
     const kxRefPointer<kxNetData> record = queue_.newRecord();
-    const std::uint32_t room = roomFor(sizeBytes);
-    const std::int64_t got = receiveSocket_.receiveFrom(record->sender, record->prepare(room), room);
+    std::uint8_t* const room = record->prepare(sizeBytes);
+    const std::int64_t got = receiveSocket_.receiveFrom(record->sender, room, record->capacity());
     if (got > 0) {
         lastSender_ = record->sender;
         record->commit(static_cast<std::uint32_t>(got));
@@ -261,7 +244,7 @@ bool kxSerializeAdapterUDP::isOwn(const kxSocketAddress& sender) const
 {
     if (sender.port() != ownAddress_.port()) return false;
     const std::uint32_t host = sender.hostValue();
-    return host == ownHost_ || host == kLocalHost ||
+    return host == ownHost_ || host == kxNetwork::kLocalHost ||
            std::find(ownHosts_.begin(), ownHosts_.end(), host) != ownHosts_.end();
 }
 
@@ -279,12 +262,17 @@ void kxSerializeAdapterUDP::writeBlock(const void* bytes, std::uint32_t count)
 
 std::int64_t kxSerializeAdapterUDP::sendOne(const std::uint8_t* bytes, std::uint32_t count)
 {
-    for (bool hasWaited = false;; hasWaited = true) {
+    std::optional<double> end;  // of the patience with a full network
+    for (;;) {
         kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
         {
             const kxBodyGuard guard(lock_);
             kxPlatformSocketResult sent = sendSocket_.trySendTo(destination_, bytes, count);
-            if (hasWaited && sent.error == KX_SOCKET_WOULD_BLOCK) sent.error = KX_SOCKET_TIMED_OUT;
+            if (sent.error == KX_SOCKET_WOULD_BLOCK) {
+                const double now = kxClock::seconds();
+                if (!end) end = now + kSendSeconds;
+                if (now >= *end) sent.error = KX_SOCKET_TIMED_OUT;
+            }
             if (sent.error != KX_SOCKET_WOULD_BLOCK) {
                 sendSocket_.record(sent.error);
                 return sent.count;

@@ -287,12 +287,14 @@ void kxPlatformSocketShutDownReceiving(kxPlatformSocketHandle socket)
 kxPlatformSocketResult kxPlatformSocketWait(kxPlatformSocketHandle socket, std::uint32_t wanted,
                                             std::uint32_t milliseconds)
 {
+    // The system would wait on a negative descriptor until the time has passed.
+    if (descriptorOf(socket) < 0) return {-1, KX_SOCKET_BAD_DESCRIPTOR};
     const bool reads = (wanted & KX_SOCKET_CAN_READ) != 0;
     const bool writes = (wanted & KX_SOCKET_CAN_WRITE) != 0;
     pollfd state{descriptorOf(socket), static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0)), 0};
     const int found = pollUntilDone(&state, 1, milliseconds);
     if (found < 0) return {-1, codeOf(errno)};
-    if (descriptorOf(socket) < 0 || (state.revents & POLLNVAL) != 0) return {-1, KX_SOCKET_BAD_DESCRIPTOR};
+    if ((state.revents & POLLNVAL) != 0) return {-1, KX_SOCKET_BAD_DESCRIPTOR};
     // A failure is found out by whichever call is waited for.
     const bool hasFailed = (state.revents & (POLLERR | POLLHUP)) != 0;
     std::int64_t ready = 0;
