@@ -52,6 +52,12 @@ TEST(kxStringFaults, FaultsInAFormatWarningEnd)
     EXPECT_EQ(kxString::format("%q"), "");
     kxMessageManager::instance().setTranslator(nullptr);
     EXPECT_EQ(recorder.takeTexts().size(), 1U);
+    std::string faults;
+    while (faults.size() < 10000) faults += "%q";
+    kxString::format(faults.c_str());
+    EXPECT_EQ(recorder.takeTexts().size(), 1U) << "each is as long as the format";
+    kxString::format("%q %q");
+    EXPECT_EQ(recorder.takeTexts().size(), 2U);
 }
 
 TEST(kxStringFaults, LengthsAreNotCut)
