@@ -48,6 +48,7 @@ bool takeCacheControl(kxHttpCursor& value, kxHttpFacts& facts)
 {
     constexpr const char* missing = "Missing Directive in CacheDirectiveList";
     if (value.isAtEnd()) return value.fail("Missing argument for cache control");
+    value.skipCommas();
     if (!takeDirective(value, facts, "Missing Cache Directive")) return false;
     while (value.takeComma()) {
         if (!takeDirective(value, facts, missing)) return false;
@@ -57,6 +58,7 @@ bool takeCacheControl(kxHttpCursor& value, kxHttpFacts& facts)
 
 bool takeConnection(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const std::string_view type = value.takeToken();
         if (type.empty()) return value.fail("Missing Connection Type in Connection:");
@@ -79,6 +81,7 @@ bool takeServer(kxHttpCursor& value, kxHttpFacts&)
 
 bool takeMethodList(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const char* const start = value.position();
         const kxHttpMethod method = kxHttpFindMethod(value.takeToken());
@@ -111,6 +114,7 @@ bool takeLength(kxHttpCursor& value, std::uint64_t& length)
 // The same length may be said again, in the same line too (RFC 9110 8.6).
 bool takeContentLength(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const char* const start = value.position();
         std::uint64_t length = 0;
@@ -151,6 +155,7 @@ constexpr const char* kExtensionLineEnd = "Missing CRLF in Extension:";
 
 bool takeTransferEncoding(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const std::string_view coding = value.takeToken();
         if (coding.empty()) return value.fail(kExtensionLineEnd);
@@ -161,27 +166,33 @@ bool takeTransferEncoding(kxHttpCursor& value, kxHttpFacts& facts)
     return true;
 }
 
-constexpr kxHttpHeaderRow kExtension = {"", nullptr, kExtensionLineEnd, nullptr, false};
+constexpr kxHttpHeaderRow kExtension = {.missingLineEnd = kExtensionLineEnd};
 
 constexpr kxHttpHeaderRow kHeaders[] = {
-    {"cache-control", takeCacheControl, nullptr, nullptr, false},
-    {"connection", takeConnection, "Missing CRLF in Connection:", nullptr, false},
-    {"date", nullptr, nullptr, nullptr, false},
-    {"via", nullptr, nullptr, "Via not implemented", false},
-    {"server", takeServer, "Missing CRLF in Server:", nullptr, false},
-    {"retry-after", nullptr, nullptr, "Retry-After not implemented", false},
-    {"public", takeMethodList, "Missing CRLF in Public:", nullptr, false},
+    {.name = "cache-control", .rule = takeCacheControl},
+    {.name = "connection", .rule = takeConnection, .missingLineEnd = "Missing CRLF in Connection:"},
+    {.name = "date"},
+    {.name = "via", .notImplemented = "Via not implemented"},
+    {.name = "server", .rule = takeServer, .missingLineEnd = "Missing CRLF in Server:"},
+    {.name = "retry-after", .notImplemented = "Retry-After not implemented"},
+    {.name = "public", .rule = takeMethodList, .missingLineEnd = "Missing CRLF in Public:"},
     // Two more headers have the text of Via.
-    {"proxy-authenticate", nullptr, nullptr, "Via not implemented", false},
-    {"location", nullptr, nullptr, "Via not implemented", false},
-    {"allow", takeMethodList, "Missing CRLF in Allow:", nullptr, false},
-    {"content-base", takeContentBase, "Missing CRLF in Content-Base:", nullptr, false},
-    {"content-encoding", nullptr, nullptr, "Content-Encoding not implemented", false},
-    {"content-language", nullptr, nullptr, "Content-Language not implemented", false},
-    {"content-length", takeContentLength, "Missing CRLF in Content-Length:", nullptr, true},
-    {"content-location", nullptr, nullptr, "Content-Location not implemented", false},
-    {"content-type", takeContentType, "Missing CRLF in Content-Type:", nullptr, false},
-    {"transfer-encoding", takeTransferEncoding, kExtensionLineEnd, nullptr, false},
+    {.name = "proxy-authenticate", .notImplemented = "Via not implemented"},
+    {.name = "location", .notImplemented = "Via not implemented"},
+    {.name = "allow", .rule = takeMethodList, .missingLineEnd = "Missing CRLF in Allow:"},
+    {.name = "content-base", .rule = takeContentBase, .missingLineEnd = "Missing CRLF in Content-Base:"},
+    {.name = "content-encoding", .notImplemented = "Content-Encoding not implemented"},
+    {.name = "content-language", .notImplemented = "Content-Language not implemented"},
+    {.name = "content-length",
+     .rule = takeContentLength,
+     .missingLineEnd = "Missing CRLF in Content-Length:",
+     .isNeeded = true},
+    {.name = "content-location", .notImplemented = "Content-Location not implemented"},
+    {.name = "content-type", .rule = takeContentType, .missingLineEnd = "Missing CRLF in Content-Type:"},
+    {.name = "transfer-encoding",
+     .rule = takeTransferEncoding,
+     .missingLineEnd = kExtensionLineEnd,
+     .isNeeded = true},
 };
 
 // Every known name has a slot of its own, found by its length and two of its letters, so that a name is compared

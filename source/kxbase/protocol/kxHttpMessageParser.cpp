@@ -108,7 +108,10 @@ void kxHttpMessageParser::takeLine(std::uint32_t lineFeed)
         return fail();
     }
     const bool isEmpty = line.end == line.start;
-    if (!hasFirstLine_) return isEmpty ? void() : takeFirstLine(line);
+    if (!hasFirstLine_) {
+        if (!isEmpty) takeFirstLine(line);
+        return;
+    }
     if (!isEmpty && kxHttpIs(block[line.start], KX_HTTP_BLANK)) return continueHeader(line);
     takeHeader();
     line_ = line;
@@ -169,7 +172,7 @@ bool kxHttpMessageParser::readValue(const kxHttpHeaderRow& row, std::string_view
         return row.notImplemented == nullptr;
     }
     kxHttpFacts facts = message_.facts_;
-    if (row.rule(cursor, facts) && (cursor.skipBlanks(), cursor.endLine(row.missingLineEnd))) {
+    if (row.rule(cursor, facts) && cursor.endValue(row.missingLineEnd)) {
         message_.facts_ = facts;
         return true;
     }
