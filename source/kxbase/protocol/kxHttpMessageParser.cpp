@@ -152,6 +152,9 @@ void kxHttpMessageParser::takeHeader()
     const std::string_view name = cursor.takeToken();
     if (name.empty() || !cursor.take(':')) {
         kxHttpReport(KX_HTTP_DATA_DISCARDED, {line_.number, 1});
+        // Who put blanks before the colon goes by what the line says (RFC 9112 5.1).
+        cursor.skipBlanks();
+        if (cursor.isNext(':') && kxHttpFindHeader(name).isNeeded) fail();
     } else {
         const kxHttpHeaderRow& row = kxHttpFindHeader(name);
         const std::string_view value = trimmed(cursor.rest());
