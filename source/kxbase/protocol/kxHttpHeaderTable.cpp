@@ -1,7 +1,6 @@
 #include "kxbase/protocol/kxHttpHeaderTable.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -196,8 +195,10 @@ constexpr kxHttpHeaderRow kHeaders[] = {
 };
 
 // Every known name has a slot of its own, found by its length and two of its letters, so that a name is compared
-// once at most.
+// once at most. The factors are such that no two names share a slot, which is proved below.
 constexpr std::size_t kSlots = 32;
+constexpr std::size_t kFirstLetterFactor = 7;
+constexpr std::size_t kLastLetterButOneFactor = 13;
 constexpr std::size_t kShortestName = 3;
 constexpr std::size_t kLongestName = 18;
 constexpr std::uint8_t kNoHeader = 0xFF;
@@ -206,7 +207,7 @@ constexpr std::size_t slotOf(std::string_view name)
 {
     const auto first = static_cast<std::size_t>(name.front() | 0x20);
     const auto lastButOne = static_cast<std::size_t>(name[name.size() - 2] | 0x20);
-    return (name.size() + first * 7 + lastButOne * 13) % kSlots;
+    return (name.size() + first * kFirstLetterFactor + lastButOne * kLastLetterButOneFactor) % kSlots;
 }
 
 constexpr bool hasKnownLength(std::string_view name)
@@ -228,34 +229,11 @@ static_assert(std::size(kHeaders) + static_cast<std::size_t>(std::count(kHeaderS
 static_assert(std::all_of(std::begin(kHeaders), std::end(kHeaders),
                           [](const kxHttpHeaderRow& row) { return hasKnownLength(row.name); }));
 
-constexpr std::uint64_t kSmallLetters = 0x2020202020202020U;
-
-bool isSameWord(const char* name, const char* smallName)
-{
-    std::uint64_t left;
-    std::uint64_t right;
-    std::memcpy(&left, name, sizeof left);
-    std::memcpy(&right, smallName, sizeof right);
-    return (left | kSmallLetters) == right;
-}
-
-// The known names are of letters and hyphens, of which bit 5 makes the other case and nothing else of a token.
-bool isSameName(std::string_view name, std::string_view smallName)
-{
-    if (name.size() != smallName.size()) return false;
-    if (name.size() < sizeof(std::uint64_t)) return kxHttpSameWord(name, smallName);
-    const std::size_t last = name.size() - sizeof(std::uint64_t);
-    for (std::size_t position = 0; position < last; position += sizeof(std::uint64_t)) {
-        if (!isSameWord(name.data() + position, smallName.data() + position)) return false;
-    }
-    return isSameWord(name.data() + last, smallName.data() + last);
-}
-
 }  // namespace
 
 const kxHttpHeaderRow& kxHttpFindHeader(std::string_view name) noexcept
 {
     if (!hasKnownLength(name)) return kExtension;
     const std::uint8_t index = kHeaderSlots[slotOf(name)];
-    return index != kNoHeader && isSameName(name, kHeaders[index].name) ? kHeaders[index] : kExtension;
+    return index != kNoHeader && kxHttpSameWord(name, kHeaders[index].name) ? kHeaders[index] : kExtension;
 }

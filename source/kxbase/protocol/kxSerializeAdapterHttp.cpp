@@ -119,10 +119,10 @@ bool kxSerializeAdapterHttp::request(kxHttpMethod method, const std::string& tex
     discardPushBack();
     method_ = method;
     requestText_ = text;
-    return request(takeConnection());
+    return sendRequest(takeConnection());
 }
 
-bool kxSerializeAdapterHttp::request(Fitness fitness)
+bool kxSerializeAdapterHttp::sendRequest(Fitness fitness)
 {
     const bool isReady = fitness != UNFIT || connect();
     {
@@ -136,11 +136,11 @@ bool kxSerializeAdapterHttp::request(Fitness fitness)
     }
     isFailureTold_ = false;
     setError({});
-    send();
+    sendText();
     return waitForReply();
 }
 
-void kxSerializeAdapterHttp::send()
+void kxSerializeAdapterHttp::sendText()
 {
     std::string_view left = requestText_;
     for (;;) {
@@ -176,7 +176,7 @@ bool kxSerializeAdapterHttp::waitForReply()
         phase = phase_;
         return hasHead || !isUnderWay();
     });
-    if (phase == STALE) return request(takeConnection());
+    if (phase == STALE) return sendRequest(takeConnection());
     if (hasHead || phase == NOT_REQUESTED) return hasHead;
     if (kxClock::seconds() >= replyDeadline_) giveUp();
     concludeReply();

@@ -95,8 +95,8 @@ private:
     Fitness takeConnection();
     bool connect();
     bool request(kxHttpMethod method, const std::string& text);
-    bool request(Fitness fitness);
-    void send();
+    bool sendRequest(Fitness fitness);
+    void sendText();
     std::string userAgentText() const;
     template <class Condition> bool waitUntil(const double& end, Condition isMet);
     void waitForInput(double seconds);
