@@ -3,8 +3,6 @@
 #include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
-#include <limits>
-
 namespace {
 
 constexpr std::uint32_t kDoubleBytes = 8;
