@@ -39,7 +39,7 @@ template <> struct BitsOfSize<8> {
 
 // Pointers are stored as the address, in as many bytes as it has. Of the others, only types with the same size and
 // the same values everywhere: long where it is the signed 64-bit integer, which is long long elsewhere, and neither
-// bool nor char, whose size or sign is the compiler's. Unsigned 64-bit numbers are stored as kxVarUInt64.
+// bool nor char, whose size or sign is the compiler's. Unsigned 64-bit numbers below 2^63 have kxVarUInt64.
 template <typename T>
 concept kxBinaryValue = kxBinary::isOneOf<T, unsigned char, short, unsigned short, int, unsigned int, float,
                                           double, long, long long, char16_t, void*> &&
