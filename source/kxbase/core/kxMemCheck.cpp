@@ -72,6 +72,7 @@ constinit std::atomic<std::uint32_t> validity{0};
 constinit std::atomic<bool> isTraced{false};
 constinit std::atomic<bool> isCompact{false};
 thread_local std::int32_t stateOfThread = 0;
+constinit thread_local bool isThreadLeftOut = false;
 
 const LineFormats& lineFormats()
 {
@@ -181,9 +182,14 @@ void kxMemCheck::setThreadState(std::int32_t state) noexcept
     stateOfThread = state;
 }
 
+void kxMemCheck::leaveThisThreadOut() noexcept
+{
+    isThreadLeftOut = true;
+}
+
 void kxMemCheck::describe(const void* block, const char* data, const char* description)
 {
-    if (!differsBy(RECORDS)) return;
+    if (!differsBy(RECORDS) || isThreadLeftOut) return;
     const kxBodyGuard guard(mutex.value);
     table.setTexts(addressOf(block), {data, description});
 }
@@ -273,7 +279,7 @@ void kxMemCheck::begin()
 
 void kxMemCheck::beginAllocating()
 {
-    if (!differsBy(FRESH)) return;
+    if (!differsBy(FRESH) || isThreadLeftOut) return;
     begin();
     const kxBodyGuard guard(mutex.value);
     setDifference(FRESH, false);
@@ -307,7 +313,7 @@ void kxMemCheck::switchTracking(bool on)
 
 bool kxMemCheck::isRecording()
 {
-    return differsBy(TRACKING) && !kxUntrackedScope::isInside() &&
+    return differsBy(TRACKING) && !isThreadLeftOut && !kxUntrackedScope::isInside() &&
            validity.load(std::memory_order_relaxed) == kValid;
 }
 
@@ -340,7 +346,7 @@ bool kxMemCheck::makeTable()
 // Answers whether the block was recorded.
 bool kxMemCheck::take(const void* block, Line& line)
 {
-    if (!differsBy(RECORDS)) return false;
+    if (!differsBy(RECORDS) || isThreadLeftOut) return false;
     const kxBodyGuard guard(mutex.value);
     const auto entry = table.take(addressOf(block));
     if (!entry) return false;

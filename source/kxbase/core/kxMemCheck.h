@@ -37,6 +37,9 @@ public:
     static void setCompact(bool on);
     // The value that records of the calling thread carry from now on; 0 at first.
     static void setThreadState(std::int32_t state) noexcept;
+    // From now on the calling thread never waits for the records: what it allocates is not recorded, and what it
+    // frees may stay listed. For a thread that must go on whatever has become of the others.
+    static void leaveThisThreadOut() noexcept;
     // What lines about a recorded block are to say; null for nothing. The texts must outlive the block.
     static void describe(const void* block, const char* data, const char* description = nullptr);
     // Sends the lost-memory report with what is recorded now.
