@@ -142,7 +142,7 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
     for (const auto& c : cases) {
         for (const bool byBytes : {false, true}) {
             SCOPED_TRACE(c.why);
-            kxMessageRecorder recorder;
+            kxMessageRecorder recorder(KX_MESSAGE_WARNING);
             const Server server({c.reply}, c.then, byBytes && c.reply.size() < 1000 ? 1 : 1 << 20);
             Adapter adapter(kxString(server.url("/x")));
             adapter.setTimeout(c.error == kTimeout ? 0.1 : 20);

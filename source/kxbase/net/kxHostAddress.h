@@ -14,7 +14,8 @@ constexpr std::uint32_t KX_HOST_IPV4 = 1;
 
 class kxHostAddress : public kxReference {
 public:
-    // The address of this machine, see kxNetwork::localAddress().
+    // The address of this machine, see kxNetwork::localAddress(); the first one asks for its name, which may take
+    // seconds.
     kxHostAddress();
     kxHostAddress(std::uint8_t first, std::uint8_t second, std::uint8_t third, std::uint8_t fourth);
     // A number in the host's byte order.

@@ -5,6 +5,12 @@
 #include <algorithm>
 #include <cstring>
 
+namespace {
+
+constexpr std::uint32_t kRoomStepBytes = 100;
+
+}  // namespace
+
 const kxType& kxNetData::getType() const
 {
     return kxTypeTable::find("kxNetData");
@@ -16,7 +22,7 @@ std::uint8_t* kxNetData::prepare(std::uint32_t sizeBytes)
     if (sizeBytes > capacity()) {
         // Growing in place would copy the old bytes.
         kxItemBlock<std::uint8_t> fresh;
-        fresh.reallocate(sizeBytes, 0, 0);
+        fresh.reallocate((sizeBytes + kRoomStepBytes - 1) / kRoomStepBytes * kRoomStepBytes, 0, 0);
         block_.swap(fresh);
     }
     return block_.data();

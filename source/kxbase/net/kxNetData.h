@@ -4,7 +4,7 @@
 //
 // Ownership: owns its bytes.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    taking more than length() holds is a programming error, not checked.
+// Errors:    committing more than was prepared is a programming error, not checked.
 // Units:     counts are in bytes.
 #pragma once
 
@@ -19,7 +19,7 @@ public:
     // Empty where the system tells none, as for streams.
     kxSocketAddress sender;
 
-    // Forgets the bytes and gives room for so many new ones, of which commit() tells how many came.
+    // Forgets the bytes and gives room for at least so many new ones, of which commit() tells how many came.
     std::uint8_t* prepare(std::uint32_t sizeBytes);
     void commit(std::uint32_t count) { end_ = count; }
     std::uint32_t capacity() const { return block_.capacity(); }

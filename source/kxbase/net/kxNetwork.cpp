@@ -16,7 +16,6 @@ namespace {
 constexpr std::uint32_t kHostNameBytes = 512;
 constexpr std::uint32_t kMostAddresses = 64;
 constexpr std::uint32_t kMostInterfaces = 256;
-constexpr std::uint32_t kLocalHost = 0x7F000001;          // 127.0.0.1
 constexpr std::uint32_t kOtherLocalHost = 0x7F000101;     // 127.0.1.1
 constexpr std::uint32_t kLoopbackBroadcast = 0x7FFFFFFF;  // 127.255.255.255
 constexpr std::uint32_t kLimitedBroadcast = 0xFFFFFFFF;   // 255.255.255.255
@@ -54,25 +53,13 @@ std::vector<kxPlatformInterface> interfacesThatAreUp()
     return interfaces;
 }
 
-// The number of a text of one to three digits, or nothing.
-std::optional<std::uint32_t> octetOf(std::string_view text)
-{
-    if (text.empty() || text.size() > 3) return {};
-    std::uint32_t number = 0;
-    for (const char letter : text) {
-        if (letter < '0' || letter > '9') return {};
-        number = number * 10 + static_cast<std::uint32_t>(letter - '0');
-    }
-    return number <= 255 ? std::optional(number) : std::nullopt;
-}
-
 std::optional<std::uint32_t> numericAddressOf(std::string_view text)
 {
     std::uint32_t address = 0;
     for (int place = 0; place < 4; ++place) {
         const std::size_t end = place < 3 ? text.find('.') : text.size();
         if (end == std::string_view::npos) return {};
-        const auto octet = octetOf(text.substr(0, end));
+        const auto octet = kxNetwork::octetOf(text.substr(0, end));
         if (!octet) return {};
         address = address << 8 | *octet;
         text.remove_prefix(std::min(end + 1, text.size()));
@@ -147,7 +134,7 @@ std::uint32_t kxNetwork::localAddress()
         const kxBodyGuard guard(addressMutex());
         Host& own = host();
         isFirst = !own.local;
-        if (isFirst) own.local = !isKnown ? 0 : choice != 0 ? choice : kLocalHost;
+        if (isFirst) own.local = !isKnown ? 0 : choice != 0 ? choice : kxNetwork::kLocalHost;
         local = *own.local;
     }
     if (isFirst && isKnown && choice == 0) {
@@ -160,7 +147,7 @@ std::uint32_t kxNetwork::chooseLocal(const kxArray<std::uint32_t>& addresses)
 {
     std::uint32_t choice = 0;
     for (const std::uint32_t address : addresses) {
-        if (address == kLocalHost || address == kOtherLocalHost) continue;
+        if (address == kxNetwork::kLocalHost || address == kOtherLocalHost) continue;
         if (address >> 24 != kSelfGivenNetwork) return address;
         if (choice == 0) choice = address;
     }
@@ -205,4 +192,15 @@ kxArray<std::uint32_t> kxNetwork::interfaceAddresses()
     kxArray<std::uint32_t> addresses;
     for (const kxPlatformInterface& entry : interfacesThatAreUp()) addresses.append(entry.address);
     return addresses;
+}
+
+std::optional<std::uint32_t> kxNetwork::octetOf(std::string_view text)
+{
+    if (text.empty() || text.size() > 3) return {};
+    std::uint32_t number = 0;
+    for (const char letter : text) {
+        if (letter < '0' || letter > '9') return {};
+        number = number * 10 + static_cast<std::uint32_t>(letter - '0');
+    }
+    return number <= 255 ? std::optional(number) : std::nullopt;
 }

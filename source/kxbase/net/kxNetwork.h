@@ -9,6 +9,8 @@
 #include "kxbase/containers/kxArray.h"
 #include "kxbase/net/kxHostAddress.h"
 
+#include <optional>
+
 class kxNetwork {
 public:
     kxNetwork() = delete;
@@ -40,5 +42,9 @@ public:
     // Addresses of the interfaces that are up, loopback included, as they are now.
     static kxArray<std::uint32_t> interfaceAddresses();
 
+    static constexpr std::uint32_t kLocalHost = 0x7F000001;  // 127.0.0.1
+
+    // The number of a text of one to three digits, when it is no more than 255.
+    static std::optional<std::uint32_t> octetOf(std::string_view text);
     static constexpr bool isLoopback(std::uint32_t address) { return address >> 24 == 127; }
 };

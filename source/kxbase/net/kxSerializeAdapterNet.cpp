@@ -12,8 +12,8 @@ namespace {
 // Another thread may take in what this one waits for, so a wait is never long.
 constexpr std::uint32_t kWaitMilliseconds = 20;
 
-// Where this thread has looked last and found nothing. A loop over two adapters waits for both of them at once, so
-// that neither's data waits for the other's. A socket that has been closed since does no harm.
+// Where this thread has looked last and found nothing, which is the other end of a loop. A socket that has been closed
+// since does no harm.
 thread_local kxPlatformSocketHandle lastIdleSocket = KX_PLATFORM_NO_SOCKET;
 
 }  // namespace
@@ -62,7 +62,7 @@ std::uint32_t kxSerializeAdapterNet::readBlock(void* bytes, std::uint32_t count)
             const kxBodyGuard guard(lock_);
             taken += take(begin + taken, count - taken);
         }
-        if (taken == count || awaitData() == 0) return taken;
+        if (taken == count || bytesReady() == 0) return taken;
     }
 }
 
@@ -75,7 +75,7 @@ std::uint8_t kxSerializeAdapterNet::readByte()
 
 std::uint32_t kxSerializeAdapterNet::getDataLength()
 {
-    std::uint32_t ready = awaitData();
+    std::uint32_t ready = bytesReady();
     if (ready == 0) ready = lookIdly();
     const kxBodyGuard guard(lock_);
     if (ready != 0)
@@ -85,8 +85,8 @@ std::uint32_t kxSerializeAdapterNet::getDataLength()
     return ready;
 }
 
-// Waits, as far as the adapter is to wait, until there are bytes to read; answers how many.
-std::uint32_t kxSerializeAdapterNet::awaitData()
+// Bytes that can be read; for the first of them a blocking adapter waits.
+std::uint32_t kxSerializeAdapterNet::bytesReady()
 {
     const double start = blocking_ ? kxClock::seconds() : 0;
     for (;;) {

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr std::uint32_t kMostChunksAtOnce = 100;
-constexpr std::uint32_t kRoomStepBytes = 100;
 // Reads of this size are worth a system call of their own, which saves queueing the bytes.
 constexpr std::uint32_t kStraightBytes = 4096;
 constexpr std::uint32_t kReceiveBufferBytes = 1000000;
@@ -21,11 +20,6 @@ constexpr std::uint32_t kConnectPauseMilliseconds = 20;
 constexpr double kPeerCloseSeconds = 1.0;
 // A write that stands still looks again now and then, whatever it was not woken for.
 constexpr std::uint32_t kWriteWaitMilliseconds = 1000;
-
-std::uint32_t roomFor(std::uint32_t sizeBytes)
-{
-    return (sizeBytes + kRoomStepBytes - 1) / kRoomStepBytes * kRoomStepBytes;
-}
 
 }  // namespace
 
@@ -43,13 +37,6 @@ kxSerializeAdapterTCP::~kxSerializeAdapterTCP() noexcept(false)
 const kxType& kxSerializeAdapterTCP::getType() const
 {
     return kxTypeTable::find("kxSerializeAdapterTCP");
-}
-
-template <typename... Arguments>
-bool kxSerializeAdapterTCP::fail(std::string_view format, const Arguments&... arguments)
-{
-    setError(kxString::format(kxTranslate(format), arguments...));
-    return false;
 }
 
 bool kxSerializeAdapterTCP::open(const kxString& url)
@@ -190,7 +177,7 @@ void kxSerializeAdapterTCP::receivePending()
     if (!connection_.isActive(pending)) return;
     for (std::uint32_t count = 0; count < kMostChunksAtOnce && pending != 0 && !queue_.isFull(); ++count) {
         const kxRefPointer<kxNetData> chunk = queue_.newRecord();
-        const std::int64_t got = connection_.receive(chunk->prepare(roomFor(pending)), pending);
+        const std::int64_t got = connection_.receive(chunk->prepare(pending), pending);
         if (got < 1) return queue_.giveBack(chunk);
         chunk->commit(static_cast<std::uint32_t>(got));
         queue_.append(chunk);
@@ -206,7 +193,7 @@ void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
     while (count != 0 && getSendError() == KX_SOCKET_OK) {
         const kxPlatformSocketResult sent = connection_.trySend(begin, count);
         if (sent.error == KX_SOCKET_WOULD_BLOCK) {
-            waitForRoom();
+            takeInputUntilRoom();
         } else if (sent.count < 0) {
             sendError_.store(sent.error, std::memory_order_relaxed);
         } else {
@@ -217,7 +204,8 @@ void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
     }
 }
 
-void kxSerializeAdapterTCP::waitForRoom()
+// Waits for a writer's sake.
+void kxSerializeAdapterTCP::takeInputUntilRoom()
 {
     std::uint32_t wanted = KX_SOCKET_CAN_WRITE;
     {

@@ -55,8 +55,7 @@ private:
     void closeConnection();
     void receivePending();
     std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);
-    void waitForRoom();
-    template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments);
+    void takeInputUntilRoom();
 
     kxString interfaceText_;
     // Taken before the lock for reading where both are needed.

@@ -18,30 +18,11 @@ constexpr std::uint32_t kBufferBytes = 500000;
 // for 64 bytes 770. So much is asked for that kBufferBytes of small datagrams have room; the system cuts it to its
 // limit, on Linux net.core.rmem_max, without a word.
 constexpr std::uint32_t kReceiveBufferBytes = 8 * kBufferBytes;
-constexpr std::uint32_t kRoomStepBytes = 100;
 constexpr double kSendSeconds = 1.0;
 constexpr std::uint32_t kSendWaitMilliseconds = 100;
 constexpr std::int64_t kLargestPort = 65535;
 constexpr std::int64_t kDefaultTtl = 32;
-constexpr std::uint64_t kTtlTooLarge = 256;       // stands for whatever does not fit its byte
-constexpr std::uint32_t kLocalHost = 0x7F000001;  // 127.0.0.1
-
-std::uint32_t roomFor(std::uint32_t sizeBytes)
-{
-    return (sizeBytes + kRoomStepBytes - 1) / kRoomStepBytes * kRoomStepBytes;
-}
-
-// The number that a text is, or -1.
-int numberOf(std::string_view text)
-{
-    if (text.empty() || text.size() > 3) return -1;
-    int number = 0;
-    for (const char letter : text) {
-        if (letter < '0' || letter > '9') return -1;
-        number = number * 10 + (letter - '0');
-    }
-    return number;
-}
+constexpr std::uint64_t kTtlTooLarge = 256;  // stands for whatever does not fit its byte
 
 }  // namespace
 
@@ -62,21 +43,15 @@ const kxType& kxSerializeAdapterUDP::getType() const
     return kxTypeTable::find("kxSerializeAdapterUDP");
 }
 
-template <typename... Arguments>
-bool kxSerializeAdapterUDP::fail(std::string_view format, const Arguments&... arguments)
-{
-    setError(kxString::format(kxTranslate(format), arguments...));
-    return false;
-}
-
 kxUdpMode kxSerializeAdapterUDP::modeOf(const kxString& host)
 {
     const std::string_view text = host.view();
     const std::size_t dot = text.find('.');
     if (dot == std::string_view::npos) return text.empty() ? KX_UDP_BROADCAST : KX_UDP_UNICAST;
-    const int first = numberOf(text.substr(0, dot));
+    const std::uint32_t first = kxNetwork::octetOf(text.substr(0, dot)).value_or(0);
     if (first >= 224 && first <= 239) return KX_UDP_MULTICAST;
-    return numberOf(text.substr(text.rfind('.') + 1)) == 255 ? KX_UDP_BROADCAST : KX_UDP_UNICAST;
+    const std::uint32_t last = kxNetwork::octetOf(text.substr(text.rfind('.') + 1)).value_or(0);
+    return last == 255 ? KX_UDP_BROADCAST : KX_UDP_UNICAST;
 }
 
 bool kxSerializeAdapterUDP::open(const kxString& url)
@@ -171,7 +146,6 @@ bool kxSerializeAdapterUDP::openReceiving()
     if (!receiveSocket_.bind(kxSocketAddress(static_cast<std::uint16_t>(port_)))) {
         return fail("Failed to bind UDP receive socket to port '%d'", port_);
     }
-    receiveAddress_ = receiveSocket_.localAddress();
     if (!receiveSocket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes)) {
         return fail("Failed to set receive buffer size %d", kBufferBytes);
     }
@@ -253,8 +227,8 @@ void kxSerializeAdapterUDP::receivePending()
 bool kxSerializeAdapterUDP::receiveOne(std::uint32_t sizeBytes)
 {
     const kxRefPointer<kxNetData> record = queue_.newRecord();
-    const std::uint32_t room = roomFor(sizeBytes);
-    const std::int64_t got = receiveSocket_.receiveFrom(record->sender, record->prepare(room), room);
+    std::uint8_t* const room = record->prepare(sizeBytes);
+    const std::int64_t got = receiveSocket_.receiveFrom(record->sender, room, record->capacity());
     if (got > 0) {
         lastSender_ = record->sender;
         record->commit(static_cast<std::uint32_t>(got));
@@ -270,7 +244,7 @@ bool kxSerializeAdapterUDP::isOwn(const kxSocketAddress& sender) const
 {
     if (sender.port() != ownAddress_.port()) return false;
     const std::uint32_t host = sender.hostValue();
-    return host == ownHost_ || host == kLocalHost ||
+    return host == ownHost_ || host == kxNetwork::kLocalHost ||
            std::find(ownHosts_.begin(), ownHosts_.end(), host) != ownHosts_.end();
 }
 

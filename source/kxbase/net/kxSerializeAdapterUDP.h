@@ -63,13 +63,13 @@ private:
     bool aimSending();
     bool openReceiving();
     bool joinGroup();
-    template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments);
 
     void receivePending();
     bool receiveOne(std::uint32_t sizeBytes);
     bool isOwn(const kxSocketAddress& sender) const;
     std::int64_t sendOne(const std::uint8_t* bytes, std::uint32_t count);
 
+    // The option "nic", and the address that it came to: what both sockets are bound or joined by.
     kxString interfaceText_;
     kxHostAddress interface_ = kxHostAddress::none();
     std::int64_t port_ = 0;
@@ -78,11 +78,12 @@ private:
     kxUdpMode mode_ = KX_UDP_UNICAST;
     kxSocketAddress destination_;
     kxSocket sendSocket_;
+    // What the adapter's own datagrams come from: the port of ownAddress_ and its host, or any of ownHosts_ when the
+    // socket is bound to no interface. ownHost_ is the host as a number, since it is compared for each datagram.
     kxSocketAddress ownAddress_;
     std::uint32_t ownHost_ = 0;
-    kxArray<std::uint32_t> ownHosts_;  // when sending from any of them
+    kxArray<std::uint32_t> ownHosts_;
     kxSocket receiveSocket_;
-    kxSocketAddress receiveAddress_;
     kxSocketAddress lastSender_;
     std::uint64_t emptyDatagrams_ = 0;
 };

@@ -80,8 +80,9 @@ const char* kxSocket::errorText(std::uint32_t code)
     return code < std::size(kErrorTexts) ? kErrorTexts[code] : kUnknownText;
 }
 
-// A failure that the system has no part in.
-bool kxSocket::refuse(kxSocketError code)
+// Only stores the code, also with throwing on: for failures that the system has no part in. What the system answers goes
+// through record(), or counted() where it moved or counted something.
+bool kxSocket::setErrorCode(kxSocketError code)
 {
     error_.store(code, std::memory_order_relaxed);
     return false;
@@ -91,7 +92,7 @@ bool kxSocket::record(kxSocketError outcome)
 {
     if (outcome == KX_SOCKET_OK) return true;
     if (outcome == KX_SOCKET_WOULD_BLOCK) return false;
-    refuse(outcome);
+    setErrorCode(outcome);
     if (throwsOnError_) kxRaiseFatal(errorText(outcome));
     return false;
 }
@@ -127,7 +128,7 @@ bool kxSocket::connect(const kxSocketAddress& address)
 {
     const bool wasConnecting = std::exchange(isConnecting_, false);
     peerAddress_.clear();
-    if (!isDestination(address)) return refuse(KX_SOCKET_ADDRESS_NOT_AVAILABLE);
+    if (!isDestination(address)) return setErrorCode(KX_SOCKET_ADDRESS_NOT_AVAILABLE);
     const kxSocketError outcome =
         wasConnecting ? kxPlatformSocketConnectResult(descriptor_)
                       : kxPlatformSocketConnect(descriptor_, address.bytes().data(), address.bytes().size());
@@ -148,13 +149,6 @@ bool kxSocket::openBroadcast(std::uint16_t port)
     return create(KX_SOCKET_IPV4, KX_SOCKET_DATAGRAM) && setOption(KX_SOCKET_BROADCAST, 1) &&
            setOption(KX_SOCKET_REUSE_ADDRESS, 1) &&
            bind(port != 0 ? kxSocketAddress(port) : kxSocketAddress());
-}
-
-void kxSocket::shutDown()
-{
-    if (!isOpen()) return;
-    kxPlatformSocketShutDownSending(descriptor_);
-    kxPlatformSocketShutDownReceiving(descriptor_);
 }
 
 void kxSocket::shutDownSending()
@@ -184,7 +178,7 @@ bool kxSocket::awaitPeerClose(double seconds)
     const double end = kxClock::seconds() + seconds;
     while (error() == KX_SOCKET_OK) {
         if (readUntilPeerCloses()) return true;
-        if (kxClock::seconds() >= end) return refuse(KX_SOCKET_TIMED_OUT);
+        if (kxClock::seconds() >= end) return setErrorCode(KX_SOCKET_TIMED_OUT);
     }
     return false;
 }
@@ -196,14 +190,15 @@ bool kxSocket::readUntilPeerCloses()
     const kxPlatformSocketResult ready =
         kxPlatformSocketWait(descriptor_, KX_SOCKET_CAN_READ, kGracefulPauseMilliseconds);
     const kxPlatformSocketResult pending = kxPlatformSocketPending(descriptor_);
-    if (ready.count < 0 || pending.count < 0) return refuse(ready.count < 0 ? ready.error : pending.error);
+    if (ready.count < 0 || pending.count < 0)
+        return setErrorCode(ready.count < 0 ? ready.error : pending.error);
     readAway(pending.count);
     if (ready.count == 0 || pending.count != 0) return false;
     const kxPlatformSocketResult next = kxPlatformSocketPeek(descriptor_);
     if (next.count > 0 || next.error == KX_SOCKET_WOULD_BLOCK) return false;
-    if (next.count < 0) return refuse(next.error);
+    if (next.count < 0) return setErrorCode(next.error);
     if (detectsClose_) {
-        refuse(KX_SOCKET_CLOSED_BY_PEER);
+        setErrorCode(KX_SOCKET_CLOSED_BY_PEER);
         return true;
     }
     kxPlatformSleep(kGracefulPauseMilliseconds);
@@ -286,7 +281,7 @@ std::int64_t kxSocket::send(const void* bytes, std::uint32_t count)
 std::int64_t kxSocket::sendTo(const kxSocketAddress& destination, const void* bytes, std::uint32_t count)
 {
     if (!isDestination(destination)) {
-        refuse(KX_SOCKET_ADDRESS_NOT_AVAILABLE);
+        setErrorCode(KX_SOCKET_ADDRESS_NOT_AVAILABLE);
         return -1;
     }
     return counted(trySendTo(destination, bytes, count));
@@ -345,7 +340,7 @@ bool kxSocket::hasClosedPeer()
     const kxPlatformSocketResult next = kxPlatformSocketPeek(descriptor_);
     if (next.count > 0 || next.error == KX_SOCKET_WOULD_BLOCK) return false;
     if (next.count == 0)
-        refuse(KX_SOCKET_CLOSED_BY_PEER);
+        setErrorCode(KX_SOCKET_CLOSED_BY_PEER);
     else
         record(next.error);
     return true;
@@ -363,11 +358,11 @@ bool kxSocket::waitForRoom(std::uint32_t milliseconds)
 
 bool kxSocket::setOption(std::uint32_t option, std::uint32_t value)
 {
-    if (!isOpen()) return refuse(KX_SOCKET_BAD_OPTION);
+    if (!isOpen()) return setErrorCode(KX_SOCKET_BAD_OPTION);
     const std::uint32_t groupInterface =
         multicastInterface_ != 0 ? multicastInterface_ : localAddress_.hostValue();
     const kxSocketError outcome = kxPlatformSocketSetOption(descriptor_, option, value, groupInterface);
-    if (outcome == KX_SOCKET_BAD_OPTION) return refuse(outcome);
+    if (outcome == KX_SOCKET_BAD_OPTION) return setErrorCode(outcome);
     if (!record(outcome)) return false;
     if (option == KX_SOCKET_MULTICAST_INTERFACE) multicastInterface_ = value;
     return true;

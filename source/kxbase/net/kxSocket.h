@@ -2,7 +2,16 @@
 //
 // Operations answer whether they succeeded. A failure is recorded as error(), which stays until the socket is
 // created anew or closed; with throwing on, a failure of the system is raised as kxFatalError with its text too.
-// A call that would have to wait on a socket that does not block fails without an error.
+// A call that would have to wait on a socket that does not block fails without an error. Operations that begin with
+// "try" only tell what happened; record() does the rest for those who want it.
+//
+//   asks                   for                                                        system calls
+//   isOpen()               a descriptor                                               none
+//   error()                the failure recorded, if any                               none
+//   isActive()             an open socket without a failure, whose peer has not       none for datagrams, else
+//                          closed, which only detect-close notices                    1 to 4
+//   isActive(bytesReady)   the same, and what a stream has to read; 0 for datagrams   the same
+//   bytesAvailable()       what is to read, also the size of the first datagram       1
 //
 // In a kxThreadPoolTicker, a socket receives by itself: each tick posts what has come as messages named "kxNetData",
 // with the socket as sender and a kxNetData as payload, and delivers them to the subscribers on the pool's thread.
@@ -43,8 +52,6 @@ public:
     bool listen(std::uint32_t backlog);
     // An IPv4 datagram socket on the port, shared with others, that may send to everybody. Port 0 is any.
     bool openBroadcast(std::uint16_t port);
-    // Ends both directions of a stream and leaves it open; wakes whoever waits on it.
-    void shutDown();
     // Ends sending, which the peer sees as the end of the stream; wakes whoever waits to send.
     void shutDownSending();
     // Ends sending, which the peer sees as the end of the stream, and reads away what comes until the peer closes
@@ -112,7 +119,7 @@ public:
     kxArray<std::uint8_t>& receiveBuffer() { return receiveBuffer_; }
 
 private:
-    bool refuse(kxSocketError code);
+    bool setErrorCode(kxSocketError code);
     bool postOne();
     std::int64_t counted(const kxPlatformSocketResult& result);
     std::uint32_t pendingBytes();
