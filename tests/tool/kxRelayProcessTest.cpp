@@ -151,6 +151,7 @@ TEST_F(kxRelayProcessTest, LosesNoMemoryWhateverTheScheme)
         {"rand:file:empty", "con:"},
         {"rand:hex:file:in", "rand:file:out"},
         {"hex:b64:file:in", "b64:hex:file:out"},
+        {"purl:in,file:in", "purl:out,file:out"},
         {"file:in", "dummy:"},
         {"file:in", "udp:127.0.0.1:9?blocking=no"},
         {"file:in", tcp},
