@@ -11,26 +11,35 @@ namespace {
 
 using Adapter = kxRefPointer<kxSerializeAdapter>;
 
-// Answers the bytes copied. What a file has ready is its whole rest; a connection cannot say how much will come,
-// so that it shows nothing but the end.
-std::uint64_t copy(kxSerializeAdapter& input, kxSerializeAdapter& output, kxProgressInterface* progress)
+struct Copied {
+    std::uint64_t bytes = 0;
+    bool isWhole = false;
+};
+
+// What a file has ready is its whole rest, and it has failed when less comes; a connection cannot say how much will
+// come, so that it shows nothing but the end.
+Copied copy(kxSerializeAdapter& input, kxSerializeAdapter& output, kxProgressInterface* progress)
 {
-    std::uint64_t copied = 0;
+    Copied copied;
     std::uint64_t expected = 0;
     const kxTransferBuffer block(65536);
     while (!input.hasError() && !output.hasError()) {
         const std::uint32_t ready = input.length();
-        if (ready == 0) continue;  // nothing yet, or the end, which is then an error
-        expected = std::max(expected, copied + ready);
-        const std::uint32_t count = input.read(block.data(), 65536);
+        if (ready == 0) {
+            if (!input.hasEnd()) break;
+            continue;  // nothing yet, or the end, which is then an error
+        }
+        expected = std::max(expected, copied.bytes + ready);
+        const std::uint32_t count = input.read(block.data(), std::min(ready, 65536U));
         output.write(block.data(), count);
-        copied += count;
-        const std::uint64_t percentage = copied * 100 / expected;
+        copied.bytes += count;
+        const std::uint64_t percentage = copied.bytes * 100 / expected;
         if (progress != nullptr && percentage < 100)
             progress->progress(static_cast<std::int32_t>(percentage), "copying");
     }
     output.flush();
-    if (progress != nullptr) progress->progress(100, "copying");
+    copied.isWhole = copied.bytes == expected && !output.hasError();
+    if (progress != nullptr && copied.isWhole) progress->progress(100, "copying");
     return copied;
 }
 
@@ -47,7 +56,7 @@ int main(int argumentCount, char** arguments)
 
     kxDefaultProgressInterface line;
     const bool isSeen = kxPlatformConsoleIsTerminal(kxPlatformConsoleOutput());
-    const std::uint64_t copied = copy(*input, *output, isSeen ? &line : nullptr);
-    std::printf("%llu bytes copied from %s\n", static_cast<unsigned long long>(copied), from.text());
-    return output->hasError() ? 1 : 0;
+    const Copied copied = copy(*input, *output, isSeen ? &line : nullptr);
+    std::printf("%llu bytes copied from %s\n", static_cast<unsigned long long>(copied.bytes), from.text());
+    return copied.isWhole ? 0 : 1;  // less came than was there, or it could not be written
 }

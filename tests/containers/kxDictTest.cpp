@@ -83,21 +83,6 @@ TEST(kxDict, BehavesAsATwinWithoutHashes)
     }
 }
 
-TEST(kxDict, GrowsToFourTimesPlusThree)
-{
-    // After so many insertions: the buckets of a dictionary that starts with 1.
-    const std::map<std::uint32_t, std::uint32_t> expected = {{2, 1},   {3, 7},   {14, 7},
-                                                             {15, 31}, {62, 31}, {63, 127}};
-    Dict one(1), none(0), fixed(0, false);
-    for (const auto& [entries, bucketCount] : expected) {
-        for (Dict* dict : {&one, &none, &fixed})
-            while (dict->count() < entries) dict->insert(dict->count(), &kValues[0]);
-        EXPECT_EQ(one.bucketCount(), bucketCount) << entries;
-    }
-    EXPECT_EQ(none.bucketCount(), 63U) << "3 at first, then 15";
-    EXPECT_EQ(fixed.bucketCount(), 1U);
-}
-
 TEST(kxBucketIndex, IsTheRemainder)
 {
     kxTestRandom random(9);

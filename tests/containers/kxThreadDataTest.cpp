@@ -29,21 +29,4 @@ TEST(kxThreadData, AThreadsRingGoesWhenTheThreadEnds)
     EXPECT_EQ(first.threadCount() + second.threadCount(), 1U);
 }
 
-// An object of the thread that is destroyed after the thread's end has been noticed.
-TEST(kxThreadData, MayBeAskedWhileAThreadEnds)
-{
-    static auto* const data = new kxThreadData<Item, 2>;
-    struct Late {
-        ~Late() { data->next().number = 1; }
-    };
-    std::thread([] {
-        static thread_local const Late late;
-        static_cast<void>(&late);
-        data->next();
-    }).join();
-    EXPECT_EQ(data->threadCount(), 1U);
-    delete data;
-    EXPECT_EQ(alive, 0);
-}
-
 }  // namespace

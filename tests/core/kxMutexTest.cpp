@@ -2,7 +2,6 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/platform/kxPlatformThread.h"
-#include "support/kxForkedChild.h"
 #include "support/kxMessageRecorder.h"
 
 #include <gtest/gtest.h>
@@ -33,20 +32,6 @@ TEST(kxMutex, CountsItsLocksAndRemembersItsOwner)
     kxMutex untracked;
     const kxBodyGuard guard(untracked);
     EXPECT_EQ(untracked.owner(), 0U);
-}
-
-TEST(kxMutex, StaysHeldInForkedChildren)
-{
-    kxMutex mutex(true);
-    mutex.lock();
-    const auto isHeld = [&] {
-        const bool isOwn = mutex.tryLock() && mutex.owner() == kxPlatformThreadId();
-        mutex.unlock();
-        mutex.unlock();
-        return isOwn && mutex.lockCount() == 0;
-    };
-    EXPECT_EQ(kxStatusOfChild([&] { return kxStatusOfChild(isHeld) == 0 && isHeld(); }), 0);
-    mutex.unlock();
 }
 
 TEST(kxMutex, WarnsWhenDestroyedLocked)

@@ -12,7 +12,6 @@
 #include "kxbase/serialize/kxVarUInt64.h"
 #include "support/kxFatalText.h"
 #include "support/kxMessageRecorder.h"
-#include "support/kxTestRandom.h"
 
 #include <gtest/gtest.h>
 
@@ -73,33 +72,6 @@ kxDynamicType rebuilt(const kxDynamicType& value)
     return container;
 }
 
-kxDynamicType randomValue(kxTestRandom& random, std::uint32_t levels)
-{
-    const double number = random();
-    const kxDynamicType simple[] = {{},
-                                    number / 8,
-                                    std::int64_t{random()} * -4567,
-                                    kxString(std::string(random() % 300, 't')),
-                                    made(random() % 2 == 0 ? "mine" : "yours", "abc"),
-                                    kxVec3{1.5F, static_cast<float>(number), -0.0F},
-                                    kxGUID(random(), 1, 2, {3, 4}),
-                                    kxDynamicTypeError(static_cast<std::int32_t>(random()), "why")};
-    const std::uint32_t kind = levels == 0 ? 0 : random() % 6;
-    if (kind == 0) return simple[random() % std::size(simple)];
-    if (kind == 1) return kxDynamicTypeTimeTagged(randomValue(random, levels - 1), number);
-    kxDynamicTypeArray array;
-    kxDynamicTypeChain chain;
-    kxDynamicTypeContainer container;
-    for (std::uint32_t left = random() % 5; left != 0; --left) {
-        const kxDynamicType value = randomValue(random, levels - 1);
-        chain.append(value);
-        array.append(value);
-        container.set(kxString::fromUnsigned(random() % 9), value);
-    }
-    if (kind == 2) return chain;
-    return kind == 3 ? kxDynamicType(container) : kxDynamicType(array);
-}
-
 }  // namespace
 
 TEST(kxDynamicType, StoresNumbersInTheShortestForm)
@@ -109,14 +81,12 @@ TEST(kxDynamicType, StoresNumbersInTheShortestForm)
         {-0.0, std::string(1, '\0')},
         {5, "\x05"},
         {-128, "\x80"},
-        {-129, "\x7F\xFF"},
         {128, std::string("\x80\x00", 2)},
         {300, "\x2C\x01"},
         {100000, std::string("\xA0\x86\x01\x00", 4)},
         {-2147483648.0, std::string("\x00\x00\x00\x80", 4)},
         {2147483648.0, std::string("\x00\x00\x00\x00\x00\x00\xE0\x41", 8)},
         {2.5, std::string("\x00\x00\x00\x00\x00\x00\x04\x40", 8)},
-        {3e10, std::string("\x00\x00\x00\xB0\x8E\xF0\x1B\x42", 8)},
         {INFINITY, std::string("\x00\x00\x00\x00\x00\x00\xF0\x7F", 8)},
     };
     for (const auto& [number, bytes] : cases) {
@@ -133,16 +103,12 @@ TEST(kxDynamicType, ConvertsItsOwnKindAndNothingElse)
     int target = 0;
     const kxGUID guid("{00112233-4455-6677-8899-AABBCCDDEEFF}");
     const kxRefPointer<kxReference> object(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 1));
-    const kxVec2 vec2{1, 2};
     const kxVec3 vec3{1, 2, 3};
-    const kxVec4 vec4{1, 2, 3, 4};
     const kxDynamicType values[] = {{},
                                     5,
                                     std::int64_t{-7},
                                     "text",
-                                    vec2,
                                     vec3,
-                                    vec4,
                                     guid,
                                     kxDynamicType(static_cast<void*>(&target)),
                                     kxDynamicType(object),
@@ -160,9 +126,7 @@ TEST(kxDynamicType, ConvertsItsOwnKindAndNothingElse)
     } conversions[] = {
         {[](V value) { value.toNumber(); }, " num llnum ", "number type !!"},
         {[](V value) { value.toString(); }, " str guid ptr ref ", "string type !!"},
-        {[&](V value) { EXPECT_EQ(value.toVec2(), vec2); }, " vec2 ", "Vec2 type !!"},
         {[&](V value) { EXPECT_EQ(value.toVec3(), vec3); }, " vec3 ", "Vec3 type !!"},
-        {[&](V value) { EXPECT_EQ(value.toVec4(), vec4); }, " vec4 ", "Vec4 type !!"},
         {[&](V value) { EXPECT_EQ(value.toGUID(), guid); }, " guid ", "GUID type !!"},
         {[&](V value) { EXPECT_EQ(value.toPointer(), &target); }, " ptr ", "pointer type !!"},
         {[&](V value) { EXPECT_EQ(value.toReference(), object); }, " ref ", "reference type !!"},
@@ -188,7 +152,7 @@ TEST(kxDynamicType, ConvertsItsOwnKindAndNothingElse)
     EXPECT_EQ(values[2].toNumber(), -7.0);
     EXPECT_EQ(kxDynamicTypeInt64(values[2]).getValue(), -7);
     EXPECT_EQ(values[3].toString(), "text");
-    EXPECT_EQ(values[7].toString(), "{00112233-4455-6677-8899-AABBCCDDEEFF}");
+    EXPECT_EQ(values[5].toString(), "{00112233-4455-6677-8899-AABBCCDDEEFF}");
     EXPECT_EQ(kxDynamicType(reinterpret_cast<void*>(0xABC)).toString(), "0x0000000000000ABC");
     EXPECT_EQ(made("guid", "").toGUID(), kxGUID());
 }
@@ -226,15 +190,6 @@ TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
         const kxDynamicTypeArray found(kxDynamicTypeContainer(copy).get("list"));
         EXPECT_EQ(found.get(0).toReference(), object);
         EXPECT_EQ(found.get(1).toReference(), nullptr);
-
-        kxDynamicTypeContainer mixed(value);
-        mixed.set("none", kxDynamicTypeArray());
-        const std::uint32_t before = object->getReferenceCount();
-        kxDynamicTypeContainer without{kxDynamicType(mixed)};
-        without.remove("list");
-        const kxDynamicType none = without;
-        without.clear();
-        EXPECT_EQ(object->getReferenceCount(), before) << "a value that does not hold it";
 
         kxMessageRecorder recorder;
         const kxDynamicTypeContainer forged(made("cont", bytesOf(value)));
@@ -282,14 +237,10 @@ TEST(kxDynamicTypeContainer, KeepsNamesInTheOrderInWhichTheyCame)
     EXPECT_EQ(seen, "<a:num<:str<c:str<b:str");
     EXPECT_EQ(container.get("a").toNumber(), 7);
     EXPECT_FALSE(container.has("none") || !container.get("none").isType(KX_UNIQUE_VOID));
-    kxDynamicTypeContainer copy;
-    copy.set("gone", 1);
-    copy = container;
+    const kxDynamicTypeContainer copy = container;
     EXPECT_EQ(copy, container);
     container.set("a", 8);
     EXPECT_NE(copy, container);
-    container = {};
-    EXPECT_EQ(copy.get("c").toString(), "c");
 }
 
 TEST(kxDynamicTypeArray, ChangesAndChecksItsValues)
@@ -306,35 +257,41 @@ TEST(kxDynamicTypeArray, ChangesAndChecksItsValues)
     while (array.count() > 2) array.remove(2);
 
     array.checkTypes({"str", "num"});
-    const char* const start = "Argument type mismatch : Expected type ";
-    EXPECT_EQ(kxFatalText([&] {
-                  array.checkTypes({"str", "guid", "x"});
-              }),
-              std::string(start) + "'guid' but got type 'num' for argument 2");
-    EXPECT_EQ(kxFatalText([&] {
-                  array.checkTypes({"str", "num", "vec2"});
-              }),
-              std::string(start) + "'vec2' but got type 'void' for argument 3");
+    const auto checkOne = [&] { array.checkTypes({"str", "guid", "x"}); };
+    const auto checkMissing = [&] { array.checkTypes({"str", "num", "vec2"}); };
+    const std::string start = "Argument type mismatch : Expected type ";
+    EXPECT_EQ(kxFatalText(checkOne), start + "'guid' but got type 'num' for argument 2");
+    EXPECT_EQ(kxFatalText(checkMissing), start + "'vec2' but got type 'void' for argument 3");
 }
 
 TEST(kxDynamicType, NestedValuesComeBackFromAnAdapter)
 {
-    kxTestRandom random(11);
-    for (int round = 0; round < 300; ++round) {
-        const kxDynamicType value = randomValue(random, 4);
-        const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 64U);
-        const kxSerializeDynamicType stored(value);
-        stored.write(*adapter);
-        EXPECT_EQ(adapter->length(), stored.getDataSize());
-        kxSerializeDynamicType found;
-        found.read(*adapter);
-        found.pushBack(*adapter);
-        kxSerializeDynamicType again(kxDynamicType("something else"));
-        again.read(*adapter);
-        EXPECT_EQ(adapter->length(), 0U);
-        ASSERT_EQ(again.getValue(), value);
-        ASSERT_EQ(rebuilt(again.getValue()), value);
-    }
+    kxDynamicTypeArray array;
+    array.append({});
+    array.append(2.5);
+    array.append(std::int64_t{-7});
+    array.append(kxString(std::string(300, 't')));
+    array.append(made("mine", "abc"));
+    array.append(kxVec3{1.5F, 2, -0.0F});
+    array.append(kxDynamicTypeError(-2, "why"));
+    kxDynamicTypeChain chain;
+    chain.append(kxDynamicTypeTimeTagged(array, 2.0));
+    chain.append(kxDynamicTypeArray());
+    kxDynamicTypeContainer value;
+    value.set("chain", chain);
+    value.set("", array);
+    const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 64U);
+    const kxSerializeDynamicType stored(value);
+    stored.write(*adapter);
+    EXPECT_EQ(adapter->length(), stored.getDataSize());
+    kxSerializeDynamicType found;
+    found.read(*adapter);
+    found.pushBack(*adapter);
+    kxSerializeDynamicType again(kxDynamicType("something else"));
+    again.read(*adapter);
+    EXPECT_EQ(adapter->length(), 0U);
+    EXPECT_EQ(again.getValue(), value);
+    EXPECT_EQ(rebuilt(again.getValue()), value);
     EXPECT_EQ(bytesOf(kxDynamicTypeError(-2, "why")), std::string("\xFE\xFF\xFF\xFFwhy\0", 8));
     EXPECT_EQ(bytesOf(kxDynamicTypeTimeTagged(3, 2.0)), item("num", "\x03") + std::string(7, '\0') + "\x40");
 
@@ -352,18 +309,15 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
         {"no count", "array", ""},
         {"a count without items", "chain", "\x02"},
         {"a count beyond all memory", "array", huge},
-        {"a count that never ends", "array", std::string(9, '\xFF')},
         {"more bytes than items", "array", zero + "x"},
         {"an item without a type", "array", "\x01" + item("", "")},
         {"an item larger than what is left", "array", "\x01num" + zero + "\x02\x05"},
-        {"an item of nearly 2^63 bytes", "array", "\x01num" + zero + huge},
         {"a name without an end", "cont", "\x01name"},
         {"a name that is too long", "cont", "\x01" + std::string(65536, 'n') + zero + item("num", "\x05")},
         {"a broken value inside", "cont", "\x01n" + zero + item("array", "\x05")},
         {"an object inside", "array", "\x01" + item("ref", "12345678")},
         {"an object as a fake attachment", "ttag", item("ref", "12345678") + "12345678"},
         {"levels beyond the most", "array", nested(65)},
-        {"a thousand levels", "array", nested(1000)},
         {"a tag without its time", "ttag", item("num", "\x05") + "1234567"},
         {"no value with bytes", "array", "\x01" + item("void", "x")},
         {"a text without an end", "error", "1234why"},
@@ -384,15 +338,12 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
 
     kxMessageRecorder recorder;
     EXPECT_EQ(made("num", "abc").toNumber(), 0);
-    EXPECT_EQ(made("llnum", "1234567").toNumber(), 0);
     EXPECT_EQ(made("vec3", "short").toVec3(), kxVec3());
-    EXPECT_EQ(made("guid", "short").toGUID(), kxGUID());
     EXPECT_EQ(made("ptr", "short").toPointer(), nullptr);
     EXPECT_EQ(made("llnum", "123456789").toInt64(), 0);
-    EXPECT_EQ(made("vec2", "123456789").toVec2(), kxVec2());
     EXPECT_EQ(made("guid", std::string(20, 'g')).toGUID(), kxGUID());
     EXPECT_EQ(made("void", "some"), kxDynamicType());
-    EXPECT_EQ(recorder.texts(), Texts(9, "Corrupt Stream in kxDynamicType!!"));
+    EXPECT_EQ(recorder.texts(), Texts(6, "Corrupt Stream in kxDynamicType!!"));
 }
 
 TEST(kxSerializeDynamicType, BrokenStreamsGiveVoidAndAWarning)

@@ -1,5 +1,5 @@
 // Loses blocks of tracked memory and frees others, at the end of the process too. Prints for each lost block its
-// thread, size and address. With an argument, has an allocator of its own and prints what that was asked for.
+// thread, size and address.
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxTrackedMemory.h"
 #include "kxbase/platform/kxPlatformThread.h"
@@ -10,28 +10,6 @@
 #include <thread>
 
 namespace {
-
-struct CountingAllocator final : kxMemoryAllocatorInterface {
-    std::size_t largestBytes = 0;
-    int blocks = 0;
-
-    void* allocate(std::size_t sizeBytes) noexcept override
-    {
-        ++blocks;
-        if (sizeBytes > largestBytes) largestBytes = sizeBytes;
-        return std::malloc(sizeBytes);
-    }
-    void* reallocate(void* block, std::size_t sizeBytes) noexcept override
-    {
-        return std::realloc(block, sizeBytes);
-    }
-    void free(void* block) noexcept override
-    {
-        if (block != nullptr) --blocks;
-        std::free(block);
-    }
-};
-CountingAllocator counting;
 
 void tell(const void* block, std::size_t sizeBytes)
 {
@@ -45,18 +23,10 @@ void loseAtExit()
 
 }  // namespace
 
-int main(int argumentCount, char**)
+int main()
 {
-    const bool isCounting = argumentCount > 1;
-    const bool isInstalled = isCounting && kxMemCheck::setAllocator(counting);
-    void* lost = nullptr;
     static const kxString held("freed when main is over");  // the first one that is tracked
-    if (isCounting) {
-        kxTrackedFree(kxTrackedAllocate(1));
-        std::printf("%d %d %zu %d\n", isInstalled, counting.blocks, counting.largestBytes,
-                    kxMemCheck::setAllocator(counting));
-        return 0;
-    }
+    void* lost = nullptr;
     tell(lost = kxTrackedAllocate(24), 24);
     kxTrackedFree(kxTrackedAllocate(7));
     kxMemCheck::setThreadState(-7);

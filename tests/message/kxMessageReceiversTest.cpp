@@ -72,7 +72,6 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         kxProcessEnd end;
         int signal = 0;  // that comes before the keys
     } cases[] = {
-        {"retry", "R", kxKilledBy(SIGTRAP)},
         {"other keys first", "x\rr", kxKilledBy(SIGTRAP)},
         {"ignore", "i", kxExited(7)},
         {"end of file", "\x04", kxExited(7)},
@@ -86,13 +85,13 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
         SCOPED_TRACE(c.kind);
         kxPseudoTerminal terminal;
         const termios before = terminal.attributes();
-        EXPECT_TRUE(terminal.send(c.kind == "retry" ? "i" : "r")) << "typed ahead, which is no answer";
+        EXPECT_TRUE(terminal.send("r")) << "typed ahead, which is no answer";
         kxProcessOptions options;
         options.arguments = {"--gtest_filter=kxAssertDialog.*"};
         options.environment = {{"KX_TEST_ASSERT_PROGRAM", c.kind}};
         options.startsInBackground = c.kind == "background";
         if (c.kind != "no terminal") options.terminal = &terminal;
-        kxProcess program("/proc/self/exe", options);
+        kxProcess program(std::filesystem::read_symlink("/proc/self/exe"), options);
         if (c.keys != nullptr) {
             EXPECT_TRUE(terminal.readUntil("KorvexSDK Assert\r\n\r\nbroken 7\r\n\r\n---- Press 'Retry'"));
             EXPECT_TRUE(terminal.readUntil("gnore? "));
@@ -101,7 +100,7 @@ TEST(kxAssertDialog, AsksWhoSitsAtTheTerminal)
                 EXPECT_TRUE(program.waitUntilStopped());
                 EXPECT_TRUE(kxSameAttributes(before, terminal.attributes()));
                 program.signal(SIGCONT);
-                EXPECT_TRUE(terminal.waitForAttributes([](const termios& m) { return !(m.c_lflag & ISIG); }));
+                EXPECT_TRUE(kxAwait([&] { return (terminal.attributes().c_lflag & ISIG) == 0; }));
             }
             EXPECT_TRUE(terminal.send(c.keys));
         }
@@ -119,19 +118,18 @@ TEST(kxMessageReceivers, NeverTearTheMessagesOfSeveralThreads)
     testing::internal::CaptureStdout();
     manager.addReceiver(console);
     manager.addReceiver(file);
-    std::vector<std::thread> threads;
-    for (char letter = 'a'; letter < 'e'; ++letter) {
-        threads.emplace_back([text = std::string(99, letter)] {
-            for (int turn = 0; turn < 200; ++turn) kxMessage(KX_MESSAGE_NOTICE, "%s", text);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    const auto send = [](const std::string& text) {
+        for (int turn = 0; turn < 200; ++turn) kxMessage(KX_MESSAGE_NOTICE, "%s", text);
+    };
+    std::thread other(send, std::string(99, 'a'));
+    send(std::string(99, 'b'));
+    other.join();
     manager.removeReceiver(console);
     manager.removeReceiver(file);
     file.flush();
     const Texts lines = linesOf(testing::internal::GetCapturedStdout() + directory.read("log"));
-    EXPECT_EQ(lines.size(), 1600U);
-    EXPECT_THAT(lines, testing::Each(MatchesRegex("(\r|2.*Z )KorvexSDK Notice::(a+|b+|c+|d+)")));
+    EXPECT_EQ(lines.size(), 800U);
+    EXPECT_THAT(lines, testing::Each(MatchesRegex("(\r|2.*Z )KorvexSDK Notice::(a+|b+)")));
 }
 
 TEST(kxMessageFileReceiver, AppendsFromWarningOnAtOnceAndReportsAFailingFileOnce)

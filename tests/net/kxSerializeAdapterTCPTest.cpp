@@ -97,6 +97,7 @@ TEST(kxSerializeAdapterTCP, TellsWhyItCouldNotOpen)
     Adapter adapter(kxString(full.url("")));
     EXPECT_NEAR(kxClock::seconds() - start, 3.0, 0.5);
     EXPECT_EQ(adapter.getError(), "Unable to connect IP adress " + full.url(""));
+    EXPECT_FALSE(adapter.isActive()) << "an attempt that goes on";
 }
 
 TEST(kxSerializeAdapterTCP, ChoosesItsInterface)

@@ -4,20 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-
 namespace {
-
-TEST(kxReferenceFaults, AMiscountFoundWhileAnotherExceptionPassesIsAMessage)
-{
-    const auto code = [] {
-        kxReference object;
-        const kxRefPointer<kxReference> pointer(&object);
-        object.unrefWithoutDelete();
-        throw std::runtime_error("first");
-    };
-    EXPECT_THROW(code(), std::runtime_error);
-}
 
 template <typename Base> struct Full : Base {
     Full() { this->referenceCount_ = 0xFFFFFFFFU; }

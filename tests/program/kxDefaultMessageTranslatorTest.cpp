@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxSerializeAdapterQueue.h"
@@ -18,6 +19,8 @@
 #include <latch>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -183,14 +186,32 @@ TEST_F(kxDefaultMessageTranslatorTest, SaysNothingOfAFileThatCannotBeRead)
 {
     const kxTempDirectory directory;
     const kxMessageRecorder messages(KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL);
-    for (const std::string& url :
-         {"file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
-          std::string("file:/dev/zero"), "file:" + directory.write("bytes", "\xFF\"\"\xFF\xFE\n\n\"")}) {
+    for (const std::string& url : {"file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
+                                   std::string("file:/dev/zero"), std::string("file:/proc/self/mem"),
+                                   "file:" + directory.write("bytes", "\xFF\"\"\xFF\xFE\n\n\"")}) {
         ::setenv("KORVEX_LANGUAGE_FILE", url.c_str(), 1);
         kxDefaultMessageTranslator own;
         EXPECT_EQ(own.translate("hello %s", "module", KX_MESSAGE_NOTICE), "") << url;
     }
     EXPECT_EQ(messages.texts(), Texts());
+}
+
+TEST_F(kxDefaultMessageTranslatorTest, ReadsAPipeToItsEnd)
+{
+    const kxTempDirectory directory;
+    const std::string path = directory.path("pipe");
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    ::setenv("KORVEX_LANGUAGE_FILE", ("file:" + path).c_str(), 1);
+    std::thread writer([&] {
+        const int pipe = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        for (const char16_t* const line : {u"\"hello %s\"\n", u"deu \"hallo %s\"\n"}) {
+            kxPlatformSleep(50);
+            EXPECT_GT(::write(pipe, line, 2 * std::u16string_view(line).size()), 0);
+        }
+        ::close(pipe);
+    });
+    EXPECT_EQ(kxTranslate("hello %s"), "hallo %s");
+    writer.join();
 }
 
 TEST_F(kxDefaultMessageTranslatorTest, AForkedChildReadsAnewWhatAnotherThreadWasReading)
@@ -236,7 +257,7 @@ TEST(kxMessageTranslation, ChangesWhatTheToolPrints)
     } cases[] = {
         {"deu", "", german},  {"fra", "", french},         {"deu", "file:big", german},     {"", "", english},
         {"xyz", "", english}, {"deu", "file:no", english}, {"deu", "rand:file:big", german}};
-    for (const auto& c : cases) {
+    const auto check = [&](const auto& c) {
         kxProcessOptions options;
         options.arguments = {"-URL", "nope:", "-output", "dummy:"};
         options.directory = directory.path();
@@ -246,5 +267,9 @@ TEST(kxMessageTranslation, ChangesWhatTheToolPrints)
         EXPECT_EQ(tool.wait(), kxExited(99));
         EXPECT_EQ(tool.output(), c.expected + "\rKorvexSDK Fatal::Error in input adapter nope:\n")
             << c.language << " of " << c.file;
-    }
+    };
+    for (const auto& c : cases) check(c);
+    std::filesystem::remove(directory.path("korvexsdk.lng"));
+    ASSERT_EQ(::mkfifo(directory.path("korvexsdk.lng").c_str(), 0600), 0);
+    check(cases[3]);  // a pipe that nobody asked for is not waited for
 }

@@ -1,5 +1,7 @@
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
+#include "support/kxTestPattern.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -73,8 +75,7 @@ TEST(kxSerializeAdapter, EnsureDataReadsAheadAndGivesBackInOrder)
         EXPECT_EQ(source->ensureData(count), expected) << why;
         EXPECT_EQ(take(*source, 100), bytes) << why;
     }
-    std::string bytes;  // of several reading steps
-    for (int index = 0; index < 2500000; ++index) bytes += static_cast<char>(index * 7 / 5);
+    const std::string bytes = kxTestPattern(2500000);  // of several reading steps
     kxRefPointer<ByteSource> source(new ByteSource(bytes, 10));
     EXPECT_TRUE(source->ensureData(2400000));
     EXPECT_EQ(source->length(), 2400010U);
@@ -86,15 +87,13 @@ TEST(kxSerializeAdapter, KeepsInstancesAndOneAttachedObject)
     kxRefPointer<ByteSource> adapter(new ByteSource(""));
     kxRefPointer<ByteSource> object(new ByteSource(""));
     adapter->attachData(object.get());
-    adapter->attachData(nullptr);
-    EXPECT_EQ(object->getReferenceCount(), 2U) << "null changes nothing";
+    EXPECT_EQ(object->getReferenceCount(), 2U);
     adapter->attachData(kxRefPointer<ByteSource>(new ByteSource("")).get());
     EXPECT_EQ(object->getReferenceCount(), 1U);
 
     EXPECT_EQ(adapter->nextInstanceId(), 0U);
     EXPECT_EQ(adapter->nextInstanceId(), 1U);
     adapter->getInstanceDictionary().add(object.get(), 7);
-    EXPECT_EQ(&adapter->getInstanceTable(), &adapter->getInstanceTable());
     adapter->resetInstances();
     EXPECT_EQ(adapter->nextInstanceId(), 0U);
     EXPECT_EQ(adapter->getInstanceDictionary().count(), 0U);

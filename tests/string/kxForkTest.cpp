@@ -1,5 +1,7 @@
 // A process may fork while its other threads use what all threads share.
 #include "kxbase/containers/kxThreadData.h"
+#include "kxbase/core/kxMessage.h"
+#include "kxbase/message/kxMessageManager.h"
 #include "kxbase/string/kxUniqueString.h"
 #include "support/kxForkedChild.h"
 
@@ -15,8 +17,13 @@ kxThreadData<int, 2>& data()
     return data;
 }
 
+struct Receiver : kxMessageReceiverInterface {
+    void receive(const kxString&, std::uint32_t, const kxString&) override {}
+};
+
 void useAll(int number)
 {
+    kxMessage(KX_MESSAGE_WARNING, "%d", number);
     data().next() = number;
     static_cast<void>(kxUniqueString(("fork" + std::to_string(number)).c_str()));
     kxString text("tracked, where the tests run under the memory check");
@@ -25,6 +32,8 @@ void useAll(int number)
 
 TEST(kxFork, AChildFindsNoLockTaken)
 {
+    Receiver receiver;
+    kxMessageManager::instance().addReceiver(receiver);
     useAll(0);
     std::atomic<bool> isOver = false;
     const auto work = [&isOver] {
@@ -36,6 +45,9 @@ TEST(kxFork, AChildFindsNoLockTaken)
         status = kxStatusOfChild([number] { return useAll(number), true; });
     EXPECT_EQ(status, 0);
     isOver = true;
+    first.join();
+    second.join();
+    kxMessageManager::instance().removeReceiver(receiver);
 }
 
 }  // namespace

@@ -62,22 +62,16 @@ TEST(kxIntegerToText, WritesEveryBase)
     EXPECT_EQ(integer(61, {62, 0, KX_DIGITS_LOWER}) + integer(255, {16, 0, KX_DIGITS_UPPER}), "ZFF");
     EXPECT_EQ(integer(-7, {2, 1000, KX_DIGITS_LOWER}), "-" + std::string(997, '0') + "111");
     for (const std::uint32_t base : {0U, 1U, 63U}) EXPECT_EQ(integer(-5, {base, 3, KX_DIGITS_LOWER}), "");
-    char16_t wide[kxDtoARoom(1)];
-    EXPECT_TRUE(kxIntegerToText(wide, -42, {}) == 3 && wide == std::u16string(u"-42"));
-    kxDtoA(wide, -2.5, 1, nullptr);
-    EXPECT_EQ(wide, std::u16string(u"-2.5"));
     const auto compareWithStandard = [](std::uint64_t bits, std::uint32_t base) {
         const auto value = static_cast<std::int64_t>(bits);
         char text[70] = {};
         std::to_chars(text, text + sizeof text, value, static_cast<int>(base));
         ASSERT_EQ(integer(value, {.base = base}), text);
-        const bool isDecimal = base == 10;
-        char decimal[24] = {};
-        ASSERT_EQ(std::string(decimal, isDecimal ? kxIntegerToText(decimal, value) : 0),
-                  isDecimal ? text : "");
     };
-    for (std::uint64_t power = 1, i = 0; i < 20; ++i, power *= 10)
-        for (const std::uint64_t value : {power - 1, power, power + 1}) compareWithStandard(value, 10);
+    for (std::uint64_t power = 1, i = 0; i < 20; ++i, power *= 10) {
+        compareWithStandard(power - 1, 10);
+        compareWithStandard(power, 10);
+    }
     std::mt19937_64 random(3);
     for (std::uint32_t round = 0; round < 5000; ++round)
         compareWithStandard(random() >> (random() % 64), 2 + round % 35);

@@ -15,14 +15,6 @@ static_assert(!std::is_constructible_v<kxArgument, ConvertsToString>, "would ref
 struct FaultyTranslator : kxMessageTranslatorInterface {
     kxString translate(std::string_view, const kxString&, std::uint32_t) override { return "x%q%q%q"; }
 };
-struct FaultyReceiver : kxMessageReceiverInterface {
-    void receive(const kxString&, std::uint32_t, const kxString& text) override
-    {
-        texts.emplace_back(text.view());
-        if (texts.size() < 1000) kxString::format(texts.size() == 1 ? "own %q" : "%q%q");
-    }
-    std::vector<std::string> texts;
-};
 }  // namespace
 
 TEST(kxStringFaults, TextArgumentsAreReadNoFurtherThanNeeded)
@@ -60,12 +52,12 @@ TEST(kxStringFaults, FaultsInAFormatWarningEnd)
     EXPECT_EQ(kxString::format("%q"), "");
     kxMessageManager::instance().setTranslator(nullptr);
     EXPECT_EQ(recorder.takeTexts().size(), 1U);
-    FaultyReceiver receiver;
-    kxMessageManager::instance().addReceiver(receiver);
-    EXPECT_EQ(kxString::format("%q"), "");
-    kxMessageManager::instance().removeReceiver(receiver);
-    EXPECT_EQ(receiver.texts.at(1), "Unknown format option in string 'own %q'") << "a fault of its own";
-    EXPECT_LT(receiver.texts.size(), 20U);
+    std::string faults;
+    while (faults.size() < 10000) faults += "%q";
+    kxString::format(faults.c_str());
+    EXPECT_EQ(recorder.takeTexts().size(), 1U) << "each is as long as the format";
+    kxString::format("%q %q");
+    EXPECT_EQ(recorder.takeTexts().size(), 2U);
 }
 
 TEST(kxStringFaults, LengthsAreNotCut)

@@ -1,25 +1,12 @@
 #include "support/kxCapturedStream.h"
 
-#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace {
-
-constexpr std::size_t kMaximumBytes = 64u << 20;
-
-}  // namespace
-
-kxCapturedStream::~kxCapturedStream()
-{
-    close();
-}
-
 void kxCapturedStream::open(int descriptor)
 {
-    close();
     descriptor_ = descriptor;
     ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
 }
@@ -32,8 +19,7 @@ void kxCapturedStream::drain()
         if (count < 0 && errno == EINTR) continue;
         if (count < 0 && errno == EAGAIN) return;
         if (count <= 0) return close();
-        const std::size_t room = kMaximumBytes - text_.size();
-        text_.append(bytes, std::min(static_cast<std::size_t>(count), room));
+        text_.append(bytes, static_cast<std::size_t>(count));
     }
 }
 

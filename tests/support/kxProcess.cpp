@@ -1,47 +1,105 @@
 #include "support/kxProcess.h"
 
-#include "support/kxProcessLaunch.h"
 #include "support/kxPseudoTerminal.h"
 
 #include <cerrno>
 #include <csignal>
-#include <ctime>
+#include <fstream>
 #include <ostream>
+#include <system_error>
+#include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-void setNonBlocking(int descriptor)
+template <typename Result> Result checked(Result result)
 {
-    if (descriptor >= 0) ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+    if (result < 0) throw std::system_error(errno, std::generic_category(), "kxProcess");
+    return result;
 }
 
-void closeDescriptor(int& descriptor)
+// Answers the program's end of a pipe.
+int openPipe(bool isInput, int& testSide)
 {
-    if (descriptor >= 0) ::close(descriptor);
-    descriptor = -1;
+    int ends[2];
+    checked(::pipe2(ends, O_CLOEXEC));
+    testSide = ends[isInput];
+    return ends[!isInput];
 }
 
-// A write whose SIGPIPE reaches nobody; the signal's disposition stays what the test made it.
-ssize_t writeQuietly(int descriptor, std::string_view bytes)
+int openFile(const std::string& path, int flags)
 {
-    sigset_t pipeSignal, before;
-    sigemptyset(&pipeSignal);
-    sigaddset(&pipeSignal, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipeSignal, &before);
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    const int problem = errno;
-    const timespec now{};
-    if (count < 0 && problem == EPIPE) sigtimedwait(&pipeSignal, nullptr, &now);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    errno = problem;
-    return count;
+    return path.empty() ? -1 : checked(::open(path.c_str(), flags | O_CLOEXEC, 0666));
+}
+
+// What env is to start, with every signal as a shell leaves it, whatever the test ignores. A memory check of the tests
+// themselves would add its report to the output of the program.
+std::vector<std::string> wordsOf(const std::string& program, const kxProcessOptions& options)
+{
+    std::vector<std::string> words = {"env", "--default-signal", "--unset=KORVEX_MEMORY_CHECK"};
+    if (!options.directory.empty()) words.push_back("--chdir=" + options.directory);
+    for (const auto& [name, value] : options.environment) words.push_back(name + "=" + value);
+    words.push_back(program);
+    words.insert(words.end(), options.arguments.begin(), options.arguments.end());
+    return words;
+}
+
+// Prepared before the fork: behind it stand only calls which are safe in the child of a threaded process.
+struct Launch {
+    std::vector<char*> words;
+    int standard[3];  // -1 is closed
+
+    [[noreturn]] void becomeProgram() const
+    {
+        for (int number = 0; number < 3; ++number) {
+            if (standard[number] < 0) ::close(number);
+            if (standard[number] >= 0) ::dup2(standard[number], number);
+        }
+        ::execv("/usr/bin/env", words.data());
+        ::_exit(127);
+    }
+    [[noreturn]] void leadSession(int report, bool isBackground) const;
+};
+
+pid_t job = 0;  // of the session that this process leads
+
+void moveJobToForeground(int)
+{
+    ::tcsetpgrp(STDIN_FILENO, job);
+}
+
+void moveJobToBackground(int)
+{
+    ::tcsetpgrp(STDIN_FILENO, ::getpid());
+}
+
+// Reports the job's id and its wait status, and moves it on signals, until it is killed.
+void Launch::leadSession(int report, bool isBackground) const
+{
+    ::setsid();
+    ::ioctl(standard[0], TIOCSCTTY, 0);
+    std::signal(SIGTTOU, SIG_IGN);  // so that it may set the foreground from outside it
+    job = ::fork();
+    if (job == 0) {
+        ::setpgid(0, 0);
+        if (!isBackground) ::tcsetpgrp(standard[0], ::getpid());
+        becomeProgram();
+    }
+    ::setpgid(job, job);
+    ::dup2(standard[0], STDIN_FILENO);
+    ::dup2(report, STDOUT_FILENO);
+    ::closefrom(STDERR_FILENO);  // copies of the test's pipes would keep their readers from seeing the end
+    std::signal(SIGUSR1, moveJobToForeground);
+    std::signal(SIGUSR2, moveJobToBackground);
+    int status = 0;
+    bool isTold = ::write(STDOUT_FILENO, &job, sizeof job) > 0 && ::waitpid(job, &status, 0) == job &&
+                  ::write(STDOUT_FILENO, &status, sizeof status) > 0;
+    while (isTold) ::pause();
+    ::_exit(1);
 }
 
 }  // namespace
@@ -54,76 +112,68 @@ std::ostream& operator<<(std::ostream& stream, const kxProcessEnd& end)
 }
 
 kxProcess::kxProcess(const std::string& program, const kxProcessOptions& options)
+    : terminal_(options.terminal)
 {
-    start(program, options);
-}
-
-kxProcess::kxProcess(const std::string& program, kxPseudoTerminal& terminal,
-                     std::vector<std::string> arguments)
-{
-    const kxProcessStream stream = kxProcessStream::terminal();
-    start(program, {.arguments = std::move(arguments),
-                    .input = stream,
-                    .output = stream,
-                    .error = stream,
-                    .terminal = &terminal});
-}
-
-void kxProcess::start(const std::string& program, const kxProcessOptions& options)
-{
-    kxProcessLaunch launch(program, options);
-    child_ = id_ = launch.run();
-    terminal_ = options.terminal;
-    input_ = launch.input.take();
-    commands_ = launch.commands.take();
-    reports_ = launch.reports.take();
-    for (int descriptor : {input_, reports_}) setNonBlocking(descriptor);
-    if (const int reading = launch.output.take(); reading >= 0) output_.open(reading);
-    if (const int reading = launch.error.take(); reading >= 0) error_.open(reading);
-    if (!terminal_) return;
-    const auto end = Clock::now() + KX_TEST_TIMEOUT;
-    for (takeStatus(); id_ == child_ && Clock::now() < end; takeStatus()) idle();
+    std::vector<std::string> words = wordsOf(program, options);
+    Launch launch{};
+    for (std::string& word : words) launch.words.push_back(word.data());
+    launch.words.push_back(nullptr);
+    int output = -1, error = -1, report = -1;
+    if (terminal_ != nullptr) {
+        for (int& stream : launch.standard) stream = checked(::fcntl(terminal_->slave(), F_DUPFD_CLOEXEC, 3));
+        report = openPipe(false, reports_);
+    } else {
+        const int flags = O_WRONLY | O_CREAT | O_TRUNC;
+        launch.standard[0] = options.input ? openFile(*options.input, O_RDONLY) : openPipe(true, input_);
+        launch.standard[1] = options.output ? openFile(*options.output, flags) : openPipe(false, output);
+        launch.standard[2] = openPipe(false, error);
+    }
+    child_ = id_ = checked(::fork());
+    if (child_ == 0 && terminal_ != nullptr) launch.leadSession(report, options.startsInBackground);
+    if (child_ == 0) launch.becomeProgram();
+    for (const int mine : {launch.standard[0], launch.standard[1], launch.standard[2], report}) ::close(mine);
+    if (terminal_ != nullptr) checked(::read(reports_, &id_, sizeof id_));
+    for (const int stream : {input_, reports_}) ::fcntl(stream, F_SETFL, O_NONBLOCK);
+    if (output >= 0) output_.open(output);
+    if (error >= 0) error_.open(error);
 }
 
 kxProcess::~kxProcess()
 {
-    closeDescriptor(input_);
-    // The parent of a session ends its job itself when the pipe closes.
-    closeDescriptor(commands_);
-    closeDescriptor(reports_);
-    if (!terminal_ && !end_.ended) ::kill(child_, SIGKILL);
-    if (terminal_ || !end_.ended) ::waitpid(child_, nullptr, 0);
+    signal(SIGKILL);
+    if (terminal_ != nullptr) ::kill(child_, SIGKILL);
+    if (terminal_ != nullptr || !end_.ended) ::waitpid(child_, nullptr, 0);
+    closeInput();
+    ::close(reports_);
 }
 
-bool kxProcess::write(std::string_view bytes, std::chrono::milliseconds timeout)
+bool kxProcess::write(std::string_view bytes)
 {
-    const auto end = Clock::now() + timeout;
-    while (!bytes.empty()) {
-        const ssize_t count = writeQuietly(input_, bytes);
-        if (count >= 0)
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        else if ((errno != EAGAIN && errno != EINTR) || Clock::now() >= end)
-            return false;
-        else
-            idle(true);
-    }
-    return true;
+    std::signal(SIGPIPE, SIG_IGN);
+    return kxAwait([&] {
+               drain();
+               const ssize_t count = ::write(input_, bytes.data(), bytes.size());
+               if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
+               return bytes.empty() || (count < 0 && errno == EPIPE);
+           }) &&
+           bytes.empty();
 }
 
 void kxProcess::closeInput()
 {
-    closeDescriptor(input_);
+    if (input_ >= 0) ::close(std::exchange(input_, -1));
 }
 
-bool kxProcess::readUntil(std::string_view text, std::chrono::milliseconds timeout)
+bool kxProcess::readUntil(std::string_view text)
 {
-    const auto end = Clock::now() + timeout;
-    output_.drain();
-    while (!output_.find(text)) {
-        if (output_.descriptor() < 0 || Clock::now() >= end) return false;
-        idle();
-    }
-    return true;
+    bool isFound = false;
+    kxAwait([&] {
+        const bool hasEnded = output_.descriptor() < 0;
+        drain();
+        isFound = output_.find(text);
+        return isFound || hasEnded;
+    });
+    return isFound;
 }
 
 const std::string& kxProcess::output()
@@ -140,85 +190,56 @@ const std::string& kxProcess::error()
 
 void kxProcess::signal(int number)
 {
-    takeStatus();
+    takeEnd();
     // The id of a process that has been reaped may belong to another one.
     if (!end_.ended) ::kill(id_, number);
 }
 
 kxProcessEnd kxProcess::wait(std::chrono::milliseconds timeout)
 {
-    const auto end = Clock::now() + timeout;
-    for (takeStatus(); !end_.ended && Clock::now() < end; takeStatus()) idle();
-    output_.drain();
-    error_.drain();
+    const auto hasEnded = [this] {
+        drain();
+        takeEnd();
+        return end_.ended;
+    };
+    kxAwait(hasEnded, timeout);
+    drain();
     return end_;
 }
 
-bool kxProcess::waitUntilStopped(std::chrono::milliseconds timeout)
+bool kxProcess::waitUntilStopped()
 {
-    return waitUntil(true, timeout);
-}
-
-bool kxProcess::waitUntilContinued(std::chrono::milliseconds timeout)
-{
-    return waitUntil(false, timeout);
-}
-
-bool kxProcess::waitUntil(bool stopped, std::chrono::milliseconds timeout)
-{
-    const auto end = Clock::now() + timeout;
-    for (takeStatus(); stopped_ != stopped && !end_.ended && Clock::now() < end; takeStatus()) idle();
-    return !end_.ended && stopped_ == stopped;
+    return kxAwait([this] {
+        drain();
+        std::ifstream file("/proc/" + std::to_string(id_) + "/stat");
+        std::string number, name, state;
+        return file >> number >> name >> state && state == "T";
+    });
 }
 
 void kxProcess::toForeground()
 {
-    command('f');
+    ::kill(child_, SIGUSR1);
+    kxAwait([this] { return terminal_->foreground() == id_; });
 }
 
 void kxProcess::toBackground()
 {
-    command('b');
+    ::kill(child_, SIGUSR2);
+    kxAwait([this] { return terminal_->foreground() == child_; });
 }
 
-// Answers when the parent of the session has done it, so that the test may rely on it.
-void kxProcess::command(char letter)
+void kxProcess::takeEnd()
 {
-    commandDone_ = false;
-    if (writeQuietly(commands_, {&letter, 1}) != 1) return;
-    const auto end = Clock::now() + KX_TEST_TIMEOUT;
-    for (takeStatus(); !commandDone_ && Clock::now() < end; takeStatus()) idle();
-}
-
-void kxProcess::takeStatus()
-{
-    kxJobReport report{};
-    while (reports_ >= 0 && ::read(reports_, &report, sizeof report) == ssize_t(sizeof report)) {
-        if (report.kind == kxJobReport::Started) id_ = report.value;
-        if (report.kind == kxJobReport::Status) apply(report.value);
-        if (report.kind == kxJobReport::Done) commandDone_ = true;
-    }
     int status = 0;
-    while (!terminal_ && !end_.ended && ::waitpid(child_, &status, WNOHANG | WUNTRACED | WCONTINUED) > 0)
-        apply(status);
+    const bool hasEnded = terminal_ != nullptr ? ::read(reports_, &status, sizeof status) > 0
+                                               : !end_.ended && ::waitpid(child_, &status, WNOHANG) > 0;
+    if (hasEnded) end_ = WIFEXITED(status) ? kxExited(WEXITSTATUS(status)) : kxKilledBy(WTERMSIG(status));
 }
 
-void kxProcess::apply(int waitStatus)
+void kxProcess::drain()
 {
-    stopped_ = WIFSTOPPED(waitStatus);
-    if (WIFEXITED(waitStatus)) end_ = kxExited(WEXITSTATUS(waitStatus));
-    if (WIFSIGNALED(waitStatus)) end_ = kxKilledBy(WTERMSIG(waitStatus));
-}
-
-// Waits a moment for something to happen and takes in what came.
-void kxProcess::idle(bool wantsToWrite)
-{
-    pollfd entries[] = {{output_.descriptor(), POLLIN, 0},
-                        {error_.descriptor(), POLLIN, 0},
-                        {reports_, POLLIN, 0},
-                        {wantsToWrite ? input_ : -1, POLLOUT, 0}};
-    ::poll(entries, std::size(entries), 5);
     output_.drain();
     error_.drain();
-    if (terminal_) terminal_->screen();
+    if (terminal_ != nullptr) terminal_->screen();
 }

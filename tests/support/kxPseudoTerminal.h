@@ -3,20 +3,17 @@
 // Ownership: owns both ends; the program's end stays open here, so that the terminal outlives the program
 //            and its attributes can be compared before and after. Must outlive the processes started on it.
 // Threads:   one thread at a time.
-// Errors:    a terminal that cannot be made throws std::system_error. Every wait ends after its time-out.
+// Errors:    what the system refuses throws std::system_error. Every wait ends after its time-out.
 #pragma once
 
 #include "support/kxCapturedStream.h"
 
-#include <chrono>
-#include <string>
-#include <string_view>
-
+#include <sys/types.h>
 #include <termios.h>
 
 class kxPseudoTerminal {
 public:
-    // 24 lines of 80 columns in the system's initial mode: lines are edited and echoed, signals are on.
+    // In the system's initial mode: lines are edited and echoed, signals are on.
     kxPseudoTerminal();
     ~kxPseudoTerminal();
     kxPseudoTerminal(const kxPseudoTerminal&) = delete;
@@ -28,30 +25,19 @@ public:
     // The attributes in force now.
     termios attributes() const;
 
+    // The process group that has the terminal.
+    pid_t foreground() const;
+
     // Types the bytes; control characters act as keys ("\x03" interrupts, "\x1a" stops, "\x04" ends the input).
-    bool send(std::string_view keys, std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
+    bool send(std::string_view keys);
 
     // Waits until the text shows on the screen behind all texts found before.
-    bool readUntil(std::string_view text, std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);
-
-    // Waits until the condition on the attributes holds, as in "echo has been turned off".
-    template <class Condition>
-    bool waitForAttributes(Condition holds, std::chrono::milliseconds timeout = KX_TEST_TIMEOUT)
-    {
-        const auto end = std::chrono::steady_clock::now() + timeout;
-        while (!holds(attributes())) {
-            if (std::chrono::steady_clock::now() >= end) return false;
-            pause();
-        }
-        return true;
-    }
+    bool readUntil(std::string_view text);
 
     // All that was shown so far. What is typed is part of it while echo is on.
     const std::string& screen();
 
 private:
-    void pause();
-
     int slave_ = -1;
     int master_ = -1;
     kxCapturedStream screen_;

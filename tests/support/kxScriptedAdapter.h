@@ -21,17 +21,9 @@ public:
     std::size_t shortRead = std::string::npos;
     // What it says to have at least, true or not.
     std::uint32_t claimed = 0;
-    // Answers of hasError() before it becomes true; negative is never.
-    int turnsBeforeError = -1;
     // All that was written.
     std::string written;
 
-    bool hasError() override
-    {
-        if (turnsBeforeError == 0) return true;
-        if (turnsBeforeError > 0) --turnsBeforeError;
-        return kxSerializeAdapter::hasError();
-    }
     std::uint32_t flush() override
     {
         note("flush");

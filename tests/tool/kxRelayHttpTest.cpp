@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <thread>
 
 namespace {
 
@@ -112,31 +111,4 @@ TEST_F(kxRelayHttp, FetchesThroughAProxy)
     // A server that is not there: the page is the proxy's.
     const std::string page = fetch("http:127.0.0.1:1/", {{variable, "http://me:pw@" + proxy->place() + "/"}});
     EXPECT_NE(page.find("tinyproxy"), std::string::npos);
-}
-
-TEST_F(kxRelayHttp, FetchesFromAServerThatClosesAfterwards)
-{
-    const kxTestServer server("/usr/bin/env", [&](const std::string& port) {
-        // It takes the whole URI of a request for a path.
-        const std::string place = folder.path("http:/127.0.0.1:" + port);
-        std::filesystem::create_directories(place);
-        std::filesystem::copy(medium, place + "/medium");
-        return std::vector<std::string>{"python3", "-m",        "http.server", port,
-                                        "-b",      "127.0.0.1", "-d",          folder.path()};
-    });
-    EXPECT_TRUE(deliversFile("medium", "http:" + server.place() + "/medium"));
-    EXPECT_NE(fetch("http:" + server.place() + "/none").find("Error code: 404"), std::string::npos);
-}
-
-TEST_F(kxRelayHttp, TakesAStreamingServersReply)
-{
-    kxTestSocket listener = kxTestSocket::listener();
-    std::thread server([&] {
-        kxTestSocket peer = listener.accept();
-        peer.receive();
-        peer.send("RTSP/1.0 200 OK\r\nCSeq: 1\r\nContent-Length: 5\r\n\r\nv=0\r\n");
-        peer.receive();  // until the tool has gone
-    });
-    EXPECT_EQ(fetch("http:" + listener.url("") + "/stream"), "v=0\r\n");
-    server.join();
 }

@@ -34,7 +34,7 @@ TEST(kxRelayNet, ShowsDatagramsAndSendsWhatIsTyped)
 {
     kxTestSocket other = kxTestSocket::datagram(kDefaultPort);
     kxPseudoTerminal terminal;
-    kxProcess tool(KX_TEST_TOOL, terminal);
+    kxProcess tool(KX_TEST_TOOL, {.terminal = &terminal});
     ASSERT_TRUE(terminal.readUntil("with output 'con:'"));
     other.sendTo(kDefaultPort, ownWord("shown"), kEverybodyHere);
     EXPECT_TRUE(terminal.readUntil(ownWord("shown")));
@@ -59,7 +59,7 @@ TEST(kxRelayNet, RelaysBetweenTwoServersUntilTheInputEnds)
     const std::string url = from.url("tcp:") + "?blocking=no";
     const std::string outputUrl = to.url("tcp:") + "?blocking=no";
     kxProcessOptions options{.arguments = {"-URL", url, "-output", outputUrl}};
-    options.input = kxProcessStream::closed();  // so that a socket might take its descriptor
+    options.input = "";  // so that a socket might take its descriptor
     kxProcess tool(KX_TEST_TOOL, options);
     kxTestSocket input = from.accept();
     kxTestSocket output = to.accept();

@@ -59,16 +59,15 @@ TEST_F(kxRelayTest, OnlyAnErrorOfTheInputEndsIt)
 {
     output->setError("gone");
     input->ready = "abc";
-    input->turnsBeforeError = 1;
-    relay.run();
-    EXPECT_EQ(output->written, "Opened URL 'from:%s' with output 'to:'\r\nabc");
-    EXPECT_EQ(journal[1], "out.flush") << "the notice is flushed";
-
-    journal.clear();
+    EXPECT_TRUE(relay.turn());
     input->ready = "late";
     input->setError("broken");
+    journal.clear();
     EXPECT_FALSE(relay.turn());
     EXPECT_EQ(journal, Journal()) << "nothing moves any more";
+    relay.run();
+    EXPECT_EQ(output->written, "abcOpened URL 'from:%s' with output 'to:'\r\n");
+    EXPECT_EQ(journal[1], "out.flush") << "the notice is flushed";
 }
 
 TEST_F(kxRelayTest, APingIsSixCharactersAndAZeroByteUnflushed)

@@ -9,6 +9,11 @@ constexpr std::size_t kMaxFrames = 1'000'000;
 // A stack beyond this is not kept for the next match.
 constexpr std::size_t kKeptFrames = 10'000;
 
+// So many characters given back or compared in vain count as a failure, and so many instructions that neither fail
+// nor take anything.
+constexpr std::uint32_t kCharactersOfStep = 16;
+constexpr std::uint32_t kIdleOfStep = 4;
+
 constexpr const char* kTooDeep = "Too many nested rules";
 constexpr const char* kTooLong = "Too much input";
 constexpr const char* kTooManyRecords = "Too many values";
@@ -66,9 +71,8 @@ inline bool kxMatchMachine::enterRule(const kxInstruction& instruction)
     return true;
 }
 
-inline void kxMatchMachine::leaveRule(const kxInstruction& instruction)
+inline void kxMatchMachine::leaveRule()
 {
-    stepsLeft_ -= instruction.a;
     const Frame& frame = frames_.back();
     --depth_;
     if (tracer_ != nullptr)
@@ -116,7 +120,6 @@ inline bool kxMatchMachine::endRound(const kxInstruction& instruction)
         frames_.pop_back();
         return true;
     }
-    stepsLeft_ -= (&instruction - &program_->code[instruction.b]) / KX_LEX_WORK_OF_STEP;
     frame.position = position_;
     frame.records = log_.count();
     frame.mark = mark_;
@@ -139,7 +142,7 @@ inline bool kxMatchMachine::comeBack()
         if (frame.kind == FrameKind::kRounds &&
             frame.count < program_->bounds[program_->code[frame.at - 1].a].minimum)
             continue;
-        if (from > frame.position) stepsLeft_ -= (from - frame.position) / KX_LEX_WORK_OF_STEP;
+        if (from > frame.position) stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
         position_ = frame.position;
         log_.cutTo(frame.records);
         mark_ = frame.mark;
@@ -167,12 +170,17 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
     const kxProgramSet* const sets = program.sets.data();
     const kxInstruction* at = code;
     std::uint32_t position = 0;
+    std::uint32_t idle = 0;  // instructions that took nothing and have not been counted
     const char16_t* units = units_;
     std::uint32_t end = end_;
 
     const auto store = [&] {
         at_ = static_cast<std::uint32_t>(at - code);
         position_ = position;
+    };
+    const auto countIdle = [&] {
+        stepsLeft_ -= idle / kIdleOfStep;
+        idle = 0;
     };
     const auto loadInput = [&] {
         position = position_;
@@ -207,6 +215,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
                 continue;
             }
             if (fault_ != nullptr) break;
+            ++idle;
             at = code + at->b;
             continue;
         case KX_OP_SWITCH:
@@ -243,10 +252,11 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
                 loadInput();
                 if (!matches) break;
             } else if (taken < at->b) {
-                stepsLeft_ -= taken / KX_LEX_WORK_OF_STEP;
+                stepsLeft_ -= taken / kCharactersOfStep;
                 break;
             } else {
                 position += taken;
+                idle += taken == 0 ? 1 : 0;
             }
             ++at;
             continue;
@@ -265,10 +275,11 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
                 if (!matches) break;
             } else {
                 if (taken < bounds.minimum) {
-                    stepsLeft_ -= taken / KX_LEX_WORK_OF_STEP;
+                    stepsLeft_ -= taken / kCharactersOfStep;
                     break;
                 }
                 position += taken;
+                idle += taken == 0 ? 1 : 0;
             }
             ++at;
             continue;
@@ -279,6 +290,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             ++at;
             continue;
         case KX_OP_COMMIT:
+            ++idle;
             frames_.pop_back();
             [[fallthrough]];
         case KX_OP_JUMP:
@@ -296,6 +308,8 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             continue;
         case KX_OP_AGAIN:
             position_ = position;
+            ++idle;
+            countIdle();
             at = endRound(*at) ? at + 1 : code + at->b;
             if (stepsLeft_ >= 0) [[likely]]
                 continue;
@@ -303,12 +317,13 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             break;
         case KX_OP_CALL:
             store();
+            countIdle();
             if (!enterRule(*at)) break;
             at = code + at->b;
             continue;
         case KX_OP_RETURN:
             position_ = position;
-            leaveRule(*at);
+            leaveRule();
             at = code + at_;
             continue;
         case KX_OP_NATIVE: {
@@ -377,7 +392,7 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
     if (matches)
         position_ += taken;
     else
-        stepsLeft_ -= taken / KX_LEX_WORK_OF_STEP;
+        stepsLeft_ -= taken / kCharactersOfStep;
     return matches;
 }
 
@@ -399,7 +414,7 @@ bool kxMatchMachine::takeRun(const kxProgramSet& set, const kxProgramBounds& bou
     if (matches)
         position_ += taken;
     else
-        stepsLeft_ -= taken / KX_LEX_WORK_OF_STEP;
+        stepsLeft_ -= taken / kCharactersOfStep;
     return matches;
 }
 
@@ -416,7 +431,7 @@ bool kxMatchMachine::runFunction(const kxFuncInfo& function)
         result = function.function()(input_);
         isShort_ = isShort_ || (result == KX_LEX_NO_MATCH && input_.hasTouchedEnd());
     }
-    const bool isBehind = result == KX_LEX_OK && input_.position() < position_;
+    const bool isIdle = result == KX_LEX_OK && input_.position() <= position_;
     if (result == KX_LEX_OK) position_ = input_.position();
     const auto end = static_cast<std::uint32_t>(input_.units().size());
     stepsLeft_ += (end - end_) * KX_LEX_STEPS_PER_CHARACTER;
@@ -425,7 +440,7 @@ bool kxMatchMachine::runFunction(const kxFuncInfo& function)
     if (tracer_ != nullptr) tracer_->leaveFunction(function, depth_, input_.placeOf(position_), result);
     if (input_.isFull()) return stop(kTooLong);
     if (result != KX_LEX_OK && result != KX_LEX_NO_MATCH) return stop("Function failed");
-    if (isBehind && --stepsLeft_ < 0) return stop(kTooManySteps);
+    if (isIdle && --stepsLeft_ < 0) return stop(kTooManySteps);
     return result == KX_LEX_OK;
 }
 

@@ -20,9 +20,8 @@
 constexpr std::uint32_t KX_LEX_MAX_DEPTH = 10000;
 // Records of one match.
 constexpr std::uint32_t KX_LEX_MAX_RECORDS = 4 * 1024 * 1024;
-// Steps of one match, and how many more each character read allows. A call and a failure are one each; so is what
-// goes on without either, for every KX_LEX_WORK_OF_STEP characters given back or compared in vain and instructions gone
-// through.
+// Steps of one match, and how many more each character read allows. A call and a failure are one each; so are a few
+// characters given back or compared in vain, and a few instructions that found nothing to take.
 constexpr std::int64_t KX_LEX_STEPS = 200'000'000;
 constexpr std::int64_t KX_LEX_STEPS_PER_CHARACTER = 20;
 
@@ -65,7 +64,7 @@ private:
     bool takeText(const kxInstruction& instruction);
     bool takeRun(const kxProgramSet& set, const kxProgramBounds& bounds, std::uint32_t taken);
     bool enterRule(const kxInstruction& instruction);
-    void leaveRule(const kxInstruction& instruction);
+    void leaveRule();
     bool push(const Frame& frame);
     bool pushChoice(FrameKind kind, std::uint32_t otherWay);
     bool endRound(const kxInstruction& instruction);

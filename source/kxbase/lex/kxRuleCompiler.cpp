@@ -38,7 +38,7 @@ public:
         for (const kxRuleSet::Rule& rule : set_.rules()) {
             program_.entries.push_back(here());
             compileRule(rule);
-            emit(KX_OP_RETURN, (here() - program_.entries.back()) / KX_LEX_WORK_OF_STEP);
+            emit(KX_OP_RETURN);
         }
         for (kxInstruction& instruction : program_.code) {
             if (instruction.operation == KX_OP_CALL) instruction.b = program_.entries[instruction.a];

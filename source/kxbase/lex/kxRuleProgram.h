@@ -28,7 +28,7 @@ enum kxOperation : std::uint8_t {
     KX_OP_REPEAT,   // begins rounds within bounds `a`; they end at `b`
     KX_OP_AGAIN,    // ends a round within bounds `a`; the next one begins at `b`
     KX_OP_CALL,     // runs rule `a`, which begins at `b`
-    KX_OP_RETURN,   // ends a rule, whose instructions are `a` steps
+    KX_OP_RETURN,   // ends a rule
     KX_OP_NATIVE,   // runs function `a`
     KX_OP_MARK,     // marks the position
     KX_OP_PUSH,     // records the text since the mark for function `a`
@@ -37,9 +37,6 @@ enum kxOperation : std::uint8_t {
     KX_OP_DONE,     // the start rule has matched
     KX_OP_COUNT
 };
-
-// Characters or instructions whose work counts as one step.
-constexpr std::int32_t KX_LEX_WORK_OF_STEP = 16;
 
 struct kxInstruction {
     kxOperation operation;

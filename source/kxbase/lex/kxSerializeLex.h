@@ -38,7 +38,8 @@ public:
 
     // Adds one rule, `name ::= expression`. It replaces the rule or function of that name.
     bool addRule(std::string_view text);
-    // Adds the rules of a set, each ended by ";". False when one was not well formed; the others are added.
+    // Adds the rules of a set, each ended by ";". False when one was not well formed; the others are added. Faults name
+    // the line and the column in the set.
     bool addRules(std::string_view set);
     // The same from a URL. False also when there is nothing to read, or too much.
     bool loadRules(const kxString& url);

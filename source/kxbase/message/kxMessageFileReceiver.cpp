@@ -2,11 +2,10 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxForkCount.h"
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/core/kxMutex.h"
-#include "kxbase/core/kxUndestroyed.h"
+#include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/message/kxMessagePrefix.h"
-#include "kxbase/platform/kxPlatformThread.h"
 
 #include <chrono>
 #include <cstdio>
@@ -16,18 +15,9 @@ namespace {
 
 constexpr std::size_t kMostPendingBytes = 65536;
 
-std::uint32_t forks = 0;  // that led to this process, while there was a file receiver
-
 kxMutex& sharedMutex()
 {
-    static constinit kxUndestroyed<kxMutex> mutex;
-    static constinit kxPlatformForkGuard guard{[] { mutex.value.lock(); }, [] { mutex.value.unlock(); },
-                                               [] {
-                                                   ++forks;
-                                                   mutex.value.unlock();
-                                               }};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
-    return mutex.value;
+    return kxProcessMutex<kxMessageFileReceiver>();
 }
 
 std::string timeText(double secondsSince1970)
@@ -75,6 +65,7 @@ void kxMessageFileReceiver::receive(const kxString& sender, std::uint32_t level,
 
 void kxMessageFileReceiver::leaveToParent()
 {
+    const std::uint32_t forks = kxForkCount();
     if (std::exchange(forksBefore_, forks) != forks) pending_.clear();
 }
 

@@ -9,6 +9,7 @@
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/message/kxMessageSilence.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
@@ -82,13 +83,12 @@ struct kxMessageManager::Delivery {
     static thread_local std::uint32_t depth;
     static thread_local std::uint32_t nestedSends;  // within the outermost send
     static thread_local std::uint32_t vainTicket;   // of the change stood back for in vain
-    static thread_local bool isMakingReceiver;
-    static thread_local Changes* waiting;  // changes asked for by receivers
+    static thread_local Changes* waiting;           // changes asked for by receivers
 
     static bool isInside() { return depth != 0; }
     static bool mayBegin()
     {
-        return !isMakingReceiver && depth < kDeepestNesting && nestedSends < kMostNestedSends;
+        return !kxMessageSilence::isInside() && depth < kDeepestNesting && nestedSends < kMostNestedSends;
     }
 
     static bool isRemoved(const kxMessageReceiverInterface* receiver)
@@ -126,16 +126,7 @@ struct kxMessageManager::Delivery {
 thread_local std::uint32_t kxMessageManager::Delivery::depth = 0;
 thread_local std::uint32_t kxMessageManager::Delivery::nestedSends = 0;
 thread_local std::uint32_t kxMessageManager::Delivery::vainTicket = 0;
-thread_local bool kxMessageManager::Delivery::isMakingReceiver = false;
 thread_local kxMessageManager::Delivery::Changes* kxMessageManager::Delivery::waiting = nullptr;
-
-// What the creation of a receiver sends goes nowhere: it must not ask for that receiver.
-struct kxMessageManager::MakingReceiver {
-    MakingReceiver() { Delivery::isMakingReceiver = true; }
-    ~MakingReceiver() { Delivery::isMakingReceiver = false; }
-    MakingReceiver(const MakingReceiver&) = delete;
-    MakingReceiver& operator=(const MakingReceiver&) = delete;
-};
 
 // A fork happens while nobody changes the list: it is locked for reading, since a receiver may be what forks. In
 // the child a new lock takes the place of the old one, which threads that are not there may hold or wait for.
@@ -224,7 +215,7 @@ DefaultMessageReceiver& kxMessageManager::defaultReceiver()
 {
     const kxBodyGuard guard(kxProcessMutex<DefaultMessageReceiver>());
     if (defaultReceiver_ == nullptr) {
-        const MakingReceiver making;
+        const kxMessageSilence silence;  // what its creation sends would ask for the receiver
         defaultReceiver_ = new DefaultMessageReceiver;
     }
     return *defaultReceiver_;

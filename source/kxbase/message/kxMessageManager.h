@@ -62,7 +62,6 @@ private:
     struct Change;
     struct Delivery;
     struct Fork;
-    struct MakingReceiver;
     struct Waiting;
 
     kxMessageManager();

@@ -31,6 +31,7 @@
 
 class kxSerializeAdapterNet : public kxSerializeAdapter {
 public:
+    bool hasEnd() const override { return true; }
     bool hasError() override;
     kxString getError() override;
     void setError(const kxString& text) override;

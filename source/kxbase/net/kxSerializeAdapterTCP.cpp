@@ -85,7 +85,11 @@ bool kxSerializeAdapterTCP::connectTo(const kxSocketAddress& destination, const 
     const double end = kxClock::seconds() + kConnectSeconds;
     while (connection_.error() == KX_SOCKET_OK && !connection_.connect(destination)) {
         if (connection_.error() != KX_SOCKET_OK) break;
-        if (kxClock::seconds() >= end) return fail("Unable to connect IP adress %s", url);
+        if (kxClock::seconds() >= end) {
+            // The attempt is given up, lest it succeeds later.
+            connection_.close(false);
+            return fail("Unable to connect IP adress %s", url);
+        }
         connection_.waitForRoom(kConnectPauseMilliseconds);
     }
     if (connection_.error() != KX_SOCKET_OK) {

@@ -55,7 +55,10 @@ static_assert(std::size(kErrorTexts) == KX_SOCKET_NO_DEVICE + 1, "one text for e
 // Systems take 0.0.0.0 as this machine, which is never what an address that came to nothing is to mean.
 bool isDestination(const kxSocketAddress& address)
 {
-    return address.hostValue() != 0;
+    std::uint32_t host = 0;
+    std::uint16_t port = 0;
+    const bool isIPv4 = kxPlatformAddressRead(address.bytes().data(), address.bytes().size(), host, port);
+    return isIPv4 ? host != 0 : !address.isEmpty();
 }
 
 }  // namespace
@@ -106,6 +109,9 @@ std::int64_t kxSocket::counted(const kxPlatformSocketResult& result)
 bool kxSocket::create(kxSocketFamily family, kxSocketKind kind)
 {
     close(true);
+    localAddress_.clear();
+    peerAddress_.clear();
+    multicastInterface_ = 0;
     const bool isDatagram = kind == KX_SOCKET_DATAGRAM && family != KX_SOCKET_INFRARED;
     kind_ = isDatagram ? KX_SOCKET_DATAGRAM : KX_SOCKET_STREAM;
     const kxPlatformSocketOpened opened = kxPlatformSocketOpen(family, kind_);

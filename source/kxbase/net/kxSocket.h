@@ -59,7 +59,8 @@ public:
     bool awaitPeerClose(double seconds);
     // A graceful close of a stream ends sending and waits up to 2 seconds for the peer to close, which detect-close
     // notices; else what is pending is read away, since closing over it would destroy what the peer has not read
-    // yet. False when the peer did not close in time. The socket then is as new, its error gone.
+    // yet. False when the peer did not close in time. The error is gone then; the addresses can still be asked for,
+    // until another socket is created.
     bool close(bool graceful);
 
     // What was moved, or -1. At the end of a stream, receiving answers 0.

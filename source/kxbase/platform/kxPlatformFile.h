@@ -30,6 +30,9 @@ struct kxPlatformReady {
 
 enum kxPlatformWriteMode : std::uint8_t { KX_PLATFORM_TRUNCATE, KX_PLATFORM_APPEND };
 
+// Whether the path names a pipe, a device or something else that is neither a file nor a directory: opening or reading
+// that may wait without end.
+bool kxPlatformFileIsSpecial(const char* path);
 // A directory is refused.
 kxPlatformFileOpened kxPlatformFileOpenRead(const char* path);
 // Makes the file when there is none. Every write goes to the end of the file as it then is.

@@ -1,16 +1,15 @@
 #include "kxbase/program/kxDefaultMessageTranslator.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
-#include "kxbase/core/kxUndestroyed.h"
-#include "kxbase/message/kxMessageManager.h"
+#include "kxbase/message/kxMessageSilence.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformFile.h"
 #include "kxbase/platform/kxPlatformThread.h"
-#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
+#include <algorithm>
 #include <array>
 
 #include <cxxabi.h>
@@ -18,46 +17,50 @@
 namespace {
 
 constexpr const char* kFileVariable = "KORVEX_LANGUAGE_FILE";
-constexpr const char* kDefaultFile = "file:korvexsdk.lng";
+constexpr const char* kDefaultScheme = "file:";
+constexpr const char* kDefaultFile = "korvexsdk.lng";
 constexpr std::uint32_t kBlockBytes = 4096;
-constexpr std::uint32_t kLongestWaitMilliseconds = 1000;
+constexpr std::uint32_t kPauseMilliseconds = 5;
 
-thread_local bool isReading = false;  // the messages of this thread come from reading a language file
-
-std::uint32_t forks = 0;  // that led to this process, since the first translation
-
-kxMutex& beginMutex()
+// Asked for the end, an adapter may tell why it came; of a language file nothing is told.
+bool hasFailed(kxSerializeAdapter& adapter)
 {
-    static constinit kxUndestroyed<kxMutex> mutex;
-    static constinit kxPlatformForkGuard guard{[] { mutex.value.lock(); }, [] { mutex.value.unlock(); },
-                                               [] {
-                                                   ++forks;
-                                                   mutex.value.unlock();
-                                               }};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
-    return mutex.value;
+    const kxMessageSilence silence;
+    return adapter.hasError();
 }
 
-// Some adapters have no end that could be waited for, so the file ends where nothing is there any more.
+// A last line counts without a line end, but only if the file has ended there and was not left.
 void parse(kxSerializeAdapter& adapter, kxTranslations& translations)
 {
     const double latest = kxClock::seconds() + KX_LANGUAGE_FILE_MAX_SECONDS;
     kxLanguageFileParser parser(translations);
     std::array<std::uint8_t, kBlockBytes> block;
     for (std::uint32_t left = KX_LANGUAGE_FILE_MAX_BYTES; left != 0 && kxClock::seconds() < latest;) {
-        if (adapter.length() == 0 && !adapter.hasData()) break;
-        const std::uint32_t count = adapter.read(block.data(), std::min(left, kBlockBytes));
-        if (count == 0) break;
+        const bool wasActive = adapter.isActive();  // before the look, which finds what came until then
+        // A connection would wait for more than there is.
+        const std::uint32_t wanted = std::min({left, kBlockBytes, adapter.length()});
+        const std::uint32_t count = wanted != 0 ? adapter.read(block.data(), wanted) : 0;
         parser.read(block.data(), count);
         left -= count;
+        if (count != 0) continue;
+        if (!wasActive || !adapter.hasEnd() || hasFailed(adapter)) return parser.finish();
+        kxPlatformSleep(kPauseMilliseconds);
     }
-    parser.finish();
 }
 
-std::unique_ptr<const kxTranslations> readLanguageFile()
+// Nobody asked for the file that just lies there, so it must not be one that waits.
+kxString fileUrl()
 {
     const char* const setting = kxPlatformEnvironment(kFileVariable);
-    const kxString url(setting != nullptr && *setting != '\0' ? setting : kDefaultFile);
+    if (setting != nullptr && *setting != '\0') return setting;
+    return kxPlatformFileIsSpecial(kDefaultFile) ? kxString() : kxString(kDefaultScheme) + kDefaultFile;
+}
+
+// Null when there is no file.
+std::unique_ptr<const kxTranslations> readLanguageFile()
+{
+    const kxString url = fileUrl();
+    if (url.isEmpty()) return nullptr;
     const auto adapter = kxSerializeAdapter::getAdapter(url, KX_SERIALIZE_INPUT, KX_SERIALIZE_SILENT);
     if (!adapter) return nullptr;
     auto translations = std::make_unique<kxTranslations>();
@@ -67,27 +70,6 @@ std::unique_ptr<const kxTranslations> readLanguageFile()
 
 }  // namespace
 
-// However the reading ends, it was the only one.
-struct kxDefaultMessageTranslator::Reading {
-    explicit Reading(kxDefaultMessageTranslator& owner) : translator(owner) { isReading = true; }
-    ~Reading()
-    {
-        isReading = false;
-        translator.progress_.store(READ);
-        kxPlatformWakeAll(translator.progress_);
-    }
-    Reading(const Reading&) = delete;
-    Reading& operator=(const Reading&) = delete;
-
-    kxDefaultMessageTranslator& translator;
-};
-
-kxMessageTranslatorInterface& kxMessageManager::defaultTranslator()
-{
-    static constinit kxUndestroyed<kxDefaultMessageTranslator> translator;
-    return translator.value;
-}
-
 kxDefaultMessageTranslator::~kxDefaultMessageTranslator() noexcept
 {
     delete translations_.load();
@@ -95,7 +77,7 @@ kxDefaultMessageTranslator::~kxDefaultMessageTranslator() noexcept
 
 kxString kxDefaultMessageTranslator::translate(std::string_view text, const kxString&, std::uint32_t)
 {
-    if (progress_.load(std::memory_order_acquire) != READ) readOnce();
+    reading_.run([this] { read(); });
     const kxTranslations* const translations = translations_.load(std::memory_order_acquire);
     if (translations == nullptr) return {};
     const std::string* const found = kxCurrentLanguage::read(
@@ -103,16 +85,8 @@ kxString kxDefaultMessageTranslator::translate(std::string_view text, const kxSt
     return found != nullptr ? kxString(*found) : kxString();
 }
 
-void kxDefaultMessageTranslator::readOnce()
+void kxDefaultMessageTranslator::read()
 {
-    if (isReading) return;
-    if (!mayRead()) {
-        const bool hasEnded =
-            isSlow_.load() || kxPlatformWaitWhile(progress_, READING, kLongestWaitMilliseconds);
-        if (!hasEnded) isSlow_.store(true);
-        return;
-    }
-    const Reading reading(*this);
     try {
         publish(readLanguageFile());
     } catch (const abi::__forced_unwind&) {
@@ -120,18 +94,6 @@ void kxDefaultMessageTranslator::readOnce()
     } catch (...) {
         // Without memory or with a faulty adapter there are no translations.
     }
-}
-
-// Answers whether the caller is the one to read. What a thread of the parent of a forked child began, nobody ends
-// there.
-bool kxDefaultMessageTranslator::mayRead()
-{
-    const kxBodyGuard guard(beginMutex());
-    const std::uint32_t progress = progress_.load();
-    if (progress == READ || (progress == READING && forksBefore_ == forks)) return false;
-    progress_.store(READING);
-    forksBefore_ = forks;
-    return true;
 }
 
 // A thread that forked while it was reading reads on in the child, where another one may have begun anew.

@@ -2,10 +2,12 @@
 // variable KORVEX_LANGUAGE_FILE, or "file:korvexsdk.lng". Its form is that of kxLanguageFileParser, the language is
 // kxCurrentLanguage.
 //
-// The file is read once. One that is missing or cannot be read leaves every text untranslated and is not tried
-// again, nor does it send anything by itself; what its adapter sends while it works is not translated. At most
-// KX_LANGUAGE_FILE_MAX_BYTES are read, for at most KX_LANGUAGE_FILE_MAX_SECONDS, as far as the adapter does not
-// wait for longer by itself.
+// The file is read once, to its end where its adapter has one, so that it may come from a pipe or a connection. One
+// that is missing or cannot be read leaves every text untranslated, is not tried again, and nothing is said about it.
+// What its adapter sends while it is opened or delivers bytes is sent untranslated. At most
+// KX_LANGUAGE_FILE_MAX_BYTES are read, for at most KX_LANGUAGE_FILE_MAX_SECONDS; that the opening waits, as that of a
+// pipe does for its writer, cannot be prevented. So "korvexsdk.lng" in the current directory is left alone when it is
+// a pipe or a device and the environment does not name it.
 //
 // Ownership: owns the translations.
 // Threads:   any, and a forked child. No lock is held while the file is read. Other threads wait for that up to a
@@ -15,7 +17,7 @@
 // Errors:    none of the file; a translation that finds no memory throws std::bad_alloc.
 #pragma once
 
-#include "kxbase/core/kxMutex.h"
+#include "kxbase/core/kxProcessOnce.h"
 #include "kxbase/message/kxMessageTranslatorInterface.h"
 
 #include <atomic>
@@ -38,15 +40,9 @@ public:
     kxString translate(std::string_view text, const kxString& module, std::uint32_t level) override;
 
 private:
-    enum Progress : std::uint32_t { NOT_READ, READING, READ };
-    struct Reading;
-
-    void readOnce();
-    bool mayRead();
+    void read();
     void publish(std::unique_ptr<const kxTranslations> translations);
 
-    std::atomic<std::uint32_t> progress_{NOT_READ};
+    kxProcessOnce reading_;
     std::atomic<const kxTranslations*> translations_{nullptr};  // null when there are none
-    std::atomic<bool> isSlow_{false};                           // others do not wait any more
-    std::uint32_t forksBefore_ = 0;  // forks that led to the process that reads; under a mutex of the process
 };

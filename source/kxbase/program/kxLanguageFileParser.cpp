@@ -7,7 +7,9 @@ namespace {
 constexpr char16_t kMark = 0xFEFF;
 constexpr char16_t kSwappedMark = 0xFFFE;
 constexpr char16_t kReplacement = 0xFFFD;
-constexpr std::u16string_view kBlanks = u" \t\v\f\xFEFF";  // the mark is found inside when files are joined
+constexpr std::u16string_view kCodeEnds = u"\" \t\v\f\xFEFF";
+// The mark is found inside when files are joined.
+constexpr std::u16string_view kBlanks = kCodeEnds.substr(1);
 
 constexpr struct {
     char16_t letter;
@@ -89,24 +91,24 @@ void kxLanguageFileParser::takeUnit(char16_t unit)
         isSwapped_ = unit == kSwappedMark;
     else if (unit == u'\n' || unit == u'\r')
         takeLine();
-    else if (line_.size() < KX_MOST_LINE_UNITS)
+    else if (line_.size() <= KX_MOST_LINE_UNITS)
         line_ += unit;
 }
 
-// A line that was cut has lost its second quote.
 void kxLanguageFileParser::takeLine()
 {
+    const bool isWhole = line_.size() <= KX_MOST_LINE_UNITS;
     const std::u16string_view line = trimmed(line_);
     if (line.starts_with(u'"'))
-        translations_.beginText(unquoted(line));
-    else if (!line.empty() && line.front() != u'#')
+        translations_.beginText(isWhole ? unquoted(line) : std::string());
+    else if (isWhole && !line.empty() && line.front() != u'#')
         takeTranslation(line);
     line_.clear();
 }
 
 void kxLanguageFileParser::takeTranslation(std::u16string_view line)
 {
-    const std::size_t codeEnd = line.find_first_of(u" \t\"");
+    const std::size_t codeEnd = line.find_first_of(kCodeEnds);
     const std::u16string_view quoted = trimmed(line.substr(std::min(codeEnd, line.size())));
     if (!quoted.starts_with(u'"')) return;
     const std::string text = unquoted(quoted);

@@ -16,8 +16,8 @@
 // Ownership: refers to the translations, which must outlive it.
 // Threads:   takes no lock.
 // Errors:    silent. A line that is none of the above is skipped, and behind an English text that is faulty its
-//            translations are, too. So is what has more than KX_STRING_MAX_LENGTH bytes as UTF-8. No more than one
-//            line is kept, of at most KX_MOST_LINE_UNITS units. A failed allocation throws std::bad_alloc.
+//            translations are, too. So is what has more than KX_STRING_MAX_LENGTH bytes as UTF-8, and a line of
+//            more than KX_MOST_LINE_UNITS units, of which no more than one is kept. A failed allocation throws std::bad_alloc.
 #pragma once
 
 #include "kxbase/program/kxTranslations.h"

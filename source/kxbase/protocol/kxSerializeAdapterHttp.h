@@ -73,6 +73,7 @@ public:
     std::uint32_t flush() override { return 0; }
     // Whether the connection is alive.
     bool isActive() override;
+    bool hasEnd() const override { return true; }
     bool hasError() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;
     void writeByte(std::uint8_t byte) override { writeBlock(&byte, 1); }

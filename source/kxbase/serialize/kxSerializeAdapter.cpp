@@ -68,6 +68,11 @@ bool kxSerializeAdapter::isActive()
     return true;
 }
 
+bool kxSerializeAdapter::hasEnd() const
+{
+    return false;
+}
+
 bool kxSerializeAdapter::hasError()
 {
     return !error_.isEmpty();

@@ -50,6 +50,9 @@ public:
     virtual bool hasCapability() const;
     // Whether the connection behind the adapter is alive; true where there is none.
     virtual bool isActive();
+    // Whether hasError() tells the end of the input, so that a caller who finds nothing may wait for it. The base,
+    // and adapters in memory, have no end: nothing more comes unless somebody writes it.
+    virtual bool hasEnd() const;
     virtual bool hasError();
     virtual kxString getError();
     virtual void setError(const kxString& text);

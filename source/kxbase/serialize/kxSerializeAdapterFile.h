@@ -38,6 +38,7 @@ public:
     // Writing: hands what is pending to the file; answers 0, or 1 when some of it could not be written.
     // Reading: does nothing and answers 0.
     std::uint32_t flush() override;
+    bool hasEnd() const override { return !isWriting(); }
     // Also turns the end of the input, or why it came, into the error text.
     bool hasError() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;

@@ -25,6 +25,7 @@ public:
     ~kxSerializeAdapterStdIO() noexcept(false) override;
     const kxType& getType() const override;
 
+    bool hasEnd() const override { return true; }
     // Also turns the end of the input into the error text.
     bool hasError() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;

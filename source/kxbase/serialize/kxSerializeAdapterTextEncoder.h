@@ -17,6 +17,7 @@
 class kxSerializeAdapterTextEncoder : public kxSerializeAdapter {
 public:
     bool isActive() override;
+    bool hasEnd() const override { return parent_->hasEnd(); }
     bool hasError() override;
     kxString getError() override;
 

@@ -147,8 +147,12 @@ void kxFormatter::warnPosition() const
                       "Using kxString::format(\"%n$\") where n<1 or n>16");
 }
 
-void kxFormatter::warnUnknown() const
+// A format from a language file may hold tens of thousands of faults, and is as long as a text can be.
+void kxFormatter::warnUnknown()
 {
+    const bool isFirst = warnedBytes_ == 0;
+    warnedBytes_ += format_.size();
+    if (!isFirst && warnedBytes_ > KX_FORMAT_MAX_WARNED_BYTES) return;
     kxSendFormatFault(KX_MESSAGE_WARNING, "Unknown format option in string '%s'", kxArgumentSlots(format_));
 }
 

@@ -24,7 +24,9 @@
 //
 // Ownership: refers to the caller's text and arguments.
 // Threads:   no state outside the object; a fault found here may be formatted by another one meanwhile.
-// Errors:    faults in the format are Warnings, and the text is built from all that can be converted.
+// Errors:    faults in the format are Warnings, and the text is built from all that can be converted. An unknown
+//            letter's Warning repeats the format; beyond the first one they are sent as long as all together
+//            repeat no more than KX_FORMAT_MAX_WARNED_BYTES of it.
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"
@@ -33,6 +35,8 @@
 #include "kxbase/string/kxFormatOutput.h"
 
 #include <string_view>
+
+constexpr std::size_t KX_FORMAT_MAX_WARNED_BYTES = 1024;
 
 class kxFormatter {
 public:
@@ -53,7 +57,7 @@ private:
     void convert(unsigned char letter);
     const kxArgument& nextArgument() noexcept;
     void warnPosition() const;
-    void warnUnknown() const;
+    void warnUnknown();
 
     std::string_view format_;
     kxFormatCursor cursor_;
@@ -62,5 +66,6 @@ private:
     std::uint32_t number_ = 0;    // digits read so far
     std::int64_t starValue_ = 0;  // of a '*' that may be a width or a position
     kxFormatSpec spec_;
+    std::size_t warnedBytes_ = 0;  // of the format, repeated in Warnings
     kxFormatOutput output_;
 };

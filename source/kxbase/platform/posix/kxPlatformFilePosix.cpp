@@ -84,6 +84,12 @@ std::uint32_t readyBytes(int descriptor)
 
 }  // namespace
 
+bool kxPlatformFileIsSpecial(const char* path)
+{
+    struct stat status {};
+    return ::stat(path, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
 kxPlatformFileOpened kxPlatformFileOpenRead(const char* path)
 {
     return openFile(path, O_RDONLY);

@@ -166,14 +166,13 @@ std::int64_t millisecondsNow()
 int pollUntilDone(pollfd* wanted, nfds_t count, std::uint32_t milliseconds)
 {
     const bool isForever = milliseconds == KX_PLATFORM_WAIT_FOREVER;
-    const std::int64_t time = std::min<std::int64_t>(milliseconds, INT_MAX);
-    int found = ::poll(wanted, count, isForever ? -1 : static_cast<int>(time));
-    if (found >= 0 || errno != EINTR) return found;
-    const std::int64_t end = millisecondsNow() + time;
-    do {
-        const std::int64_t left = std::max<std::int64_t>(end - millisecondsNow(), 0);
-        found = ::poll(wanted, count, isForever ? -1 : static_cast<int>(left));
-    } while (found < 0 && errno == EINTR);
+    const auto time = static_cast<int>(isForever ? -1 : std::min<std::int64_t>(milliseconds, INT_MAX));
+    const std::int64_t end = time > 0 ? millisecondsNow() + time : 0;
+    int found = ::poll(wanted, count, time);
+    while (found < 0 && errno == EINTR) {
+        const auto left = static_cast<int>(std::max<std::int64_t>(end - millisecondsNow(), 0));
+        found = ::poll(wanted, count, isForever ? -1 : left);
+    }
     return found;
 }
 
