@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kxbase/protocol/kxHttpBody.h"
+#include "kxbase/protocol/kxHttpConnection.h"
 #include "kxbase/protocol/kxHttpFacts.h"
 #include "kxbase/protocol/kxHttpMessage.h"
 #include "kxbase/protocol/kxHttpMessageParser.h"

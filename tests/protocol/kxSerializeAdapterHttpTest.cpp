@@ -118,22 +118,15 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
         {"chunks", 200, chunks + "1;x=y\r\na\r\n493e0\r\n" + large + "\r\n0\r\nX: y\r\n\r\n", "a" + large},
         {"interim", 200, head("", "100 Continue") + head("A: b\r\n", "103 Hints") + length(1) + "x", "x"},
         {"never a body", 204, length(5, "204 No Content"), ""},
-        {"nor here", 304, length(5, "304 Not Modified"), ""},
-        {"an error page", 404, length(2, "404 Not Found") + "no", "no"},
         {"not followed", 302, head("Location: /\r\nContent-Length: 2\r\n", "302 Found") + "to", "to"},
         {"two replies", 200, length(1) + "a" + length(1) + "b", "a"},
         {"streaming", 200, "RTSP/1.0 200 OK\r\nCSeq: 1\r\nContent-Length: 4\r\n\r\nv=0\n", "v=0\n"},
-        {"no reply", 0, "", "", kEnd, kClose},
+        {"no reply", 0, "", "", "Connection was closed without a reply", kClose},
         {"half a head", 0, "HTTP/1.1 200 OK\r\nA: b\r\n", "", "Out Of data at (3,1)", kClose},
         {"another protocol", 0, "SSH-2.0-Server\r\n", "", kBad},
         {"a request", 0, "GET / HTTP/1.1\r\n\r\n", "", kBad},
-        {"lengths differ", 0, head("Content-Length: 1\r\nContent-Length: 2\r\n") + "ab", "", kBad},
-        {"length too large", 0, head("Content-Length: 18446744073709551616\r\n"), "", kBad},
         {"closed early", 200, length(large.size()) + large.substr(1), large.substr(1), kCut, kClose},
-        {"within a chunk", 200, chunks + "5\r\nab", "ab", kCut, kClose},
         {"no chunk", 200, chunks + "2\r\nab\r\nzz\r\n", "ab", kBad},
-        {"chunk too large", 200, chunks + "fffffffffffffffff\r\n", "", kBad},
-        {"reset", 200, length(5) + "ab", "ab", kLost, kReset},
         {"reset until close", 200, head("") + "ab", "ab", kLost, kReset},
         {"reset at once", 0, "", "", kLost, kReset},
         {"silence", 0, "", "", kTimeout},
@@ -151,7 +144,7 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
             EXPECT_EQ(adapter.getError(), c.error);
             EXPECT_EQ(adapter.getReply().statusCode(), c.status);
             EXPECT_EQ(adapter.length(), 0U);
-            const bool isWarned = c.error != kEnd || c.status == 0;
+            const bool isWarned = c.error != kEnd;
             ASSERT_EQ(recorder.entries().size(), isWarned ? 1U : 0U);
             if (isWarned) EXPECT_TRUE(recorder.entries()[0].text.ends_with(c.error));
         }
@@ -166,8 +159,7 @@ TEST(kxSerializeAdapterHttp, HoldsLittleOfEndlessReplies)
         const char* why;
         std::string reply, forEver;
         bool isBody;
-    } cases[] = {{"headers", "HTTP/1.1 200 OK\r\n", repeated("A: b\r\n"), false},
-                 {"a header", "HTTP/1.1 200 OK\r\nA: ", repeated("b"), false},
+    } cases[] = {{"a header", "HTTP/1.1 200 OK\r\nA: ", repeated("b"), false},
                  {"interim replies", "", repeated(head("", "100 Continue")), false},
                  {"a chunk's line", chunks + "1;", repeated("a"), false},
                  {"trailers", chunks + "0\r\n", repeated("A: b\r\n"), false},
@@ -200,7 +192,8 @@ TEST(kxSerializeAdapterHttp, SendsNothingButTheTwoRequests)
         Server server({length(0), head("Content-Length: 0\r\nAllow: GET, PUT\r\n")});
         const std::string place = server.url();
         {
-            Adapter adapter(kxString("//me:pw@" + place + c.url));
+            const char* const slashes = c.url[0] == '\\' ? "\\\\" : "//";
+            Adapter adapter(kxString(slashes + ("me:pw@" + place) + c.url));
             EXPECT_EQ(adapter.getUrl().userName, "me:pw");
             adapter.setUserAgent("mine\r\nX: y");
             EXPECT_EQ(adapter.length(), 0U);
@@ -223,6 +216,10 @@ TEST(kxSerializeAdapterHttp, TellsWhyItCouldNotOpen)
         std::string url, error;
     } cases[] = {{"nobody listens", closed, "kxSocket error: Connection was refused (127.0.0.1)"},
                  {"proxy gone", "a/?proxy=" + closed, "kxSocket error: Connection was refused (a)"},
+                 {"proxy in any spelling", "a:/?proxy=HTTP:\\\\" + closed + "\\",
+                  "kxSocket error: Connection was refused (a)"},
+                 {"proxy without a port", "a/?proxy=127.0.0.1:99999", "Port of the proxy is not valid"},
+                 {"no name", "a#b/?proxy=127.0.0.1:1", invalid},
                  {"not ours", closed + "?nic=192.0.2.77",
                   "kxSocket error: Cannot assign requested address (127.0.0.1)"},
                  {"unknown", "no.host.invalid", invalid},
@@ -258,20 +255,67 @@ TEST(kxSerializeAdapterHttp, AsksAgainOnAConnectionThatIsFitForIt)
     EXPECT_EQ(adapter.getReply().headerValue("etag"), "x");
     EXPECT_EQ(readAll(adapter), "b");
 
-    kxTestSocket listener = kxTestSocket::listener();  // a connection for each request
+    kxTestSocket listener = kxTestSocket::listener();  // a connection for each reply
+    Adapter other(kxString(listener.url("")));
+    listener.accept();  // and one that is closed before anybody asks
     std::thread server([&] {
-        for (const std::string& reply : {length(9) + "left", head("Connection: close\r\n") + "b"}) {
+        for (const std::string& reply :
+             {length(9) + "left", length(1) + "c", head("Connection: close\r\n") + "d"}) {
             kxTestSocket peer = listener.accept();
             peer.receive();
             peer.send(reply);
+            if (reply.ends_with("c")) peer.receive();
         }
     });
-    Adapter other(kxString(listener.url("")));
     EXPECT_EQ(other.readChar(), 'l');
     other.pushBack('x');
     EXPECT_TRUE(other.get()) << "and what is left of the reply before is gone";
-    EXPECT_EQ(readAll(other), "b");
+    EXPECT_EQ(readAll(other), "c");
+    EXPECT_TRUE(other.get()) << "though the server closes when the request comes";
+    EXPECT_EQ(readAll(other), "d");
     EXPECT_FALSE(other.isActive());
+    server.join();
+}
+
+TEST(kxSerializeAdapterHttp, ReadsWhatCameBeforeAReset)
+{
+    const struct {
+        const char* why;
+        std::string reply, body;
+        bool isAsked;  // before the reset
+        const char* error = kLost;
+    } cases[] = {{"the request cannot be sent", length(5) + "hello", "hello", false, kEnd},
+                 {"nor is the reply whole", head("") + "half of it", "half of it", false},
+                 {"somebody has looked", head("") + "half of it", "half of it", true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        const kxMessageRecorder recorder;
+        kxTestSocket listener = kxTestSocket::listener();
+        Adapter adapter(kxString(listener.url("")));
+        kxTestSocket peer = listener.accept();
+        peer.send(c.reply);
+        if (c.isAsked) EXPECT_EQ(adapter.length(), c.body.size());
+        peer.reset();
+        if (c.isAsked) EXPECT_FALSE(adapter.isActive());
+        EXPECT_EQ(readAll(adapter), c.body);
+        EXPECT_EQ(adapter.getError(), c.error);
+    }
+}
+
+TEST(kxSerializeAdapterHttp, WaitsAsLongAsBytesCome)
+{
+    kxTestSocket listener = kxTestSocket::listener();
+    Adapter adapter(kxString(listener.url("")));
+    adapter.setTimeout(1);
+    kxTestSocket peer = listener.accept();
+    peer.send(head("Transfer-Encoding: chunked\r\n"));
+    std::thread server([&] {
+        for (const char* const piece : {"1", ";", "a", "\n", "x"}) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            peer.send(piece);
+        }
+    });
+    EXPECT_EQ(adapter.readChar(), 'x');
     server.join();
 }
 

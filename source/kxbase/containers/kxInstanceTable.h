@@ -2,7 +2,7 @@
 //
 // Ownership: holds a reference to every object in the table.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    null is refused.
+// Errors:    null is refused. A failed allocation throws std::bad_alloc; an addition then changes nothing.
 #pragma once
 
 #include "kxbase/containers/kxRefDict.h"
@@ -13,8 +13,10 @@
 
 class kxInstanceTable {
 public:
-    // The size is the number of buckets to begin with.
-    explicit kxInstanceTable(std::uint32_t size) : size_(size), objects_(std::in_place, size) {}
+    // Takes the number of buckets to begin with.
+    explicit kxInstanceTable(std::uint32_t bucketCount)
+        : bucketCount_(bucketCount), objects_(std::in_place, bucketCount)
+    {}
     ~kxInstanceTable() noexcept(false) { objects_->clear(); }
 
     // False, and nothing changed, when the object is null or the id is taken.
@@ -29,7 +31,7 @@ public:
     void clear()
     {
         objects_->clear();
-        objects_.emplace(size_);
+        objects_.emplace(bucketCount_);
     }
     std::uint32_t count() const noexcept { return objects_->count(); }
 
@@ -46,12 +48,13 @@ private:
     private:
         static std::uint64_t randomFactor() noexcept
         {
-            std::uint64_t factor = 0x9E3779B97F4A7C15U;
-            kxPlatformRandom(&factor, sizeof(factor));
+            std::uint64_t factor = 0;
+            // Without random numbers from the system, others may guess the buckets, which costs time and no more.
+            if (!kxPlatformRandom(&factor, sizeof(factor))) factor = 0x9E3779B97F4A7C15U;
             return factor | 1U;
         }
     };
 
-    std::uint32_t size_;
+    const std::uint32_t bucketCount_;
     std::optional<kxRefDict<std::uint32_t, kxReference, IdTraits>> objects_;
 };

@@ -46,7 +46,8 @@ public:
     }
     kxDynamicBytes(kxDynamicBytes&& other) noexcept : size_(std::exchange(other.size_, 0U))
     {
-        // Word by word, as numbers are stored: the whole would have to wait for them.
+        // In words of eight bytes, as numbers are stored: a load of all 16 that follows such a store at once stalls
+        // until it has reached the cache.
         place_.words[0] = other.place_.words[0];
         if (size_ > sizeof(std::uint64_t)) place_.words[1] = other.place_.words[1];
     }

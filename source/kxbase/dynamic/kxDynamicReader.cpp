@@ -3,8 +3,6 @@
 #include "kxbase/serialize/kxCorruptStream.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 
-#include <limits>
-
 namespace {
 
 constexpr std::uint32_t kDoubleBytes = 8;
@@ -42,7 +40,7 @@ kxDynamicReader::kxDynamicReader(const kxDynamicType& value, std::string_view re
 bool kxDynamicReader::isSound(const kxDynamicType& value, std::uint32_t levels)
 {
     // A single object cannot but be its own, and the bytes of the program's types are not looked at.
-    if (value.isType(KX_UNIQUE_REF) || value.isType(KX_UNIQUE_NONE)) return true;
+    if (value.isType(KX_UNIQUE_REF) || value.isType(kxDynamicType::kProgramType)) return true;
     const auto* const references = static_cast<const kxDynamicReferences*>(value.attachment_.get());
     return kxDynamicReader(value.bytes_.data(), value.bytes_.size(), references)
         .isSoundValue(value.typeId_, levels);
@@ -79,7 +77,7 @@ kxDynamicType kxDynamicReader::takeItem()
     if (place == nullptr || !skip(item.size)) return {};
     const kxUniqueId type = kxDynamicType::typeOf(item.typeName);
     kxDynamicBytes bytes(place, item.size);
-    if (type == KX_UNIQUE_NONE) {
+    if (type == kxDynamicType::kProgramType) {
         if (!name_ || name_->text != item.typeName)
             name_ = kxMakeRef<kxDynamicTypeName>(kxString(item.typeName));
         return {type, std::move(bytes), name_};
@@ -149,7 +147,8 @@ bool kxDynamicReader::isSoundItem(std::uint32_t levelsLeft)
     return inside.isSoundValue(kxDynamicType::typeOf(item.typeName), levelsLeft);
 }
 
-// Whether all bytes up to the end are one value of the type.
+// Whether all bytes up to the end are one value of the type. Without a default, so that compilers tell of a kind that
+// is missing.
 bool kxDynamicReader::isSoundValue(kxUniqueId type, std::uint32_t levelsLeft)
 {
     if (isComposed(type) && levelsLeft-- == 0) return false;
@@ -168,9 +167,20 @@ bool kxDynamicReader::isSoundValue(kxUniqueId type, std::uint32_t levelsLeft)
         return isSoundReference();
     case KX_UNIQUE_VOID:
         return isAtEnd();
-    default:
-        return true;  // any bytes will do, see the conversions
+    // Any bytes will do, see the conversions.
+    case KX_UNIQUE_NUM:
+    case KX_UNIQUE_LLNUM:
+    case KX_UNIQUE_STR:
+    case KX_UNIQUE_GUID:
+    case KX_UNIQUE_PTR:
+    case KX_UNIQUE_VEC2:
+    case KX_UNIQUE_VEC3:
+    case KX_UNIQUE_VEC4:
+    case KX_UNIQUE_VALUE_NOT_SET:
+    case kxDynamicType::kProgramType:
+        break;
     }
+    return true;
 }
 
 bool kxDynamicReader::isSoundList(std::uint32_t levelsLeft, bool isNamed)

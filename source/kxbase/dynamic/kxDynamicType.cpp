@@ -17,6 +17,7 @@ constexpr kxUniqueId kTypes[] = {
     KX_UNIQUE_PTR,   KX_UNIQUE_REF,  KX_UNIQUE_ARRAY, KX_UNIQUE_CONT, KX_UNIQUE_CHAIN,
     KX_UNIQUE_ERROR, KX_UNIQUE_TTAG, KX_UNIQUE_VEC2,  KX_UNIQUE_VEC3, KX_UNIQUE_VEC4,
 };
+static_assert(std::size(kTypes) == KX_UNIQUE_VEC4 - 1, "every id but that of a value that is not set");
 
 std::uint64_t bitsOf(const void* address)
 {
@@ -109,7 +110,7 @@ kxDynamicType::kxDynamicType(const kxString& typeName, const void* bytes, std::u
         warn();
         return;
     }
-    if (type == KX_UNIQUE_NONE) attachment_ = kxMakeRef<kxDynamicTypeName>(name);
+    if (type == kProgramType) attachment_ = kxMakeRef<kxDynamicTypeName>(name);
     bytes_ = kxDynamicBytes(bytes, size);
     typeId_ = type;
 }
@@ -120,7 +121,7 @@ kxUniqueId kxDynamicType::typeOf(std::string_view name)
     const kxUniqueStringTable& table = kxUniqueStringTable::instance();
     for (const kxUniqueId type : kTypes)
         if (table.slotOfOwn(type).view() == name) return type;
-    return KX_UNIQUE_NONE;
+    return kProgramType;
 }
 
 const kxType& kxDynamicType::getType() const
@@ -130,12 +131,12 @@ const kxType& kxDynamicType::getType() const
 
 kxString kxDynamicType::getTypeName() const
 {
-    return typeId_ == KX_UNIQUE_NONE ? nameIn(attachment_) : kxUniqueString(typeId_);
+    return typeId_ == kProgramType ? nameIn(attachment_) : kxUniqueString(typeId_);
 }
 
 bool kxDynamicType::isType(const kxString& typeName) const noexcept
 {
-    if (typeId_ == KX_UNIQUE_NONE) return nameIn(attachment_) == typeName;
+    if (typeId_ == kProgramType) return nameIn(attachment_) == typeName;
     return typeName.uniqueId() != 0 ? typeName.uniqueId() == typeId_ : typeOf(typeName) == typeId_;
 }
 
@@ -143,7 +144,8 @@ bool operator==(const kxDynamicType& left, const kxDynamicType& right) noexcept
 {
     return left.typeId_ == right.typeId_ && left.bytes_.size() == right.bytes_.size() &&
            std::equal(left.bytes_.data(), left.bytes_.data() + left.bytes_.size(), right.bytes_.data()) &&
-           (left.typeId_ != KX_UNIQUE_NONE || nameIn(left.attachment_) == nameIn(right.attachment_));
+           (left.typeId_ != kxDynamicType::kProgramType ||
+            nameIn(left.attachment_) == nameIn(right.attachment_));
 }
 
 double kxDynamicType::toNumber() const
@@ -222,9 +224,9 @@ kxRefPointer<kxReference> kxDynamicType::toReference() const
     return attachment_;
 }
 
-void kxDynamicType::raiseConversion(std::string_view text) const
+void kxDynamicType::raiseConversion(std::string_view format) const
 {
-    kxRaiseFatal(text, getTypeName());
+    kxRaiseFatal(format, getTypeName());
 }
 
 // The value, or the neutral one when the bytes are not as many as it has.

@@ -37,7 +37,7 @@ class kxDynamicType final : public kxTypeInterface {
 public:
     // "void".
     kxDynamicType() noexcept = default;
-    // "num".
+    // "num". An unsigned 64-bit number becomes a double as well, and loses its lowest bits above 2^53.
     kxDynamicType(double number) noexcept : bytes_(numberBytes(number)), typeId_(KX_UNIQUE_NUM) {}
     template <std::integral T>
     requires(sizeof(T) < 8) kxDynamicType(T number)
@@ -107,15 +107,20 @@ public:
     // "ref".
     kxRefPointer<kxReference> toReference() const;
 
-    // Fatal, with the value's type name in the text, when the value has another type.
-    void require(kxUniqueId type, std::string_view text) const
+    // The value itself. Fatal when it has another type; the format has one %s, for the name of the type that the value
+    // has.
+    const kxDynamicType& require(kxUniqueId type, std::string_view format) const
     {
-        if (typeId_ != type) raiseConversion(text);
+        if (typeId_ != type) raiseConversion(format);
+        return *this;
     }
 
 private:
     friend class kxDynamicReader;
     friend class kxDynamicWriter;
+
+    // A type of the program, which has a name and no id.
+    static constexpr kxUniqueId kProgramType = KX_UNIQUE_NONE;
 
     kxDynamicType(kxUniqueId type, kxDynamicBytes bytes, kxRefPointer<kxReference> attachment) noexcept
         : bytes_(std::move(bytes)), typeId_(type), attachment_(std::move(attachment))
@@ -137,13 +142,13 @@ private:
         if (integer == static_cast<std::int8_t>(integer)) return 1;
         return integer == static_cast<std::int16_t>(integer) ? 2 : 4;
     }
-    // KX_UNIQUE_NONE for a type of the program, KX_UNIQUE_VOID for no name.
+    // KX_UNIQUE_VOID for no name.
     static kxUniqueId typeOf(std::string_view name);
-    [[noreturn]] void raiseConversion(std::string_view text) const;
+    [[noreturn]] void raiseConversion(std::string_view format) const;
     template <typename T> T fixed() const;
 
     kxDynamicBytes bytes_;
-    kxUniqueId typeId_ = KX_UNIQUE_VOID;  // KX_UNIQUE_NONE for a type of the program
+    kxUniqueId typeId_ = KX_UNIQUE_VOID;
     // Of a "ref" the object; of a value with some inside a kxDynamicReferences, which keeps them alive; of a type
     // of the program its kxDynamicTypeName.
     kxRefPointer<kxReference> attachment_;

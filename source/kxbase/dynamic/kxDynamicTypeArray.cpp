@@ -1,17 +1,10 @@
 #include "kxbase/dynamic/kxDynamicTypeArray.h"
 
-namespace {
-
-const kxDynamicType& checked(const kxDynamicType& value)
-{
-    value.require(KX_UNIQUE_ARRAY, "Can not convert dynamic argument type '%s' to kxDynamicTypeArray !!");
-    return value;
-}
-
-}  // namespace
-
 kxDynamicTypeArray::kxDynamicTypeArray(const kxDynamicType& value)
-    : kxDynamicTypeSequence(checked(value), "kxDynamicTypeArray")
+    : kxDynamicTypeSequence(
+          value.require(KX_UNIQUE_ARRAY,
+                        "Can not convert dynamic argument type '%s' to kxDynamicTypeArray !!"),
+          "kxDynamicTypeArray")
 {}
 
 void kxDynamicTypeArray::checkTypes(std::initializer_list<std::string_view> expected) const

@@ -27,7 +27,7 @@ void kxDynamicWriter::addSoundItem(const kxDynamicType& value)
     addText(value.getTypeName());
     addCount(value.bytes_.size());
     addBytes(value.bytes_.data(), value.bytes_.size());
-    if (!value.attachment_ || value.isType(KX_UNIQUE_NONE)) return;
+    if (!value.attachment_ || value.isType(kxDynamicType::kProgramType)) return;
     if (value.isType(KX_UNIQUE_REF)) {
         objects_.append(value.attachment_);
         return;

@@ -8,8 +8,8 @@ kxUrlPlace::kxUrlPlace(std::string_view url) noexcept
         options = url.substr(question + 1);
         url = url.substr(0, question);
     }
-    constexpr std::string_view kSlashes = "//";
-    if (url.starts_with(kSlashes)) url.remove_prefix(kSlashes.size());
-    hostPart = url.substr(0, url.find_first_of("/\\"));
+    constexpr const char* kSlashes = "/\\";
+    if (std::min(url.find_first_not_of(kSlashes), url.size()) >= 2) url.remove_prefix(2);
+    hostPart = url.substr(0, url.find_first_of(kSlashes));
     rest = url.substr(std::min(hostPart.size() + 1, url.size()));
 }

@@ -2,7 +2,7 @@
 //
 //   [//]host part[/rest][?options]
 //
-// Options follow the last "?"; the host part ends at the first slash, or backslash.
+// Options follow the last "?"; the host part ends at the first slash. A backslash is a slash everywhere.
 //
 // Ownership: refers to the text, which must outlive the object.
 // Threads:   a plain value.

@@ -109,12 +109,12 @@ kxMutex& kxNotifyManager::linksLock()
 
 void kxNotifyManager::post(const kxString& name, std::int32_t priority, double lifetimeSeconds,
                            const void* sender, const kxRefPointer<kxReference>& payload, double tag,
-                           bool deliverNow, double dueTime)
+                           bool deliverNow, double dueSeconds)
 {
     auto message =
         kxMakeRef<kxNotifyMessage>(name, sender, payload, kxClock::seconds(), lifetimeSeconds, tag);
     const double expiryTime = message->getExpiryTime();
-    insert({std::move(message), sender, -std::int64_t{priority}, dueTime, expiryTime});
+    insert({std::move(message), sender, -std::int64_t{priority}, dueSeconds, expiryTime});
     if (deliverNow || autoDeliver_.load(std::memory_order_relaxed)) deliver();
 }
 
@@ -146,7 +146,7 @@ void kxNotifyManager::takePending()
 {
     const kxBodyGuard guard(pendingLock_);
     while (!pending_.isEmpty()) {
-        // The memory first, so that nothing is lost without it.
+        // Appending may throw std::bad_alloc: the entry must still be in its queue then.
         Entry& place = deliveryQueue_.append({});
         place = pending_.takeFirst();
     }

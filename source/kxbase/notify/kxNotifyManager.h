@@ -1,5 +1,9 @@
-// Announces events to subscribers: takes messages in at any time, in the order of their priority, and hands them
-// over when asked to. A class that announces events derives from it.
+// Announces events to subscribers: takes messages in at any time and hands them over when asked to. A class that
+// announces events derives from it.
+//
+// A delivery takes in what has been posted since the last one, in the order of priority, behind what that one has
+// left: messages that wait for their due time, or that an exception kept from being delivered. So the priority
+// orders messages that are taken in together; a message that was left comes before new ones of any priority.
 //
 // Ownership: owns the messages that wait; refers to subscribers, and forgets those that go. Managers and
 //            subscribers may go in any order, on any threads, also from inside a delivery.
@@ -34,10 +38,10 @@ public:
 
     // Queues a message behind all of the same or a higher priority, and delivers when asked to, here or by
     // setAutoDeliver. It is dropped when it has not been delivered within its lifetime, of which 0 has no end,
-    // and stays in the queue until its due time.
+    // and stays in the queue until its due time, in seconds of the process clock, of which 0 is at once.
     void post(const kxString& name, std::int32_t priority = 0, double lifetimeSeconds = 0,
               const void* sender = nullptr, const kxRefPointer<kxReference>& payload = nullptr,
-              double tag = 0, bool deliverNow = false, double dueTime = 0);
+              double tag = 0, bool deliverNow = false, double dueSeconds = 0);
     // Hands over what waits. Does nothing from inside a delivery of this manager; what is posted there waits for
     // the next one.
     void deliver();
@@ -54,7 +58,7 @@ public:
 
     // Subscriptions, also those that wait for the end of a delivery.
     std::uint32_t getSubscriptionCount() const;
-    // Messages posted since the last delivery began.
+    // Messages posted since the last delivery began, without those that earlier deliveries have left.
     std::uint32_t getPendingCount() const;
 
 private:
@@ -82,9 +86,10 @@ private:
     void forgetSubscribers(const Subscriptions& subscriptions);
     template <typename Predicate> bool hasAny(Predicate predicate) const;
 
-    // Order of locks: delivery, links, subscribers. The one of the links is common to all managers; whoever holds
-    // it finds every manager that a subscriber knows alive, and the other way round, and therefore only tries for
-    // the one of the delivery. Nothing takes the lock of another process-wide object under it.
+    // Order of locks: delivery, links, subscribers; or delivery, pending. The one of the links is common to all
+    // managers; whoever holds it finds every manager that a subscriber knows alive, and the other way round, and
+    // therefore only tries for the one of the delivery. Nothing takes the lock of another process-wide object
+    // under it.
     // A delivery walks the list with its own lock alone. So subscriptions wait in a second list for the next
     // delivery to begin, and removals, which have the lock of the delivery as well, leave a null subscriber.
     mutable kxMutex subscribersLock_;
@@ -94,7 +99,7 @@ private:
     kxMutex deliveryLock_;  // guards the two below
     Queue deliveryQueue_;
     Delivery* delivery_ = nullptr;  // the one that runs
-    mutable kxMutex pendingLock_;
+    mutable kxMutex pendingLock_;   // guards the queue below
     Queue pending_;
     std::atomic<bool> autoDeliver_{false};
     // Clock seconds of the last removal that did not get the lock of the delivery; 0 when one has got it since.

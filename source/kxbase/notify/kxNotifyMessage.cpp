@@ -10,10 +10,10 @@ kxRefPointer<kxReference> copyOf(const kxRefPointer<kxReference>& payload)
 }  // namespace
 
 kxNotifyMessage::kxNotifyMessage(const kxString& name, const void* sender,
-                                 const kxRefPointer<kxReference>& payload, double creationTime,
-                                 double lifetime, double tag)
-    : name_(name), sender_(sender), payload_(payload), creationTime_(creationTime),
-      expiryTime_(lifetime == 0 ? KX_NEVER : creationTime + lifetime), tag_(tag)
+                                 const kxRefPointer<kxReference>& payload, double creationSeconds,
+                                 double lifetimeSeconds, double tag)
+    : name_(name), sender_(sender), payload_(payload), creationTime_(creationSeconds),
+      expiryTime_(lifetimeSeconds == 0 ? KX_NEVER : creationSeconds + lifetimeSeconds), tag_(tag)
 {}
 
 kxNotifyMessage::kxNotifyMessage(const kxNotifyMessage& other)

@@ -18,7 +18,7 @@ public:
 
     // A lifetime of 0 never expires.
     kxNotifyMessage(const kxString& name, const void* sender, const kxRefPointer<kxReference>& payload,
-                    double creationTime, double lifetime, double tag);
+                    double creationSeconds, double lifetimeSeconds, double tag);
     // Clones the payload when it is cloneable, else shares it.
     kxNotifyMessage(const kxNotifyMessage& other);
     kxNotifyMessage& operator=(const kxNotifyMessage&) = delete;
@@ -35,7 +35,7 @@ public:
     double getCreationTime() const { return creationTime_; }
     // KX_NEVER when it has no end.
     double getExpiryTime() const { return expiryTime_; }
-    // The poster's number.
+    // The number that the poster gave; the tag word of kxReference::setTag is another one.
     double getTag() const { return tag_; }
 
 private:

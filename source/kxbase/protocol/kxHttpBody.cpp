@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -47,7 +48,7 @@ bool hasNoBody(const kxHttpMessage& head, std::string_view requestMethod)
 }  // namespace
 
 // clang-format off
-const kxHttpBody::State kxHttpBody::kNextStates[STATE_COUNT][6] = {
+const kxHttpBody::State kxHttpBody::kNextStates[kFramingStates][6] = {
     //                 DIGIT      SEMICOLON  BLANK      RETURN         FEED           OTHER
     /* SIZE_START */    {SIZE,      FAILED,    FAILED,    FAILED,        FAILED,        FAILED},
     /* SIZE */          {SIZE,      EXTENSION, SIZE_END,  LINE_END,      RUN,           FAILED},
@@ -131,10 +132,10 @@ void kxHttpBody::endOfData() noexcept
 std::size_t kxHttpBody::takeFraming(const std::uint8_t* bytes, std::size_t count) noexcept
 {
     State state = state_;
-    std::uint64_t size = runLength_;
+    std::uint64_t size = chunkSize_;
     std::uint32_t lineBytes = lineBytes_;
     std::size_t taken = 0;
-    while (taken != count && state < STATE_COUNT) {
+    while (taken != count && state < kFramingStates) {
         const std::uint8_t byte = bytes[taken++];
         const bool isTrailer = state >= TRAILER_START;
         state = kNextStates[state][kByteKinds[byte]];
@@ -146,7 +147,8 @@ std::size_t kxHttpBody::takeFraming(const std::uint8_t* bytes, std::size_t count
             state = FAILED;
     }
     state_ = state;
-    runLength_ = size;
+    if (state == RUN) runLength_ = std::exchange(size, 0);
+    chunkSize_ = size;
     lineBytes_ = lineBytes;
     if (state == FAILED) fail("Malformed message received");
     return taken;

@@ -70,19 +70,20 @@ private:
         TRAILER_START,  // the first byte of a line behind the last chunk
         TRAILER,        // the rest of it
         LAST_FEED,      // the line feed of the empty line at the end
-        STATE_COUNT,    // so many states take framing byte by byte
-        RUN,
+        RUN,            // bytes of the body
         COMPLETE,
         FAILED,
     };
-    static const State kNextStates[STATE_COUNT][6];
+    // Those that take framing byte by byte.
+    static constexpr std::uint32_t kFramingStates = LAST_FEED + 1;
+    static const State kNextStates[kFramingStates][6];
 
     // Takes framing up to the next plain run, the end of the body or a fault.
     std::size_t takeFraming(const std::uint8_t* bytes, std::size_t count) noexcept;
     void fail(const char* text) noexcept;
 
-    std::uint64_t runLength_ =
-        0;  // bytes left of the plain run, or the size of the chunk as far as it is read
+    std::uint64_t runLength_ = 0;  // bytes left of the plain run
+    std::uint64_t chunkSize_ = 0;  // as far as it is read
     const char* errorText_ = "";
     std::uint32_t lineBytes_ = 0;  // of the chunk's line, or of all trailers
     kxHttpFraming framing_ = KX_HTTP_BODY_NONE;

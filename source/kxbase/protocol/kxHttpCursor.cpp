@@ -1,11 +1,16 @@
 #include "kxbase/protocol/kxHttpCursor.h"
 
+void kxHttpCursor::skipCommas() noexcept
+{
+    for (skipBlanks(); take(',');) skipBlanks();
+}
+
 bool kxHttpCursor::takeComma() noexcept
 {
     skipBlanks();
-    if (!take(',')) return false;
-    skipBlanks();
-    return true;
+    if (!isNext(',')) return false;
+    skipCommas();
+    return !isAtEnd() && !isNext('"');
 }
 
 std::string_view kxHttpCursor::takeText() noexcept
@@ -66,6 +71,7 @@ bool kxHttpCursor::takeAbsoluteUri() noexcept
 
 bool kxHttpCursor::takeFieldNameList() noexcept
 {
+    skipCommas();
     do {
         if (takeToken().empty()) return fail("Missing 'FieldName' in FieldNameList");
     } while (takeComma());

@@ -30,6 +30,12 @@ public:
         return fail(fault);
     }
     bool endLine(const char* fault) noexcept { return isAtEnd() || fail(fault); }
+    // The same behind blanks.
+    bool endValue(const char* fault) noexcept
+    {
+        skipBlanks();
+        return endLine(fault);
+    }
 
     bool isNext(char character) const noexcept { return !isAtEnd() && *position_ == character; }
     bool isNextOf(std::uint32_t kinds) const noexcept { return !isAtEnd() && kxHttpIs(*position_, kinds); }
@@ -54,7 +60,10 @@ public:
     }
     std::string_view takeToken() noexcept { return takeRun(KX_HTTP_TOKEN); }
     void skipBlanks() noexcept { takeRun(KX_HTTP_BLANK); }
-    // A comma with the blanks around it.
+    // Goes over empty items of a list to one that is not, which may be missing too (RFC 9110 5.6.1.2).
+    void skipCommas() noexcept;
+    // Goes on to the next item of a list; false when none follows before the end of the value, or of the quoted text
+    // that the list stands in.
     bool takeComma() noexcept;
     // Everything up to the first control byte or the end.
     std::string_view takeText() noexcept;

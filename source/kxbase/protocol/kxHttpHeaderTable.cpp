@@ -1,7 +1,6 @@
 #include "kxbase/protocol/kxHttpHeaderTable.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -48,6 +47,7 @@ bool takeCacheControl(kxHttpCursor& value, kxHttpFacts& facts)
 {
     constexpr const char* missing = "Missing Directive in CacheDirectiveList";
     if (value.isAtEnd()) return value.fail("Missing argument for cache control");
+    value.skipCommas();
     if (!takeDirective(value, facts, "Missing Cache Directive")) return false;
     while (value.takeComma()) {
         if (!takeDirective(value, facts, missing)) return false;
@@ -57,6 +57,7 @@ bool takeCacheControl(kxHttpCursor& value, kxHttpFacts& facts)
 
 bool takeConnection(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const std::string_view type = value.takeToken();
         if (type.empty()) return value.fail("Missing Connection Type in Connection:");
@@ -79,6 +80,7 @@ bool takeServer(kxHttpCursor& value, kxHttpFacts&)
 
 bool takeMethodList(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const char* const start = value.position();
         const kxHttpMethod method = kxHttpFindMethod(value.takeToken());
@@ -111,6 +113,7 @@ bool takeLength(kxHttpCursor& value, std::uint64_t& length)
 // The same length may be said again, in the same line too (RFC 9110 8.6).
 bool takeContentLength(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const char* const start = value.position();
         std::uint64_t length = 0;
@@ -151,6 +154,7 @@ constexpr const char* kExtensionLineEnd = "Missing CRLF in Extension:";
 
 bool takeTransferEncoding(kxHttpCursor& value, kxHttpFacts& facts)
 {
+    value.skipCommas();
     do {
         const std::string_view coding = value.takeToken();
         if (coding.empty()) return value.fail(kExtensionLineEnd);
@@ -161,32 +165,40 @@ bool takeTransferEncoding(kxHttpCursor& value, kxHttpFacts& facts)
     return true;
 }
 
-constexpr kxHttpHeaderRow kExtension = {"", nullptr, kExtensionLineEnd, nullptr, false};
+constexpr kxHttpHeaderRow kExtension = {.missingLineEnd = kExtensionLineEnd};
 
 constexpr kxHttpHeaderRow kHeaders[] = {
-    {"cache-control", takeCacheControl, nullptr, nullptr, false},
-    {"connection", takeConnection, "Missing CRLF in Connection:", nullptr, false},
-    {"date", nullptr, nullptr, nullptr, false},
-    {"via", nullptr, nullptr, "Via not implemented", false},
-    {"server", takeServer, "Missing CRLF in Server:", nullptr, false},
-    {"retry-after", nullptr, nullptr, "Retry-After not implemented", false},
-    {"public", takeMethodList, "Missing CRLF in Public:", nullptr, false},
+    {.name = "cache-control", .rule = takeCacheControl},
+    {.name = "connection", .rule = takeConnection, .missingLineEnd = "Missing CRLF in Connection:"},
+    {.name = "date"},
+    {.name = "via", .notImplemented = "Via not implemented"},
+    {.name = "server", .rule = takeServer, .missingLineEnd = "Missing CRLF in Server:"},
+    {.name = "retry-after", .notImplemented = "Retry-After not implemented"},
+    {.name = "public", .rule = takeMethodList, .missingLineEnd = "Missing CRLF in Public:"},
     // Two more headers have the text of Via.
-    {"proxy-authenticate", nullptr, nullptr, "Via not implemented", false},
-    {"location", nullptr, nullptr, "Via not implemented", false},
-    {"allow", takeMethodList, "Missing CRLF in Allow:", nullptr, false},
-    {"content-base", takeContentBase, "Missing CRLF in Content-Base:", nullptr, false},
-    {"content-encoding", nullptr, nullptr, "Content-Encoding not implemented", false},
-    {"content-language", nullptr, nullptr, "Content-Language not implemented", false},
-    {"content-length", takeContentLength, "Missing CRLF in Content-Length:", nullptr, true},
-    {"content-location", nullptr, nullptr, "Content-Location not implemented", false},
-    {"content-type", takeContentType, "Missing CRLF in Content-Type:", nullptr, false},
-    {"transfer-encoding", takeTransferEncoding, kExtensionLineEnd, nullptr, false},
+    {.name = "proxy-authenticate", .notImplemented = "Via not implemented"},
+    {.name = "location", .notImplemented = "Via not implemented"},
+    {.name = "allow", .rule = takeMethodList, .missingLineEnd = "Missing CRLF in Allow:"},
+    {.name = "content-base", .rule = takeContentBase, .missingLineEnd = "Missing CRLF in Content-Base:"},
+    {.name = "content-encoding", .notImplemented = "Content-Encoding not implemented"},
+    {.name = "content-language", .notImplemented = "Content-Language not implemented"},
+    {.name = "content-length",
+     .rule = takeContentLength,
+     .missingLineEnd = "Missing CRLF in Content-Length:",
+     .isNeeded = true},
+    {.name = "content-location", .notImplemented = "Content-Location not implemented"},
+    {.name = "content-type", .rule = takeContentType, .missingLineEnd = "Missing CRLF in Content-Type:"},
+    {.name = "transfer-encoding",
+     .rule = takeTransferEncoding,
+     .missingLineEnd = kExtensionLineEnd,
+     .isNeeded = true},
 };
 
 // Every known name has a slot of its own, found by its length and two of its letters, so that a name is compared
-// once at most.
+// once at most. The factors are such that no two names share a slot, which is proved below.
 constexpr std::size_t kSlots = 32;
+constexpr std::size_t kFirstLetterFactor = 7;
+constexpr std::size_t kLastLetterButOneFactor = 13;
 constexpr std::size_t kShortestName = 3;
 constexpr std::size_t kLongestName = 18;
 constexpr std::uint8_t kNoHeader = 0xFF;
@@ -195,7 +207,7 @@ constexpr std::size_t slotOf(std::string_view name)
 {
     const auto first = static_cast<std::size_t>(name.front() | 0x20);
     const auto lastButOne = static_cast<std::size_t>(name[name.size() - 2] | 0x20);
-    return (name.size() + first * 7 + lastButOne * 13) % kSlots;
+    return (name.size() + first * kFirstLetterFactor + lastButOne * kLastLetterButOneFactor) % kSlots;
 }
 
 constexpr bool hasKnownLength(std::string_view name)
@@ -217,34 +229,11 @@ static_assert(std::size(kHeaders) + static_cast<std::size_t>(std::count(kHeaderS
 static_assert(std::all_of(std::begin(kHeaders), std::end(kHeaders),
                           [](const kxHttpHeaderRow& row) { return hasKnownLength(row.name); }));
 
-constexpr std::uint64_t kSmallLetters = 0x2020202020202020U;
-
-bool isSameWord(const char* name, const char* smallName)
-{
-    std::uint64_t left;
-    std::uint64_t right;
-    std::memcpy(&left, name, sizeof left);
-    std::memcpy(&right, smallName, sizeof right);
-    return (left | kSmallLetters) == right;
-}
-
-// The known names are of letters and hyphens, of which bit 5 makes the other case and nothing else of a token.
-bool isSameName(std::string_view name, std::string_view smallName)
-{
-    if (name.size() != smallName.size()) return false;
-    if (name.size() < sizeof(std::uint64_t)) return kxHttpSameWord(name, smallName);
-    const std::size_t last = name.size() - sizeof(std::uint64_t);
-    for (std::size_t position = 0; position < last; position += sizeof(std::uint64_t)) {
-        if (!isSameWord(name.data() + position, smallName.data() + position)) return false;
-    }
-    return isSameWord(name.data() + last, smallName.data() + last);
-}
-
 }  // namespace
 
 const kxHttpHeaderRow& kxHttpFindHeader(std::string_view name) noexcept
 {
     if (!hasKnownLength(name)) return kExtension;
     const std::uint8_t index = kHeaderSlots[slotOf(name)];
-    return index != kNoHeader && isSameName(name, kHeaders[index].name) ? kHeaders[index] : kExtension;
+    return index != kNoHeader && kxHttpSameWord(name, kHeaders[index].name) ? kHeaders[index] : kExtension;
 }

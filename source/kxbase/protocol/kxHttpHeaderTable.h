@@ -8,12 +8,12 @@
 using kxHttpValueRule = bool (*)(kxHttpCursor& value, kxHttpFacts& facts);
 
 struct kxHttpHeaderRow {
-    std::string_view name;  // in small letters
-    kxHttpValueRule rule;   // null: the value is not looked at
-    const char*
-        missingLineEnd;  // when something follows what the rule takes, or a control byte is in the way
-    const char* notImplemented;  // reported instead of a rule
-    bool isNeeded;               // without a usable value the end of the message is not known
+    std::string_view name;           // in small letters
+    kxHttpValueRule rule = nullptr;  // null: the value is not looked at
+    // When something follows what the rule takes, or a control byte is in the way.
+    const char* missingLineEnd = nullptr;
+    const char* notImplemented = nullptr;  // reported instead of a rule
+    bool isNeeded = false;                 // without a usable value the end of the message is not known
 };
 
 // The row of a name in any case, or that of all other headers.

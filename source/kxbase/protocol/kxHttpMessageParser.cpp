@@ -108,7 +108,10 @@ void kxHttpMessageParser::takeLine(std::uint32_t lineFeed)
         return fail();
     }
     const bool isEmpty = line.end == line.start;
-    if (!hasFirstLine_) return isEmpty ? void() : takeFirstLine(line);
+    if (!hasFirstLine_) {
+        if (!isEmpty) takeFirstLine(line);
+        return;
+    }
     if (!isEmpty && kxHttpIs(block[line.start], KX_HTTP_BLANK)) return continueHeader(line);
     takeHeader();
     line_ = line;
@@ -149,6 +152,9 @@ void kxHttpMessageParser::takeHeader()
     const std::string_view name = cursor.takeToken();
     if (name.empty() || !cursor.take(':')) {
         kxHttpReport(KX_HTTP_DATA_DISCARDED, {line_.number, 1});
+        // Who put blanks before the colon goes by what the line says (RFC 9112 5.1).
+        cursor.skipBlanks();
+        if (cursor.isNext(':') && kxHttpFindHeader(name).isNeeded) fail();
     } else {
         const kxHttpHeaderRow& row = kxHttpFindHeader(name);
         const std::string_view value = trimmed(cursor.rest());
@@ -169,7 +175,7 @@ bool kxHttpMessageParser::readValue(const kxHttpHeaderRow& row, std::string_view
         return row.notImplemented == nullptr;
     }
     kxHttpFacts facts = message_.facts_;
-    if (row.rule(cursor, facts) && (cursor.skipBlanks(), cursor.endLine(row.missingLineEnd))) {
+    if (row.rule(cursor, facts) && cursor.endValue(row.missingLineEnd)) {
         message_.facts_ = facts;
         return true;
     }

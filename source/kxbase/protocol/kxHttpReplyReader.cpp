@@ -36,7 +36,7 @@ void kxHttpReplyReader::received(std::uint32_t count)
     const kxHttpBody::Progress progress = framing_.decode(bytes, left, room_, left);
     body_.commit(static_cast<std::uint32_t>(progress.produced));
     hasMore_ = progress.taken < left;
-    if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
+    noteFraming();
 }
 
 void kxHttpReplyReader::takeHead()
@@ -49,7 +49,6 @@ void kxHttpReplyReader::takeHead()
     } else {
         framing_.start(head(), kxHttpMethodName(requestMethod_));
         hasHead_ = true;
-        if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
     }
 }
 
@@ -60,17 +59,22 @@ void kxHttpReplyReader::failHead()
     parser_.reset();
 }
 
+void kxHttpReplyReader::noteFraming()
+{
+    if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
+}
+
 void kxHttpReplyReader::endOfData()
 {
     if (isOver()) return;
     if (hasHead_) {
         framing_.endOfData();
-        if (framing_.hasFailed()) errorText_ = kxTranslate(framing_.errorText());
+        noteFraming();
     } else if (parser_.hasStarted()) {
         parser_.endOfData();
         failHead();
     } else {
-        errorText_ = kxTranslate("IP connection closed");
+        errorText_ = kxTranslate("Connection was closed without a reply");
     }
 }
 

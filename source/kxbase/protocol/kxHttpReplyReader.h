@@ -44,6 +44,7 @@ public:
 private:
     void takeHead();
     void failHead();
+    void noteFraming();
 
     kxHttpMessageParser parser_;
     kxHttpBody framing_;

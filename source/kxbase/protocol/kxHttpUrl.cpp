@@ -2,8 +2,10 @@
 
 #include "kxbase/net/kxUrlPlace.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/protocol/kxHttpCharacters.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -16,11 +18,29 @@ bool isForbidden(char letter)
     return code <= 0x20 || code == 0x7F;
 }
 
-// The end of "[user@]host[:port]" behind the user's name.
-std::string_view behindUser(std::string_view hostPart)
+// Of a host: what divides a URL, and what has no place in one at all (RFC 3986 2.2, 3.2.2).
+bool isForbiddenInHost(char letter)
+{
+    constexpr std::string_view kMarks = "\"#/:<>?@[\\]^`{|}";
+    return isForbidden(letter) || kMarks.find(letter) != std::string_view::npos;
+}
+
+// Cuts the user's name off the front of "[user@]host[:port]".
+std::optional<std::string_view> takeUser(std::string_view& hostPart)
 {
     const std::size_t at = hostPart.rfind('@');
-    return at != std::string_view::npos ? hostPart.substr(at + 1) : hostPart;
+    if (at == std::string_view::npos) return {};
+    const std::string_view user = hostPart.substr(0, at);
+    hostPart.remove_prefix(at + 1);
+    return user;
+}
+
+// A colon without a number behind it is no port (RFC 3986 3.2.3).
+kxNetUrl hostAndPort(std::string_view text, std::uint16_t defaultPort)
+{
+    kxNetUrl place(text, defaultPort);
+    if (text.ends_with(':')) place.port = defaultPort;
+    return place;
 }
 
 kxString proxyText(const kxUrlOptions& options)
@@ -32,9 +52,13 @@ kxString proxyText(const kxUrlOptions& options)
 
 kxNetUrl proxyOf(std::string_view text)
 {
-    constexpr std::string_view kScheme = "http://";
-    if (text.starts_with(kScheme)) text.remove_prefix(kScheme.size());
-    return {behindUser(text.substr(0, text.find('/'))), kxHttpUrl::kDefaultProxyPort};
+    constexpr std::string_view kScheme = "http:";
+    const std::string_view behind = text.substr(std::min(kScheme.size(), text.size()));
+    const bool hasScheme =
+        kxHttpSameWord(text.substr(0, kScheme.size()), kScheme) && behind.find_first_of("/\\") == 0;
+    std::string_view hostPart = kxUrlPlace(hasScheme ? behind : text).hostPart;
+    takeUser(hostPart);
+    return hostAndPort(hostPart, kxHttpUrl::kDefaultProxyPort);
 }
 
 kxString withSlashes(std::string_view text)
@@ -46,22 +70,24 @@ kxString withSlashes(std::string_view text)
 
 }  // namespace
 
-kxHttpUrl::kxHttpUrl(const kxString& url)
-    : origin(behindUser(kxUrlPlace(url.view()).hostPart), kDefaultPort), proxy({}, kDefaultProxyPort)
+kxHttpUrl::kxHttpUrl(const kxString& url) : origin({}, kDefaultPort), proxy({}, kDefaultProxyPort)
 {
     const kxUrlPlace place(url.view());
-    if (const std::size_t at = place.hostPart.rfind('@'); at != std::string_view::npos)
-        userName = kxString(place.hostPart.substr(0, at));
-    path = withSlashes(place.rest);
+    std::string_view hostPart = place.hostPart;
+    if (const auto user = takeUser(hostPart)) userName = kxString(*user);
+    origin = hostAndPort(hostPart, kDefaultPort);
     origin.options = kxString(place.options);
-    proxy = proxyOf(proxyText(origin.lookup()).view());
+    path = withSlashes(place.rest);
+    const kxString text = proxyText(origin.lookup());
+    hasProxy = !text.isEmpty();
+    proxy = proxyOf(text.view());
 }
 
 bool kxHttpUrl::hasUsableHost() const
 {
     const std::string_view host = origin.host.view();
     return !host.empty() && host.size() <= kLongestHostBytes && origin.port != 0 &&
-           std::none_of(host.begin(), host.end(), isForbidden);
+           std::none_of(host.begin(), host.end(), isForbiddenInHost);
 }
 
 std::string kxHttpUrl::encodedPath() const

@@ -2,8 +2,8 @@
 //
 //   [//][user@]host[:port][/path][?options]
 //
-// Options follow the last "?", so that a path with a query is written with one more "?" at its end. In the path a
-// backslash is a slash.
+// Options follow the last "?", so that a path with a query is written with one more "?" at its end. A backslash is a
+// slash. A port that is left out, or empty, is the default one; one that is no number from 1 to 65535 is 0.
 //
 // Ownership: owns its texts.
 // Threads:   a plain value.
@@ -23,8 +23,8 @@ struct kxHttpUrl {
     kxHttpUrl() : kxHttpUrl(kxString()) {}
     explicit kxHttpUrl(const kxString& url);
 
-    // Whether the host could stand in a request: not empty, without blanks and control bytes, and with a port from
-    // 1 to 65535.
+    // Whether the host could stand in a request: not empty, without blanks, control bytes and what divides a URL, and
+    // with a port from 1 to 65535.
     bool hasUsableHost() const;
     // The path with blanks and control bytes as %XX.
     std::string encodedPath() const;
@@ -33,6 +33,7 @@ struct kxHttpUrl {
     kxNetUrl origin;  // host, port and options
     kxString path;    // as written, without the slash in front
     // First that applies: the option "no_proxy" for none, the option "proxy", the variable KORVEX_HTTP_PROXY of the
-    // environment. The host is empty when there is none.
+    // environment. It may be written as a URL too.
+    bool hasProxy = false;
     kxNetUrl proxy;
 };

@@ -3,7 +3,6 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
 #include <algorithm>
@@ -12,8 +11,6 @@
 
 namespace {
 
-constexpr std::uint32_t kReceiveBufferBytes = 1000000;
-constexpr std::uint32_t kConnectPauseMilliseconds = 20;
 constexpr double kOthersReplySeconds = 3.0;
 constexpr std::uint32_t kLongestWaitMilliseconds = 1000;
 constexpr std::uint32_t kPieceBytes = 65536;
@@ -61,76 +58,32 @@ bool kxSerializeAdapterHttp::open(const kxString& url)
     return connect();
 }
 
-// From here on the connection is the caller's, until a request has been prepared.
-void kxSerializeAdapterHttp::takeConnection()
+// From here on the connection is the caller's, until a request goes out. A fresh one serves what it turns out to be;
+// one that has served must be free of remains; neither may have been closed by the server since.
+kxSerializeAdapterHttp::Fitness kxSerializeAdapterHttp::takeConnection()
 {
     const kxBodyGuard guard(lock_);
-    isRequested_ = false;
+    const bool isFresh = phase_ == NOT_REQUESTED;
+    std::uint32_t pending = 0;
+    const bool isFit = connection_.socket().isActive(pending) &&
+                       (isFresh || (failure_.isEmpty() && reader_.leavesConnectionUsable() && pending == 0));
+    phase_ = NOT_REQUESTED;
     failure_ = {};
-    reader_.start(KX_HTTP_GET);
+    reader_.start(method_);
+    if (!isFit) return UNFIT;
+    return isFresh ? FRESH : KEPT_ALIVE;
 }
 
 bool kxSerializeAdapterHttp::connect()
 {
-    connection_.close(false);
-    setError({});
-    kxSocketAddress destination;
-    if (!chooseDestination(destination)) return false;
-    if (!connection_.create(KX_SOCKET_IPV4, KX_SOCKET_STREAM)) return failToConnect();
-    connection_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes);
-    connection_.setBlocking(false);
-    connection_.setDetectClose(true);
-    const kxString interfaceText = url_.origin.interfaceText(interfaceText_);
-    // An interface that nobody knows is no address, which is any.
-    const kxHostAddress chosen =
-        interfaceText.isEmpty() ? kxHostAddress::none() : kxNetwork::interfaceAddress(interfaceText);
-    return (connection_.bind(kxSocketAddress(chosen, 0)) && finishConnecting(destination)) || failToConnect();
-}
-
-bool kxSerializeAdapterHttp::chooseDestination(kxSocketAddress& destination)
-{
-    const kxNetUrl& proxy = url_.proxy;
-    const bool hasProxy = !proxy.host.isEmpty();
-    if (hasProxy && proxy.port != 0) destination = kxSocketAddress(proxy.host, proxy.port);
-    const bool isProxyUsable = !destination.isEmpty();
-    const bool isHostUsable = url_.hasUsableHost();
-    if (isHostUsable && !isProxyUsable) {
-        destination = kxSocketAddress(url_.origin.host, url_.origin.port);
-        url_.proxy.host = {};
-    }
-    if (isHostUsable && !destination.isEmpty()) return true;
-    setError(kxTranslate(hasProxy && !isProxyUsable ? "Host name in URL is not valid and proxy is not valid"
-                                                    : "Host name in URL is not valid"));
-    return false;
-}
-
-bool kxSerializeAdapterHttp::finishConnecting(const kxSocketAddress& destination)
-{
-    const double end = kxClock::seconds() + timeoutSeconds_;
-    while (!connection_.connect(destination)) {
-        if (connection_.error() != KX_SOCKET_OK) return false;
-        if (kxClock::seconds() >= end) return connection_.record(KX_SOCKET_TIMED_OUT);
-        connection_.waitForRoom(kConnectPauseMilliseconds);
-    }
-    return true;
-}
-
-bool kxSerializeAdapterHttp::failToConnect()
-{
-    setError(socketErrorText());
-    connection_.close(false);
-    return false;
-}
-
-kxString kxSerializeAdapterHttp::socketErrorText() const
-{
-    return kxString::format("%s (%s)", kxTranslate(connection_.errorText()), url_.origin.host);
+    setError(connection_.open(url_, url_.origin.interfaceText(interfaceText_), timeoutSeconds_));
+    return !kxSerializeAdapter::hasError();
 }
 
 bool kxSerializeAdapterHttp::isActive()
 {
     const kxBodyGuard guard(lock_);
-    return connection_.isActive();
+    return connection_.socket().isActive();
 }
 
 // ---- requests
@@ -164,52 +117,50 @@ std::string kxSerializeAdapterHttp::userAgentText() const
 bool kxSerializeAdapterHttp::request(kxHttpMethod method, const std::string& text)
 {
     discardPushBack();
-    const bool canReuse = canReuseConnection();
-    takeConnection();
-    const bool isReady = canReuse || connect();
+    method_ = method;
+    requestText_ = text;
+    return sendRequest(takeConnection());
+}
+
+bool kxSerializeAdapterHttp::sendRequest(Fitness fitness)
+{
+    const bool isReady = fitness != UNFIT || connect();
     {
         const kxBodyGuard guard(lock_);
-        reader_.start(method);
+        reader_.start(method_);
+        receivedBytes_ = 0;
         if (!isReady) failure_ = getError();
-        isRequested_ = true;
-        isTimedOut_ = isFailureTold_ = false;
+        phase_ = REQUESTED;
+        isKeptAlive_ = fitness == KEPT_ALIVE;
         replyDeadline_ = kxClock::seconds() + timeoutSeconds_;
     }
+    isFailureTold_ = false;
     setError({});
-    send(text);
+    sendText();
     return waitForReply();
 }
 
-// A fresh connection serves whatever it turns out to be; one that has served must be free of remains and not closed
-// by the server since.
-bool kxSerializeAdapterHttp::canReuseConnection()
+void kxSerializeAdapterHttp::sendText()
 {
-    const kxBodyGuard guard(lock_);
-    if (!connection_.isOpen()) return false;
-    if (!isRequested_) return true;
-    std::uint32_t pending = 0;
-    return failure_.isEmpty() && reader_.leavesConnectionUsable() && connection_.isActive(pending) &&
-           pending == 0;
-}
-
-void kxSerializeAdapterHttp::send(const std::string& text)
-{
-    std::size_t done = 0;
+    std::string_view left = requestText_;
     for (;;) {
         {
             const kxBodyGuard guard(lock_);
-            if (isOver()) return;
-            const auto left = static_cast<std::uint32_t>(text.size() - done);
-            const kxPlatformSocketResult sent = connection_.trySend(text.data() + done, left);
-            if (sent.count >= 0) {
-                done += static_cast<std::size_t>(sent.count);
-            } else if (!connection_.record(sent.error) && sent.error != KX_SOCKET_WOULD_BLOCK) {
-                return failWithSocketError();
+            // Whoever answers early leaves a connection with half a request in it.
+            if (!isUnderWay()) return connection_.close();
+            const kxPlatformSocketResult sent =
+                connection_.socket().trySend(left.data(), static_cast<std::uint32_t>(left.size()));
+            if (sent.count >= 0) left.remove_prefix(static_cast<std::size_t>(sent.count));
+            if (left.empty()) return lock_.signal();
+            if (sent.count < 0 && sent.error != KX_SOCKET_WOULD_BLOCK) {
+                // What has come before the failure can still be read.
+                connection_.socket().record(sent.error);
+                receiveAhead();
+                return lock_.signal();
             }
-            if (done == text.size()) return lock_.signal();
         }
         if (kxClock::seconds() >= replyDeadline_) return;
-        connection_.waitForRoom(kLongestWaitMilliseconds);
+        connection_.socket().waitForRoom(kLongestWaitMilliseconds);
     }
 }
 
@@ -217,21 +168,48 @@ bool kxSerializeAdapterHttp::waitForReply()
 {
     const double end =
         pumpsItself_ ? replyDeadline_ : std::min(replyDeadline_, kxClock::seconds() + kOthersReplySeconds);
+    bool hasHead = false;
+    Phase phase = NOT_REQUESTED;
+    waitUntil(end, [&] {
+        if (pumpsItself_) receiveAhead();
+        hasHead = reader_.hasHead();
+        phase = phase_;
+        return hasHead || !isUnderWay();
+    });
+    if (phase == STALE) return sendRequest(takeConnection());
+    if (hasHead || phase == NOT_REQUESTED) return hasHead;
+    if (kxClock::seconds() >= replyDeadline_) giveUp();
+    concludeReply();
+    return false;
+}
+
+// Waits until a condition is met, which is asked under the lock; false when the end comes first. The condition may put
+// the end off.
+template <class Condition> bool kxSerializeAdapterHttp::waitUntil(const double& end, Condition isMet)
+{
     for (;;) {
-        const double left = end - kxClock::seconds();
+        double left = 0;
         {
             const kxBodyGuard guard(lock_);
-            if (!isRequested_) return false;
-            if (pumpsItself_) receiveAhead();
-            if (reader_.hasHead()) return true;
-            if (isOver() || left <= 0) break;
+            if (isMet()) return true;
+            left = end - kxClock::seconds();
+            if (left <= 0) return false;
             if (!pumpsItself_) waitForOther(millisecondsOf(left));
         }
         if (pumpsItself_) waitForInput(left);
     }
-    if (kxClock::seconds() >= replyDeadline_) giveUp();
-    hasError();
-    return false;
+}
+
+void kxSerializeAdapterHttp::waitForInput(double seconds)
+{
+    kxPlatformSocketWait(connection_.socket().descriptor(), KX_SOCKET_CAN_READ, millisecondsOf(seconds));
+}
+
+// The lock is given up meanwhile. The wait uses one up, which is taken here; that of the caller stays.
+void kxSerializeAdapterHttp::waitForOther(std::uint32_t milliseconds)
+{
+    lock_.lock();
+    lock_.wait(milliseconds, true);
 }
 
 // ---- receiving
@@ -248,7 +226,7 @@ bool kxSerializeAdapterHttp::pump(std::uint32_t milliseconds)
             waitForOther(milliseconds);
             return false;
         }
-        socket = connection_.descriptor();
+        socket = connection_.socket().descriptor();
     }
     kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
     const kxBodyGuard guard(lock_);
@@ -257,13 +235,13 @@ bool kxSerializeAdapterHttp::pump(std::uint32_t milliseconds)
 
 bool kxSerializeAdapterHttp::canReceive() const
 {
-    return isRequested_ && !isOver() && reader_.length() < kAheadBytes;
+    return isUnderWay() && reader_.length() < kAheadBytes;
 }
 
 // Receives until nothing is there, or enough for now; answers whether anything came.
 bool kxSerializeAdapterHttp::receiveAhead()
 {
-    const bool wasOver = isOver();
+    const bool wasUnderWay = isUnderWay();
     std::uint32_t received = 0;
     // What comes need not be of any use, so it is counted as it comes.
     while (canReceive() && received < kAheadBytes) {
@@ -272,7 +250,7 @@ bool kxSerializeAdapterHttp::receiveAhead()
         received += got;
         if (got < kPieceBytes) break;
     }
-    const bool hasCome = received != 0 || isOver() != wasOver;
+    const bool hasCome = received != 0 || isUnderWay() != wasUnderWay;
     if (hasCome) lock_.signal();
     return hasCome;
 }
@@ -281,18 +259,23 @@ bool kxSerializeAdapterHttp::receiveAhead()
 std::uint32_t kxSerializeAdapterHttp::receive(std::uint8_t* bytes, std::uint32_t count)
 {
     const std::int64_t got = connection_.receive(bytes, count);
-    if (got > 0) return static_cast<std::uint32_t>(got);
-    if (got == 0)
-        reader_.endOfData();
-    else if (connection_.error() != KX_SOCKET_OK)
-        failWithSocketError();
-    return 0;
+    if (got < 0)
+        endOfData();
+    else
+        receivedBytes_ += static_cast<std::uint64_t>(got);
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(got, 0));
 }
 
-void kxSerializeAdapterHttp::failWithSocketError()
+// A server may close a connection that it has kept alive just when another request comes; that one is sent again, once
+// (RFC 9112 9.3.1).
+void kxSerializeAdapterHttp::endOfData()
 {
-    failure_ = socketErrorText();
-    lock_.signal();
+    if (isKeptAlive_ && receivedBytes_ == 0)
+        phase_ = STALE;
+    else if (connection_.hasFailed())
+        failure_ = connection_.errorText();
+    else
+        reader_.endOfData();
 }
 
 // ---- reading
@@ -303,7 +286,7 @@ std::uint32_t kxSerializeAdapterHttp::look()
 {
     if (!pumpsItself_ || reader_.length() != 0) return reader_.length();
     if (const std::uint64_t run = reader_.plainRun(); run >= kStraightRunBytes) {
-        const std::uint32_t pending = connection_.bytesAvailable();
+        const std::uint32_t pending = connection_.socket().bytesAvailable();
         if (pending >= kStraightBytes)
             return static_cast<std::uint32_t>(std::min<std::uint64_t>(run, pending));
     }
@@ -369,43 +352,30 @@ std::uint32_t kxSerializeAdapterHttp::getDataLength()
 std::uint32_t kxSerializeAdapterHttp::awaitData()
 {
     if (!awaitHead()) return 0;
-    const double end = kxClock::seconds() + timeoutSeconds_;
-    for (;;) {
-        const double left = end - kxClock::seconds();
-        {
-            const kxBodyGuard guard(lock_);
-            const std::uint32_t ready = look();
-            if (ready != 0 || isOver()) return ready;
-            if (left <= 0) break;
-            if (!pumpsItself_) waitForOther(millisecondsOf(left));
-        }
-        if (pumpsItself_) waitForInput(left);
-    }
-    giveUp();
-    return 0;
+    std::uint32_t ready = 0;
+    std::uint64_t receivedBefore = 0;
+    double end = 0;
+    const bool isInTime = waitUntil(end, [&] {
+        ready = look();
+        // Framing is a sign of life too; what there can be of it without a byte of the body has its limits.
+        if (receivedBytes_ != std::exchange(receivedBefore, receivedBytes_))
+            end = kxClock::seconds() + timeoutSeconds_;
+        return ready != 0 || isOver();
+    });
+    if (!isInTime) giveUp();
+    return ready;
 }
 
 bool kxSerializeAdapterHttp::awaitHead()
 {
+    Phase phase = NOT_REQUESTED;
     {
         const kxBodyGuard guard(lock_);
         if (reader_.hasHead()) return true;
-        if (isRequested_ && isOver()) return false;
-        if (!isRequested_ && kxSerializeAdapter::hasError()) return false;
+        phase = phase_;
+        if (phase != NOT_REQUESTED ? isOver() : kxSerializeAdapter::hasError()) return false;
     }
-    return isRequested_ ? waitForReply() : get();
-}
-
-void kxSerializeAdapterHttp::waitForInput(double seconds)
-{
-    kxPlatformSocketWait(connection_.descriptor(), KX_SOCKET_CAN_READ, millisecondsOf(seconds));
-}
-
-// Under the lock, which is given up meanwhile.
-void kxSerializeAdapterHttp::waitForOther(std::uint32_t milliseconds)
-{
-    lock_.lock();
-    lock_.wait(milliseconds, true);
+    return phase == NOT_REQUESTED ? get() : waitForReply();
 }
 
 // ---- the end
@@ -417,39 +387,38 @@ void kxSerializeAdapterHttp::giveUp()
         const kxBodyGuard guard(lock_);
         if (isOver()) return;
         failure_ = kxString::format(kxTranslate(kTimedOut), getName());
-        isTimedOut_ = true;
-        connection_.close(false);
+        connection_.close();
         lock_.signal();
     }
-    hasError();
+    isFailureTold_ = true;
+    kxMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
+    concludeReply();
 }
 
 bool kxSerializeAdapterHttp::hasError()
 {
-    if (kxSerializeAdapter::hasError()) return true;
+    return kxSerializeAdapter::hasError() || concludeReply();
+}
+
+// When the reply is over: closes a connection that is of no more use, tells what went wrong, and, when everything has
+// been read, makes that the adapter's error, which is the answer.
+bool kxSerializeAdapterHttp::concludeReply()
+{
     kxString text;
     bool hasBytes = hasPushBack();
     {
         const kxBodyGuard guard(lock_);
         // Without a connection there is nothing to come either.
-        if (isRequested_ ? !isOver() : connection_.isOpen()) return false;
+        if (phase_ != NOT_REQUESTED ? !isOver() : connection_.socket().isOpen()) return false;
         text = failure_.isEmpty() ? reader_.errorText() : failure_;
         hasBytes = hasBytes || reader_.length() != 0;
-        if (!reader_.leavesConnectionUsable()) connection_.close(false);
+        if (!reader_.leavesConnectionUsable()) connection_.close();
     }
-    tellFailure(text);
+    if (!text.isEmpty() && !std::exchange(isFailureTold_, true))
+        kxMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
     if (hasBytes) return false;
     setError(text.isEmpty() ? kxTranslate("IP connection closed") : text);
     return true;
-}
-
-void kxSerializeAdapterHttp::tellFailure(const kxString& text)
-{
-    if (text.isEmpty() || std::exchange(isFailureTold_, true)) return;
-    if (isTimedOut_)
-        kxMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
-    else
-        kxMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
 }
 
 void kxSerializeAdapterHttp::writeBlock(const void*, std::uint32_t count)

@@ -23,15 +23,15 @@
 //            must not use the adapter.
 // Errors:    what fails while opening is the error text. Once the reply is over and everything has been read,
 //            hasError() sets "IP connection closed", or what went wrong, which is sent as a Warning too:
-//            "HTTP Socket <name> timeout. No data", "Malformed message received", "Message body is incomplete", or
-//            the text of the socket's error with the host in brackets.
+//            "HTTP Socket <name> timeout. No data", "Malformed message received", "Message body is incomplete",
+//            "Connection was closed without a reply", or the text of the socket's error with the host in brackets.
+//            A proxy that is left out is told by a Warning.
 // Units:     counts are in bytes, the time-out in seconds.
 #pragma once
 
-#include "kxbase/net/kxSocket.h"
+#include "kxbase/protocol/kxHttpConnection.h"
 #include "kxbase/protocol/kxHttpReplyReader.h"
 #include "kxbase/protocol/kxHttpStatus.h"
-#include "kxbase/protocol/kxHttpUrl.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 #include "kxbase/thread/kxEvent.h"
 
@@ -49,13 +49,15 @@ public:
     void setInterface(const kxString& text) { interfaceText_ = text; }
     // Control bytes in it are sent as blanks.
     void setUserAgent(const kxString& text) { userAgent_ = text; }
-    // For a connection to be made, for the whole head of a reply, and for each further piece of it; 30 at first.
+    // For a connection to be made, for the whole head of a reply, and behind it for each wait without a byte; 30 at
+    // first.
     void setTimeout(double seconds) { timeoutSeconds_ = seconds; }
     // Whether requests and reads receive by themselves, as they do at first, or leave that to pump().
     void setPumping(bool pumps) { pumpsItself_ = pumps; }
 
     // Sends a request and waits for the head of its reply; answers whether there is one. What is left of the reply
-    // before is given up. A connection that serves no further request is made anew.
+    // before is given up. A connection that serves no further request is made anew, also when the server closes one
+    // that it has kept alive without a byte of a reply; the request is sent again then.
     virtual bool get();
     virtual bool options();
     // Waits on for the head of the reply; the same answer.
@@ -83,48 +85,58 @@ public:
     std::uint32_t getDataLength() override;
 
 private:
-    void takeConnection();
+    enum Phase : std::uint8_t {
+        NOT_REQUESTED,  // the connection is the requesting thread's
+        REQUESTED,
+        STALE,  // the connection was dead already: the request must be sent again
+    };
+    // Of a connection, for the next request.
+    enum Fitness : std::uint8_t { UNFIT, FRESH, KEPT_ALIVE };
+
+    Fitness takeConnection();
     bool connect();
-    bool chooseDestination(kxSocketAddress& destination);
-    bool finishConnecting(const kxSocketAddress& destination);
-    bool failToConnect();
-    kxString socketErrorText() const;
     bool request(kxHttpMethod method, const std::string& text);
-    bool canReuseConnection();
-    void send(const std::string& text);
+    bool sendRequest(Fitness fitness);
+    void sendText();
     std::string userAgentText() const;
+    template <class Condition> bool waitUntil(const double& end, Condition isMet);
+    void waitForInput(double seconds);
     std::uint32_t awaitData();
     bool awaitHead();
-    void waitForInput(double seconds);
     void giveUp();
-    void tellFailure(const kxString& text);
+    bool concludeReply();
 
-    // Under the lock.
+    // Under the lock, all of them.
     bool isOver() const { return !failure_.isEmpty() || reader_.isOver(); }
+    bool isUnderWay() const { return phase_ == REQUESTED && !isOver(); }
     bool canReceive() const;
     bool receiveAhead();
     std::uint32_t receive(std::uint8_t* bytes, std::uint32_t count);
-    void failWithSocketError();
+    void endOfData();
     std::uint32_t look();
     std::uint32_t take(std::uint8_t* bytes, std::uint32_t count);
     std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);
     void waitForOther(std::uint32_t milliseconds);
 
+    // Of the requesting thread.
     kxHttpUrl url_;
     kxString interfaceText_;
     kxString userAgent_ = "KorvexBase HTTP/1.0";
+    std::string requestText_;
+    kxHttpMethod method_ = KX_HTTP_GET;
     double timeoutSeconds_ = 30.0;
     double replyDeadline_ = 0;
     bool pumpsItself_ = true;
-    bool isTimedOut_ = false;
     bool isFailureTold_ = false;
     bool isWriteTold_ = false;
 
     // Guards what follows, once a request has been prepared; signalled when one goes out, when a reply goes on and
     // when it is read.
     kxEvent lock_;
-    kxSocket connection_;
+    kxHttpConnection connection_;
     kxHttpReplyReader reader_;
-    kxString failure_;  // of the connection, or the lack of data
-    bool isRequested_ = false;
+    kxString failure_;                 // of the connection, or the lack of data
+    std::uint64_t receivedBytes_ = 0;  // since the request went out
+    Phase phase_ = NOT_REQUESTED;
+    bool isKeptAlive_ = false;  // the connection has served before
 };

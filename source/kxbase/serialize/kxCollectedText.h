@@ -1,6 +1,7 @@
-// The bytes or the wide units of a text that is read from an adapter, as a 16-bit count of them sees them: after
-// 65535 it wraps, and what follows overwrites the text from its start. Kept on purpose, since
-// streams are read the same everywhere.
+// The bytes or the wide units of a text that is read from an adapter, counted in 16 bits: of n units, only the last
+// n mod 65536 remain. Kept on purpose, since streams are read the same everywhere.
+//
+// The count wraps after 65535, and what follows overwrites the text from its start.
 #pragma once
 
 #include "kxbase/containers/kxArray.h"

@@ -1,4 +1,5 @@
-// Reading what a stream from outside announces, without trusting it.
+// Reading what a stream from outside announces, without trusting it: the counts and sizes that say how much is to
+// come, and the bytes of which they speak.
 //
 // Threads: plain functions without state.
 // Errors:  the reading functions answer false when the stream ends too early or announces what cannot be; the
@@ -17,7 +18,8 @@ inline void kxWarnCorruptStream(std::string_view reader)
     kxMessage(KX_MESSAGE_WARNING, "Corrupt Stream in %s!!", reader);
 }
 
-// A number as kxVarUInt64 writes it, in at most nine bytes.
+// A number in the at most nine bytes that kxVarUInt64 writes. kxVarUInt64::read would go on for as long as a stream
+// says that another byte follows; an announcement that does is no count.
 bool kxReadAnnounced(kxSerializeAdapter& adapter, std::uint64_t& number);
 // The same for a size: above 4294967295 is none.
 bool kxReadAnnouncedSize(kxSerializeAdapter& adapter, std::uint32_t& size);

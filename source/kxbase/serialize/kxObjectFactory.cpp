@@ -11,7 +11,9 @@ namespace {
 using Factories =
     kxDict<std::uint32_t, kxObjectFactoryInterface, kxUInt32CompareInterface, kxUntrackedStorage>;
 
-// Foreign code runs under it, so that a fork must not wait for it. In the child it is free again, unless the
+// Two locks, taken in this order: the first while a factory is in use, the second, of the process, around each access
+// to the table. A fork waits for the second, so that the child finds the table whole; it must not wait for the
+// first, under which foreign code runs for as long as it likes. In the child the first is free again, unless the
 // thread that forked holds it.
 class UseMutex : public kxMutex {
 public:

@@ -2,8 +2,9 @@
 //
 // Ownership: refers to the factories, which must be removed before they go; kxObjectFactoryOf does so by itself.
 // Threads:   any. One recursive mutex is held while a factory makes its object, so that a factory that has been
-//            removed is not running any more; factories may make objects of other numbers meanwhile. A forked
-//            child finds the registry free, whatever other threads were making.
+//            removed is not running any more; the factory itself may make objects of other numbers meanwhile. A
+//            second one guards the table, for the moments in which it is looked at or changed: a fork waits for
+//            that one alone, and a forked child finds the registry free, whatever other threads were making.
 // Errors:    none raised. Usable before main and after it.
 #pragma once
 

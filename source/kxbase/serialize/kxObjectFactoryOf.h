@@ -3,6 +3,9 @@
 //
 //   static kxObjectFactoryOf<Shape> shapeFactory(kShapeId);
 //
+// A linker takes an object file out of a static library only when something refers to it: a file that holds nothing
+// else in use is left out, and its factory with it.
+//
 // Threads: see kxObjectFactory.
 // Errors:  a number that is taken is fatal.
 #pragma once

@@ -19,7 +19,7 @@ kxStreamedObjectInterface* streamed(kxReference* object)
 kxRefPointer<kxReference> kxObjectInput::readAny()
 {
     kxRefPointer<kxReference> object = readMention();
-    if (source_ != &adapter_) return object;
+    if (isInsideObject()) return object;
     // Whatever throws, the next object starts afresh.
     const struct Restart {
         kxObjectInput& input;

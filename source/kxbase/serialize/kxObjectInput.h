@@ -3,8 +3,9 @@
 // Ownership: refers to the adapter, which must outlive it. The adapter's instance table keeps the objects, so that
 //            later streams on it may mention them; an object with the id 0 begins a new table.
 // Threads:   one thread at a time.
-// Errors:    a factory id that makes no object that can be streamed sends the Warning "Unknown Factory : %ld"; the
-//            object is null wherever it is mentioned, and its data are skipped. A stream that ends too early or has
+// Errors:    a factory id that makes no object that can be streamed sends the Warning "Unknown Factory : %ld", after
+//            "Factory Object Id '%d' not registered" from kxObjectFactory when nothing has the id; the object is
+//            null wherever it is mentioned, and its data are skipped. A stream that ends too early or has
 //            not the form, an object that takes more data than it has, or one of another class than the reader
 //            wants, send "Corrupt Stream in kxObjectInput!!": everything is null from then on. Counts and sizes in
 //            the stream cost no memory before their bytes have come.
@@ -44,6 +45,7 @@ private:
     kxRefPointer<kxReference> readMention();
     kxRefPointer<kxReference> makeObject(std::uint32_t instanceId);
     void readData(kxReference& object);
+    bool isInsideObject() const noexcept { return source_ != &adapter_; }
     void fail();
 
     kxSerializeAdapter& adapter_;

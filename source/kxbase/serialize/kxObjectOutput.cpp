@@ -17,7 +17,7 @@ kxObjectOutput::kxObjectOutput(kxSerializeAdapter& adapter)
 void kxObjectOutput::writeObject(const kxReference* identity, const kxStreamedObjectInterface* object)
 {
     mention(identity, object);
-    if (target_ != &adapter_) return;
+    if (isInsideObject()) return;
     // Whatever throws, the next object starts afresh.
     const struct Restart {
         kxObjectOutput& output;
@@ -45,7 +45,7 @@ void kxObjectOutput::mention(const kxReference* identity, const kxStreamedObject
 
 void kxObjectOutput::writeData(const kxStreamedObjectInterface& object)
 {
-    takeData();  // of an object that threw
+    discardLeftovers();
     target_ = data_.get();
     object.writeData(*this);
     const kxArray<std::uint8_t> bytes = takeData();

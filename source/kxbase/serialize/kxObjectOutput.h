@@ -47,10 +47,15 @@ public:
 private:
     using Pending = kxQueue<const kxStreamedObjectInterface*>;
 
+    // One object as both of its bases, which know nothing of each other: what the instance dictionary tells objects
+    // apart by, and what writes the data.
     void writeObject(const kxReference* identity, const kxStreamedObjectInterface* object);
     void mention(const kxReference* identity, const kxStreamedObjectInterface* object);
     void writeData(const kxStreamedObjectInterface& object);
     kxArray<std::uint8_t> takeData();
+    // What an object that threw has written.
+    void discardLeftovers() { takeData(); }
+    bool isInsideObject() const noexcept { return target_ != &adapter_; }
 
     kxSerializeAdapter& adapter_;
     const kxRefPointer<kxSerializeAdapterQueue> data_;  // of one object, to know its size

@@ -37,7 +37,9 @@ template <> struct BitsOfSize<8> {
 
 }  // namespace kxBinary
 
-// Pointers are stored as the address, in as many bytes as it has.
+// Pointers are stored as the address, in as many bytes as it has. Of the others, only types with the same size and
+// the same values everywhere: long where it is the signed 64-bit integer, which is long long elsewhere, and neither
+// bool nor char, whose size or sign is the compiler's. Unsigned 64-bit numbers below 2^63 have kxVarUInt64.
 template <typename T>
 concept kxBinaryValue = kxBinary::isOneOf<T, unsigned char, short, unsigned short, int, unsigned int, float,
                                           double, long, long long, char16_t, void*> &&
@@ -117,7 +119,8 @@ private:
     {
         return std::bit_cast<T>(kxInByteOrder(stored, order));
     }
-    // Moves whole values as bits: a floating number in the wrong order may be changed by being looked at.
+    // Moves whole values as bits: loaded as a floating number, one in the wrong order may look like a signalling NaN,
+    // which some processors turn into a quiet one.
     static void reverse(const T* from, std::uint32_t count, void* to) noexcept
     {
         const auto* source = reinterpret_cast<const char*>(from);

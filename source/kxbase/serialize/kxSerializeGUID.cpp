@@ -10,7 +10,7 @@ static_assert(offsetof(kxGUID, data2) == 4 && offsetof(kxGUID, data3) == 6 && of
 
 namespace {
 
-// The parts that are numbers lie in the order of networks; the same way there and back.
+// Turns data1 to data3 from the host's order into that of networks, and back, which is the same; data4 is bytes.
 kxGUID inNetworkOrder(kxGUID value) noexcept
 {
     value.data1 = kxInByteOrder(value.data1, KX_BYTE_ORDER_BIG);

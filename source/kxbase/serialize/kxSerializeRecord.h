@@ -19,7 +19,6 @@
 #include "kxbase/core/kxSerializeData.h"
 
 #include <algorithm>
-#include <limits>
 #include <tuple>
 #include <utility>
 

@@ -4,8 +4,8 @@
 //
 // Ownership: owns its text.
 // Threads:   a plain value.
-// Errors:    none of its own; the adapter's hasError() tells. The count of bytes read is 16 bits wide: after
-//            65535 bytes it wraps, and what follows overwrites the text from its start.
+// Errors:    none of its own; the adapter's hasError() tells. The count of bytes read is 16 bits wide: of n bytes,
+//            only the last n mod 65536 remain.
 // Units:     sizes are in bytes.
 #pragma once
 

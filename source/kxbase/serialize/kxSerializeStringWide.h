@@ -5,9 +5,9 @@
 //
 // Ownership: owns its text.
 // Threads:   a plain value.
-// Errors:    none of its own; the adapter's hasError() tells. The count of units read is 16 bits wide: after
-//            65535 units it wraps, and what follows overwrites the text from its start. Text of more than
-//            65535 bytes as UTF-8 is cut at the last whole character.
+// Errors:    none of its own; the adapter's hasError() tells. The count of units read is 16 bits wide: of n units,
+//            only the last n mod 65536 remain. Text of more than 65535 bytes as UTF-8 is cut at the last whole
+//            character.
 // Units:     sizes are in bytes.
 #pragma once
 

@@ -44,6 +44,7 @@ void kxVarUInt64::write(kxSerializeAdapter& adapter) const
 {
     std::uint8_t bytes[KX_MAX_BYTES];
     const std::uint32_t count = encode(value_, bytes);
+    // Through writeByte, as read() takes single bytes: adapters see the same calls in both directions.
     for (std::uint32_t index = 0; index < count; ++index) adapter.writeByte(bytes[index]);
 }
 
@@ -71,7 +72,8 @@ std::uint32_t kxVarUInt64::encodeLong(std::uint64_t value, std::uint8_t* place) 
     const std::uint64_t continued = kAllContinue & lowBytes(count - 1);
     const std::uint64_t word = kxInByteOrder(spread(value) | continued, KX_BYTE_ORDER_LITTLE);
     std::memcpy(place, &word, kWordBytes);
-    // Bit 63 stands where the ninth byte says that another one follows, which is what it does.
+    // The ninth byte takes bits 56 to 63. Bit 63 falls on the bit that says that another byte follows, which is what
+    // the ninth byte of a number from 2^63 on says.
     place[kWordBytes] = static_cast<std::uint8_t>(value >> kWordBytes * kGroupBits);
     return count;
 }

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <limits>
 
 class kxVarUInt64 final : public kxSerializeData {
 public:
@@ -33,7 +32,7 @@ public:
 
     static constexpr std::uint32_t sizeOf(std::uint64_t value) noexcept
     {
-        // A ninth more than an eighth, rounded up, is a seventh, rounded up, for up to 63 bits.
+        // For 1 to 63 bits, (9 * bits + 64) / 64 is bits / 7 rounded up, without a division.
         const auto bits = static_cast<std::uint32_t>(std::bit_width(value | 1));
         return std::min((bits * 9 + 64) / 64, KX_MAX_BYTES);
     }

@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -29,6 +30,22 @@ constexpr struct {
     {16, "Malformed kxGUID {XXXXXXXX-XXXX-XXXX-????"
          "-????????????}"},
 };
+
+// Whether two digits for each place, and the dashes, make up the text, each character once.
+constexpr bool coverText()
+{
+    int uses[kBareLength] = {};
+    for (const std::size_t place : kPlaces) {
+        ++uses[place];
+        ++uses[place + 1];
+    }
+    for (const std::size_t dash : kDashes) ++uses[dash];
+    for (const int count : uses)
+        if (count != 1) return false;
+    return true;
+}
+static_assert(coverText(), "digits and dashes fit together");
+static_assert(std::end(kGroups)[-1].end == std::size(kPlaces), "every byte is in a group");
 
 // A value with a bit above the lowest four is no digit.
 constexpr std::uint8_t kNoDigit = 0x80;

@@ -34,7 +34,8 @@ public:
     explicit kxGUID(const char* text, std::uint16_t length = 0);
     explicit kxGUID(std::string_view text);
 
-    // Reads a text without sending anything: answers null, or what is wrong, and then leaves the GUID alone.
+    // Reads a text without sending anything. Answers null on success, else the text of the Warning about what is
+    // wrong, and leaves the GUID alone then.
     [[nodiscard]] static const char* read(std::string_view text, kxGUID& guid) noexcept;
     // The text has braces, the length and the dashes of a GUID; its digits are not looked at.
     static bool hasShape(std::string_view text) noexcept;

@@ -1,5 +1,5 @@
-// For calls made where nobody is left to tell of a failure: what they throw is dropped. Unwinding that ends the
-// thread goes on.
+// For calls made where nobody is left to tell of a failure: what they throw is dropped. Forced unwinding of the
+// thread, see kxThread, goes on.
 #pragma once
 
 #include <cxxabi.h>

@@ -20,7 +20,16 @@ public:
     void signal();
     // Sleeps until the event is signalled; answers false when the time passed first. A caller that holds the
     // lock says so: one of its locks is used up, all are given up while it sleeps, and the others are taken
-    // back. No signal that is sent under the lock is missed by a caller that held it.
+    // back. No signal that is sent under the lock is missed by a caller that held it:
+    //
+    //     event.lock();
+    //     while (!isReady) {
+    //         event.wait(100, true);
+    //         event.lock();
+    //     }
+    //     event.unlock();
+    //
+    // A caller that says so and does not hold the lock waits all the same.
     bool wait(std::uint32_t milliseconds, bool alreadyLocked);
 
 private:

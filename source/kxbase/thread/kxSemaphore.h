@@ -26,7 +26,8 @@ public:
     void release();
 
 protected:
-    // The key a reader comes in with: its own thread's while that thread holds the lock for itself.
+    // Waits like acquire: with the caller's own key while the lock is held under that key, else with the key that
+    // all readers share.
     void acquireShared(std::uint32_t ownKey);
 
 private:

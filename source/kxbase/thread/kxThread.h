@@ -20,7 +20,9 @@
 // Threads:   every operation may be called from any thread, also from the thread itself. No lock is held while
 //            process() runs.
 // Errors:    an exception that leaves process() ends the thread, goes to the exception handler and is a Fatal
-//            message.
+//            message. Forced unwinding, which is what the system's calls to end or cancel a thread do inside
+//            process() (pthread_exit, pthread_cancel), destroys what process() has on the stack and ends the
+//            thread as a return does, without a message.
 // Units:     time-outs and heartbeats are clock seconds, see kxClock.
 #pragma once
 
@@ -29,8 +31,6 @@
 class kxThreadExceptionInterface;
 class kxThreadState;
 
-// Takes effect when the thread starts; where the system refuses, the priority stays. Any other value leaves it
-// untouched.
 enum kxThreadPriority : std::uint32_t {
     KX_THREAD_LOWEST,
     KX_THREAD_BELOW_NORMAL,
@@ -49,7 +49,8 @@ public:
     // Starts the thread unless it runs, and waits, if asked, until it has begun, at most a second. False when
     // the system refuses a thread. A thread that has ended may be started again.
     bool start(bool wait = true);
-    // Asks the thread to stop and waits, if asked, until it has ended. On the thread itself it does not wait.
+    // Asks the thread to stop and waits, if asked, until it has ended or the object goes. On the thread itself
+    // it does not wait.
     void stop(bool wait = true);
     // Waits until the thread has ended or the object goes. Returns at once on the thread itself, and when the
     // thread was never started.
@@ -65,6 +66,8 @@ public:
     // 0 disables the watchdog, as it is at first.
     void setWatchdogSeconds(double seconds);
     double watchdogSeconds() const;
+    // One of kxThreadPriority; any other value leaves the system's priority untouched. Takes effect at the next
+    // start; where the system refuses, the priority stays.
     void setPriority(std::uint32_t priority);
     std::uint32_t priority() const;
     double lastHeartbeatSeconds() const;
@@ -75,7 +78,8 @@ public:
     static std::uint32_t activeCount();
     // Sleeps at least the given time; signals do not cut it short.
     static void sleep(std::uint32_t milliseconds);
-    // Installs the handler of exceptions that leave process(); null removes it. Works before main.
+    // Installs the handler of exceptions that leave process(); null removes it, without waiting for a call of it
+    // that is in progress. Works before main.
     static void setExceptionHandler(kxThreadExceptionInterface* handler);
 
 protected:

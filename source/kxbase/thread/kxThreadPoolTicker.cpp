@@ -23,7 +23,7 @@ constexpr std::uint32_t kLongestPauseMilliseconds = 10;
 constexpr std::uint32_t kEmptyPauseMilliseconds = 60 * 60 * 1000;
 
 // Which ticker is where, in all pools; taken before the lock of a worker.
-kxMutex& members()
+kxMutex& membersLock()
 {
     return kxProcessMutex<struct kxTickerMembers>();
 }
@@ -48,11 +48,13 @@ public:
     explicit Worker(kxThreadPoolTicker& pool) : pool_(pool) {}
 
     // The caller holds the lock of the members for each of the following three.
-    void add(Slots& slot)
+
+    // Takes over the one slot of a list.
+    void add(Slots& single)
     {
         const kxBodyGuard guard(changed_);
-        slot.front().ticker.load()->slot_ = &slot.front();
-        added_.splice(added_.end(), slot);
+        single.front().ticker.load()->slot_ = &single.front();
+        added_.splice(added_.end(), single);
         ++count_;
         noteNews();
     }
@@ -75,7 +77,7 @@ public:
     void waitForTick(const kxThreadTicker& ticker)
     {
         const auto isInTick = [&] {
-            return current_.load() == &ticker && thread_.load() != kxPlatformThreadId();
+            return current_.load() == &ticker && tickingThreadId_.load() != kxPlatformThreadId();
         };
         if (!isInTick()) return;
         changed_.lock();
@@ -107,7 +109,7 @@ private:
 
     void process() override
     {
-        thread_ = kxPlatformThreadId();
+        tickingThreadId_ = kxPlatformThreadId();
         std::uint32_t pause = kShortestPauseMilliseconds;
         while (true) {
             if (hasNews_.load()) {
@@ -195,7 +197,7 @@ private:
     std::atomic<std::uint32_t> count_{0};
     Slots slots_;  // of the thread alone
     // Of the thread, for those who remove.
-    std::atomic<std::uint32_t> thread_{0};
+    std::atomic<std::uint32_t> tickingThreadId_{0};
     std::atomic<const kxThreadTicker*> current_{nullptr};
     std::atomic<std::uint32_t> removerCount_{0};  // those who wait for the end of a tick
 };
@@ -211,23 +213,23 @@ kxThreadPoolTicker::~kxThreadPoolTicker()
 {
     for (const std::unique_ptr<Worker>& worker : workers_) worker->end();
     for (const std::unique_ptr<Worker>& worker : workers_) worker->join();
-    const kxBodyGuard guard(members());
+    const kxBodyGuard guard(membersLock());
     for (const std::unique_ptr<Worker>& worker : workers_) worker->removeAll();
 }
 
 bool kxThreadPoolTicker::add(kxThreadTicker& ticker)
 {
     Worker* worker = nullptr;
-    Worker::Slots slot;
-    slot.emplace_back(ticker);
+    Worker::Slots single;
+    single.emplace_back(ticker);
     {
-        const kxBodyGuard guard(members());
+        const kxBodyGuard guard(membersLock());
         if (ticker.slot_ != nullptr) return false;
         const std::uint32_t number = workerFor(ticker);
         worker = workers_[number].get();
         ticker.pool_ = this;
         ticker.worker_ = number;
-        worker->add(slot);
+        worker->add(single);
     }
     const bool isStarted = worker->start(false);
     if (!isStarted) remove(ticker);
@@ -250,7 +252,7 @@ void kxThreadPoolTicker::remove(kxThreadTicker& ticker)
 {
     Worker* worker = nullptr;
     {
-        const kxBodyGuard guard(members());
+        const kxBodyGuard guard(membersLock());
         if (ticker.pool_ != this || ticker.worker_ >= workers_.size()) return;
         worker = workers_[ticker.worker_].get();
         if (ticker.slot_ != nullptr) worker->remove(*ticker.slot_);
@@ -270,7 +272,7 @@ void kxThreadPoolTicker::removeFailed(Worker& worker, kxThreadTicker::Slot& slot
                                       const char* text)
 {
     {
-        const kxBodyGuard guard(members());
+        const kxBodyGuard guard(membersLock());
         if (slot.ticker.load() != nullptr) worker.remove(slot);
     }
     kxDropExceptions([&] {
@@ -278,11 +280,11 @@ void kxThreadPoolTicker::removeFailed(Worker& worker, kxThreadTicker::Slot& slot
     });
 }
 
-void kxThreadPoolTicker::forget(kxThreadTicker& ticker)
+void kxThreadPoolTicker::removeDestroyed(kxThreadTicker& ticker)
 {
     kxThreadPoolTicker* pool = nullptr;
     {
-        const kxBodyGuard guard(members());
+        const kxBodyGuard guard(membersLock());
         if (ticker.slot_ == nullptr) return;
         pool = ticker.pool_;
     }

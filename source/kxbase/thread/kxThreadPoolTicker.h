@@ -39,7 +39,7 @@ private:
     friend class kxThreadTicker;
     class Worker;
 
-    static void forget(kxThreadTicker& ticker);
+    static void removeDestroyed(kxThreadTicker& ticker);
     std::uint32_t workerFor(const kxThreadTicker& ticker) const;
     void removeFailed(Worker& worker, kxThreadTicker::Slot& slot, const void* address, const char* text);
 

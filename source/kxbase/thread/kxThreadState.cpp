@@ -12,6 +12,7 @@
 
 #include <exception>
 #include <new>
+#include <utility>
 
 #include <cxxabi.h>
 
@@ -68,49 +69,33 @@ private:
     const bool isOwn_;
 };
 
-// Closes the system's thread, if there is one.
-struct kxThreadState::Thread {
-    Thread() = default;
-    ~Thread()
+// The system's thread, if there is one; closed with the last that waits for it.
+struct kxThreadState::OwnedThread {
+    OwnedThread() = default;
+    ~OwnedThread()
     {
         if (system != nullptr) kxPlatformThreadClose(system);
     }
-    Thread(const Thread&) = delete;
-    Thread& operator=(const Thread&) = delete;
+    OwnedThread(const OwnedThread&) = delete;
+    OwnedThread& operator=(const OwnedThread&) = delete;
 
     kxPlatformThread* system = nullptr;
 };
 
-// Unwinding that ends the thread comes by here as well.
+// Forced unwinding of the thread comes by here as well.
 class kxThreadState::Run {
 public:
     explicit Run(kxThreadState& state) : state_(state)
     {
         ownId = state.id_;
-        const std::uint32_t threadId = kxPlatformThreadId();
-        std::uint32_t priority = 0;
-        {
-            const Guard guard(state);
-            run_ = state.run_;
-            state.threadId_ = threadId;
-            state.flags_ |= KX_THREAD_RUNNING;
-            state.lastHeartbeat_ = kxClock::seconds();
-            state.begunRun_.store(run_);
-            if (state.starterCount_ != 0) kxPlatformWakeAll(state.begunRun_);
-            priority = state.priority_;
-        }
-        if (priority < std::size(kPrioritySteps)) kxPlatformThreadSetPriority(kPrioritySteps[priority]);
-        try {
-            state.performanceData_.enrol(threadId);
-        } catch (const std::bad_alloc&) {
-            // Reported already; the thread can do without.
-        }
+        applyPriority(noteBegun());
+        enrol();
     }
     ~Run()
     {
         {
             const Guard guard(state_);
-            if (state_.run_ == run_) state_.leaveProcess();
+            if (state_.runNumber_ == runNumber_) state_.leaveProcess();
         }
         state_.unref();
     }
@@ -131,8 +116,45 @@ public:
     }
 
 private:
+    // Answers the priority that the thread is to have.
+    std::uint32_t noteBegun()
+    {
+        const Guard guard(state_);
+        runNumber_ = state_.runNumber_;
+        state_.threadId_ = kxPlatformThreadId();
+        state_.flags_ |= KX_THREAD_RUNNING;
+        state_.lastHeartbeat_ = kxClock::seconds();
+        state_.begunRunNumber_.store(runNumber_);
+        if (state_.starterCount_ != 0) kxPlatformWakeAll(state_.begunRunNumber_);
+        return state_.priority_;
+    }
+    static void applyPriority(std::uint32_t priority)
+    {
+        if (priority < std::size(kPrioritySteps)) kxPlatformThreadSetPriority(kPrioritySteps[priority]);
+    }
+    void enrol()
+    {
+        try {
+            state_.performanceData_.enrol(kxPlatformThreadId());
+        } catch (const std::bad_alloc&) {
+            // Reported already; the thread can do without.
+        }
+    }
+
     kxThreadState& state_;
-    std::uint32_t run_;
+    std::uint32_t runNumber_ = 0;
+};
+
+// Keeps the state for a caller that waits, while its object may go.
+class kxThreadState::Hold {
+public:
+    explicit Hold(kxThreadState& state) : state_(state) { state.ref(); }
+    ~Hold() { state_.unref(); }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+private:
+    kxThreadState& state_;
 };
 
 kxThreadState::kxThreadState(kxThread& object) : id_(++lastId), object_(&object), priority_(KX_THREAD_NORMAL)
@@ -155,7 +177,7 @@ void kxThreadState::callProcess(kxThread& object)
         object.process();
     } catch (const std::exception& error) {
         reportException(error.what());
-    } catch (const abi::__forced_unwind&) {
+    } catch (const abi::__forced_unwind&) {  // no exception, and must not be stopped
         throw;
     } catch (...) {
         reportException("unknown exception");
@@ -175,22 +197,22 @@ void kxThreadState::reportException(const char* text)
 
 bool kxThreadState::start(bool wait)
 {
-    std::uint32_t run = 0;
+    std::uint32_t runNumber = 0;
     {
         const Guard guard(*this);
         refresh();
         if ((flags_ & KX_THREAD_RUNNING) != 0) return true;
         if (!startLocked()) return false;
-        run = run_;
+        runNumber = runNumber_;
     }
-    if (wait) waitUntilBegun(run);
+    if (wait) waitUntilBegun(runNumber);
     return true;
 }
 
-std::shared_ptr<kxThreadState::Thread> kxThreadState::makeThread() noexcept
+std::shared_ptr<kxThreadState::OwnedThread> kxThreadState::makeThread() noexcept
 {
     try {
-        return std::make_shared<Thread>();
+        return std::make_shared<OwnedThread>();
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
@@ -199,13 +221,13 @@ std::shared_ptr<kxThreadState::Thread> kxThreadState::makeThread() noexcept
 // Whatever takes memory comes before the start, so that no thread runs without a handle.
 bool kxThreadState::startLocked()
 {
-    const std::shared_ptr<Thread> thread = makeThread();
+    const std::shared_ptr<OwnedThread> thread = makeThread();
     if (thread == nullptr) return false;
     flags_ &= ~std::uint32_t{KX_THREAD_STOP};
     handle_.reset();
     threadId_ = 0;
     lastHeartbeat_ = kxClock::seconds();
-    ++run_;
+    ++runNumber_;
     ref();
     thread->system = kxPlatformThreadStart(body, this);
     if (thread->system == nullptr) {
@@ -217,7 +239,7 @@ bool kxThreadState::startLocked()
     return true;
 }
 
-void kxThreadState::waitUntilBegun(std::uint32_t run)
+void kxThreadState::waitUntilBegun(std::uint32_t runNumber)
 {
     {
         const Guard guard(*this);
@@ -227,10 +249,10 @@ void kxThreadState::waitUntilBegun(std::uint32_t run)
         std::uint32_t begun = 0;
         {
             const Guard guard(*this);
-            begun = begunRun_.load();
-            if (begun == run || run_ != run) break;
+            begun = begunRunNumber_.load();
+            if (begun == runNumber || runNumber_ != runNumber) break;
         }
-        kxPlatformWaitWhile(begunRun_, begun, kPauseMilliseconds);
+        kxPlatformWaitWhile(begunRunNumber_, begun, kPauseMilliseconds);
     }
     const Guard guard(*this);
     --starterCount_;
@@ -238,6 +260,7 @@ void kxThreadState::waitUntilBegun(std::uint32_t run)
 
 void kxThreadState::stop(bool wait)
 {
+    const Hold hold(*this);
     while (true) {
         {
             const Guard guard(*this);
@@ -255,19 +278,18 @@ void kxThreadState::stop(bool wait)
 
 void kxThreadState::join()
 {
-    ref();
+    const Hold hold(*this);
     while (const Handle handle = handleToWaitFor()) kxPlatformThreadHasEnded(*handle, kJoinPauseMilliseconds);
-    unref();
 }
 
 void kxThreadState::abandon()
 {
     bool isLeftRunning = false;
-    const void* const object = object_;
+    const void* object = nullptr;
     {
         const Guard guard(*this);
         refresh();
-        object_ = nullptr;
+        object = std::exchange(object_, nullptr);
         flags_ |= KX_THREAD_STOP;
         isLeftRunning = (flags_ & KX_THREAD_RUNNING) != 0;
         handle_.reset();
@@ -349,8 +371,6 @@ kxThreadState::Handle kxThreadState::handleToWaitFor()
     refresh();
     return (flags_ & KX_THREAD_RUNNING) != 0 ? handle_ : nullptr;
 }
-
-// The mutex is held by the caller of each of the following.
 
 void kxThreadState::beatOrWatch()
 {

@@ -1,8 +1,9 @@
 // What a kxThread and its system thread share, so that either may go first. Part of kxThread.
 //
-// Ownership: counted: the object holds one reference, the body of a run another, and so does who joins.
-// Threads:   every operation may be called from any thread. The mutex guards all fields; a thread is killed only
-//            under it, so that it is never killed while it holds it.
+// Ownership: counted: the object holds one reference, the body of a run another, and so does who stops or joins.
+// Threads:   every operation may be called from any thread. The mutex guards all fields but the atomic ones and
+//            the record of performance data, which has a mutex of its own. A thread is killed only under the
+//            mutex, so that it is never killed while it holds it.
 #pragma once
 
 #include "kxbase/core/kxMutex.h"
@@ -17,7 +18,8 @@ struct kxPlatformThread;
 enum kxThreadFlag : std::uint32_t {
     KX_THREAD_STOP = 1U << 0,     // asked to stop, or stopped
     KX_THREAD_RUNNING = 1U << 1,  // started and not known to have ended
-    KX_THREAD_INSIDE = 1U << 3,   // in process(), and counted as active
+    // Bit 2 has no meaning.
+    KX_THREAD_INSIDE = 1U << 3,  // in process(), and counted as active
 };
 
 class kxThreadState {
@@ -46,9 +48,10 @@ public:
 
 private:
     class Guard;
+    class Hold;
     // One run of the body, on its thread.
     class Run;
-    struct Thread;
+    struct OwnedThread;
     // What waits for the end of a thread may outlast the handle that is kept here.
     using Handle = std::shared_ptr<kxPlatformThread>;
 
@@ -61,11 +64,13 @@ private:
     static void reportException(const char* text);
 
     bool isOwnThread() const;
-    static std::shared_ptr<Thread> makeThread() noexcept;
-    bool startLocked();
-    void waitUntilBegun(std::uint32_t run);
+    static std::shared_ptr<OwnedThread> makeThread() noexcept;
+    void waitUntilBegun(std::uint32_t runNumber);
     // The handle to wait with, or null when there is nothing to wait for.
     Handle handleToWaitFor();
+
+    // Each of the following requires the mutex.
+    bool startLocked();
     void beatOrWatch();
     void refresh();
     void markStopped();
@@ -83,8 +88,9 @@ private:
     double lastHeartbeat_ = 0;
     double watchdogSeconds_ = 0;
     std::uint32_t priority_;
-    std::uint32_t run_ = 0;                    // starts so far
-    std::atomic<std::uint32_t> begunRun_{0};   // the last one whose body has begun; starters sleep on it
+    std::uint32_t runNumber_ = 0;  // of the last start, counted from 1
+    // Of the last run whose body has begun; starters sleep on it.
+    std::atomic<std::uint32_t> begunRunNumber_{0};
     std::uint32_t starterCount_ = 0;           // those who do
     kxPerformanceThreadData performanceData_;  // of the last run
 };

@@ -4,5 +4,5 @@
 
 kxThreadTicker::~kxThreadTicker() noexcept(false)
 {
-    kxThreadPoolTicker::forget(*this);
+    kxThreadPoolTicker::removeDestroyed(*this);
 }

@@ -25,7 +25,7 @@ private:
     struct Slot;
 
     // Where the ticker is, or was last. Guarded by the lock of all pools' members.
-    kxThreadPoolTicker* pool_ = nullptr;
+    kxThreadPoolTicker* pool_ = nullptr;  // may dangle once slot_ is null, and is then only compared
     std::uint32_t worker_ = 0;
     Slot* slot_ = nullptr;  // null when it is in no pool
 };
