@@ -2,20 +2,21 @@
 # usage: memoryCheckTest.sh SOURCE_DIR BUILD_DIR
 set -u
 
-output=$(mktemp) || exit 1
-trap 'rm -f "$output"' EXIT
-end='-- End of Lost Memory Report'
-failures=0
+# Left out: tests that let other programs run, whose reports nobody reads here, and long searches for odd input.
+export filter='-kxCrashTest.*:kxRelayHttp.*:kxRelayNet.*:kxRelayProcessTest.*:kxRelayTerminalTest.*:*Hostile*:*SlowMatcher*'
+export KORVEX_MEMORY_CHECK=yes
 
-fail() {
-    echo "$(basename "$program"): $1"
-    failures=$((failures + 1))
+check() {
+    local output faults
+    output=$("$1" --gtest_filter="$filter" 2>&1 </dev/null | tr -d '\0'; exit "${PIPESTATUS[0]}") || faults='fails '
+    grep -aq -e '-- End of Lost Memory Report' <<<"$output" || faults+='gives no report '
+    grep -aq 'Lost mem ' <<<"$output" && faults+='has lost memory'
+    [[ -z ${faults-} ]] && return
+    echo "$(basename "$1"): $faults"
+    grep -aE 'FAILED|Lost mem ' <<<"$output"
+    return 1
 }
+export -f check
 
-for program in "$2"/tests/kxtest_*; do
-    [[ -f $program && -x $program ]] || continue
-    KORVEX_MEMORY_CHECK=yes "$program" >"$output" 2>&1 </dev/null || { fail 'fails'; grep -a FAILED "$output"; }
-    grep -aq -e "$end" "$output" || fail 'gives no report'
-    grep -a 'Lost mem ' "$output" && fail 'has lost memory'
-done
-exit $((failures != 0))
+find "$2/tests" -maxdepth 1 -name 'kxtest_*' -type f -executable -print0 |
+    xargs -0 -n 1 -P "$(nproc)" bash -c 'check "$1"' check

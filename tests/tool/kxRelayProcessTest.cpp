@@ -129,6 +129,7 @@ TEST_F(kxRelayProcessTest, LosesNoMemoryWhateverTheScheme)
     const std::pair<std::string, std::string> cases[] = {
         {"con:", "file:out"},
         {"rand:hex:file:in", "b64:hex:file:out"},
+        {"purl:in,file:in", "purl:out,dummy:"},
         {"file:in", "udp:127.0.0.1:9?blocking=no"},
         {"file:in", listener.url("tcp:") + "?blocking=no"},
         {"file:in", "mem:0,0"},

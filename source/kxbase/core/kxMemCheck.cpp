@@ -1,56 +1,24 @@
 #include "kxbase/core/kxMemCheck.h"
 
 #include "kxbase/core/kxBodyGuard.h"
-#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformEnd.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <string_view>
-
-#include <cxxabi.h>
 
 namespace {
 
 constexpr const char* kVariable = "KORVEX_MEMORY_CHECK";
-constexpr std::uint32_t kTraceLevel = KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL;
-constexpr std::uint32_t kReportLevel = kTraceLevel | KX_MESSAGE_UNTRANSLATED;
-constexpr const char* kUnknownData = "?";
 // Stands in the validity word once the tracker is set up.
 constexpr std::uint32_t kValid = 0xABCD1234;
-
-constexpr const char* kReportBegin =
-    "-- Korvex3D Lost Memory Report ----------------------------------------------\n";
-constexpr const char* kReportEnd =
-    "-- End of Lost Memory Report -----------------------------------------------\n";
-
-// The lines about a block, each without and with the text that only some blocks have.
-struct LineFormat {
-    const char* plain;
-    const char* withText;
-};
-struct LineFormats {
-    LineFormat allocated, freed, lost;
-};
-constexpr const char* kAllocatedLine =
-    "--!! (Thread:0x%x) Malloc %u bytes at 0x%x (index:%u) (count:%u) (tot:%u)\n";
-constexpr LineFormats kLongLines = {
-    {kAllocatedLine, kAllocatedLine},
-    {"--!! (Thread:0x%x) Free %u bytes at 0x%x (index:%u) (count:%u) (tot:%u)\n",
-     "--!! (Thread:0x%x) Free %u bytes at 0x%x (index:%u) (count:%u) (tot:%u)->%s\n"},
-    {"!! (thread:0x%x) Lost mem %u bytes at 0x%x (data:%s) (count:%u) (tot:%u) (state:%d)\n",
-     "!! (thread:0x%x) Lost mem %u bytes at 0x%x (data:%s) (count:%u) (tot:%u) (state:%d) -> %s\n"},
-};
-constexpr const char* kCompactAllocatedLine = "M %u %u %u %u %u %u ?\n";
-constexpr LineFormats kCompactLines = {
-    {kCompactAllocatedLine, kCompactAllocatedLine},
-    {"F %u %u %u %u %u %u ?\n", "F %u %u %u %u %u %u %s\n"},
-    {"L %u %u %u %u %u %d * %s\n", "L %u %u %u %u %u %d %s %s\n"},
-};
 
 class RuntimeAllocator final : public kxMemoryAllocatorInterface {
 public:
@@ -63,19 +31,20 @@ public:
 };
 
 constinit kxUndestroyed<RuntimeAllocator> runtimeAllocator;
-constinit std::atomic<kxMemoryAllocatorInterface*> allocator{&runtimeAllocator.value};
+constinit std::atomic<kxMemoryAllocatorInterface*> installedAllocator{&runtimeAllocator.value};
 
 constinit kxUndestroyed<kxMutex> mutex;
 constinit kxMemoryTable table;  // under the mutex
+constinit std::atomic<bool> hasTable{false};
 
 constinit std::atomic<std::uint32_t> validity{0};
 constinit std::atomic<bool> isTraced{false};
-constinit std::atomic<bool> isCompact{false};
-thread_local std::int32_t stateOfThread = 0;
+constinit thread_local std::int32_t stateOfThread = 0;
+constinit thread_local bool isThreadLeftOut = false;
 
-const LineFormats& lineFormats()
+kxMemoryAllocatorInterface& allocator()
 {
-    return isCompact.load(std::memory_order_relaxed) ? kCompactLines : kLongLines;
+    return *installedAllocator.load(std::memory_order_acquire);
 }
 
 std::uint64_t addressOf(const void* block)
@@ -83,73 +52,16 @@ std::uint64_t addressOf(const void* block)
     return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(block));
 }
 
-std::size_t roomFor(std::size_t sizeBytes)
-{
-    return sizeBytes != 0 ? sizeBytes : 1;
-}
-
-// What a message costs or a receiver throws must not touch whoever allocates.
-template <typename... Arguments>
-void tell(std::uint32_t level, std::string_view format, const Arguments&... arguments)
-{
-    const kxUntrackedScope scope;
-    try {
-        kxMessage(level, format, arguments...);
-    } catch (const abi::__forced_unwind&) {
-        throw;  // the thread is ended from inside a receiver
-    } catch (...) {
-    }
-}
-
-void tellLost(const kxMemoryEntry& entry, std::uint64_t totalBytes)
-{
-    const kxMemoryRecord& record = entry.record;
-    const char* const data = entry.texts.data != nullptr ? entry.texts.data : kUnknownData;
-    const char* const description = entry.texts.description;
-    const auto send = [&](const auto&... values) {
-        const LineFormat& format = lineFormats().lost;
-        tell(kReportLevel, description != nullptr ? format.withText : format.plain, record.thread,
-             record.sizeBytes, record.address, values...);
-    };
-    if (!isCompact.load(std::memory_order_relaxed))
-        send(data, record.sequence, totalBytes, record.state, description != nullptr ? description : "");
-    else if (description != nullptr)
-        send(record.sequence, totalBytes, record.state, description, data);
-    else
-        send(record.sequence, totalBytes, record.state, data);
-}
-
-void showOwnMessages()
-{
-    if (!kxMessageFilter::passes(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
-}
-
 void reportAtEnd()
 {
     if (!kxMemCheck::isTracking()) return;
-    showOwnMessages();  // the program may have raised the level meanwhile
+    kxMemoryMessages::show();  // the program may have raised the level meanwhile
     kxMemCheck::report();
 }
 
 }  // namespace
 
-constinit std::atomic<std::uint32_t> kxMemCheck::differences_{kxMemCheck::FRESH};
-
-// A trace line: its values are taken under the mutex, and it is sent when that is free again.
-struct kxMemCheck::Line {
-    kxMemoryEntry entry;
-    std::uint64_t totalBytes = 0;
-
-    void send(const LineFormat& format) const
-    {
-        const bool isWanted = isTraced.load(std::memory_order_relaxed) && isRecording();
-        if (!isWanted) return;
-        const kxMemoryRecord& record = entry.record;
-        const char* const data = entry.texts.data;
-        tell(kTraceLevel, data != nullptr ? format.withText : format.plain, record.thread, record.sizeBytes,
-             record.address, entry.index, record.sequence, totalBytes, data != nullptr ? data : kUnknownData);
-    }
-};
+constinit std::atomic<std::uint32_t> kxMemCheck::reasons_{kxMemCheck::FIRST};
 
 void kxMemCheck::setTracking(bool on)
 {
@@ -161,7 +73,7 @@ void kxMemCheck::setTracking(bool on)
 bool kxMemCheck::isTracking()
 {
     begin();
-    return differsBy(TRACKING);
+    return has(TRACKING);
 }
 
 void kxMemCheck::setTrace(bool on)
@@ -173,7 +85,7 @@ void kxMemCheck::setTrace(bool on)
 void kxMemCheck::setCompact(bool on)
 {
     begin();
-    isCompact.store(on, std::memory_order_relaxed);
+    kxMemoryMessages::setCompact(on);
 }
 
 void kxMemCheck::setThreadState(std::int32_t state) noexcept
@@ -181,57 +93,63 @@ void kxMemCheck::setThreadState(std::int32_t state) noexcept
     stateOfThread = state;
 }
 
+void kxMemCheck::leaveThisThreadOut() noexcept
+{
+    isThreadLeftOut = true;
+}
+
 void kxMemCheck::describe(const void* block, const char* data, const char* description)
 {
-    if (!differsBy(RECORDS)) return;
+    if (!has(RECORDS) || isThreadLeftOut) return;
     const kxBodyGuard guard(mutex.value);
     table.setTexts(addressOf(block), {data, description});
 }
 
+// The records are copied, since messages are not sent under the mutex, to room that is got before it is taken; when
+// there are more of them by then, once more.
 void kxMemCheck::report()
 {
-    // The records are copied first, since messages are not sent under the mutex.
+    const kxUntrackedScope scope;
     std::unique_ptr<kxMemoryEntry[]> lost;
-    std::uint32_t count = 0;
-    std::uint64_t totalBytes = 0;
-    bool isCopied = true;
-    {
-        const kxBodyGuard guard(mutex.value);
-        totalBytes = table.totalBytes();
-        if (table.liveCount() != 0) {
-            lost.reset(new (std::nothrow) kxMemoryEntry[table.liveCount()]);
-            isCopied = lost != nullptr;
-            if (isCopied) count = table.copyLive(lost.get());
+    std::uint32_t room = 0;
+    for (;;) {
+        std::uint32_t count = 0;
+        std::uint64_t totalBytes = 0;
+        {
+            const kxBodyGuard guard(mutex.value);
+            count = table.liveCount();
+            totalBytes = table.totalBytes();
+            if (count <= room) table.copyLive(lost.get());
         }
+        if (count <= room) return kxMemoryMessages::tellLost({lost.get(), count});
+        room = std::min(count * 2, kxMemoryTable::kRecords);
+        lost.reset(new (std::nothrow) kxMemoryEntry[room]);
+        if (lost == nullptr) return kxMemoryMessages::tellLost(totalBytes);
     }
-    tell(kReportLevel, kReportBegin);
-    for (std::uint32_t at = 0; at < count; ++at) tellLost(lost[at], totalBytes);
-    if (!isCopied) tell(kReportLevel, "No memory to list %u bytes\n", totalBytes);
-    tell(kReportLevel, kReportEnd);
 }
 
 bool kxMemCheck::setAllocator(kxMemoryAllocatorInterface& replacement)
 {
     const kxBodyGuard guard(mutex.value);
-    if (!differsBy(FRESH)) return false;
-    allocator.store(&replacement);
-    setDifference(INSTALLED, true);
+    if (!has(FIRST)) return false;
+    installedAllocator.store(&replacement, std::memory_order_release);
+    setReason(INSTALLED, true);
     return true;
 }
 
-void kxMemCheck::setDifference(Difference difference, bool on) noexcept
+void kxMemCheck::setReason(Reason reason, bool on) noexcept
 {
     if (on)
-        differences_.fetch_or(difference, std::memory_order_relaxed);
+        reasons_.fetch_or(reason, std::memory_order_release);
     else
-        differences_.fetch_and(~std::uint32_t{difference}, std::memory_order_relaxed);
+        reasons_.fetch_and(~std::uint32_t{reason}, std::memory_order_release);
 }
 
 void* kxMemCheck::allocate(std::size_t sizeBytes)
 {
     beginAllocating();
-    void* const block = allocator.load()->allocate(roomFor(sizeBytes));
-    if (block != nullptr && isRecording()) record(block, sizeBytes);
+    void* const block = allocator().allocate(roomFor(sizeBytes));
+    if (block != nullptr && isRecording()) record(block, sizeBytes, {});
     return block;
 }
 
@@ -239,23 +157,22 @@ void* kxMemCheck::allocate(std::size_t sizeBytes)
 void* kxMemCheck::reallocate(void* block, std::size_t sizeBytes)
 {
     beginAllocating();
-    Line line;
-    const bool wasRecorded = block != nullptr && take(block, line);
-    void* const grown = allocator.load()->reallocate(block, roomFor(sizeBytes));
+    const std::optional<kxMemoryEntry> before = take(block);
+    void* const grown = allocator().reallocate(block, roomFor(sizeBytes));
     if (grown == nullptr) {
-        if (wasRecorded) putBack(line.entry);
+        if (before) putBack(*before);
         return nullptr;
     }
-    if (wasRecorded) line.send(lineFormats().freed);
-    if (wasRecorded || isRecording()) record(grown, sizeBytes, line.entry.texts);
+    if (before && isTracing()) kxMemoryMessages::tellFreed(*before);
+    if (before || isRecording()) record(grown, sizeBytes, before ? before->texts : kxMemoryTexts{});
     return grown;
 }
 
 void kxMemCheck::free(void* block) noexcept
 {
-    Line line;
-    if (block != nullptr && take(block, line)) line.send(lineFormats().freed);
-    allocator.load()->free(block);
+    const std::optional<kxMemoryEntry> entry = take(block);
+    if (entry && isTracing()) kxMemoryMessages::tellFreed(*entry);
+    allocator().free(block);
 }
 
 // Sets the tracker up on its first use. What needs locks of the system comes before the mutex is taken.
@@ -273,10 +190,10 @@ void kxMemCheck::begin()
 
 void kxMemCheck::beginAllocating()
 {
-    if (!differsBy(FRESH)) return;
+    if (!has(FIRST) || isThreadLeftOut) return;
     begin();
     const kxBodyGuard guard(mutex.value);
-    setDifference(FRESH, false);
+    setReason(FIRST, false);
 }
 
 void kxMemCheck::applyEnvironment()
@@ -290,7 +207,7 @@ void kxMemCheck::applyEnvironment()
     for (const auto& row : kSettings) {
         if (row.value != setting) continue;
         isTraced.store(row.isTraced, std::memory_order_relaxed);
-        isCompact.store(row.isCompact, std::memory_order_relaxed);
+        kxMemoryMessages::setCompact(row.isCompact);
         switchTracking(true);
     }
 }
@@ -298,59 +215,71 @@ void kxMemCheck::applyEnvironment()
 // Under the mutex.
 void kxMemCheck::switchTracking(bool on)
 {
-    setDifference(TRACKING, on);
-    setDifference(RECORDS, on || table.liveCount() != 0);
+    setReason(TRACKING, on);
+    setReason(RECORDS, on || table.liveCount() != 0);
     if (!on) return;
-    showOwnMessages();
+    kxMemoryMessages::show();
     kxPlatformAtEnd(reportAtEnd);
 }
 
 bool kxMemCheck::isRecording()
 {
-    return differsBy(TRACKING) && !kxUntrackedScope::isInside() &&
+    return has(TRACKING) && !isThreadLeftOut && !kxUntrackedScope::isInside() &&
            validity.load(std::memory_order_relaxed) == kValid;
+}
+
+bool kxMemCheck::isTracing()
+{
+    return isTraced.load(std::memory_order_relaxed) && isRecording();
 }
 
 void kxMemCheck::record(const void* block, std::size_t sizeBytes, const kxMemoryTexts& texts)
 {
-    Line line{{{addressOf(block), sizeBytes, kxPlatformThreadId(), 0, stateOfThread}, texts}};
+    if (!hasTable.load(std::memory_order_acquire)) makeTable();
+    const kxMemoryRecord record = {.address = addressOf(block),
+                                   .sizeBytes = sizeBytes,
+                                   .thread = kxPlatformThreadId(),
+                                   .state = stateOfThread};
+    std::optional<kxMemoryEntry> entry;
     {
         const kxBodyGuard guard(mutex.value);
-        if (!table.hasRoom() && !makeTable()) return;
-        line.entry.record.sequence = table.nextSequence();
-        const auto index = table.add(line.entry.record, texts);
-        if (!index) return;
-        line.entry.index = *index;
-        line.entry.texts = {};  // a line about an allocation shows none
-        line.totalBytes = table.totalBytes();
-        setDifference(RECORDS, true);
+        entry = table.add(record, texts);
+        if (entry) setReason(RECORDS, true);
     }
-    line.send(lineFormats().allocated);
+    if (entry && isTracing()) kxMemoryMessages::tellAllocated(*entry);
 }
 
-// The table is itself no tracked block.
-bool kxMemCheck::makeTable()
+// The table is itself no tracked block. Of two threads that make one, the second gives its own back.
+void kxMemCheck::makeTable()
 {
     const kxUntrackedScope scope;
-    void* const room = allocator.load()->allocate(kxMemoryTable::kRoomBytes);
-    if (room != nullptr) table.setRoom(room);
-    return room != nullptr;
+    void* const records = allocator().allocate(kxMemoryTable::kRoomBytes);
+    void* const aside = std::calloc(1, sizeof(kxMemoryTable::Aside));
+    if (records != nullptr && aside != nullptr) {
+        const kxBodyGuard guard(mutex.value);
+        if (!table.hasRoom()) {
+            table.setRoom(records, static_cast<kxMemoryTable::Aside*>(aside));
+            hasTable.store(true, std::memory_order_release);
+            return;
+        }
+    }
+    allocator().free(records);
+    std::free(aside);
 }
 
-// Answers whether the block was recorded.
-bool kxMemCheck::take(const void* block, Line& line)
+// What was recorded of the block, which is forgotten.
+std::optional<kxMemoryEntry> kxMemCheck::take(const void* block)
 {
-    if (!differsBy(RECORDS)) return false;
+    if (block == nullptr || !has(RECORDS) || isThreadLeftOut) return std::nullopt;
     const kxBodyGuard guard(mutex.value);
     const auto entry = table.take(addressOf(block));
-    if (!entry) return false;
-    line = {*entry, table.totalBytes()};
-    if (table.liveCount() == 0 && !differsBy(TRACKING)) setDifference(RECORDS, false);
-    return true;
+    if (table.liveCount() == 0 && !has(TRACKING)) setReason(RECORDS, false);
+    return entry;
 }
 
 void kxMemCheck::putBack(const kxMemoryEntry& entry)
 {
     const kxBodyGuard guard(mutex.value);
-    if (table.add(entry.record, entry.texts)) setDifference(RECORDS, true);
+    table.putBack(entry);
+    setReason(RECORDS, true);
 }

@@ -10,13 +10,14 @@
 // Recorded are at most 1,000,000 blocks at a time. A block that was recorded stays so until it is freed, whether
 // the check is on by then or not; reallocating counts as a free and an allocation.
 //
-// Lines are built from, in this order: the thread's id, the size, the address, the index of the record (trace) or
-// nothing (report), the sequence number, the bytes recorded in all, the thread's state (report). Where nobody has
-// said anything of a block, its data is "?".
+// The total of bytes is that of all blocks allocated while the check was on, with a record or without, less those
+// of the recorded blocks that were freed. What the lines hold is told by kxMemoryMessages.
 //
 // Threads: every function may be called from any thread, also before main and after it. One mutex guards the records;
-//          messages are sent when it is free again, and what is allocated on their way is not recorded.
-// Errors:  tracking never fails an allocation: what cannot be recorded stays untracked.
+//          under it no allocator runs and nothing is sent. What is allocated while a message is on its way is not
+//          recorded.
+// Errors:  tracking never fails an allocation: what cannot be recorded stays untracked. A receiver of trace messages
+//          that ends its thread while it is told of a free ends the process.
 #pragma once
 
 #include "kxbase/core/kxMemoryAllocatorInterface.h"
@@ -25,6 +26,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 class kxMemCheck {
 public:
@@ -37,7 +39,11 @@ public:
     static void setCompact(bool on);
     // The value that records of the calling thread carry from now on; 0 at first.
     static void setThreadState(std::int32_t state) noexcept;
-    // What lines about a recorded block are to say; null for nothing. The texts must outlive the block.
+    // From now on the calling thread never waits for the records: what it allocates is not recorded, and what it
+    // frees may stay listed. For a thread that must go on whatever has become of the others.
+    static void leaveThisThreadOut() noexcept;
+    // What lines about a recorded block are to say; null for nothing. The texts must outlive the block and a
+    // report that runs meanwhile: string constants as a rule.
     static void describe(const void* block, const char* data, const char* description = nullptr);
     // Sends the lost-memory report with what is recorded now.
     static void report();
@@ -51,23 +57,25 @@ private:
     friend void* kxTrackedReallocate(void*, std::size_t, const char*, std::uint32_t);
     friend void kxTrackedFree(void*) noexcept;
 
-    struct Line;
-
-    // What sets tracked memory apart from bare memory of the C library.
-    enum Difference : std::uint32_t {
+    // Why tracked memory needs more than a call of the C library.
+    enum Reason : std::uint32_t {
         NONE = 0,
-        FRESH = 1,      // nothing has been allocated yet
+        FIRST = 1,      // no tracked allocation has come yet, and an allocator may be installed
         TRACKING = 2,   // tracking is on
         RECORDS = 4,    // blocks are recorded
         INSTALLED = 8,  // there is an allocator
     };
 
-    static bool isBare() noexcept { return differences_.load(std::memory_order_relaxed) == NONE; }
-    static bool differsBy(Difference difference) noexcept
+    // A load that sees a reason also sees what was stored before the reason was set, such as the allocator.
+    static bool isBare() noexcept { return reasons_.load(std::memory_order_acquire) == NONE; }
+    static bool has(Reason reason) noexcept
     {
-        return (differences_.load(std::memory_order_relaxed) & difference) != 0;
+        return (reasons_.load(std::memory_order_acquire) & reason) != 0;
     }
-    static void setDifference(Difference difference, bool on) noexcept;
+    static void setReason(Reason reason, bool on) noexcept;
+
+    // Blocks of no bytes have an address of their own too.
+    static std::size_t roomFor(std::size_t sizeBytes) noexcept { return sizeBytes != 0 ? sizeBytes : 1; }
 
     static void* allocate(std::size_t sizeBytes);
     static void* reallocate(void* block, std::size_t sizeBytes);
@@ -78,10 +86,11 @@ private:
     static void applyEnvironment();
     static void switchTracking(bool on);
     static bool isRecording();
-    static void record(const void* block, std::size_t sizeBytes, const kxMemoryTexts& texts = {});
-    static bool makeTable();
-    static bool take(const void* block, Line& line);
+    static bool isTracing();
+    static void record(const void* block, std::size_t sizeBytes, const kxMemoryTexts& texts);
+    static void makeTable();
+    static std::optional<kxMemoryEntry> take(const void* block);
     static void putBack(const kxMemoryEntry& entry);
 
-    static constinit std::atomic<std::uint32_t> differences_;
+    static constinit std::atomic<std::uint32_t> reasons_;
 };

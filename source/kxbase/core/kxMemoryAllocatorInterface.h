@@ -1,8 +1,7 @@
 // Where tracked memory comes from, for programs that have an allocator of their own; see kxMemCheck::setAllocator.
 //
 // Ownership: must outlive every block, so it is never destroyed as a rule.
-// Threads:   called from any thread, also before main and after it. No lock of the library is held, except that
-//            the lock of the memory check is while it asks for its table, once.
+// Threads:   called from any thread, also before main and after it. No lock of the library is held.
 // Errors:    null when memory is short, reported by the caller; nothing is thrown.
 #pragma once
 

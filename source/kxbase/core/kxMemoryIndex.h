@@ -1,18 +1,20 @@
 // Finds the record of a block by its address in constant time: a hash table with open addressing beside the table
-// of records.
+// of records. At most half of it is ever in use, so that it neither grows nor fails.
 //
-// Ownership: its slots are memory of the C library, never given back.
+// Ownership: lies where its owner puts it; zeroed memory is an empty index, of which only what is used is touched.
 // Threads:   takes no lock; one thread at a time.
-// Errors:    where memory is short, insert answers false and nothing has changed.
 #pragma once
 
 #include "kxbase/core/kxMemoryRecord.h"
 
 class kxMemoryIndex {
 public:
+    static constexpr std::uint32_t kSlots = 1U << 21;
+    static constexpr std::uint32_t kMostRecords = kSlots / 2;
     static constexpr std::uint32_t kNone = UINT32_MAX;
 
-    bool insert(std::uint64_t address, std::uint32_t record) noexcept;
+    // At most kMostRecords at a time.
+    void insert(std::uint64_t address, std::uint32_t record) noexcept;
     // The record of the address, or kNone.
     std::uint32_t find(std::uint64_t address, const kxMemoryRecord* records) const noexcept;
     // The same, which is then forgotten.
@@ -24,14 +26,8 @@ private:
         std::uint32_t recordPlusOne;  // 0 in a slot that is free
     };
 
-    static std::uint32_t hashOf(std::uint64_t address) noexcept;
     std::uint32_t slotOf(std::uint64_t address, const kxMemoryRecord* records) const noexcept;
-    void place(Slot slot) noexcept;
     void closeGap(std::uint32_t gap) noexcept;
-    bool grow() noexcept;
 
-    Slot* slots_ = nullptr;
-    std::uint32_t count_ = 0;
-    std::uint32_t mask_ = 0;   // one below the number of slots, a power of two
-    std::uint32_t shift_ = 0;  // leaves of a hash what tells the slot
+    Slot slots_[kSlots];
 };

@@ -7,7 +7,7 @@ struct kxMemoryRecord {
     std::uint64_t address = 0;  // 0 in a record that is free
     std::uint64_t sizeBytes = 0;
     std::uint32_t thread = 0;    // the system's id of the thread that allocated it
-    std::uint32_t sequence = 0;  // how many tracked allocations came before
+    std::uint32_t sequence = 0;  // how many records were filled before
     std::int32_t state = 0;      // the thread's own value at that time
     std::uint64_t reserved = 0;
 };
@@ -23,5 +23,6 @@ struct kxMemoryTexts {
 struct kxMemoryEntry {
     kxMemoryRecord record = {};
     kxMemoryTexts texts = {};
-    std::uint32_t index = 0;  // of the record in its table
+    std::uint32_t index = 0;       // of the record in its table
+    std::uint64_t totalBytes = 0;  // of the table, when the entry was made or taken
 };

@@ -1,10 +1,9 @@
 // The records of the memory check: a flat array for 1,000,000 blocks. New blocks are appended; once the array has
 // been filled to its end, each takes the first record that is free.
 //
-// Ownership: refers to the room of the records. Its index and the texts are memory of the C library. Never
-//            destroyed.
+// Ownership: refers to its room, which is the owner's; it allocates nothing itself.
 // Threads:   takes no lock; one thread at a time. Constant-initialised.
-// Errors:    a block for which there is no record, or no memory for the index, is not entered.
+// Errors:    a block for which there is no record is not entered.
 // Units:     bytes.
 #pragma once
 
@@ -18,34 +17,42 @@ class kxMemoryTable {
 public:
     static constexpr std::uint32_t kRecords = 1000000;
     static constexpr std::size_t kRoomBytes = kRecords * sizeof(kxMemoryRecord);
+    // What goes with the records; zeroed memory is an empty one.
+    struct Aside {
+        kxMemoryTexts texts[kRecords];
+        kxMemoryIndex index;
+    };
 
     bool hasRoom() const noexcept { return records_ != nullptr; }
-    // Takes room of kRoomBytes, aligned as malloc does.
-    void setRoom(void* room) noexcept { records_ = static_cast<kxMemoryRecord*>(room); }
+    // Takes room for the records, of kRoomBytes and aligned as malloc does, and for what goes with them.
+    void setRoom(void* records, Aside* aside) noexcept;
 
-    // Enters a block that is not in the table and answers its index. Requires the room.
-    std::optional<std::uint32_t> add(const kxMemoryRecord& record, const kxMemoryTexts& texts) noexcept;
+    // Counts the bytes of a new block and, where a record is free, enters the block with the next sequence number.
+    std::optional<kxMemoryEntry> add(kxMemoryRecord record, const kxMemoryTexts& texts) noexcept;
     std::optional<kxMemoryEntry> take(std::uint64_t address) noexcept;
+    // Counts and enters again what has been taken, as far as a record is free.
+    void putBack(const kxMemoryEntry& entry) noexcept;
     // What lines about a block are to say, as kxMemCheck::describe.
     void setTexts(std::uint64_t address, const kxMemoryTexts& texts) noexcept;
 
-    // A number for the next block.
-    std::uint32_t nextSequence() noexcept { return nextSequence_++; }
-    // Blocks in the table, and their bytes together.
+    // Blocks in the table.
     std::uint32_t liveCount() const noexcept { return liveCount_; }
+    // The bytes of all blocks that were added, whether there was a record or not, less those that were taken.
     std::uint64_t totalBytes() const noexcept { return totalBytes_; }
     // Copies the entries of all blocks, in the order of their records; answers how many.
     std::uint32_t copyLive(kxMemoryEntry* entries) const noexcept;
 
 private:
+    static_assert(kRecords <= kxMemoryIndex::kMostRecords);
+
     std::optional<std::uint32_t> freeRecord() const noexcept;
+    std::optional<std::uint32_t> enter(const kxMemoryRecord& record, const kxMemoryTexts& texts) noexcept;
     kxMemoryEntry entryAt(std::uint32_t index) const noexcept;
 
     kxMemoryRecord* records_ = nullptr;
-    kxMemoryTexts* texts_ = nullptr;  // for each record, once a block has any
-    kxMemoryIndex index_;
-    kxNumberSet<kRecords>
-        free_;  // among the records used so far; finds at once what a scan of them would find
+    Aside* aside_ = nullptr;
+    // Among the records used so far; finds at once what a scan of them would find.
+    kxNumberSet<kRecords> free_;
     std::uint32_t usedCount_ = 0;  // records used so far, also those that are free again
     std::uint32_t liveCount_ = 0;
     std::uint32_t nextSequence_ = 0;

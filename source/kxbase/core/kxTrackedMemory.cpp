@@ -8,14 +8,14 @@
 void* kxTrackedAllocate(std::size_t sizeBytes, const char* file, std::uint32_t line)
 {
     void* const block =
-        kxMemCheck::isBare() ? std::malloc(sizeBytes != 0 ? sizeBytes : 1) : kxMemCheck::allocate(sizeBytes);
+        kxMemCheck::isBare() ? std::malloc(kxMemCheck::roomFor(sizeBytes)) : kxMemCheck::allocate(sizeBytes);
     if (block == nullptr) kxThrowBadAlloc(file, line);
     return block;
 }
 
 void* kxTrackedReallocate(void* block, std::size_t sizeBytes, const char* file, std::uint32_t line)
 {
-    void* const grown = kxMemCheck::isBare() ? std::realloc(block, sizeBytes != 0 ? sizeBytes : 1)
+    void* const grown = kxMemCheck::isBare() ? std::realloc(block, kxMemCheck::roomFor(sizeBytes))
                                              : kxMemCheck::reallocate(block, sizeBytes);
     if (grown == nullptr) kxThrowBadAlloc(file, line);
     return grown;

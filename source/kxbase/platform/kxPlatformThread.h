@@ -51,6 +51,10 @@ void kxPlatformThreadKillCaller();
 void kxPlatformThreadDelayKill();
 void kxPlatformThreadAllowKill();
 
+// Whether the system's cancellation of threads, which unwinds the stack, may act on the calling thread; answers
+// whether it might before. Where the system has none, nothing happens.
+bool kxPlatformThreadAllowCancel(bool isAllowed);
+
 // Sets the priority of the calling thread: steps of -2 to 2, lowest to highest, around the one that it has
 // now. Refusal by the system is silent.
 void kxPlatformThreadSetPriority(int steps);

@@ -1,5 +1,6 @@
 #include "kxbase/program/kxExceptionFilter.h"
 
+#include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/program/kxSymbolSearchPath.h"
 
@@ -52,17 +53,26 @@ kxString knownOr(const char* text, const char* otherwise)
     return text[0] != '\0' ? text : otherwise;
 }
 
+// Made when the first stack is looked up, and kept.
+const kxString& searchPath()
+{
+    const auto make = [] {
+        const kxUntrackedScope scope;
+        return new kxString(kxSymbolSearchPath());
+    };
+    static const kxString* const path = make();
+    return *path;
+}
+
 void addItems(const kxPlatformFrame& frame, std::vector<kxStackItem>& items)
 {
-    // Made when the first stack is looked up.
-    static const kxString* const searchPath = new kxString(kxSymbolSearchPath());
     kxPlatformModule module{};
     kxPlatformCrashModule(frame.address, module);
     const kxString moduleName = knownOr(module.name, KX_STACK_UNKNOWN);
 
     std::vector<kxPlatformSymbol> symbols(KX_PLATFORM_MOST_SYMBOLS);
     symbols.resize(
-        kxPlatformCrashSymbols(frame, searchPath->text(), symbols.data(), KX_PLATFORM_MOST_SYMBOLS));
+        kxPlatformCrashSymbols(frame, searchPath().text(), symbols.data(), KX_PLATFORM_MOST_SYMBOLS));
     for (const kxPlatformSymbol& symbol : symbols) {
         items.push_back({knownOr(symbol.function, KX_STACK_UNKNOWN), symbol.offset,
                          knownOr(symbol.file, KX_STACK_UNKNOWN), symbol.line, moduleName});

@@ -62,6 +62,13 @@ void kxPlatformAddForkGuard(kxPlatformForkGuard& guard)
     }
 }
 
+bool kxPlatformThreadAllowCancel(bool isAllowed)
+{
+    int before = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(isAllowed ? PTHREAD_CANCEL_ENABLE : PTHREAD_CANCEL_DISABLE, &before);
+    return before == PTHREAD_CANCEL_ENABLE;
+}
+
 void kxPlatformSleep(std::uint32_t milliseconds)
 {
     timespec left{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
