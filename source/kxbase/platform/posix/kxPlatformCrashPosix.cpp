@@ -270,7 +270,7 @@ void letNextOwn(std::uint32_t state)
 // the fault.
 [[gnu::noinline]] void callHandlerBefore(const struct sigaction& before, siginfo_t& info, void* context)
 {
-    if ((before.sa_flags & SA_RESETHAND) != 0) restoreDefault(info.si_signo);
+    if ((before.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) restoreDefault(info.si_signo);
     sigset_t mask;
     sigorset(&mask, &before.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
     sigaddset(&mask, kxPosixThreadSignal());
