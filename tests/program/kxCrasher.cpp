@@ -4,13 +4,16 @@
 #include "kxbase/thread/kxThread.h"
 
 #include <atomic>
+#include <csetjmp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 #include <sys/wait.h>
+#include <ucontext.h>
 #include <unistd.h>
 
 // A function that the tests look for in the file.
@@ -24,6 +27,8 @@ namespace kxCrasher {
 
 volatile int zero = 0;
 volatile int sink = 0;
+int jumps = 0;
+sigjmp_buf place;
 void (*volatile nothing)() = nullptr;
 
 KX_CRASH_SITE(readNull, sink = *static_cast<volatile int*>(nullptr))
@@ -42,6 +47,14 @@ KX_CRASH_SITE(readMisaligned, asm volatile("pushfq; orq $0x40000, (%%rsp); popfq
                                            :
                                            :
                                            : "eax", "memory", "cc"))
+// A handler returns to where nothing can be, not even an address.
+KX_CRASH_SITE(
+    losePlace, struct sigaction action{}; action.sa_flags = SA_SIGINFO;
+    action.sa_sigaction =
+        [](int, siginfo_t*, void* context) {
+            static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_RIP] = 0x4141414141414141;
+        };
+    ::sigaction(SIGUSR1, &action, nullptr); std::raise(SIGUSR1))
 #endif
 // The allocator finds the second release when it looks at what lies behind it.
 KX_CRASH_SITE(corruptHeap, char* volatile block = static_cast<char*>(std::malloc(2000));
@@ -78,11 +91,13 @@ struct Report : kxExceptionReportInterface {
     void writeDump(const std::vector<kxStackItem>& items) override
     {
         if (isFaulting) readNull();
+        ::usleep(delayMicroseconds);
         kxProgramExecution::instance().writeDump(items);
     }
 
     std::atomic<bool> isBegun{false};
     bool isFaulting = false;
+    useconds_t delayMicroseconds = 0;
 };
 Report report;
 
@@ -93,11 +108,15 @@ void faultInReport()
     callNull();
 }
 
+// Has the thread that faults killed, and ends.
 void exitDuringDump()
 {
+    report.delayMicroseconds = 200000;
     kxProgramExecution::instance().setReport(&report);
-    [[maybe_unused]] static Thread& thread = *new Thread(readNull);
+    static Thread& thread = *new Thread(readNull);
+    thread.setWatchdogSeconds(1e-6);
     while (!report.isBegun) ::usleep(100);
+    thread.checkHeartbeat();
 }
 
 void onTwoThreads()
@@ -113,48 +132,42 @@ void faultInChild()
     ::waitpid(child, nullptr, 0);
 }
 
-#define KX_WAY(function)                                                                                     \
-    {                                                                                                        \
-#function, function                                                                                  \
-    }
-constexpr struct {
-    const char* name;
-    void (*run)();
-} kWays[] = {
-    KX_WAY(readNull),
-    KX_WAY(callNull),
-    KX_WAY(divideByZero),
-    KX_WAY(abortProgram),
-    KX_WAY(stopInDebugger),
-    KX_WAY(throwError),
-    KX_WAY(killItself),
-    KX_WAY(overflowStack),
-    KX_WAY(corruptHeap),
+void jump(int)
+{
+    siglongjmp(place, ++jumps);
+}
+
+void hostHandler()
+{
+    if (sigsetjmp(place, 1) < 2) readNull();
+    ::_exit(7);
+}
+
+void run(std::string_view way)
+{
+    const auto onWay = [=](std::string_view name, void (*function)()) {
+        if (way == name) function();
+    };
+#define KX_WAY(function) onWay(#function, function)
+    KX_WAY(readNull), KX_WAY(callNull), KX_WAY(divideByZero), KX_WAY(abortProgram), KX_WAY(stopInDebugger),
+        KX_WAY(throwError), KX_WAY(killItself), KX_WAY(overflowStack), KX_WAY(corruptHeap),
+        KX_WAY(faultInPrinting), KX_WAY(faultInReport), KX_WAY(exitDuringDump), KX_WAY(onTwoThreads),
+        KX_WAY(faultInChild), KX_WAY(hostHandler);
 #if defined(__x86_64__)
-    KX_WAY(illegalInstruction),
-    KX_WAY(privilegedInstruction),
-    KX_WAY(readMisaligned),
+    KX_WAY(illegalInstruction), KX_WAY(privilegedInstruction), KX_WAY(readMisaligned), KX_WAY(losePlace);
 #endif
-    KX_WAY(faultInPrinting),
-    KX_WAY(faultInReport),
-    KX_WAY(exitDuringDump),
-    KX_WAY(onTwoThreads),
-    KX_WAY(faultInChild),
-    {"inDestructor", [] { destroyed.isArmed = true; }},
-    {"onThread", [] { Thread(readNull).join(); }},
-    {"overflowThread", [] { Thread(overflowStack).join(); }},
-    {"throwInThreads", [] { Thread(throwError).join(), Thread(throwError).join(); }},
-    {"throwAndFault", [] { Thread(throwError).join(), readNull(); }},
-    {"hostHandler", readNull},
-};
+    onWay("inDestructor", [] { destroyed.isArmed = true; });
+    onWay("onThread", [] { Thread(readNull).join(); });
+    onWay("overflowThread", [] { Thread(overflowStack).join(); });
+    onWay("throwInThreads", [] { Thread(throwError).join(), Thread(throwError).join(); });
+    onWay("throwAndFault", [] { Thread(throwError).join(), readNull(); });
+}
 
 }  // namespace kxCrasher
 
 int main(int, char** arguments)
 {
-    if (std::strcmp(arguments[1], "hostHandler") == 0) std::signal(SIGSEGV, [](int) { ::_exit(7); });
+    if (std::strcmp(arguments[1], "hostHandler") == 0) std::signal(SIGSEGV, kxCrasher::jump);
     if (!kxProgramExecution::install()) return 90;
-    for (const auto& row : kxCrasher::kWays)
-        if (std::strcmp(row.name, arguments[1]) == 0) row.run();
-    return 0;
+    kxCrasher::run(arguments[1]);
 }

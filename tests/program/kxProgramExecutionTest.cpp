@@ -83,7 +83,7 @@ struct Skipped {
     bool isThreadsOnly = false;
 };
 constexpr Skipped kOwnHeap{"sanitizers have a heap of their own"};
-constexpr Skipped kOwnHandler{"the sanitizer's own handler does misaligned accesses", true};
+constexpr Skipped kOwnHandler{"the sanitizer's own handler does not get through", true};
 constexpr Skipped kKill{"the sanitizer waits for killed threads", true};
 
 bool isSkipped(const Skipped& skipped)
@@ -136,6 +136,7 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         {"illegalInstruction", SIGILL, ""},
         {"privilegedInstruction", SIGSEGV, "PRIV_INSTRUCTION"},
         {"readMisaligned", SIGBUS, "DATATYPE_MISALIGNMENT", "readMisaligned", kOwnHandler},
+        {"losePlace", SIGSEGV, "ACCESS_VIOLATION", "", kOwnHandler},
 #endif
     };
     for (const auto& c : cases) {
@@ -148,7 +149,7 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         const std::regex wanted("\\d+: In kxCrasher::" + c.function +
                                 "\\(\\)\\(\\+\\d+\\) "
                                 "file:[^\n]*kxCrasher.cpp line:[1-9]\\d* module:kxcrasher\r\n");
-        EXPECT_TRUE(std::regex_search(remains.file, wanted)) << remains.file;
+        EXPECT_TRUE(c.function.empty() || std::regex_search(remains.file, wanted)) << remains.file;
 #endif
         const std::string fatal = c.name.empty() ? "" : "\rKorvexSDK Fatal::EXCEPTION_" + c.name + "\n";
         EXPECT_EQ(remains.output, fatal + "\r" + noticeOf(remains.path));
@@ -169,7 +170,7 @@ TEST_F(kxCrashTest, FollowsTheSettings)
         {"handled, which ends the thread", "onThread", "ROUTE", "FALSE", kxExited(0), 1, kKill},
         {"the second fault gets its turn", "onTwoThreads", "ROUTE", "0", kxExited(0), 2, kKill},
         {"no spelling of no", "readNull", "ROUTE", "none", kxKilledBy(SIGSEGV), 1},
-        {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 1},
+        {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 2},
         {"the handler before ours is spared", "hostHandler", "ROUTE", "no", kxExited(139), 1},
     };
     for (const auto& c : cases) {
@@ -235,6 +236,11 @@ TEST_F(kxCrashTest, HandlerDoesWithoutWhatCannotBeHad)
     }
 }
 
+extern "C" std::uint32_t f(kxPlatformFrame (&frames)[KX_PLATFORM_MOST_FRAMES])
+{
+    return kxPlatformCrashFrames(frames, KX_PLATFORM_MOST_FRAMES);
+}
+
 TEST(kxExceptionFilter, ReportsKnownFaultsAndDumpsAll)
 {
     const struct {
@@ -261,14 +267,15 @@ TEST(kxExceptionFilter, ReportsKnownFaultsAndDumpsAll)
         {0, ""},
     };
     kxPlatformFrame frames[KX_PLATFORM_MOST_FRAMES];
-    const std::uint32_t count = kxPlatformCrashFrames(frames, KX_PLATFORM_MOST_FRAMES);
+    const std::uint32_t count = f(frames);
     for (const auto& c : cases) {
         Recorder recorder;
         EXPECT_EQ(kxExceptionFilter(c.fault, {frames, count}, recorder), KX_EXCEPTION_GOES_ON);
         EXPECT_EQ(recorder.errors, c.name);
         ASSERT_GE(recorder.items.size(), count);
 #ifdef KX_TEST_BACKTRACE
-        EXPECT_THAT(recorder.items[0].function.text(), HasSubstr("ReportsKnownFaultsAndDumpsAll"));
+        EXPECT_EQ(recorder.items[0].function, "f");  // no type float
+        EXPECT_THAT(recorder.items[1].function.text(), HasSubstr("ReportsKnownFaultsAndDumpsAll"));
         EXPECT_THAT(recorder.items[0].file.text(), testing::EndsWith("kxProgramExecutionTest.cpp"));
 #endif
         EXPECT_EQ(recorder.items[0].module, "kxtest_program");

@@ -42,26 +42,33 @@ struct kxPlatformCrash {
     kxPlatformFrame frames[KX_PLATFORM_MOST_FRAMES];
 };
 
-// What the program does about a fault, in this order. Those for the handler must neither allocate nor take a lock.
+// What the program does about a fault. Those for the handler must neither allocate nor take a lock, and run on one
+// thread at a time.
 struct kxPlatformCrashActions {
-    // On the dump thread: writes everything down. Answers whether the fault is handled.
+    // On the dump thread: writes everything down. Answers whether the fault is handled. When it comes to its end too
+    // late, dealInHandler may run at the same time, and what dump has found to tell is not told.
     bool (*dump)(const kxPlatformCrash& crash);
     // On the dump thread, after dump: tells the user.
     void (*tell)();
-    // In the handler, in place of the two when they do not come to their end.
-    bool (*dumpInHandler)(const kxPlatformCrash& crash);
+    // In the handler, when dump has come to its end and tell does not.
     void (*tellInHandler)(const kxPlatformCrash& crash);
+    // In the handler, in place of dump and tell when dump does not come to its end.
+    bool (*dealInHandler)(const kxPlatformCrash& crash);
 };
 
-// Catches faults from now on, stack overflows on the calling thread and on those of kxPlatformThreadStart included;
-// on other threads they end the process. The first fault wins, others wait until it has been dealt with.
+// Catches faults from now on, stack overflows included on those threads that have a stack for handlers: those of
+// kxPlatformThreadStart and the one that makes the first call, which therefore should be the main thread. On others
+// a stack overflow ends the process. The first fault wins, others wait until it has been dealt with.
 //
 // A fault that is handled ends its thread when that was started by kxPlatformThreadStart, else the process, with
-// the status that a shell gives for such an end. Any other goes on to the handler that was there before, which
-// by default ends the process. The terminal is given back first.
+// the status that a shell gives for such an end. Any other goes on to what was there before. A handler is called as
+// the system would, and may return or jump; the next fault comes here first again, unless the handler itself has
+// changed that or was to be called once (SA_RESETHAND). By default the process ends. The terminal is given back
+// first.
 //
 // Only the first call in a process installs; in a forked child one more call starts the dump thread that the
-// child does not have, and until then the handler does its work. False when the system refuses.
+// child does not have, and until then the handler does its work. False when the system refuses; another call tries
+// again to start the thread.
 bool kxPlatformCrashInstall(const kxPlatformCrashActions& actions);
 
 // Fills in the frames of the calling thread, the caller's first. Safe in a signal handler.

@@ -6,30 +6,37 @@
 
 namespace {
 
-constexpr std::uint32_t kPlaces = 2;
-constexpr std::size_t kFolderBytes = 3000;
-
-// Empty when the folder is not known.
-std::string_view folderOf(std::uint32_t place, char (&buffer)[kFolderBytes])
+bool addCurrentFolder(kxCrashText& path)
 {
-    if (place == 0) return kxPlatformCurrentDirectory(buffer, kFolderBytes) ? buffer : "";
-    const char* const temporary = kxPlatformEnvironment("TMPDIR");
-    return temporary != nullptr ? temporary : "";
+    char folder[kxCrashText::kLineBytes];
+    const bool isKnown = kxPlatformCurrentDirectory(folder, sizeof(folder));
+    if (isKnown) path.add(folder);
+    return isKnown;
+}
+
+bool addTemporaryFolder(kxCrashText& path)
+{
+    const char* const given = kxPlatformEnvironment("TMPDIR");
+    const std::string_view folder = given != nullptr ? given : "";
+    if (folder.empty()) return false;
+    if (!folder.starts_with('/')) {
+        if (!addCurrentFolder(path)) return false;
+        path.add("/");
+    }
+    path.add(folder);
+    return true;
 }
 
 }  // namespace
 
-bool kxCrashFile::findPath(std::uint32_t place, const kxCrashTime& time, kxCrashText& path)
+// Answers whether there is such a folder and the path has fit.
+bool kxCrashFile::makePath(Folder folder, const kxCrashTime& time, kxCrashText& path)
 {
     path.clear();
-    if (place >= kPlaces) return false;
-    char buffer[kFolderBytes];
-    const std::string_view folder = folderOf(place, buffer);
-    if (folder.empty()) return true;
-    path.add(folder);
-    if (!folder.ends_with('/')) path.add("/");
+    if (!(folder == CURRENT ? addCurrentFolder(path) : addTemporaryFolder(path))) return false;
+    if (!path.view().ends_with('/')) path.add("/");
     path.addFileName(time);
-    return true;
+    return !path.isFull();
 }
 
 kxCrashTime kxCrashFile::time()
@@ -39,18 +46,22 @@ kxCrashTime kxCrashFile::time()
 
 void kxCrashFile::write(std::string_view text)
 {
-    if (isOpen() && append(text)) return;
-    const kxCrashTime now = time();
-    kxCrashText path;
-    for (std::uint32_t place = 0; findPath(place, now, path); ++place)
-        if (open(path.view()) && append(text)) return;
+    if (adapter_ != nullptr && append(text)) return;
+    char room[kxCrashText::kLineBytes];
+    kxCrashText path(room);
+    if (placeInFolder(time(), path, [&] { return open(path.view()) && append(text); })) return;
     close();
     kxPlatformCrashPrint(text.data(), text.size());
 }
 
+void kxCrashFile::close()
+{
+    adapter_ = nullptr;
+    path_ = kxString();
+}
+
 bool kxCrashFile::open(const kxString& path)
 {
-    if (path.isEmpty()) return false;
     adapter_ = kxMakeRef<kxSerializeAdapterFile>(path, KX_SERIALIZE_OUTPUT, true);
     path_ = path;
     return !adapter_->hasError();

@@ -10,20 +10,29 @@
 
 class kxCrashFile {
 public:
-    // The file's path in the folder that is the `place`-th to be tried; empty when there is none. Safe in a handler
-    // of faults. False behind the last.
-    static bool findPath(std::uint32_t place, const kxCrashTime& time, kxCrashText& path);
+    // Makes the file's absolute path in each folder in turn until `take`, which is called with nothing else than that
+    // path ready, says that it has it. Answers whether it did; else the path is empty. Safe in a handler of faults.
+    template <typename Take>
+    static bool placeInFolder(const kxCrashTime& time, kxCrashText& path, const Take& take)
+    {
+        for (const Folder folder : {CURRENT, TEMPORARY})
+            if (makePath(folder, time, path) && take()) return true;
+        path.clear();
+        return false;
+    }
     // Now.
     static kxCrashTime time();
 
     // Adds the text, all of it on disk when this returns. Opens the file unless it is open.
     void write(std::string_view text);
-    void close() { adapter_ = nullptr; }
-    bool isOpen() const { return adapter_ != nullptr; }
-    // The absolute path of the open file.
+    void close();
+    // The absolute path of the open file; empty when none is.
     const kxString& path() const { return path_; }
 
 private:
+    enum Folder : std::uint8_t { CURRENT, TEMPORARY };
+
+    static bool makePath(Folder folder, const kxCrashTime& time, kxCrashText& path);
     bool open(const kxString& path);
     bool append(std::string_view text);
 

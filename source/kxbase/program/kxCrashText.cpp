@@ -59,8 +59,8 @@ void kxCrashText::addLine(std::uint32_t number, const kxCrashLine& line)
 
 void kxCrashText::add(std::string_view text)
 {
-    const std::size_t count = std::min(text.size(), kMostBytes - length_);
-    std::memcpy(text_ + length_, text.data(), count);
+    const std::size_t count = std::min(text.size(), mostBytes() - length_);
+    std::memcpy(room_.data() + length_, text.data(), count);
     length_ += count;
 }
 
@@ -75,12 +75,12 @@ void kxCrashText::add(std::int64_t number, std::size_t leastDigits)
 
 const char* kxCrashText::text()
 {
-    text_[length_] = '\0';
-    return text_;
+    room_[length_] = '\0';
+    return room_.data();
 }
 
 void kxCrashText::endLine()
 {
-    length_ = std::min(length_, kMostBytes - kLineEnd.size());
+    length_ = std::min(length_, mostBytes() - kLineEnd.size());
     add(kLineEnd);
 }

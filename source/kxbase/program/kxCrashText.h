@@ -1,10 +1,12 @@
 // The texts of a crash file, built in place: nothing is allocated or locked, so that a handler of faults may use it.
 //
-// Errors: what does not fit into a text is cut, its line end is not.
+// Ownership: the room for the text is the caller's.
+// Errors:    what does not fit into a text is cut, its line end is not.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // A moment in local time.
@@ -26,6 +28,11 @@ struct kxCrashLine {
 
 class kxCrashText {
 public:
+    // The bytes of a line, of which no part is very long, or of a path.
+    static constexpr std::size_t kLineBytes = 4096;
+
+    constexpr explicit kxCrashText(std::span<char> room) noexcept : room_(room) {}
+
     // "2026_11_14__17_18_05_crash.txt"
     void addFileName(const kxCrashTime& time);
     void addHeader(const kxCrashTime& time);
@@ -34,15 +41,16 @@ public:
     void add(std::int64_t number, std::size_t leastDigits = 1);
     void clear() { length_ = 0; }
 
-    std::string_view view() const { return {text_, length_}; }
+    std::string_view view() const { return {room_.data(), length_}; }
+    // Something may have been cut.
+    bool isFull() const { return length_ == mostBytes(); }
     // Terminated by a zero.
     const char* text();
 
 private:
-    static constexpr std::size_t kMostBytes = 4096;
-
+    std::size_t mostBytes() const { return room_.size() - 1; }
     void endLine();
 
-    char text_[kMostBytes + 1];
+    const std::span<char> room_;
     std::size_t length_ = 0;
 };

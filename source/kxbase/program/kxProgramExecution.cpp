@@ -1,14 +1,17 @@
 #include "kxbase/program/kxProgramExecution.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/platform/kxPlatformClock.h"
 #include "kxbase/platform/kxPlatformCrash.h"
+#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/program/kxExceptionFilter.h"
 #include "kxbase/thread/kxThread.h"
 
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -17,75 +20,106 @@ namespace {
 constexpr const char* kNoticeTitle = "CrashDump generated";
 constexpr const char* kNoticeText = "Check dump file:";
 
+constexpr std::size_t kLineBytes = kxCrashText::kLineBytes;
+// Enough for as many frames as there can be, with names of modules at their longest.
+constexpr std::size_t kDumpBytes = 128 * 1024;
+
 // What the handler has in hand when nothing else works any more.
 constinit std::atomic<std::int32_t> utcOffsetSeconds{0};
-kxCrashText lastPath;  // of the last file with a dump; empty when there is none
-kxCrashText scratch;
 
-// Messages wait until the file is complete: what the faulting thread has locked may hold them up.
+// The dump thread's; read by the handler when the file is written and before the next fault.
+char writtenPathRoom[kLineBytes];
+constinit kxCrashText writtenPath{writtenPathRoom};
+
+// Changed under the mutex of the file, and only while the flag is not set.
+char openPathRoom[kLineBytes];
+constinit kxCrashText openPath{openPathRoom};
+constinit std::atomic<bool> isFileOpen{false};
+
+// The handler's.
+char handlerPathRoom[kLineBytes];
+constinit kxCrashText handlerPath{handlerPathRoom};
+char handlerTextRoom[kDumpBytes];
+constinit kxCrashText handlerText{handlerTextRoom};
+
+// On the dump thread. Messages wait until the file is complete: what the faulting thread has locked may hold them up.
 thread_local bool isHoldingBack = false;
 
-void print(std::string_view text)
+void sendError(const kxString& text)
 {
-    kxPlatformCrashPrint(text.data(), text.size());
+    kxMessage(KX_MESSAGE_FATAL, "%s", text);
+}
+
+void sendNotice(const kxString& path)
+{
+    kxMessage(KX_MESSAGE_NOTICE, "%s: %s%s", kxTranslate(kNoticeTitle), kxTranslate(kNoticeText), path);
+}
+
+// Of the file that is open now, empty when none is.
+void showHandler(const kxString& path)
+{
+    if (path.view() == openPath.view()) return;
+    isFileOpen.store(false);
+    openPath.clear();
+    openPath.add(path);
+    isFileOpen.store(!path.isEmpty());
+}
+
+// ---- in the handler
+
+void print(const kxCrashText& text)
+{
+    kxPlatformCrashPrint(text.view().data(), text.view().size());
 }
 
 void printMessage(std::initializer_list<std::string_view> pieces)
 {
-    scratch.clear();
-    scratch.add(KX_MODULE_NAME);
-    for (const std::string_view piece : pieces) scratch.add(piece);
-    scratch.add("\n");
-    print(scratch.view());
+    handlerText.clear();
+    handlerText.add(KX_MODULE_NAME);
+    for (const std::string_view piece : pieces) handlerText.add(piece);
+    handlerText.add("\n");
+    print(handlerText);
 }
 
-// Where the handler writes to: a file or, when none could be made, standard error.
-class HandlerOutput {
-public:
-    explicit HandlerOutput(const kxCrashTime& time)
-    {
-        for (std::uint32_t place = 0; !isOpen() && kxCrashFile::findPath(place, time, lastPath); ++place) {
-            if (!lastPath.view().empty())
-                file_ = kxPlatformFileOpenWrite(lastPath.text(), KX_PLATFORM_APPEND).file;
-        }
-    }
-    ~HandlerOutput()
-    {
-        if (isOpen()) kxPlatformFileClose(file_);
-    }
-    HandlerOutput(const HandlerOutput&) = delete;
-    HandlerOutput& operator=(const HandlerOutput&) = delete;
-
-    void write(std::string_view text)
-    {
-        if (isOpen())
-            kxPlatformFileWrite(file_, text.data(), text.size());
-        else
-            print(text);
-    }
-
-private:
-    bool isOpen() const { return file_ != KX_PLATFORM_NO_FILE; }
-
-    kxPlatformFileHandle file_ = KX_PLATFORM_NO_FILE;
-};
-
-void writeAddresses(const kxPlatformCrash& crash)
+void printMessages(const kxPlatformCrash& crash, std::string_view path)
 {
-    const kxCrashTime time = kxCrashTime::at(kxPlatformWallSeconds(), utcOffsetSeconds.load());
-    HandlerOutput output(time);
-    scratch.clear();
-    scratch.addHeader(time);
-    output.write(scratch.view());
+    if (const char* const name = kxExceptionName(crash.fault)) printMessage({" Fatal::", name});
+    if (!path.empty()) printMessage({" Notice::", kNoticeTitle, ": ", kNoticeText, path});
+}
+
+// In one piece, so that processes that share a file do not mix. Answers whether all of it has been written.
+bool appendTo(const char* path, std::string_view text)
+{
+    const kxPlatformFileHandle file = kxPlatformFileOpenWrite(path, KX_PLATFORM_APPEND).file;
+    if (file == KX_PLATFORM_NO_FILE) return false;
+    const kxPlatformIoResult result = kxPlatformFileWrite(file, text.data(), text.size());
+    return kxPlatformFileClose(file) == 0 && result.error == 0;
+}
+
+void makeText(const kxPlatformCrash& crash, const kxCrashTime& time)
+{
+    handlerText.clear();
+    handlerText.addHeader(time);
     for (std::uint32_t number = 0; number < crash.frameCount; ++number) {
         kxPlatformModule module{};
         kxPlatformCrashModule(crash.frames[number].address, module);
         const std::string_view name = module.name[0] != '\0' ? module.name : KX_STACK_UNKNOWN;
-        scratch.clear();
-        scratch.addLine(
+        handlerText.addLine(
             number, {KX_STACK_UNKNOWN, static_cast<std::int64_t>(module.offset), KX_STACK_UNKNOWN, 0, name});
-        output.write(scratch.view());
     }
+}
+
+// To the file that is open for an exception, else to a new one, else to standard error.
+void writeAddresses(const kxPlatformCrash& crash)
+{
+    const kxCrashTime time = kxCrashTime::at(kxPlatformWallSeconds(), utcOffsetSeconds.load());
+    makeText(crash, time);
+    const auto append = [] { return appendTo(handlerPath.text(), handlerText.view()); };
+    if (isFileOpen.load()) {
+        handlerPath.add(openPath.view());
+        if (append()) return;
+    }
+    if (!kxCrashFile::placeInFolder(time, handlerPath, append)) print(handlerText);
 }
 
 }  // namespace
@@ -94,8 +128,10 @@ void writeAddresses(const kxPlatformCrash& crash)
 struct kxProgramExecution::Crash {
     static bool dump(const kxPlatformCrash& crash)
     {
+        kxMemCheck::leaveThisThreadOut();
         isHoldingBack = true;
-        lastPath.clear();
+        writtenPath.clear();
+        instance().heldBack_.clear();
         const std::span<const kxPlatformFrame> frames(crash.frames, crash.frameCount);
         return kxExceptionFilter(crash.fault, frames, *instance().report_.load()) == KX_EXCEPTION_HANDLED;
     }
@@ -103,24 +139,44 @@ struct kxProgramExecution::Crash {
     static void tell()
     {
         isHoldingBack = false;
-        for (const Message& message : std::exchange(instance().heldBack_, {}))
-            instance().say(message.level, message.text);
+        for (const Message& message : std::exchange(instance().heldBack_, {})) message.send(message.text);
     }
 
-    static bool dumpInHandler(const kxPlatformCrash& crash)
+    static void tellInHandler(const kxPlatformCrash& crash) { printMessages(crash, writtenPath.view()); }
+
+    static bool dealInHandler(const kxPlatformCrash& crash)
     {
-        lastPath.clear();
+        handlerPath.clear();
         if (kxExceptionIsDumped()) writeAddresses(crash);
+        printMessages(crash, handlerPath.view());
         return kxExceptionRouting() == KX_EXCEPTION_HANDLED;
     }
-
-    static void tellInHandler(const kxPlatformCrash& crash)
-    {
-        if (const char* const name = kxExceptionName(crash.fault)) printMessage({" Fatal::", name});
-        const std::string_view path = lastPath.view();
-        if (!path.empty()) printMessage({" Notice::", kNoticeTitle, ": ", kNoticeText, path});
-    }
 };
+
+// In a forked child the file may be locked by a thread that is not there, in the middle of a change: then the child
+// begins without one. Nobody waits for the mutex before a fork, since messages may be sent under it.
+struct kxProgramExecution::Fork {
+    static void forgetInChild()
+    {
+        kxProgramExecution& execution = *made.load();
+        if (execution.mutex_.tryLock()) {
+            execution.mutex_.unlock();
+            return;
+        }
+        std::construct_at(&execution.mutex_);
+        std::construct_at(&execution.file_);
+        showHandler({});
+    }
+
+    static inline constinit std::atomic<kxProgramExecution*> made{nullptr};
+    static inline constinit kxPlatformForkGuard guard{[] {}, [] {}, forgetInChild};
+};
+
+kxProgramExecution::kxProgramExecution()
+{
+    Fork::made.store(this);
+    kxPlatformAddForkGuard(Fork::guard);
+}
 
 kxProgramExecution& kxProgramExecution::instance()
 {
@@ -132,17 +188,18 @@ bool kxProgramExecution::install()
 {
     utcOffsetSeconds.store(kxPlatformUtcOffsetSeconds());
     kxThread::setExceptionHandler(&instance());
-    return kxPlatformCrashInstall({Crash::dump, Crash::tell, Crash::dumpInHandler, Crash::tellInHandler});
+    return kxPlatformCrashInstall({Crash::dump, Crash::tell, Crash::tellInHandler, Crash::dealInHandler});
 }
 
 void kxProgramExecution::reportError(const kxFatalError& error)
 {
-    say(KX_MESSAGE_FATAL, error.what());
+    say(sendError, error.what());
 }
 
 void kxProgramExecution::writeDump(const std::vector<kxStackItem>& items)
 {
-    kxCrashText line;
+    char room[kLineBytes];
+    kxCrashText line(room);
     line.addHeader(kxCrashFile::time());
     std::string text(line.view());
     std::uint32_t number = 0;
@@ -152,39 +209,39 @@ void kxProgramExecution::writeDump(const std::vector<kxStackItem>& items)
         text += line.view();
     }
     const kxString path = write(text, true);
-    if (isHoldingBack) lastPath.add(path);
+    if (isHoldingBack) writtenPath.add(path);
     announce(path);
 }
 
 void kxProgramExecution::exceptionLeftProcess(std::uint32_t threadId, const char* text)
 {
-    if (!kxExceptionIsDumped()) return;
     const std::string line =
         "Thread " + std::to_string(threadId) + " threw exception ('" + text + "') outside process()\r\n";
     announce(write(line, false));
 }
 
-// Answers the path of the file if the user is to be told of it.
-kxString kxProgramExecution::write(std::string_view text, bool isLast)
+// Answers the path of the file if the user is to be told of it: of every dump, and of a file made for an exception.
+kxString kxProgramExecution::write(std::string_view text, bool isDump)
 {
     const kxBodyGuard guard(mutex_);
-    const bool wasOpen = file_.isOpen();
+    const kxString pathBefore = file_.path();
     file_.write(text);
-    const kxString path = file_.isOpen() && (isLast || !wasOpen) ? file_.path() : kxString();
-    if (isLast) file_.close();
-    return path;
+    const kxString path = file_.path();
+    if (isDump) file_.close();
+    showHandler(file_.path());
+    const bool isNews = isDump || path != pathBefore;
+    return isNews ? path : kxString();
 }
 
 void kxProgramExecution::announce(const kxString& path)
 {
-    if (path.isEmpty()) return;
-    say(KX_MESSAGE_NOTICE, kxString::format("%s: %s%s", kNoticeTitle, kNoticeText, path));
+    if (!path.isEmpty()) say(sendNotice, path);
 }
 
-void kxProgramExecution::say(std::uint32_t level, const kxString& text)
+void kxProgramExecution::say(void (*send)(const kxString&), const kxString& text)
 {
     if (isHoldingBack)
-        heldBack_.push_back({level, text});
+        heldBack_.push_back({send, text});
     else
-        kxMessage(level, "%s", text);
+        send(text);
 }

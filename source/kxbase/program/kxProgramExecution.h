@@ -10,9 +10,9 @@
 // Ownership: there is one object, made on first use and never destroyed.
 // Threads:   every operation may be called from any thread. For a fault they run on a thread of their own. Should
 //            that be held up for 10 seconds, by a lock that the faulting thread has, the faulting thread writes
-//            the file by itself, with addresses in place of functions; so does a forked child that does not
-//            install again. Messages come behind the file.
-// Errors:    a crash file that cannot be made goes to standard error.
+//            the file by itself, with addresses in place of functions, and messages untranslated to standard
+//            error; so does a forked child that does not install again. Messages come behind the file.
+// Errors:    what no crash file takes, because none can be made or the disk is full, goes to standard error.
 #pragma once
 
 #include "kxbase/core/kxMutex.h"
@@ -28,7 +28,8 @@ struct kxPlatformCrash;
 class kxProgramExecution : public kxExceptionReportInterface, public kxThreadExceptionInterface {
 public:
     static kxProgramExecution& instance();
-    // Catches faults and exceptions of threads from now on; see kxPlatformCrashInstall. False when the system
+    // Catches faults and exceptions of threads from now on; see kxPlatformCrashInstall. To be called on the main
+    // thread first: the first caller is given a stack that an overflow of its own leaves free. False when the system
     // refuses.
     static bool install();
 
@@ -42,14 +43,15 @@ public:
 
 private:
     struct Crash;
+    struct Fork;
     struct Message {
-        std::uint32_t level;
+        void (*send)(const kxString& text);
         kxString text;
     };
 
-    kxProgramExecution() = default;
-    kxString write(std::string_view text, bool isLast);
-    void say(std::uint32_t level, const kxString& text);
+    kxProgramExecution();
+    kxString write(std::string_view text, bool isDump);
+    void say(void (*send)(const kxString&), const kxString& text);
     void announce(const kxString& path);
 
     std::atomic<kxExceptionReportInterface*> report_{this};

@@ -37,8 +37,13 @@ void copyModuleName(kxPlatformModule& module, const char* path)
     copyText(module.name, fileName(isProgram ? program : path));
 }
 
+// The demangler takes a name of C for a type: "f" for float.
 void copyFunction(kxPlatformSymbol& symbol, const char* name)
 {
+    if (!std::string_view(name).starts_with("_Z")) {
+        copyText(symbol.function, name);
+        return;
+    }
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> written(
         abi::__cxa_demangle(name, nullptr, nullptr, &status), &std::free);

@@ -39,11 +39,21 @@ constexpr struct {
     {SIGABRT, kAnyCode, KX_FAULT_NONCONTINUABLE},
 };
 
-// The processor tells of these in the way of a bad address, without one: hlt, cli, sti.
-bool isPrivilegedInstruction(const siginfo_t& info, const void* context)
+}  // namespace
+
+std::uint32_t kxPosixFaultOf(const siginfo_t& info)
+{
+    for (const auto& row : kFaults) {
+        if (row.signal == info.si_signo && (row.code == info.si_code || row.code == kAnyCode))
+            return row.fault;
+    }
+    return KX_FAULT_NONCONTINUABLE;
+}
+
+bool kxPosixIsPrivilegedInstruction(const siginfo_t& info, const void* context)
 {
 #if defined(__x86_64__)
-    constexpr unsigned char kPrivileged[] = {0xF4, 0xFA, 0xFB};
+    constexpr unsigned char kPrivileged[] = {0xF4, 0xFA, 0xFB};  // hlt, cli, sti
     if (info.si_signo != SIGSEGV || info.si_code != SI_KERNEL || info.si_addr != nullptr) return false;
     const auto* const instruction = reinterpret_cast<const unsigned char*>(kxPosixProgramCounter(context));
     return std::find(std::begin(kPrivileged), std::end(kPrivileged), *instruction) != std::end(kPrivileged);
@@ -51,18 +61,6 @@ bool isPrivilegedInstruction(const siginfo_t& info, const void* context)
     (void)info, (void)context;
     return false;
 #endif
-}
-
-}  // namespace
-
-std::uint32_t kxPosixFaultOf(const siginfo_t& info, const void* context)
-{
-    if (isPrivilegedInstruction(info, context)) return KX_FAULT_PRIV_INSTRUCTION;
-    for (const auto& row : kFaults) {
-        if (row.signal == info.si_signo && (row.code == info.si_code || row.code == kAnyCode))
-            return row.fault;
-    }
-    return KX_FAULT_NONCONTINUABLE;
 }
 
 bool kxPosixFaultsAgain(const siginfo_t& info)

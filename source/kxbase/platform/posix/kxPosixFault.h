@@ -7,7 +7,10 @@
 // The signals that a fault sends.
 inline constexpr int kxPosixFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
 
-// One of kxPlatformFault. The context is that of the handler.
-std::uint32_t kxPosixFaultOf(const siginfo_t& info, const void* context);
+// One of kxPlatformFault, from what the system says of it.
+std::uint32_t kxPosixFaultOf(const siginfo_t& info);
+// Whether it is a KX_FAULT_PRIV_INSTRUCTION, of which the processor tells in the way of a bad address, without one.
+// Reads the instruction that the context of the handler stands at, and may fault itself.
+bool kxPosixIsPrivilegedInstruction(const siginfo_t& info, const void* context);
 // Whether the instruction that faulted will fault again when the handler returns.
 bool kxPosixFaultsAgain(const siginfo_t& info);

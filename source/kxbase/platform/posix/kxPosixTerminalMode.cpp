@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <iterator>
 
 #include <pthread.h>
@@ -37,6 +38,28 @@ public:
 
 private:
     sigset_t before_;
+};
+
+// Keeps the threads apart that take the terminal, give it back because of a fault and end the process. The holder's
+// process is noted, because that of a parent is not there in a forked child to let go. Signals must be blocked.
+class ChangeLock {
+public:
+    ChangeLock()
+    {
+        constexpr timespec kPause{0, 50000};
+        const pid_t own = ::getpid();
+        for (pid_t holder = 0; !holder_.compare_exchange_strong(holder, own);) {
+            if (holder != own) continue;
+            holder = 0;
+            ::nanosleep(&kPause, nullptr);
+        }
+    }
+    ~ChangeLock() { holder_.store(0); }
+    ChangeLock(const ChangeLock&) = delete;
+    ChangeLock& operator=(const ChangeLock&) = delete;
+
+private:
+    static constinit inline std::atomic<pid_t> holder_{0};
 };
 
 // A terminal that does not control the process has no background, and one that hung up is nobody's: then the
@@ -119,7 +142,8 @@ bool kxPosixTerminalMode::take(int terminal)
     (void)handlersInstalled;
 
     const SignalsBlocked blocked;
-    if (!isInForegroundOf(terminal)) return false;
+    const ChangeLock lock;
+    if (isEnding.load() || !isInForegroundOf(terminal)) return false;
     // While the mode is still ours, what was found before it holds; else it is found anew.
     if (!isTaken() && ::tcgetattr(terminal, &before_) != 0) return true;  // it hung up
     isToBeTakenAgain_.store(false);
@@ -131,8 +155,6 @@ bool kxPosixTerminalMode::take(int terminal)
     changed.c_cc[VMIN] = 1;
     changed.c_cc[VTIME] = 0;
     ::tcsetattr(terminal, TCSANOW, &changed);
-    // The end may have begun meanwhile, and given back what was not set yet.
-    if (isEnding.load()) ::tcsetattr(terminal, TCSANOW, &before_);
     return true;
 }
 
@@ -144,6 +166,12 @@ bool kxPosixTerminalMode::isTaken() const
 void kxPosixTerminalMode::giveBack()
 {
     const SignalsBlocked blocked;
+    const ChangeLock lock;
+    giveBackLocked();
+}
+
+void kxPosixTerminalMode::giveBackLocked()
+{
     if (takenBy_.load() != ::getpid() || !isTaken_.exchange(false)) return;
     // In the background the terminal is somebody else's, who has set it up already.
     if (isInForegroundOf(terminal_)) ::tcsetattr(terminal_, TCSANOW, &before_);
@@ -151,8 +179,10 @@ void kxPosixTerminalMode::giveBack()
 
 void kxPosixTerminalMode::giveAllBack()
 {
-    kxPosixDialogMode.giveBack();
-    kxPosixConsoleMode.giveBack();
+    const SignalsBlocked blocked;
+    const ChangeLock lock;
+    kxPosixDialogMode.giveBackLocked();
+    kxPosixConsoleMode.giveBackLocked();
 }
 
 void kxPosixTerminalMode::giveAllBackForGood()

@@ -3,7 +3,8 @@
 //
 // The dialog's change may lie over the console's; all are undone in that order.
 //
-// Threads: each object is used by one thread at a time, and by signal handlers meanwhile.
+// Threads: each object is taken, asked and given back by one thread at a time. giveAllBack() and giveAllBackForGood()
+//          may be called meanwhile from any thread and from handlers of signals.
 #pragma once
 
 #include <atomic>
@@ -37,6 +38,7 @@ public:
     static void giveAllBackForGood();
 
 private:
+    void giveBackLocked();
     static void onContinue(int signal);
     static void installHandlers();
 
