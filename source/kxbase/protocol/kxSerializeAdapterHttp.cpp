@@ -65,8 +65,9 @@ kxSerializeAdapterHttp::Fitness kxSerializeAdapterHttp::takeConnection()
     const kxBodyGuard guard(lock_);
     const bool isFresh = phase_ == NOT_REQUESTED;
     std::uint32_t pending = 0;
-    const bool isFit = connection_.socket().isActive(pending) &&
-                       (isFresh || (failure_.isEmpty() && reader_.leavesConnectionUsable() && pending == 0));
+    const bool isFit =
+        connection_.socket().isActive(pending) &&
+        (isFresh || (isSent_ && failure_.isEmpty() && reader_.leavesConnectionUsable() && pending == 0));
     phase_ = NOT_REQUESTED;
     failure_ = {};
     reader_.start(method_);
@@ -129,6 +130,7 @@ bool kxSerializeAdapterHttp::sendRequest(Fitness fitness)
         const kxBodyGuard guard(lock_);
         reader_.start(method_);
         receivedBytes_ = 0;
+        isSent_ = false;
         if (!isReady) failure_ = getError();
         phase_ = REQUESTED;
         isKeptAlive_ = fitness == KEPT_ALIVE;
@@ -140,18 +142,22 @@ bool kxSerializeAdapterHttp::sendRequest(Fitness fitness)
     return waitForReply();
 }
 
+// A server may answer before it has taken the whole request; the rest is not sent then, and the connection serves no
+// other request.
 void kxSerializeAdapterHttp::sendText()
 {
     std::string_view left = requestText_;
     for (;;) {
         {
             const kxBodyGuard guard(lock_);
-            // Whoever answers early leaves a connection with half a request in it.
             if (!isUnderWay()) return connection_.close();
+            if (reader_.hasHead()) return;
             const kxPlatformSocketResult sent =
                 connection_.socket().trySend(left.data(), static_cast<std::uint32_t>(left.size()));
             if (sent.count >= 0) left.remove_prefix(static_cast<std::size_t>(sent.count));
-            if (left.empty()) return lock_.signal();
+            isSent_ = left.empty();
+            if (isSent_) return lock_.signal();
+            if (pumpsItself_) receiveAhead();
             if (sent.count < 0 && sent.error != KX_SOCKET_WOULD_BLOCK) {
                 // What has come before the failure can still be read.
                 connection_.socket().record(sent.error);
@@ -160,7 +166,8 @@ void kxSerializeAdapterHttp::sendText()
             }
         }
         if (kxClock::seconds() >= replyDeadline_) return;
-        connection_.socket().waitForRoom(kLongestWaitMilliseconds);
+        const std::uint32_t wanted = KX_SOCKET_CAN_WRITE | (pumpsItself_ ? KX_SOCKET_CAN_READ : 0U);
+        kxPlatformSocketWait(connection_.socket().descriptor(), wanted, kLongestWaitMilliseconds);
     }
 }
 

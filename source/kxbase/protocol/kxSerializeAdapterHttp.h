@@ -137,6 +137,7 @@ private:
     kxHttpReplyReader reader_;
     kxString failure_;                 // of the connection, or the lack of data
     std::uint64_t receivedBytes_ = 0;  // since the request went out
+    bool isSent_ = false;              // the whole request
     Phase phase_ = NOT_REQUESTED;
     bool isKeptAlive_ = false;  // the connection has served before
 };
