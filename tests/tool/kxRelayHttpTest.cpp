@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -111,4 +112,18 @@ TEST_F(kxRelayHttp, FetchesThroughAProxy)
     // A server that is not there: the page is the proxy's.
     const std::string page = fetch("http:127.0.0.1:1/", {{variable, "http://me:pw@" + proxy->place() + "/"}});
     EXPECT_NE(page.find("tinyproxy"), std::string::npos);
+}
+
+TEST_F(kxRelayHttp, FetchesFromAServerThatClosesAfterwards)
+{
+    const kxTestServer server("/usr/bin/env", [&](const std::string& port) {
+        // It takes the whole URI of a request for a path.
+        const std::string place = folder.path("http:/127.0.0.1:" + port);
+        std::filesystem::create_directories(place);
+        std::filesystem::copy(medium, place + "/medium");
+        return std::vector<std::string>{"python3", "-m",        "http.server", port,
+                                        "-b",      "127.0.0.1", "-d",          folder.path()};
+    });
+    EXPECT_TRUE(deliversFile("medium", "http:" + server.place() + "/medium"));
+    EXPECT_NE(fetch("http:" + server.place() + "/none").find("Error code: 404"), std::string::npos);
 }
