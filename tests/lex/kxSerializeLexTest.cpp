@@ -179,6 +179,7 @@ TEST(kxSerializeLex, SurvivesHostileRules)
         {"runs without end", "main ::= ([x]{20001,4294967295} | [^])*", "", ""},
         {"long texts in vain", "main ::= ('" + kxRepeated("x", 19999) + "y' | [^])*", "", ""},
         {"rounds of many instructions", "main ::= (" + kxRepeated("[b]? ", 20000) + " 'x')*", "", ""},
+        {"marks that are given up", "main ::= (" + kxRepeated("$ ", 20000) + " 'xy' | [^])*", "", ""},
         {"a function that goes back", "main ::= 'x' ('x' | back)*", "", ""},
     };
     lex.addFunction("back", [](kxLexInput& input) {
@@ -194,6 +195,11 @@ TEST(kxSerializeLex, SurvivesHostileRules)
             EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule 'main'"));
         }
     }
+
+    lex.addRules("main ::= $ fEnd" + kxRepeated(" fPush", 5000));
+    lex.setAdapter(kxInputOf(kxRepeated("x", 60000)));
+    EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+    EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many values' in rule 'main'")) << lex.getError();
 
     std::string links = "r0 ::= 'a';";  // and a large rule that refers to all of them
     std::string all = "main ::= 'q'";

@@ -114,7 +114,9 @@ bool kxMatchDelivery::act(const kxFuncInfo& function, const kxMatchLog::Record& 
 
 bool kxMatchDelivery::copyPiece(std::uint32_t from, std::uint32_t to, std::string& text)
 {
-    return input_.copyText(from, to, text) || fail(kxTranslate("Utf lex encoding on faulty data set"));
+    if (!input_.copyText(from, to, text)) return fail(kxTranslate("Utf lex encoding on faulty data set"));
+    copiedBytes_ += text.size();
+    return copiedBytes_ <= KX_LEX_MAX_VALUE_BYTES || fail(kxTranslate("Too many values"));
 }
 
 bool kxMatchDelivery::fail(const kxString& text)

@@ -13,6 +13,9 @@
 // Pieces that one action can get.
 constexpr std::size_t KX_LEX_MAX_PIECES = 100;
 
+// Bytes of all texts that the actions of one match take.
+constexpr std::uint64_t KX_LEX_MAX_VALUE_BYTES = 256 * 1024 * 1024;
+
 class kxMatchDelivery {
 public:
     kxMatchDelivery(const kxLexInput& input, const kxMatchLog& log, const kxRuleProgram& program,
@@ -44,6 +47,7 @@ private:
     std::vector<kxDynamicType> values_;
     kxLexCapture capture_;
     std::string text_;
+    std::uint64_t copiedBytes_ = 0;
     kxString fault_;
     std::uint32_t instruction_ = 0;
     std::uint32_t position_ = 0;

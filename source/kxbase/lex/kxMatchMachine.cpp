@@ -9,10 +9,9 @@ constexpr std::size_t kMaxFrames = 1'000'000;
 // A stack beyond this is not kept for the next match.
 constexpr std::size_t kKeptFrames = 10'000;
 
-// So many characters given back or compared in vain count as a failure, and so many instructions that neither fail
-// nor take anything.
+// So many characters given back or compared in vain count as a failure, and so many instructions.
 constexpr std::uint32_t kCharactersOfStep = 16;
-constexpr std::uint32_t kIdleOfStep = 4;
+constexpr std::uint32_t kInstructionsOfStep = 4;
 
 constexpr const char* kTooDeep = "Too many nested rules";
 constexpr const char* kTooLong = "Too much input";
@@ -170,7 +169,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
     const kxProgramSet* const sets = program.sets.data();
     const kxInstruction* at = code;
     std::uint32_t position = 0;
-    std::uint32_t idle = 0;  // instructions that took nothing and have not been counted
+    std::uint32_t executed = 0;  // instructions that have not been counted as steps
     const char16_t* units = units_;
     std::uint32_t end = end_;
 
@@ -178,9 +177,9 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
         at_ = static_cast<std::uint32_t>(at - code);
         position_ = position;
     };
-    const auto countIdle = [&] {
-        stepsLeft_ -= idle / kIdleOfStep;
-        idle = 0;
+    const auto countSteps = [&] {
+        stepsLeft_ -= executed / kInstructionsOfStep;
+        executed %= kInstructionsOfStep;
     };
     const auto loadInput = [&] {
         position = position_;
@@ -198,6 +197,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
 
     // What matches goes on with the loop, what fails leaves the switch.
     for (;;) {
+        ++executed;
         switch (at->operation) {
         case KX_OP_UNIT:
             if (!hasUnit() || units[position] != at->a) break;
@@ -215,7 +215,6 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
                 continue;
             }
             if (fault_ != nullptr) break;
-            ++idle;
             at = code + at->b;
             continue;
         case KX_OP_SWITCH:
@@ -256,7 +255,6 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
                 break;
             } else {
                 position += taken;
-                idle += taken == 0 ? 1 : 0;
             }
             ++at;
             continue;
@@ -279,7 +277,6 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
                     break;
                 }
                 position += taken;
-                idle += taken == 0 ? 1 : 0;
             }
             ++at;
             continue;
@@ -290,7 +287,6 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             ++at;
             continue;
         case KX_OP_COMMIT:
-            ++idle;
             frames_.pop_back();
             [[fallthrough]];
         case KX_OP_JUMP:
@@ -308,8 +304,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             continue;
         case KX_OP_AGAIN:
             position_ = position;
-            ++idle;
-            countIdle();
+            countSteps();
             at = endRound(*at) ? at + 1 : code + at->b;
             if (stepsLeft_ >= 0) [[likely]]
                 continue;
@@ -317,7 +312,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             break;
         case KX_OP_CALL:
             store();
-            countIdle();
+            countSteps();
             if (!enterRule(*at)) break;
             at = code + at->b;
             continue;
@@ -356,6 +351,7 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
         }
         store();
         if (fault_ != nullptr) return KX_LEX_ERROR;
+        countSteps();
         if (!comeBack()) return fault_ != nullptr ? KX_LEX_ERROR : KX_LEX_NO_MATCH;
         at = code + at_;
         position = position_;

@@ -8,7 +8,7 @@
 using kxHttpValueRule = bool (*)(kxHttpCursor& value, kxHttpFacts& facts);
 
 struct kxHttpHeaderRow {
-    std::string_view name;           // in small letters
+    std::string_view name = {};      // in small letters
     kxHttpValueRule rule = nullptr;  // null: the value is not looked at
     // When something follows what the rule takes, or a control byte is in the way.
     const char* missingLineEnd = nullptr;
