@@ -146,7 +146,9 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
             EXPECT_EQ(adapter.length(), 0U);
             const bool isWarned = c.error != kEnd;
             ASSERT_EQ(recorder.entries().size(), isWarned ? 1U : 0U);
-            if (isWarned) EXPECT_TRUE(recorder.entries()[0].text.ends_with(c.error));
+            if (isWarned) {
+                EXPECT_TRUE(recorder.entries()[0].text.ends_with(c.error));
+            }
         }
     }
 }
@@ -294,9 +296,13 @@ TEST(kxSerializeAdapterHttp, ReadsWhatCameBeforeAReset)
         Adapter adapter(kxString(listener.url("")));
         kxTestSocket peer = listener.accept();
         peer.send(c.reply);
-        if (c.isAsked) EXPECT_EQ(adapter.length(), c.body.size());
+        if (c.isAsked) {
+            EXPECT_EQ(adapter.length(), c.body.size());
+        }
         peer.reset();
-        if (c.isAsked) EXPECT_FALSE(adapter.isActive());
+        if (c.isAsked) {
+            EXPECT_FALSE(adapter.isActive());
+        }
         EXPECT_EQ(readAll(adapter), c.body);
         EXPECT_EQ(adapter.getError(), c.error);
     }
