@@ -64,7 +64,7 @@ public:
         ++calls;
         action_();
         const std::string file = utf16(u"\"hello %s\"\ndeu \"hallo %s\"\nfra \"bonjour %s\"\n");
-        auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 1000);
+        auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 1000U);
         adapter->write(file.data(), static_cast<std::uint32_t>(file.size()));
         return adapter;
     }
