@@ -99,6 +99,38 @@ TEST(kxSocket, KnowsKindsFamiliesAndAddresses)
     EXPECT_TRUE(socket.waitForData(1000) && socket.isActive());
 }
 
+TEST(kxSocket, TakesNoOtherAddressWhileItConnects)
+{
+    const kxTestSocket busy = kxTestSocket::listener(0);
+    const kxTestSocket first = kxTestSocket::connectedTo(busy.port());  // takes the only place
+    const kxTestSocket idle = kxTestSocket::listener();
+    kxSocket socket;
+    ASSERT_TRUE(socket.create(KX_SOCKET_IPV4, KX_SOCKET_STREAM) && socket.setBlocking(false));
+    const auto connects = [&](std::uint16_t port) { return socket.connect(kxSocketAddress(kLocal, port)); };
+    EXPECT_TRUE(!connects(busy.port()) && !connects(busy.port()) && socket.error() == KX_SOCKET_OK);
+    EXPECT_FALSE(connects(idle.port()));
+    EXPECT_EQ(socket.error(), KX_SOCKET_BAD_ARGUMENT);
+    EXPECT_TRUE(socket.peerAddress().isEmpty());
+}
+
+TEST(kxSocket, ReachesTheWholeAddressOfIPv6)
+{
+    kxSocket socket;
+    kxSocket other;
+    if (!socket.create(KX_SOCKET_IPV6, KX_SOCKET_DATAGRAM)) GTEST_SKIP() << "no IPv6";
+    ASSERT_TRUE(socket.bind({}));
+    kxArray<std::uint8_t> bytes = socket.localAddress().bytes();
+    ASSERT_EQ(bytes.size(), 28U);
+    bytes[23] = 1;  // ::1 instead of any
+    kxSocketAddress address;
+    address.setBytes(bytes.data(), bytes.size());
+    ASSERT_TRUE(other.create(KX_SOCKET_IPV6, KX_SOCKET_DATAGRAM));
+    if (other.sendTo(address, "x", 1) != 1) GTEST_SKIP() << "no loopback of IPv6";
+    char byte = 0;
+    EXPECT_EQ(socket.receive(&byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
+}
+
 TEST(kxSocket, TellsAPeerThatClosedFromOneThatIsSilent)
 {
     Pair patient;
@@ -118,6 +150,12 @@ TEST(kxSocket, TellsAPeerThatClosedFromOneThatIsSilent)
     EXPECT_EQ(reset.socket.error(), KX_SOCKET_RESET);
     EXPECT_EQ(reset.socket.send("x", 1), -1) << "and no signal";
     EXPECT_EQ(reset.socket.error(), KX_SOCKET_ABORTED);
+
+    Pair full;
+    full.socket.setBlocking(false);
+    const std::string bytes(1000000, 'x');
+    while (full.socket.send(bytes.data(), 1000000) > 0) continue;
+    EXPECT_EQ(full.socket.error(), KX_SOCKET_WOULD_BLOCK);
 
     Pair pair;
     pair.socket.setThrowOnError(true);

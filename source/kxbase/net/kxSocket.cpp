@@ -84,7 +84,7 @@ const char* kxSocket::errorText(std::uint32_t code)
 }
 
 // Only stores the code, also with throwing on: for failures that the system has no part in. What the system answers goes
-// through record(), or counted() where it moved or counted something.
+// through record(), or counted() and sent() where it moved or counted something.
 bool kxSocket::setErrorCode(kxSocketError code)
 {
     error_.store(code, std::memory_order_relaxed);
@@ -93,8 +93,12 @@ bool kxSocket::setErrorCode(kxSocketError code)
 
 bool kxSocket::record(kxSocketError outcome)
 {
+    return outcome != KX_SOCKET_WOULD_BLOCK && recordAny(outcome);
+}
+
+bool kxSocket::recordAny(kxSocketError outcome)
+{
     if (outcome == KX_SOCKET_OK) return true;
-    if (outcome == KX_SOCKET_WOULD_BLOCK) return false;
     setErrorCode(outcome);
     if (throwsOnError_) kxRaiseFatal(errorText(outcome));
     return false;
@@ -106,6 +110,12 @@ std::int64_t kxSocket::counted(const kxPlatformSocketResult& result)
     return result.count;
 }
 
+std::int64_t kxSocket::sent(const kxPlatformSocketResult& result)
+{
+    recordAny(result.error);
+    return result.count;
+}
+
 bool kxSocket::create(kxSocketFamily family, kxSocketKind kind)
 {
     close(true);
@@ -113,6 +123,7 @@ bool kxSocket::create(kxSocketFamily family, kxSocketKind kind)
     peerAddress_.clear();
     multicastInterface_ = 0;
     const bool isDatagram = kind == KX_SOCKET_DATAGRAM && family != KX_SOCKET_INFRARED;
+    family_ = family;
     kind_ = isDatagram ? KX_SOCKET_DATAGRAM : KX_SOCKET_STREAM;
     const kxPlatformSocketOpened opened = kxPlatformSocketOpen(family, kind_);
     descriptor_ = opened.socket;
@@ -122,23 +133,28 @@ bool kxSocket::create(kxSocketFamily family, kxSocketKind kind)
 bool kxSocket::bind(const kxSocketAddress& address)
 {
     localAddress_.clear();
-    const kxSocketAddress any(0);
-    const kxArray<std::uint8_t>& bytes = (address.isEmpty() ? any : address).bytes();
-    if (!record(kxPlatformSocketBind(descriptor_, bytes.data(), bytes.size()))) return false;
-    std::uint8_t bound[KX_PLATFORM_ADDRESS_BYTES];
-    if (kxPlatformSocketLocalAddress(descriptor_, bound)) localAddress_.setBytes(bound, sizeof(bound));
+    std::uint8_t any[KX_PLATFORM_LARGEST_ADDRESS_BYTES];
+    const std::uint32_t anyBytes = kxPlatformAddressAny(family_, any);
+    const kxArray<std::uint8_t>& bytes = address.bytes();
+    const kxSocketError outcome = bytes.isEmpty()
+                                      ? kxPlatformSocketBind(descriptor_, any, anyBytes)
+                                      : kxPlatformSocketBind(descriptor_, bytes.data(), bytes.size());
+    if (!record(outcome)) return false;
+    std::uint8_t bound[KX_PLATFORM_LARGEST_ADDRESS_BYTES];
+    localAddress_.setBytes(bound, kxPlatformSocketLocalAddress(descriptor_, bound));
     return true;
 }
 
 bool kxSocket::connect(const kxSocketAddress& address)
 {
-    const bool wasConnecting = std::exchange(isConnecting_, false);
     peerAddress_.clear();
     if (!isDestination(address)) return setErrorCode(KX_SOCKET_ADDRESS_NOT_AVAILABLE);
+    const bool goesOn = !attempted_.isEmpty();
+    if (goesOn && attempted_ != address) return setErrorCode(KX_SOCKET_BAD_ARGUMENT);
     const kxSocketError outcome =
-        wasConnecting ? kxPlatformSocketConnectResult(descriptor_)
-                      : kxPlatformSocketConnect(descriptor_, address.bytes().data(), address.bytes().size());
-    isConnecting_ = outcome == KX_SOCKET_WOULD_BLOCK;
+        goesOn ? kxPlatformSocketConnectResult(descriptor_)
+               : kxPlatformSocketConnect(descriptor_, address.bytes().data(), address.bytes().size());
+    attempted_ = outcome == KX_SOCKET_WOULD_BLOCK ? address : kxSocketAddress();
     if (!record(outcome)) return false;
     peerAddress_ = address;
     return true;
@@ -225,7 +241,8 @@ void kxSocket::readAway(std::int64_t count)
 void kxSocket::reset()
 {
     descriptor_ = KX_PLATFORM_NO_SOCKET;
-    isConnecting_ = false;
+    attempted_.clear();
+    hadBytesReady_ = false;
     error_.store(KX_SOCKET_OK, std::memory_order_relaxed);
 }
 
@@ -281,7 +298,7 @@ bool kxSocket::postOne()
 
 std::int64_t kxSocket::send(const void* bytes, std::uint32_t count)
 {
-    return counted(trySend(bytes, count));
+    return sent(trySend(bytes, count));
 }
 
 std::int64_t kxSocket::sendTo(const kxSocketAddress& destination, const void* bytes, std::uint32_t count)
@@ -290,7 +307,7 @@ std::int64_t kxSocket::sendTo(const kxSocketAddress& destination, const void* by
         setErrorCode(KX_SOCKET_ADDRESS_NOT_AVAILABLE);
         return -1;
     }
-    return counted(trySendTo(destination, bytes, count));
+    return sent(trySendTo(destination, bytes, count));
 }
 
 kxPlatformSocketResult kxSocket::trySend(const void* bytes, std::uint32_t count) const
@@ -367,11 +384,17 @@ bool kxSocket::setOption(std::uint32_t option, std::uint32_t value)
     if (!isOpen()) return setErrorCode(KX_SOCKET_BAD_OPTION);
     const std::uint32_t groupInterface =
         multicastInterface_ != 0 ? multicastInterface_ : localAddress_.hostValue();
-    const kxSocketError outcome = kxPlatformSocketSetOption(descriptor_, option, value, groupInterface);
+    const kxSocketError outcome = trySetOption(option, value, groupInterface);
     if (outcome == KX_SOCKET_BAD_OPTION) return setErrorCode(outcome);
     if (!record(outcome)) return false;
     if (option == KX_SOCKET_MULTICAST_INTERFACE) multicastInterface_ = value;
     return true;
+}
+
+kxSocketError kxSocket::trySetOption(std::uint32_t option, std::uint32_t value,
+                                     std::uint32_t groupInterface) const
+{
+    return kxPlatformSocketSetOption(descriptor_, option, value, groupInterface);
 }
 
 bool kxSocket::setOption(std::uint32_t option, const kxDynamicType& value)

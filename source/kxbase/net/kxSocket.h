@@ -2,8 +2,9 @@
 //
 // Operations answer whether they succeeded. A failure is recorded as error(), which stays until the socket is
 // created anew or closed; with throwing on, a failure of the system is raised as kxFatalError with its text too.
-// A call that would have to wait on a socket that does not block fails without an error. Operations that begin with
-// "try" only tell what happened; record() does the rest for those who want it.
+// On a socket that does not block, receiving and connecting fail without an error where they would have to wait;
+// sending records KX_SOCKET_WOULD_BLOCK. Operations that begin with "try" only tell what happened; record() does the
+// rest for those who want it.
 //
 //   asks                   for                                                        system calls
 //   isOpen()               a descriptor                                               none
@@ -15,6 +16,10 @@
 //
 // In a kxThreadPoolTicker, a socket receives by itself: each tick posts what has come as messages named "kxNetData",
 // with the socket as sender and a kxNetData as payload, and delivers them to the subscribers on the pool's thread.
+//
+// IPv6: sockets bind, connect and send to addresses made of the system's bytes. Senders of datagrams are told by their
+// first 16 bytes only, which cannot be sent to, so that own ones are not known either; hosts of IPv6 are not valid
+// host addresses; groups are those of IPv4.
 //
 // Ownership: owns the descriptor; the destructor closes it, not gracefully. A socket is removed from its pool first.
 // Threads:   takes no lock; whoever shares a socket guards it, and nobody else receives from one that is in a pool.
@@ -43,10 +48,11 @@ public:
     // Closes an open descriptor gracefully first. Datagrams exist for every family but KX_SOCKET_INFRARED; all
     // else is a stream.
     bool create(kxSocketFamily family, kxSocketKind kind);
-    // An empty address is any address and port. The local address becomes the one that the system gave.
+    // An empty address is any address and port of the family. The local address becomes the one that the system gave.
     bool bind(const kxSocketAddress& address);
     // A destination that is empty or 0.0.0.0 fails with KX_SOCKET_ADDRESS_NOT_AVAILABLE, without the system. On a
-    // socket that does not block, an attempt that goes on answers false without an error: ask again.
+    // socket that does not block, an attempt that goes on answers false without an error: ask again, with the same
+    // address; another one fails with KX_SOCKET_BAD_ARGUMENT meanwhile.
     bool connect(const kxSocketAddress& address);
     // 0 is the largest backlog.
     bool listen(std::uint32_t backlog);
@@ -73,12 +79,12 @@ public:
     bool dropEmptyDatagram();
     // An empty destination or 0.0.0.0 fails as in connect().
     std::int64_t sendTo(const kxSocketAddress& destination, const void* bytes, std::uint32_t count);
-    // As send() and sendTo(), but a failure is only told, also KX_SOCKET_WOULD_BLOCK, and not recorded. A stream may
-    // be sent to while somebody else reads it.
+    // As send() and sendTo(), but a failure is only told and not recorded. A stream may be sent to while somebody else
+    // reads it.
     kxPlatformSocketResult trySend(const void* bytes, std::uint32_t count) const;
     kxPlatformSocketResult trySendTo(const kxSocketAddress& destination, const void* bytes,
                                      std::uint32_t count) const;
-    // Records a failure that was only told; answers whether it was none.
+    // Records a failure that was only told, other than KX_SOCKET_WOULD_BLOCK; answers whether it was none.
     bool record(kxSocketError outcome);
 
     // Bytes that can be read now, or those of the first datagram; 0 after an error.
@@ -96,6 +102,10 @@ public:
     bool setOption(std::uint32_t option, std::uint32_t value);
     // The value is a number.
     bool setOption(std::uint32_t option, const kxDynamicType& value);
+    // The same for an option that the socket can do without: a failure is only told, and an interface not remembered.
+    // Groups are joined and left on the interface given, of which 0 is the system's choice.
+    kxSocketError trySetOption(std::uint32_t option, std::uint32_t value,
+                               std::uint32_t groupInterface = 0) const;
     // Off: receiving, sending and connecting never wait. On in a new socket.
     bool setBlocking(bool blocks);
     // Whether a stream that can be read and has nothing to read is taken as closed. Off in a new socket.
@@ -121,8 +131,10 @@ public:
 
 private:
     bool setErrorCode(kxSocketError code);
+    bool recordAny(kxSocketError outcome);
     bool postOne();
     std::int64_t counted(const kxPlatformSocketResult& result);
+    std::int64_t sent(const kxPlatformSocketResult& result);
     std::uint32_t pendingBytes();
     bool hasClosedPeer();
     bool readUntilPeerCloses();
@@ -133,11 +145,12 @@ private:
     std::atomic<std::uint32_t> error_{KX_SOCKET_OK};
     bool throwsOnError_ = false;
     bool detectsClose_ = false;
+    kxSocketFamily family_ = KX_SOCKET_IPV4;
     kxSocketKind kind_ = KX_SOCKET_NO_KIND;
     kxSocketAddress localAddress_;
     kxSocketAddress peerAddress_;
+    kxSocketAddress attempted_;  // where an attempt to connect goes on to; empty when none does
     kxArray<std::uint8_t> receiveBuffer_;
     std::uint32_t multicastInterface_ = 0;  // 0: the one of the bound address
-    bool isConnecting_ = false;             // an attempt goes on
     bool hadBytesReady_ = false;            // at the last look
 };

@@ -121,7 +121,8 @@ kxPlatformSocketResult kxPlatformSocketReceive(kxPlatformSocketHandle socket, vo
                                                std::uint32_t sizeBytes);
 kxPlatformSocketResult kxPlatformSocketSend(kxPlatformSocketHandle socket, const void* bytes,
                                             std::uint32_t sizeBytes);
-// The sender's address is written to a buffer of KX_PLATFORM_ADDRESS_BYTES, zeros where the system tells none.
+// The first KX_PLATFORM_ADDRESS_BYTES of the sender's address are written, which is all of one of IPv4; zeros where the
+// system tells none.
 constexpr std::uint32_t KX_PLATFORM_ADDRESS_BYTES = 16;
 kxPlatformSocketResult kxPlatformSocketReceiveFrom(kxPlatformSocketHandle socket, std::uint8_t* sender,
                                                    void* bytes, std::uint32_t sizeBytes);
@@ -129,8 +130,12 @@ kxPlatformSocketResult kxPlatformSocketSendTo(kxPlatformSocketHandle socket, con
                                               std::uint32_t addressBytes, const void* bytes,
                                               std::uint32_t sizeBytes);
 
-// The address that the socket is bound to, in a buffer of KX_PLATFORM_ADDRESS_BYTES; false when there is none.
-bool kxPlatformSocketLocalAddress(kxPlatformSocketHandle socket, std::uint8_t* address);
+// These write an address of any family to a buffer of KX_PLATFORM_LARGEST_ADDRESS_BYTES and answer its size in bytes.
+constexpr std::uint32_t KX_PLATFORM_LARGEST_ADDRESS_BYTES = 28;
+// The one that the socket is bound to; 0 when there is none.
+std::uint32_t kxPlatformSocketLocalAddress(kxPlatformSocketHandle socket, std::uint8_t* address);
+// Any address and port of this machine.
+std::uint32_t kxPlatformAddressAny(kxSocketFamily family, std::uint8_t* address);
 
 // An IPv4 address and port, each a number in the host's byte order, in KX_PLATFORM_ADDRESS_BYTES bytes of the
 // system's form. Reading answers false, and leaves the numbers alone, when the bytes are nothing of the kind.

@@ -20,6 +20,7 @@
 namespace {
 
 static_assert(sizeof(sockaddr_in) == KX_PLATFORM_ADDRESS_BYTES, "the address form of this layer");
+static_assert(sizeof(sockaddr_in6) == KX_PLATFORM_LARGEST_ADDRESS_BYTES, "no family has longer ones");
 
 constexpr struct {
     int system;
@@ -368,10 +369,22 @@ kxPlatformSocketResult kxPlatformSocketSendTo(kxPlatformSocketHandle socket, con
     }));
 }
 
-bool kxPlatformSocketLocalAddress(kxPlatformSocketHandle socket, std::uint8_t* address)
+std::uint32_t kxPlatformSocketLocalAddress(kxPlatformSocketHandle socket, std::uint8_t* address)
 {
-    socklen_t size = KX_PLATFORM_ADDRESS_BYTES;
-    return ::getsockname(descriptorOf(socket), reinterpret_cast<sockaddr*>(address), &size) == 0;
+    socklen_t size = KX_PLATFORM_LARGEST_ADDRESS_BYTES;
+    return ::getsockname(descriptorOf(socket), reinterpret_cast<sockaddr*>(address), &size) == 0 ? size : 0;
+}
+
+std::uint32_t kxPlatformAddressAny(kxSocketFamily family, std::uint8_t* address)
+{
+    if (family != KX_SOCKET_IPV6) {
+        kxPlatformAddressMake(0, 0, address);
+        return KX_PLATFORM_ADDRESS_BYTES;
+    }
+    sockaddr_in6 any{};
+    any.sin6_family = AF_INET6;
+    std::memcpy(address, &any, sizeof(any));
+    return sizeof(any);
 }
 
 void kxPlatformAddressMake(std::uint32_t host, std::uint16_t port, std::uint8_t* address)
