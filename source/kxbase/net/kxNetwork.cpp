@@ -125,6 +125,10 @@ kxArray<std::uint32_t> kxNetwork::hostAddresses()
 
 std::uint32_t kxNetwork::localAddress()
 {
+    {
+        const kxBodyGuard guard(addressMutex());
+        if (host().local) return *host().local;
+    }
     const kxArray<std::uint32_t> addresses = hostAddresses();
     const bool isKnown = !hostName().isEmpty() && !addresses.isEmpty();
     const std::uint32_t choice = chooseLocal(addresses);
