@@ -13,11 +13,12 @@ namespace {
 
 constexpr std::uint32_t kMostDatagramBytes = 1472;
 constexpr std::uint32_t kMostDatagramsAtOnce = 1024;
-constexpr std::uint32_t kBufferBytes = 500000;
+constexpr std::uint32_t kSendBufferBytes = 500000;
+constexpr std::uint32_t kReceiveBufferBytes = 500000;
 // The system counts a datagram in its receive buffer with all the memory that it takes up: for 1000 bytes about 2300,
-// for 64 bytes 770. So much is asked for that kBufferBytes of small datagrams have room; the system cuts it to its
-// limit, on Linux net.core.rmem_max, without a word.
-constexpr std::uint32_t kReceiveBufferBytes = 8 * kBufferBytes;
+// for 64 bytes 770. So much is wished for that kReceiveBufferBytes of small datagrams have room; the system cuts it to
+// its limit, on Linux net.core.rmem_max, without a word.
+constexpr std::uint32_t kWishedReceiveBufferBytes = 8 * kReceiveBufferBytes;
 constexpr double kSendSeconds = 1.0;
 constexpr std::uint32_t kSendWaitMilliseconds = 100;
 constexpr std::int64_t kLargestPort = 65535;
@@ -88,8 +89,8 @@ bool kxSerializeAdapterUDP::openSending()
         return fail("Failed to create UDP send socket");
     }
     if (!bindSending()) return false;
-    if (!sendSocket_.setOption(KX_SOCKET_SEND_BUFFER, kBufferBytes)) {
-        return fail("Failed to set send buffer size %d", kBufferBytes);
+    if (!sendSocket_.setOption(KX_SOCKET_SEND_BUFFER, kSendBufferBytes)) {
+        return fail("Failed to set send buffer size %d", kSendBufferBytes);
     }
     return aimSending();
 }
@@ -147,8 +148,9 @@ bool kxSerializeAdapterUDP::openReceiving()
         return fail("Failed to bind UDP receive socket to port '%d'", port_);
     }
     if (!receiveSocket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes)) {
-        return fail("Failed to set receive buffer size %d", kBufferBytes);
+        return fail("Failed to set receive buffer size %d", kReceiveBufferBytes);
     }
+    receiveSocket_.trySetOption(KX_SOCKET_RECEIVE_BUFFER, kWishedReceiveBufferBytes);
     return mode_ != KX_UDP_MULTICAST || joinGroup();
 }
 
@@ -163,9 +165,7 @@ bool kxSerializeAdapterUDP::joinGroup()
         return fail("Failed to join MULTICAST address '%s'", destination_.host().text());
     }
     // Loopback brings what is sent from loopback; all else comes by the system's choice, where there is one.
-    if (kxNetwork::isLoopback(arriving)) {
-        (void)kxPlatformSocketSetOption(receiveSocket_.descriptor(), KX_SOCKET_JOIN_GROUP, group, 0);
-    }
+    if (kxNetwork::isLoopback(arriving)) receiveSocket_.trySetOption(KX_SOCKET_JOIN_GROUP, group);
     return true;
 }
 
