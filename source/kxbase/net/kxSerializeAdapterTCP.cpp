@@ -93,8 +93,8 @@ bool kxSerializeAdapterTCP::connectTo(const kxSocketAddress& destination, const 
         connection_.waitForRoom(kConnectPauseMilliseconds);
     }
     if (connection_.error() != KX_SOCKET_OK) {
-        return fail("%s when connecting to IP adress %s and bind to %s", connection_.errorText(), url,
-                    connection_.hostAddress().text());
+        return fail("%s when connecting to IP adress %s and bind to %s", kxTranslate(connection_.errorText()),
+                    url, connection_.hostAddress().text());
     }
     tuneConnection();
     return true;
