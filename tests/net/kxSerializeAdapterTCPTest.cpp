@@ -198,6 +198,12 @@ TEST(kxSerializeAdapterTCP, ClosingLosesNothingThatThePeerHasNotRead)
 
 TEST(kxSerializeAdapterTCP, ClosesWhenNothingComesInTime)
 {
+    Connection undone("timeout=0.1");
+    undone.adapter->pushBack('x');
+    EXPECT_TRUE(undone.adapter->length() == 1 && undone.adapter->ensureData(1) && undone.adapter->isActive());
+    EXPECT_TRUE(undone.adapter->readChar() == 'x' && undone.adapter->length() == 0);
+    EXPECT_FALSE(undone.adapter->isActive()) << "once nothing is left";
+
     Connection full("timeout=0.3");
     std::thread writing([&] { full.write(std::string(30000000, 'x')); });
     EXPECT_EQ(full.adapter->readByte(), 0);

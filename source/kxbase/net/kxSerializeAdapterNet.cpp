@@ -12,8 +12,8 @@ namespace {
 // Another thread may take in what this one waits for, so a wait is never long.
 constexpr std::uint32_t kWaitMilliseconds = 20;
 
-// Where this thread has looked last and found nothing, which is the other end of a loop. A socket that has been closed
-// since does no harm.
+// Where this thread has looked last and found nothing, which is the other end of a loop; see "Idle" in the header. A
+// socket that has been closed since does no harm.
 thread_local kxPlatformSocketHandle lastIdleSocket = KX_PLATFORM_NO_SOCKET;
 
 }  // namespace
@@ -75,6 +75,11 @@ std::uint8_t kxSerializeAdapterNet::readByte()
 
 std::uint32_t kxSerializeAdapterNet::getDataLength()
 {
+    if (hasPushBack()) {
+        // There is something to read already.
+        const kxBodyGuard guard(lock_);
+        return look();
+    }
     std::uint32_t ready = bytesReady();
     if (ready == 0) ready = lookIdly();
     const kxBodyGuard guard(lock_);

@@ -1,21 +1,22 @@
 // The reading side of the adapters over sockets: what arrives is queued in records and read as one stream of
 // bytes; the sizes of datagrams and chunks are not kept.
 //
-// Blocking, a read waits for all that was asked for, and length() for the first byte. When nothing has come for
-// the time-out, the receiving side is closed, and everything after it answers 0. Not blocking, both take what is
-// there.
+// Blocking, a read waits for all that was asked for, and length() for the first byte, pushed-back ones included. When
+// nothing has come for the time-out, the receiving side is closed, and everything after it answers 0. Not blocking,
+// both take what is there.
 //
 // What is called in which order:
 //
 //   readBlock       take, and while bytes are missing, bytesReady and take again
-//   getDataLength   bytesReady, and when there are none, lookIdly
+//   getDataLength   bytesReady, and when there are none, lookIdly; only look when bytes are pushed back
 //   bytesReady      look; when blocking and in vain, waitForInput and look again, at last closeReceiving
 //   look, take      the queue, and the poll, which is receivePending() of each adapter: it moves what the socket has
 //                   into the queue. Large reads of a stream pass the queue by
 //
 // Idle: a loop over length(), such as a relay's, must not burn a processor. After kFreeLooks that found nothing, each
 // further one waits up to a millisecond, for the sockets of both ends of the loop at once: this adapter's and the one
-// that the thread has looked at before in vain. Bytes read or written make the looks free again.
+// that the thread has looked at before in vain. The latter, lastIdleSocket, is one for all adapters of a thread: input
+// of a third one ends no wait. Bytes read or written make the looks free again.
 //
 // Threads: several threads may read; the lock guards the queue, the receiving side and the error text, and is not
 //          held while a thread waits for input. Bytes are pushed back only while one thread reads.

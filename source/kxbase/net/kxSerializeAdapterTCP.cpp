@@ -103,9 +103,8 @@ bool kxSerializeAdapterTCP::connectTo(const kxSocketAddress& destination, const 
 // A connection works without either option, so that a refusal is not recorded.
 void kxSerializeAdapterTCP::tuneConnection()
 {
-    const kxPlatformSocketHandle socket = connection_.descriptor();
-    (void)kxPlatformSocketSetOption(socket, KX_SOCKET_KEEP_ALIVE, 1, 0);
-    (void)kxPlatformSocketSetOption(socket, KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes, 0);
+    connection_.trySetOption(KX_SOCKET_KEEP_ALIVE, 1);
+    connection_.trySetOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes);
     connection_.receiveBuffer() = {};
 }
 
