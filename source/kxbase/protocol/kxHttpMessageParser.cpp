@@ -1,5 +1,6 @@
 #include "kxbase/protocol/kxHttpMessageParser.h"
 
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/protocol/kxHttpHeaderTable.h"
 #include "kxbase/protocol/kxHttpStartLine.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
@@ -206,7 +207,7 @@ void kxHttpMessageParser::reportFault(const char* position, const char* fault) c
 
 void kxHttpMessageParser::fail()
 {
-    errorText_ = "Malformed message received";
+    errorText_ = kxTranslate("Malformed message received");
     state_ = KX_HTTP_FAILED;
 }
 

@@ -18,13 +18,15 @@ static_assert(std::size(kFormats) == KX_HTTP_DATA_DISCARDED + 1, "one format for
 void kxHttpReport(kxHttpReportKind kind, kxTextPlace place, std::string_view fault)
 {
     if (kind == KX_HTTP_PARSE_ERROR)
-        kxMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], fault, place.line, place.column);
+        kxMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], kxTranslate(fault), place.line, place.column);
     else
         kxMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], place.line, place.column);
 }
 
 kxString kxHttpReportText(kxHttpReportKind kind, kxTextPlace place, std::string_view fault)
 {
-    if (kind == KX_HTTP_PARSE_ERROR) return kxString::format(kFormats[kind], fault, place.line, place.column);
-    return kxString::format(kFormats[kind], place.line, place.column);
+    const kxString format = kxTranslate(kFormats[kind]);
+    if (kind == KX_HTTP_PARSE_ERROR)
+        return kxString::format(format, kxTranslate(fault), place.line, place.column);
+    return kxString::format(format, place.line, place.column);
 }

@@ -12,6 +12,6 @@ enum kxHttpReportKind : std::uint8_t {
     KX_HTTP_DATA_DISCARDED,
 };
 
-// `fault` is the text of a parse error; the others have none.
+// `fault` is the text of a parse error; the others have none. All texts are translated.
 void kxHttpReport(kxHttpReportKind kind, kxTextPlace place, std::string_view fault = {});
 kxString kxHttpReportText(kxHttpReportKind kind, kxTextPlace place, std::string_view fault = {});
