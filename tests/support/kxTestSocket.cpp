@@ -66,6 +66,17 @@ kxTestSocket kxTestSocket::connectedTo(std::uint16_t port)
     return made;
 }
 
+void kxTestSocket::narrowClient() const
+{
+    const int least = 1;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        Address address(0);
+        if (::getpeername(descriptor, address.get(), &address.size) == 0 &&
+            ntohs(address.form.sin_port) == port())
+            checked(::setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &least, sizeof(least)));
+    }
+}
+
 std::uint16_t kxTestSocket::port() const
 {
     Address address(0);

@@ -34,6 +34,8 @@ public:
 
     kxTestSocket accept();
     void send(std::string_view bytes, int flags = 0);
+    // Leaves little room for what a client of this process is to send to this listener.
+    void narrowClient() const;
     void sendTo(std::uint16_t port, std::string_view bytes, std::uint32_t host = 0x7F000001);
     // One read; nothing when the time passes. An empty text is the end of a stream or an empty datagram.
     std::optional<std::string> receive(std::chrono::milliseconds timeout = KX_TEST_TIMEOUT);

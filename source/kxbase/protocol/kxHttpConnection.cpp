@@ -48,7 +48,7 @@ bool kxHttpConnection::connect(const kxSocketAddress& destination, const kxStrin
                                double timeoutSeconds)
 {
     if (!socket_.create(KX_SOCKET_IPV4, KX_SOCKET_STREAM)) return false;
-    socket_.setOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes);
+    socket_.trySetOption(KX_SOCKET_RECEIVE_BUFFER, kReceiveBufferBytes);
     socket_.setBlocking(false);
     socket_.setDetectClose(true);
     // An interface that nobody knows is no address, which is any.

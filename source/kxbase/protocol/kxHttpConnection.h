@@ -16,14 +16,24 @@ public:
     kxString open(kxHttpUrl& url, const kxString& interfaceText, double timeoutSeconds);
     void close() { socket_.close(false); }
 
+    // These are the socket's.
+    bool isOpen() const { return socket_.isOpen(); }
+    bool isActive() { return socket_.isActive(); }
+    bool isActive(std::uint32_t& bytesReady) { return socket_.isActive(bytesReady); }
+    std::uint32_t bytesAvailable() { return socket_.bytesAvailable(); }
+    kxPlatformSocketResult trySend(const void* bytes, std::uint32_t count) const
+    {
+        return socket_.trySend(bytes, count);
+    }
+    bool record(kxSocketError outcome) { return socket_.record(outcome); }
+    kxPlatformSocketHandle descriptor() const { return socket_.descriptor(); }
+
     // What came, or 0 when nothing is there. Negative when nothing more will come: hasFailed() tells a connection that
     // was lost, by a request that could not be sent too, from one that the peer has closed.
     std::int64_t receive(void* bytes, std::uint32_t count);
     bool hasFailed() const;
     // That of the socket, with the host in brackets.
     kxString errorText() const;
-
-    kxSocket& socket() { return socket_; }
 
 private:
     bool connect(const kxSocketAddress& destination, const kxString& interfaceText, double timeoutSeconds);

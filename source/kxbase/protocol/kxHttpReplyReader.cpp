@@ -17,25 +17,23 @@ void kxHttpReplyReader::start(kxHttpMethod requestMethod)
     hasHead_ = hasMore_ = false;
 }
 
-void kxHttpReplyReader::received(std::uint32_t count)
+void kxHttpReplyReader::received(std::span<std::uint8_t> filled)
 {
-    const std::uint8_t* bytes = room_;
-    std::size_t left = count;
-    while (left != 0 && !hasHead_ && errorText_.isEmpty()) {
-        const std::size_t taken = parser_.feed(bytes, left);
-        bytes += taken;
-        left -= taken;
+    std::span<const std::uint8_t> left = filled;
+    while (!left.empty() && !hasHead_ && errorText_.isEmpty()) {
+        left = left.subspan(parser_.feed(left.data(), left.size()));
         if (parser_.state() == KX_HTTP_FAILED) failHead();
         if (parser_.state() == KX_HTTP_COMPLETE) takeHead();
     }
     if (!hasHead_ || isOver()) {
-        hasMore_ = hasMore_ || left != 0;
+        hasMore_ = hasMore_ || !left.empty();
         return;
     }
     // The body's bytes are put out where the raw ones lie, which are never fewer.
-    const kxHttpBody::Progress progress = framing_.decode(bytes, left, room_, left);
+    const kxHttpBody::Progress progress =
+        framing_.decode(left.data(), left.size(), filled.data(), left.size());
     body_.commit(static_cast<std::uint32_t>(progress.produced));
-    hasMore_ = progress.taken < left;
+    hasMore_ = progress.taken < left.size();
     noteFraming();
 }
 

@@ -12,14 +12,17 @@
 #include "kxbase/protocol/kxHttpMessageParser.h"
 #include "kxbase/serialize/kxFileQueue.h"
 
+#include <span>
+
 class kxHttpReplyReader {
 public:
     // Forgets everything and waits for the reply to a request of this method.
     void start(kxHttpMethod requestMethod);
 
-    // Room for what the connection delivers, of which received() tells how much came.
-    std::uint8_t* room(std::uint32_t count) { return room_ = body_.room(count); }
-    void received(std::uint32_t count);
+    // Room for what the connection delivers; received() is told which part of it, from the start, was filled, and
+    // decodes it in place.
+    std::uint8_t* room(std::uint32_t count) { return body_.room(count); }
+    void received(std::span<std::uint8_t> filled);
     // Nothing more will come.
     void endOfData();
 
@@ -49,7 +52,6 @@ private:
     kxHttpMessageParser parser_;
     kxHttpBody framing_;
     kxFileQueue body_;
-    std::uint8_t* room_ = nullptr;
     kxString errorText_;
     kxHttpMethod requestMethod_ = KX_HTTP_GET;
     bool hasHead_ = false;

@@ -7,12 +7,15 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <optional>
 #include <utility>
 
 namespace {
 
 constexpr double kOthersReplySeconds = 3.0;
 constexpr std::uint32_t kLongestWaitMilliseconds = 1000;
+// While a request stands still, a reply that another thread takes in is looked for so often.
+constexpr std::uint32_t kOthersReplyMilliseconds = 20;
 constexpr std::uint32_t kPieceBytes = 65536;
 constexpr std::uint32_t kAheadBytes = 1000000;
 // Reads and runs of these sizes are worth a system call of their own, which saves queueing the bytes.
@@ -52,6 +55,7 @@ const kxType& kxSerializeAdapterHttp::getType() const
 
 bool kxSerializeAdapterHttp::open(const kxString& url)
 {
+    discardPushBack();
     takeConnection();
     url_ = kxHttpUrl(url);
     setName(url_.origin.host);
@@ -63,13 +67,10 @@ bool kxSerializeAdapterHttp::open(const kxString& url)
 kxSerializeAdapterHttp::Fitness kxSerializeAdapterHttp::takeConnection()
 {
     const kxBodyGuard guard(lock_);
-    const bool isFresh = phase_ == NOT_REQUESTED;
+    const bool isFresh = request_.phase == NOT_REQUESTED;
     std::uint32_t pending = 0;
-    const bool isFit =
-        connection_.socket().isActive(pending) &&
-        (isFresh || (isSent_ && failure_.isEmpty() && reader_.leavesConnectionUsable() && pending == 0));
-    phase_ = NOT_REQUESTED;
-    failure_ = {};
+    const bool isFit = connection_.isActive(pending) && (isFresh || (isConnectionUsable() && pending == 0));
+    request_ = {};
     reader_.start(method_);
     if (!isFit) return UNFIT;
     return isFresh ? FRESH : KEPT_ALIVE;
@@ -84,12 +85,18 @@ bool kxSerializeAdapterHttp::connect()
 bool kxSerializeAdapterHttp::isActive()
 {
     const kxBodyGuard guard(lock_);
-    return connection_.socket().isActive();
+    return connection_.isActive();
 }
 
 // ---- requests
 
 bool kxSerializeAdapterHttp::get()
+{
+    discardPushBack();
+    return requestResource();
+}
+
+bool kxSerializeAdapterHttp::requestResource()
 {
     const std::string port = std::to_string(url_.origin.port);
     const std::string_view host = url_.origin.host.view();
@@ -100,6 +107,7 @@ bool kxSerializeAdapterHttp::get()
 
 bool kxSerializeAdapterHttp::options()
 {
+    discardPushBack();
     const std::string port = std::to_string(url_.origin.port);
     const std::string_view host = url_.origin.host.view();
     return request(KX_HTTP_OPTIONS, joined({"OPTIONS http://", host, ":", port, " HTTP/1.1\r\nUser-Agent:",
@@ -117,7 +125,6 @@ std::string kxSerializeAdapterHttp::userAgentText() const
 
 bool kxSerializeAdapterHttp::request(kxHttpMethod method, const std::string& text)
 {
-    discardPushBack();
     method_ = method;
     requestText_ = text;
     return sendRequest(takeConnection());
@@ -128,78 +135,87 @@ bool kxSerializeAdapterHttp::sendRequest(Fitness fitness)
     const bool isReady = fitness != UNFIT || connect();
     {
         const kxBodyGuard guard(lock_);
-        reader_.start(method_);
-        receivedBytes_ = 0;
-        isSent_ = false;
-        if (!isReady) failure_ = getError();
-        phase_ = REQUESTED;
-        isKeptAlive_ = fitness == KEPT_ALIVE;
-        replyDeadline_ = kxClock::seconds() + timeoutSeconds_;
+        request_ = {.phase = REQUESTED,
+                    .isKeptAlive = fitness == KEPT_ALIVE,
+                    .deadline = kxClock::seconds() + timeoutSeconds_};
+        if (!isReady) request_.failure = getError();
+        lock_.signal();
     }
-    isFailureTold_ = false;
     setError({});
     sendText();
     return waitForReply();
 }
 
-// A server may answer before it has taken the whole request; the rest is not sent then, and the connection serves no
-// other request.
 void kxSerializeAdapterHttp::sendText()
 {
     std::string_view left = requestText_;
-    for (;;) {
-        {
-            const kxBodyGuard guard(lock_);
-            if (!isUnderWay()) return connection_.close();
-            if (reader_.hasHead()) return;
-            const kxPlatformSocketResult sent =
-                connection_.socket().trySend(left.data(), static_cast<std::uint32_t>(left.size()));
-            if (sent.count >= 0) left.remove_prefix(static_cast<std::size_t>(sent.count));
-            isSent_ = left.empty();
-            if (isSent_) return lock_.signal();
-            if (pumpsItself_) receiveAhead();
-            if (sent.count < 0 && sent.error != KX_SOCKET_WOULD_BLOCK) {
-                // What has come before the failure can still be read.
-                connection_.socket().record(sent.error);
-                receiveAhead();
-                return lock_.signal();
-            }
-        }
-        if (kxClock::seconds() >= replyDeadline_) return;
-        const std::uint32_t wanted = KX_SOCKET_CAN_WRITE | (pumpsItself_ ? KX_SOCKET_CAN_READ : 0U);
-        kxPlatformSocketWait(connection_.socket().descriptor(), wanted, kLongestWaitMilliseconds);
+    while (sendSome(left)) {
+        const double seconds = request_.deadline - kxClock::seconds();
+        if (seconds <= 0) return;
+        waitForRoom(seconds);
+    }
+}
+
+// Sends what the connection takes; answers whether the rest is to follow. A server may answer before it has taken the
+// whole request; the rest is not sent then, and the connection serves no other request.
+bool kxSerializeAdapterHttp::sendSome(std::string_view& left)
+{
+    const kxBodyGuard guard(lock_);
+    if (!isHeadMissing()) return false;
+    const kxPlatformSocketResult sent =
+        connection_.trySend(left.data(), static_cast<std::uint32_t>(left.size()));
+    if (sent.count >= 0) left.remove_prefix(static_cast<std::size_t>(sent.count));
+    request_.isSent = left.empty();
+    if (request_.isSent) return false;
+    if (pumpsItself_) receiveAhead();
+    if (sent.count >= 0 || sent.error == KX_SOCKET_WOULD_BLOCK) return isHeadMissing();
+    // What has come before the failure can still be read.
+    connection_.record(sent.error);
+    receiveAhead();
+    return false;
+}
+
+void kxSerializeAdapterHttp::waitForRoom(double seconds)
+{
+    if (pumpsItself_) {
+        kxPlatformSocketWait(connection_.descriptor(), KX_SOCKET_CAN_WRITE | KX_SOCKET_CAN_READ,
+                             millisecondsOf(seconds));
+    } else {
+        kxPlatformSocketWait(connection_.descriptor(), KX_SOCKET_CAN_WRITE,
+                             std::min(millisecondsOf(seconds), kOthersReplyMilliseconds));
     }
 }
 
 bool kxSerializeAdapterHttp::waitForReply()
 {
-    const double end =
-        pumpsItself_ ? replyDeadline_ : std::min(replyDeadline_, kxClock::seconds() + kOthersReplySeconds);
+    const double deadline = request_.deadline;
+    const double end = pumpsItself_ ? deadline : std::min(deadline, kxClock::seconds() + kOthersReplySeconds);
     bool hasHead = false;
     Phase phase = NOT_REQUESTED;
-    waitUntil(end, [&] {
+    waitFor([&] {
         if (pumpsItself_) receiveAhead();
         hasHead = reader_.hasHead();
-        phase = phase_;
-        return hasHead || !isUnderWay();
+        phase = request_.phase;
+        return isHeadMissing() ? std::optional(end) : std::nullopt;
     });
     if (phase == STALE) return sendRequest(takeConnection());
     if (hasHead || phase == NOT_REQUESTED) return hasHead;
-    if (kxClock::seconds() >= replyDeadline_) giveUp();
+    if (kxClock::seconds() >= deadline) giveUp();
     concludeReply();
     return false;
 }
 
-// Waits until a condition is met, which is asked under the lock; false when the end comes first. The condition may put
-// the end off.
-template <class Condition> bool kxSerializeAdapterHttp::waitUntil(const double& end, Condition isMet)
+// Waits for what a look finds, which answers nothing then, and until when to wait as long as it does not. False when
+// that time comes first. Looks are taken under the lock.
+template <class Look> bool kxSerializeAdapterHttp::waitFor(Look look)
 {
     for (;;) {
         double left = 0;
         {
             const kxBodyGuard guard(lock_);
-            if (isMet()) return true;
-            left = end - kxClock::seconds();
+            const std::optional<double> end = look();
+            if (!end) return true;
+            left = *end - kxClock::seconds();
             if (left <= 0) return false;
             if (!pumpsItself_) waitForOther(millisecondsOf(left));
         }
@@ -209,7 +225,7 @@ template <class Condition> bool kxSerializeAdapterHttp::waitUntil(const double& 
 
 void kxSerializeAdapterHttp::waitForInput(double seconds)
 {
-    kxPlatformSocketWait(connection_.socket().descriptor(), KX_SOCKET_CAN_READ, millisecondsOf(seconds));
+    kxPlatformSocketWait(connection_.descriptor(), KX_SOCKET_CAN_READ, millisecondsOf(seconds));
 }
 
 // The lock is given up meanwhile. The wait uses one up, which is taken here; that of the caller stays.
@@ -233,7 +249,7 @@ bool kxSerializeAdapterHttp::pump(std::uint32_t milliseconds)
             waitForOther(milliseconds);
             return false;
         }
-        socket = connection_.socket().descriptor();
+        socket = connection_.descriptor();
     }
     kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
     const kxBodyGuard guard(lock_);
@@ -252,8 +268,9 @@ bool kxSerializeAdapterHttp::receiveAhead()
     std::uint32_t received = 0;
     // What comes need not be of any use, so it is counted as it comes.
     while (canReceive() && received < kAheadBytes) {
-        const std::uint32_t got = receive(reader_.room(kPieceBytes), kPieceBytes);
-        if (got != 0) reader_.received(got);
+        std::uint8_t* const room = reader_.room(kPieceBytes);
+        const std::uint32_t got = receive(room, kPieceBytes);
+        if (got != 0) reader_.received({room, got});
         received += got;
         if (got < kPieceBytes) break;
     }
@@ -269,7 +286,7 @@ std::uint32_t kxSerializeAdapterHttp::receive(std::uint8_t* bytes, std::uint32_t
     if (got < 0)
         endOfData();
     else
-        receivedBytes_ += static_cast<std::uint64_t>(got);
+        request_.receivedBytes += static_cast<std::uint64_t>(got);
     return static_cast<std::uint32_t>(std::max<std::int64_t>(got, 0));
 }
 
@@ -277,10 +294,10 @@ std::uint32_t kxSerializeAdapterHttp::receive(std::uint8_t* bytes, std::uint32_t
 // (RFC 9112 9.3.1).
 void kxSerializeAdapterHttp::endOfData()
 {
-    if (isKeptAlive_ && receivedBytes_ == 0)
-        phase_ = STALE;
+    if (request_.isKeptAlive && request_.receivedBytes == 0)
+        request_.phase = STALE;
     else if (connection_.hasFailed())
-        failure_ = connection_.errorText();
+        request_.failure = connection_.errorText();
     else
         reader_.endOfData();
 }
@@ -293,7 +310,7 @@ std::uint32_t kxSerializeAdapterHttp::look()
 {
     if (!pumpsItself_ || reader_.length() != 0) return reader_.length();
     if (const std::uint64_t run = reader_.plainRun(); run >= kStraightRunBytes) {
-        const std::uint32_t pending = connection_.socket().bytesAvailable();
+        const std::uint32_t pending = connection_.bytesAvailable();
         if (pending >= kStraightBytes)
             return static_cast<std::uint32_t>(std::min<std::uint64_t>(run, pending));
     }
@@ -352,7 +369,10 @@ std::uint8_t kxSerializeAdapterHttp::readByte()
 
 std::uint32_t kxSerializeAdapterHttp::getDataLength()
 {
-    return awaitData();
+    if (!hasPushBack()) return awaitData();
+    // There is something to read already.
+    const kxBodyGuard guard(lock_);
+    return look();
 }
 
 // Waits until there are bytes to read or the reply is over; answers how many there are.
@@ -362,12 +382,13 @@ std::uint32_t kxSerializeAdapterHttp::awaitData()
     std::uint32_t ready = 0;
     std::uint64_t receivedBefore = 0;
     double end = 0;
-    const bool isInTime = waitUntil(end, [&] {
+    const bool isInTime = waitFor([&]() -> std::optional<double> {
         ready = look();
+        if (ready != 0 || isOver()) return {};
         // Framing is a sign of life too; what there can be of it without a byte of the body has its limits.
-        if (receivedBytes_ != std::exchange(receivedBefore, receivedBytes_))
+        if (request_.receivedBytes != std::exchange(receivedBefore, request_.receivedBytes))
             end = kxClock::seconds() + timeoutSeconds_;
-        return ready != 0 || isOver();
+        return end;
     });
     if (!isInTime) giveUp();
     return ready;
@@ -379,10 +400,10 @@ bool kxSerializeAdapterHttp::awaitHead()
     {
         const kxBodyGuard guard(lock_);
         if (reader_.hasHead()) return true;
-        phase = phase_;
+        phase = request_.phase;
         if (phase != NOT_REQUESTED ? isOver() : kxSerializeAdapter::hasError()) return false;
     }
-    return phase == NOT_REQUESTED ? get() : waitForReply();
+    return phase == NOT_REQUESTED ? requestResource() : waitForReply();
 }
 
 // ---- the end
@@ -390,14 +411,15 @@ bool kxSerializeAdapterHttp::awaitHead()
 // Nothing came in time.
 void kxSerializeAdapterHttp::giveUp()
 {
+    const kxString text = kxString::format(kxTranslate(kTimedOut), getName());
     {
         const kxBodyGuard guard(lock_);
         if (isOver()) return;
-        failure_ = kxString::format(kxTranslate(kTimedOut), getName());
+        request_.failure = text;
+        request_.isFailureTold = true;
         connection_.close();
         lock_.signal();
     }
-    isFailureTold_ = true;
     kxMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
     concludeReply();
 }
@@ -413,16 +435,17 @@ bool kxSerializeAdapterHttp::concludeReply()
 {
     kxString text;
     bool hasBytes = hasPushBack();
+    bool isTold = true;
     {
         const kxBodyGuard guard(lock_);
         // Without a connection there is nothing to come either.
-        if (phase_ != NOT_REQUESTED ? !isOver() : connection_.socket().isOpen()) return false;
-        text = failure_.isEmpty() ? reader_.errorText() : failure_;
+        if (request_.phase != NOT_REQUESTED ? !isOver() : connection_.isOpen()) return false;
+        text = request_.failure.isEmpty() ? reader_.errorText() : request_.failure;
         hasBytes = hasBytes || reader_.length() != 0;
-        if (!reader_.leavesConnectionUsable()) connection_.close();
+        if (!isConnectionUsable()) connection_.close();
+        if (!text.isEmpty()) isTold = std::exchange(request_.isFailureTold, true);
     }
-    if (!text.isEmpty() && !std::exchange(isFailureTold_, true))
-        kxMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
+    if (!isTold) kxMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
     if (hasBytes) return false;
     setError(text.isEmpty() ? kxTranslate("IP connection closed") : text);
     return true;

@@ -9,8 +9,9 @@
 //   kxSerializeAdapterHttp http("host/path");
 //   if (http.get() && http.getReply().statusCode() == 200) ... http.read(...) ...
 //
-// Reading waits for all that was asked for, length() for the first byte, as long as the reply is not over. At most
-// about 1 MB of the body is held in memory; the rest waits in the connection until somebody reads.
+// Reading waits for all that was asked for, length() for the first byte, pushed-back ones included, as long as the
+// reply is not over. At most about 1 MB of the body is held in memory; the rest waits in the connection until somebody
+// reads.
 //
 // Options: no_proxy, proxy, no_nic, nic. The variables KORVEX_HTTP_PROXY and KORVEX_HTTP_NIC of the environment stand
 // in for proxy and nic. The user's name is kept and sent nowhere. Written bytes are dropped, with a Warning.
@@ -19,8 +20,8 @@
 // Threads:   one thread requests and reads. With setPumping(false) it leaves the connection to another one, which
 //            calls pump() all the time; requests then wait at most 3 seconds for their reply, after which the
 //            caller may ask again with waitForReply().
-//            The reply is parsed under the adapter's lock, with the Warnings of the parser: a receiver of messages
-//            must not use the adapter.
+//            The reply is parsed under the adapter's lock, with the Warnings of the parser, and what fails is
+//            translated there: receivers of messages and the translator must not use the adapter.
 // Errors:    what fails while opening is the error text. Once the reply is over and everything has been read,
 //            hasError() sets "IP connection closed", or what went wrong, which is sent as a Warning too:
 //            "HTTP Socket <name> timeout. No data", "Malformed message received", "Message body is incomplete",
@@ -43,7 +44,8 @@ public:
     ~kxSerializeAdapterHttp() noexcept(false) override;
     const kxType& getType() const override;
 
-    // Closes a connection that is open and makes another; while no other thread uses the adapter.
+    // Closes a connection that is open and makes another; while no other thread uses the adapter. Bytes pushed back are
+    // thrown away.
     bool open(const kxString& url);
     // The interface that connections are bound to from now on, by address or name; empty for the choice of the URL.
     void setInterface(const kxString& text) { interfaceText_ = text; }
@@ -56,7 +58,7 @@ public:
     void setPumping(bool pumps) { pumpsItself_ = pumps; }
 
     // Sends a request and waits for the head of its reply; answers whether there is one. What is left of the reply
-    // before is given up. A connection that serves no further request is made anew, also when the server closes one
+    // before, pushed-back bytes too, is given up. A connection that serves no further request is made anew, also when the server closes one
     // that it has kept alive without a byte of a reply; the request is sent again then.
     virtual bool get();
     virtual bool options();
@@ -93,13 +95,27 @@ private:
     // Of a connection, for the next request.
     enum Fitness : std::uint8_t { UNFIT, FRESH, KEPT_ALIVE };
 
+    // One request and what becomes of it; made anew for each.
+    struct Request {
+        Phase phase = NOT_REQUESTED;
+        bool isKeptAlive = false;  // the connection has served before
+        double deadline = 0;       // of the head of the reply; the requesting thread's
+        bool isSent = false;       // the whole request
+        std::uint64_t receivedBytes = 0;
+        kxString failure;  // of the connection, or the lack of data
+        bool isFailureTold = false;
+    };
+
     Fitness takeConnection();
     bool connect();
+    bool requestResource();
     bool request(kxHttpMethod method, const std::string& text);
     bool sendRequest(Fitness fitness);
     void sendText();
+    bool sendSome(std::string_view& left);
+    void waitForRoom(double seconds);
     std::string userAgentText() const;
-    template <class Condition> bool waitUntil(const double& end, Condition isMet);
+    template <class Look> bool waitFor(Look look);
     void waitForInput(double seconds);
     std::uint32_t awaitData();
     bool awaitHead();
@@ -107,8 +123,14 @@ private:
     bool concludeReply();
 
     // Under the lock, all of them.
-    bool isOver() const { return !failure_.isEmpty() || reader_.isOver(); }
-    bool isUnderWay() const { return phase_ == REQUESTED && !isOver(); }
+    bool isOver() const { return !request_.failure.isEmpty() || reader_.isOver(); }
+    bool isUnderWay() const { return request_.phase == REQUESTED && !isOver(); }
+    bool isHeadMissing() const { return isUnderWay() && !reader_.hasHead(); }
+    // Whether the connection can serve another request.
+    bool isConnectionUsable() const
+    {
+        return request_.isSent && request_.failure.isEmpty() && reader_.leavesConnectionUsable();
+    }
     bool canReceive() const;
     bool receiveAhead();
     std::uint32_t receive(std::uint8_t* bytes, std::uint32_t count);
@@ -125,19 +147,12 @@ private:
     std::string requestText_;
     kxHttpMethod method_ = KX_HTTP_GET;
     double timeoutSeconds_ = 30.0;
-    double replyDeadline_ = 0;
     bool pumpsItself_ = true;
-    bool isFailureTold_ = false;
     bool isWriteTold_ = false;
 
-    // Guards what follows, once a request has been prepared; signalled when one goes out, when a reply goes on and
-    // when it is read.
+    // Guards what follows; signalled when a request goes out, when its reply goes on and when it is read.
     kxEvent lock_;
     kxHttpConnection connection_;
     kxHttpReplyReader reader_;
-    kxString failure_;                 // of the connection, or the lack of data
-    std::uint64_t receivedBytes_ = 0;  // since the request went out
-    bool isSent_ = false;              // the whole request
-    Phase phase_ = NOT_REQUESTED;
-    bool isKeptAlive_ = false;  // the connection has served before
+    Request request_;
 };
