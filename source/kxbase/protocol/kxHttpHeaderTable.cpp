@@ -194,46 +194,11 @@ constexpr kxHttpHeaderRow kHeaders[] = {
      .isNeeded = true},
 };
 
-// Every known name has a slot of its own, found by its length and two of its letters, so that a name is compared
-// once at most. The factors are such that no two names share a slot, which is proved below.
-constexpr std::size_t kSlots = 32;
-constexpr std::size_t kFirstLetterFactor = 7;
-constexpr std::size_t kLastLetterButOneFactor = 13;
-constexpr std::size_t kShortestName = 3;
-constexpr std::size_t kLongestName = 18;
-constexpr std::uint8_t kNoHeader = 0xFF;
-
-constexpr std::size_t slotOf(std::string_view name)
-{
-    const auto first = static_cast<std::size_t>(name.front() | 0x20);
-    const auto lastButOne = static_cast<std::size_t>(name[name.size() - 2] | 0x20);
-    return (name.size() + first * kFirstLetterFactor + lastButOne * kLastLetterButOneFactor) % kSlots;
-}
-
-constexpr bool hasKnownLength(std::string_view name)
-{
-    return name.size() >= kShortestName && name.size() <= kLongestName;
-}
-
-constexpr auto kHeaderSlots = [] {
-    std::array<std::uint8_t, kSlots> slots{};
-    slots.fill(kNoHeader);
-    for (std::uint8_t index = 0; index < std::size(kHeaders); ++index)
-        slots[slotOf(kHeaders[index].name)] = index;
-    return slots;
-}();
-static_assert(std::size(kHeaders) + static_cast<std::size_t>(std::count(kHeaderSlots.begin(),
-                                                                        kHeaderSlots.end(), kNoHeader)) ==
-                  kSlots,
-              "no two names share a slot");
-static_assert(std::all_of(std::begin(kHeaders), std::end(kHeaders),
-                          [](const kxHttpHeaderRow& row) { return hasKnownLength(row.name); }));
-
 }  // namespace
 
 const kxHttpHeaderRow& kxHttpFindHeader(std::string_view name) noexcept
 {
-    if (!hasKnownLength(name)) return kExtension;
-    const std::uint8_t index = kHeaderSlots[slotOf(name)];
-    return index != kNoHeader && kxHttpSameWord(name, kHeaders[index].name) ? kHeaders[index] : kExtension;
+    const auto* const row = std::find_if(std::begin(kHeaders), std::end(kHeaders),
+                                         [=](const auto& entry) { return kxHttpSameWord(name, entry.name); });
+    return row != std::end(kHeaders) ? *row : kExtension;
 }
