@@ -6,6 +6,8 @@
 
 // The signals that a fault sends.
 inline constexpr int kxPosixFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
+// A process that ends because of a signal, but not by it, has this more than the signal's number as its status.
+inline constexpr int kxPosixStatusOfSignal = 128;
 
 // One of kxPlatformFault, from what the system says of it.
 std::uint32_t kxPosixFaultOf(const siginfo_t& info);
