@@ -145,9 +145,7 @@ void walk(const siginfo_t& info, void* context, kxPlatformCrash& crash)
 void examine(const siginfo_t& info, void* context, kxPlatformCrash& crash)
 {
     crash.fault = kxPosixFaultOf(info);
-    guarded([&] {
-        if (kxPosixIsPrivilegedInstruction(info, context)) crash.fault = KX_FAULT_PRIV_INSTRUCTION;
-    });
+    guarded([&] { crash.fault = kxPosixExactFault(crash.fault, info, context); });
     walk(info, context, crash);
 }
 
