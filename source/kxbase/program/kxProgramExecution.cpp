@@ -156,7 +156,7 @@ struct kxProgramExecution::Crash {
 };
 
 // In a forked child the file may be locked by a thread that is not there, in the middle of a change: then the child
-// begins without one. Nobody waits for the mutex before a fork, since messages may be sent under it.
+// begins without one. Nobody waits for the mutex before a fork, since texts may be translated under it.
 struct kxProgramExecution::Fork {
     static void forgetInChild()
     {
