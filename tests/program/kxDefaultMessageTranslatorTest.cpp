@@ -130,6 +130,8 @@ deu "\n\r\t\\\"\x%s")",
         {"an empty translation", u"\"Key\"\ndeu \"\"\n", "none"},
         {"a text that is too long", u"\"Key\"\ndeu \"" + std::u16string(65536, u'x') + u"\"\n", "none"},
         {"a huge line", std::u16string(200000, u'"') + u"\n\"Key\"\ndeu \"b\"\n", "b"},
+        {"behind blanks without end a text that is faulty",
+         u"\"Key\"\n" + std::u16string(200000, u' ') + u"\"Other\ndeu \"Wort\"\n", "none"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
