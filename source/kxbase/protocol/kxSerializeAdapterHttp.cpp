@@ -4,6 +4,7 @@
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -398,7 +399,7 @@ void kxSerializeAdapterHttp::giveUp()
         lock_.signal();
     }
     isFailureTold_ = true;
-    kxMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
+    kxAdapterMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
     concludeReply();
 }
 
@@ -422,7 +423,7 @@ bool kxSerializeAdapterHttp::concludeReply()
         if (!reader_.leavesConnectionUsable()) connection_.close();
     }
     if (!text.isEmpty() && !std::exchange(isFailureTold_, true))
-        kxMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
+        kxAdapterMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
     if (hasBytes) return false;
     setError(text.isEmpty() ? kxTranslate("IP connection closed") : text);
     return true;

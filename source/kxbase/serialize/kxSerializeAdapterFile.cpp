@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 #include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxSystemError.h"
 
@@ -278,5 +279,5 @@ std::uint32_t kxSerializeAdapterFile::fetchInto(std::uint8_t* bytes, std::uint32
 void kxSerializeAdapterFile::tellReadError()
 {
     setError(kxWithSystemError(aboutFile("Could not read from file '", "'"), readError_));
-    kxMessage(KX_MESSAGE_WARNING, "%s", getError());
+    kxAdapterMessage(KX_MESSAGE_WARNING, "%s", getError());
 }
