@@ -63,4 +63,5 @@ private:
     kxSocket connection_;
     std::atomic<std::uint32_t> sendError_{KX_SOCKET_OK};
     bool hasSent_ = false;
+    std::uint32_t foundInSocket_ = 0;  // by the last look, if nothing was taken since; under the lock
 };

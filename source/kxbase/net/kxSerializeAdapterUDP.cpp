@@ -216,7 +216,7 @@ void kxSerializeAdapterUDP::receivePending()
         const std::uint32_t pending = receiveSocket_.bytesAvailable();
         if (pending != 0) {
             if (!receiveOne(pending)) return;
-        } else if (receiveSocket_.dropEmptyDatagram()) {
+        } else if (queue_.isEmpty() && receiveSocket_.dropEmptyDatagram()) {
             ++emptyDatagrams_;  // all others waited behind it
         } else {
             return;
