@@ -67,6 +67,8 @@ protected:
     void setWaiting(bool blocks, double timeoutSeconds);
     // Data went out: input is likely to follow.
     void noteWritten() { hasWritten_.store(true, std::memory_order_relaxed); }
+    // Tells in a Warning that data is lost from now on. Without the lock.
+    static void couldNotSend(const kxSocketAddress& destination, std::uint32_t error);
     // Makes the translated format the error text; answers false.
     template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments)
     {

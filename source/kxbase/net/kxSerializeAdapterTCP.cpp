@@ -195,9 +195,20 @@ void kxSerializeAdapterTCP::receivePending()
 
 void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
 {
-    const auto* begin = static_cast<const std::uint8_t*>(bytes);
     noteWritten();
-    const kxBodyGuard writing(writeLock_);
+    kxSocketAddress lostPeer;
+    {
+        const kxBodyGuard writing(writeLock_);
+        if (getSendError() != KX_SOCKET_OK) return;
+        sendAll(static_cast<const std::uint8_t*>(bytes), count);
+        if (getSendError() == KX_SOCKET_OK) return;
+        lostPeer = connection_.peerAddress();
+    }
+    couldNotSend(lostPeer, getSendError());
+}
+
+void kxSerializeAdapterTCP::sendAll(const std::uint8_t* begin, std::uint32_t count)
+{
     while (count != 0 && getSendError() == KX_SOCKET_OK) {
         const kxPlatformSocketResult sent = connection_.trySend(begin, count);
         if (sent.error == KX_SOCKET_WOULD_BLOCK) {

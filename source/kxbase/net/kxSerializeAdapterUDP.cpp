@@ -254,6 +254,7 @@ void kxSerializeAdapterUDP::writeBlock(const void* bytes, std::uint32_t count)
     noteWritten();
     while (count != 0) {
         const std::int64_t sent = sendOne(begin, std::min(count, kMostDatagramBytes));
+        if (sent < 0 && !sendingHasFailed_.exchange(true)) couldNotSend(destination_, getSendError());
         if (sent <= 0) return;
         begin += sent;
         count -= static_cast<std::uint32_t>(sent);
