@@ -1,5 +1,6 @@
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/core/kxClock.h"
+#include "support/kxMessageRecorder.h"
 #include "support/kxTestPattern.h"
 #include "support/kxTestSocket.h"
 #include "support/kxTestTransfer.h"
@@ -139,12 +140,16 @@ TEST(kxSerializeAdapterTCP, MovesOnWhenBothDirectionsAreFull)
 
 TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
 {
+    kxMessageRecorder recorder;
     Connection reset;
     reset.peer.send("last words");
     EXPECT_EQ(reset.adapter->length(), 10U);
     reset.peer.reset();
     while (reset.adapter->getSendError() == KX_SOCKET_OK) reset.write("x");
+    reset.write("x");
     EXPECT_EQ(reset.readToEnd(), "last words");
+    ASSERT_EQ(recorder.texts().size(), 1U) << "once for each connection";
+    EXPECT_TRUE(recorder.texts()[0].starts_with("Could not send to IP adress 127.0.0.1:"));
 
     Connection gone;  // a failed write alone ends nothing
     gone.peer.send(std::string(100000, 'a'));

@@ -1,5 +1,7 @@
 #include "tool/kxRelay.h"
 
+#include "kxbase/core/kxClock.h"
+#include "kxbase/serialize/kxSerializeAdapterDummy.h"
 #include "support/kxScriptedAdapter.h"
 
 #include <gtest/gtest.h>
@@ -68,6 +70,15 @@ TEST_F(kxRelayTest, OnlyAnErrorOfTheInputEndsIt)
     relay.run();
     EXPECT_EQ(output->written, "abcOpened URL 'from:%s' with output 'to:'\r\n");
     EXPECT_EQ(journal[1], "out.flush") << "the notice is flushed";
+}
+
+TEST_F(kxRelayTest, IsIdleBetweenEndpointsThatNeverHaveAnything)
+{
+    const kxRefPointer<kxSerializeAdapterDummy> nothing{new kxSerializeAdapterDummy};
+    kxRelay idle(*nothing, "dummy:", *output, "to:");
+    const double start = kxClock::seconds();
+    for (int turn = 0; turn < 200; ++turn) EXPECT_TRUE(idle.turn());
+    EXPECT_GE(kxClock::seconds() - start, 0.05);
 }
 
 TEST_F(kxRelayTest, APingIsSixCharactersAndAZeroByteUnflushed)
