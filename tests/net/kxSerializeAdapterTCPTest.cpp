@@ -149,7 +149,7 @@ TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
     reset.write("x");
     EXPECT_EQ(reset.readToEnd(), "last words");
     ASSERT_EQ(recorder.texts().size(), 1U) << "once for each connection";
-    EXPECT_TRUE(recorder.texts()[0].starts_with("Could not send to IP adress 127.0.0.1:"));
+    EXPECT_TRUE(recorder.texts()[0].starts_with("Could not send to 127.0.0.1:"));
 
     Connection gone;  // a failed write alone ends nothing
     gone.peer.send(std::string(100000, 'a'));

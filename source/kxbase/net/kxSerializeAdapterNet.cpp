@@ -26,7 +26,7 @@ void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
 
 void kxSerializeAdapterNet::couldNotSend(const kxSocketAddress& destination, std::uint32_t error)
 {
-    kxMessage(KX_MESSAGE_WARNING, "Could not send to IP adress %s:%d (%s)", destination.host().text(),
+    kxMessage(KX_MESSAGE_WARNING, "Could not send to %s:%d (%s)", destination.host().text(),
               destination.port(), kxSocket::errorText(error));
 }
 
