@@ -1,10 +1,7 @@
 #include "kxbase/lex/kxArgumentParser.h"
 
 #include "kxbase/core/kxFatalError.h"
-#include "support/kxMessageRecorder.h"
-#include "support/kxTestRows.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <unistd.h>
 

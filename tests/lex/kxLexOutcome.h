@@ -3,11 +3,7 @@
 
 #include "kxbase/dynamic/kxDynamicTypeArray.h"
 #include "kxbase/lex/kxSerializeLex.h"
-#include "support/kxTestPattern.h"
-#include "support/kxTestRows.h"
-#include "support/kxTestTransfer.h"
-
-#include <string>
+#include "support/kxTest.h"
 
 inline std::string kxPrinted(const kxDynamicType& value)
 {

@@ -2,9 +2,6 @@
 #include "kxbase/lex/kxDynamicTypeArgumentParser.h"
 #include "kxbase/lex/kxRegKeyExpandParser.h"
 #include "lex/kxLexOutcome.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,8 +1,7 @@
 #include "kxbase/lex/kxRuleCompiler.h"
 
 #include "kxbase/lex/kxRuleParser.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

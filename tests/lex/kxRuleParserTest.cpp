@@ -3,8 +3,6 @@
 #include "kxbase/lex/kxRuleSplitter.h"
 #include "lex/kxLexOutcome.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 // The tree, or the fault.

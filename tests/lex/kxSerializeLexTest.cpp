@@ -1,12 +1,7 @@
 #include "kxbase/lex/kxSerializeLex.h"
 
 #include "lex/kxLexOutcome.h"
-#include "support/kxFatalText.h"
-#include "support/kxMessageRecorder.h"
 #include "support/kxScriptedAdapter.h"
-#include "support/kxTempDirectory.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,15 +1,9 @@
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/core/kxClock.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
-#include "support/kxTestTransfer.h"
-
-#include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
-#include <thread>
-#include <tuple>
 
 #include <sys/resource.h>
 #include <sys/socket.h>

@@ -1,8 +1,6 @@
 #include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxThreadSafeReference.h"
-#include "tests/support/kxFatalText.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

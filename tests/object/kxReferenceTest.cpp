@@ -1,11 +1,6 @@
 #include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxThreadSafeReference.h"
-#include "tests/support/kxFatalText.h"
-#include "tests/support/kxMessageRecorder.h"
-
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/kxTest.h"
 
 namespace {
 

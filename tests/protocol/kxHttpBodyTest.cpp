@@ -1,13 +1,7 @@
 #include "kxbase/protocol/kxHttpBody.h"
 
 #include "kxbase/protocol/kxHttpMessageParser.h"
-#include "support/kxTestRandom.h"
-#include "support/kxTestRows.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
+#include "support/kxTest.h"
 
 namespace {
 

@@ -1,15 +1,7 @@
 #include "kxbase/protocol/kxHttpMessageParser.h"
 
 #include "kxbase/protocol/kxHttpStatus.h"
-#include "support/kxMessageRecorder.h"
-#include "support/kxTestPattern.h"
-#include "support/kxTestRandom.h"
-#include "support/kxTestRows.h"
-#include "support/kxTestTransfer.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include "support/kxTest.h"
 
 namespace {
 

@@ -2,16 +2,10 @@
 
 #include "kxbase/protocol/kxSerializeAdapterHttp.h"
 #include "kxbase/core/kxClock.h"
-#include "support/kxMessageRecorder.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
-#include "support/kxTestTransfer.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <system_error>
-#include <thread>
 
 namespace {
 

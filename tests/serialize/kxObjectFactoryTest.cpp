@@ -1,10 +1,7 @@
 #include "kxbase/serialize/kxObjectFactoryOf.h"
 #include "kxbase/serialize/kxObjectInput.h"
 #include "kxbase/serialize/kxSerializeString.h"
-#include "support/kxFatalText.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

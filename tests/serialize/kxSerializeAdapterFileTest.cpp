@@ -1,13 +1,7 @@
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-
-#include "support/kxMessageRecorder.h"
-#include "support/kxTempDirectory.h"
-#include "support/kxTestPattern.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <filesystem>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/stat.h>

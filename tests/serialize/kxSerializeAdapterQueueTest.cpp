@@ -1,9 +1,6 @@
 #include "kxbase/serialize/kxSerializeAdapterQueue.h"
 #include "kxbase/serialize/kxSerializeAdapterString.h"
-#include "tests/support/kxFatalText.h"
-#include "tests/support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <deque>
 

@@ -1,10 +1,8 @@
 #include "kxbase/serialize/kxSerializeAdapterRandomAccess.h"
 
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-#include "tests/support/kxScriptedAdapter.h"
-#include "tests/support/kxTempDirectory.h"
-
-#include <gtest/gtest.h>
+#include "support/kxScriptedAdapter.h"
+#include "support/kxTest.h"
 
 #include <new>
 

@@ -1,8 +1,5 @@
 #include "kxbase/serialize/kxSerializeAdapter.h"
-
-#include "support/kxTestPattern.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

@@ -5,9 +5,7 @@
 #include "kxbase/serialize/kxSerializeVector.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 #include "support/kxScriptedAdapter.h"
-#include "support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

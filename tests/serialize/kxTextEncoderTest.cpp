@@ -1,11 +1,8 @@
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-#include "tests/support/kxScriptedAdapter.h"
-#include "tests/support/kxTempDirectory.h"
-#include "tests/support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxScriptedAdapter.h"
+#include "support/kxTest.h"
 
 namespace {
 

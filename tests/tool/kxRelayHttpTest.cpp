@@ -1,10 +1,7 @@
 // The program between a web server or proxy of the distribution and a file.
 
-#include "support/kxTempDirectory.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestServer.h"
-
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>

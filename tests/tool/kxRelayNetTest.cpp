@@ -2,13 +2,10 @@
 
 #include "support/kxProcess.h"
 #include "support/kxPseudoTerminal.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <thread>
 
 #include <unistd.h>
 

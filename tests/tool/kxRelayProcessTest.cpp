@@ -2,11 +2,8 @@
 
 #include "support/kxProcess.h"
 #include "support/kxPseudoTerminal.h"
-#include "support/kxTempDirectory.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdlib>

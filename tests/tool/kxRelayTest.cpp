@@ -1,8 +1,7 @@
 #include "tool/kxRelay.h"
 
 #include "support/kxScriptedAdapter.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 
