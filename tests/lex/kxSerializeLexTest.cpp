@@ -375,36 +375,35 @@ TEST(kxSerializeLex, TracesRulesAndFunctions)
 TEST(kxSerializeLex, ReadsWideCharacters)
 {
     const kxMessageRecorder messages;
-    const std::tuple<const char*, std::string, std::string, std::string, std::string> rows[] = {
-        {"every character is two bytes", "main ::= 'ab' $ [^x]* fPush $ fInt",
-         kxTestWide("abcd") + kxTestWide("x-"), "No Match <" + kxTestWide("abcdx-") + ">", ""},
-        {"numbers", "main ::= $ fNum fPush", kxTestWide("-1.5x"), "OK -1.5 <" + kxTestWide("x") + ">", ""},
+    const std::string faulty = "Utf lex encoding on faulty data set",
+                      zeros = std::string("\0\xAC\x20\xAD\x20\xAC\x20", 7);
+    const Row rows[] = {
+        {"every character is two bytes", "main ::= 'ab' $ [^x]* fPush $ fInt", kxTestWide("abcdx-"),
+         "No Match <" + kxTestWide("abcdx-") + ">"},
+        {"numbers", "main ::= $ fNum fPush", kxTestWide("-1.5x"), "OK -1.5 <" + kxTestWide("x") + ">"},
         {"characters beyond a byte", "main ::= $ '\xC3\xA4\xE2\x82\xAC' [^\xE2\x82\xAC] [\xE2\x82\xAC] fPush",
-         "\xE4" + std::string("\0\xAC\x20\xAD\x20\xAC\x20", 7),
-         "OK '\xC3\xA4\xE2\x82\xAC\xE2\x82\xAD\xE2\x82\xAC' <>", ""},
+         "\xE4" + zeros, "OK '\xC3\xA4\xE2\x82\xAC\xE2\x82\xAD\xE2\x82\xAC' <>"},
         {"pairs of surrogates", "main ::= $ '\xF0\x9F\x98\x80' fPush",
-         "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>", ""},
+         "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>"},
         {"a scan pattern", "%\xC3\xA4\xE2\x82\xAC%t", "%" + std::string("\0\xE4\0\xAC\x20x\0", 7),
-         "OK 'x' <>", ""},
-        {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8", "Error <\x3D\xD8>",
-         "Parse Error:'Utf lex encoding on faulty data set' in rule 'main' at (Line:1,Col:2) -> fPush"},
-        {"half a character stays", "main ::= $ 'a' fPush [^]*", kxTestWide("a") + "b", "OK 'a' <b>", ""},
-        {"half a pair in a set", "main ::= [\xF0\x9F\x98\x80]", "\x3D\xD8", "Error <\x3D\xD8>",
-         "Utf lex encoding on faulty data set"},
-        {"rules that are no UTF-8", "main ::= '\xFF'", kxTestWide("a"), "Error <" + kxTestWide("a") + ">",
-         "Utf lex encoding on faulty data set"},
+         "OK 'x' <>"},
+        {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8",
+         "Error <\x3D\xD8>Parse Error:'" + faulty + "' in rule 'main' at (Line:1,Col:2) -> fPush"},
+        {"half a character stays", "main ::= $ 'a' fPush [^]*", kxTestWide("a") + "b", "OK 'a' <b>"},
+        {"half a pair in a set", "main ::= [\xF0\x9F\x98\x80]", "\x3D\xD8", "Error <\x3D\xD8>" + faulty},
+        {"rules that are no UTF-8", "main ::= '\xFF'", kxTestWide("a"),
+         "Error <" + kxTestWide("a") + ">" + faulty},
     };
-    for (const auto& [why, rules, input, expected, error] : rows) {
-        SCOPED_TRACE(why);
-        const auto adapter = kxTestInput(input);
+    kxExpectRows(rows, [](const Row& row) {
+        const auto adapter = kxTestInput(row.input);
         adapter->setFlags(KX_SERIALIZE_WIDE);
         kxSerializeLex lex(adapter);
-        const bool isPattern = rules.starts_with('%');
-        if (!isPattern) lex.addRules(rules);
-        const kxLexResult result = isPattern ? lex.scan(rules) : lex.run("main");
-        EXPECT_EQ(lex.getError(), error);
-        EXPECT_EQ(kxOutcome(lex, result, *adapter), expected);
-    }
+        const bool isPattern = row.rules.starts_with('%');
+        if (!isPattern) lex.addRules(row.rules);
+        const kxLexResult result = isPattern ? lex.scan(row.rules) : lex.run("main");
+        const std::string error = lex.getError().text();
+        return kxOutcome(lex, result, *adapter) + error;
+    });
 }
 
 TEST(kxSerializeLex, LeavesTheAdapterBehindTheMatch)

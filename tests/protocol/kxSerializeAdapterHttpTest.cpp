@@ -192,23 +192,23 @@ TEST(kxSerializeAdapterHttp, SendsNothingButTheTwoRequests)
 TEST(kxSerializeAdapterHttp, TellsWhyItCouldNotOpen)
 {
     const std::string closed = kxTestSocket::listener().url("");
-    const std::string invalid = "Host name in URL is not valid";
+    const std::string invalid = "Host name in URL is not valid",
+                      socket = "kxSocket error: ", refused = socket + "Connection was refused (";
     const struct {
         const char* why;
         std::string url, error;
-    } cases[] = {{"nobody listens", closed, "kxSocket error: Connection was refused (127.0.0.1)"},
-                 {"proxy gone", "a/?proxy=" + closed, "kxSocket error: Connection was refused (a)"},
-                 {"proxy in any spelling", "a:/?proxy=HTTP:\\\\" + closed + "\\",
-                  "kxSocket error: Connection was refused (a)"},
-                 {"proxy without a port", "a/?proxy=127.0.0.1:99999", "Port of the proxy is not valid"},
-                 {"no name", "a#b/?proxy=127.0.0.1:1", invalid},
-                 {"not ours", closed + "?nic=192.0.2.77",
-                  "kxSocket error: Cannot assign requested address (127.0.0.1)"},
-                 {"unknown", "no.host.invalid", invalid},
-                 {"neither", "no.host.invalid/?proxy=no.proxy.invalid", invalid + " and proxy is not valid"},
-                 {"no host", "/a?proxy=127.0.0.1:1", invalid},
-                 {"another line", "a\r\nX: y/?proxy=127.0.0.1:1", invalid},
-                 {"no port", "127.0.0.1:65536", invalid}};
+    } cases[] = {
+        {"nobody listens", closed, refused + "127.0.0.1)"},
+        {"proxy gone", "a/?proxy=" + closed, refused + "a)"},
+        {"proxy in any spelling", "a:/?proxy=HTTP:\\\\" + closed + "\\", refused + "a)"},
+        {"proxy without a port", "a/?proxy=127.0.0.1:99999", "Port of the proxy is not valid"},
+        {"no name", "a#b/?proxy=127.0.0.1:1", invalid},
+        {"not ours", closed + "?nic=192.0.2.77", socket + "Cannot assign requested address (127.0.0.1)"},
+        {"unknown", "no.host.invalid", invalid},
+        {"neither", "no.host.invalid/?proxy=no.proxy.invalid", invalid + " and proxy is not valid"},
+        {"no host", "/a?proxy=127.0.0.1:1", invalid},
+        {"another line", "a\r\nX: y/?proxy=127.0.0.1:1", invalid},
+        {"no port", "127.0.0.1:65536", invalid}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         kxString error;
