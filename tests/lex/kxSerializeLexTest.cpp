@@ -217,7 +217,7 @@ TEST(kxSerializeLex, ReadsNoMoreThanItMay)
     EXPECT_EQ(lex.run("one"), KX_LEX_OK);
     for (const bool isWide : {false, true}) {
         lex.setHistoryLimit(300);
-        for (const int length : {299, 300, 301}) {
+        for (const unsigned length : {299U, 300U, 301U}) {
             const std::string text = kxTestRepeated("x", length);
             const auto adapter = kxTestInput(isWide ? kxTestWide(text) + "x" : text);
             lex.setAdapter(adapter);

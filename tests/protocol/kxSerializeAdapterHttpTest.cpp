@@ -124,7 +124,8 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
             Adapter adapter(kxString(server.url("/x")));
             adapter.setTimeout(c.error == kTimeout ? 0.1 : 20);
             EXPECT_FALSE(adapter.hasError());
-            EXPECT_TRUE(readAll(adapter, byBytes ? c.reply.size() / 300 + 1 : 1 << 30) == c.body);
+            EXPECT_TRUE(readAll(adapter, byBytes ? static_cast<std::uint32_t>(c.reply.size() / 300 + 1)
+                                                 : 1 << 30) == c.body);
             EXPECT_EQ(adapter.getError(), c.error);
             EXPECT_EQ(adapter.getReply().statusCode(), c.status);
             EXPECT_EQ(adapter.length(), 0U);
