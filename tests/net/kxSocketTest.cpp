@@ -2,14 +2,10 @@
 #include "kxbase/core/kxClock.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/thread/kxThreadPoolTicker.h"
-#include "support/kxFatalText.h"
-#include "support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>

@@ -1,11 +1,10 @@
 // One case for each fault that was found in this folder.
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUtf.h"
-#include "support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 
 #include <array>
 #include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 struct ConvertsToString {
