@@ -6,9 +6,7 @@
 #include "kxbase/containers/kxRefList.h"
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/object/kxReference.h"
-#include "tests/support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

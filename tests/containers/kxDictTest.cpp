@@ -1,9 +1,7 @@
 #include "kxbase/containers/kxDictList.h"
 #include "kxbase/containers/kxRefDict.h"
 #include "kxbase/object/kxReference.h"
-#include "tests/support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

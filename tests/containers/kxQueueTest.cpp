@@ -1,9 +1,5 @@
 #include "kxbase/containers/kxQueue.h"
-
-#include "tests/support/kxFatalText.h"
-#include "tests/support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

@@ -3,11 +3,9 @@
 #include "kxbase/containers/kxDynamicArray.h"
 #include "kxbase/containers/kxRefList.h"
 #include "kxbase/object/kxReference.h"
-#include "tests/support/kxFatalText.h"
-#include "tests/support/kxTestRandom.h"
+#include "support/kxTest.h"
 
 #include <deque>
-#include <gtest/gtest.h>
 
 namespace {
 

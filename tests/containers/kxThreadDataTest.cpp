@@ -1,8 +1,5 @@
 #include "kxbase/containers/kxThreadData.h"
-
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/kxTest.h"
 
 namespace {
 

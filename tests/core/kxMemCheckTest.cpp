@@ -113,7 +113,7 @@ TEST_F(kxMemCheckTest, SaysNothingUnlessItIsOn)
     for (const char* setting : {"", "no", "YES?"}) EXPECT_EQ(run(setting), Lines()) << setting;
 }
 
-TEST(kxMemCheckDeathTest, AnAllocatorThatComesFirstIsAskedForAll)
+TEST(kxMemCheckDeathTest, AnAllocatorThatComesFirstIsAskedForAllAndALaterOneForNothing)
 {
     struct Counting final : kxMemoryAllocatorInterface {
         void* allocate(std::size_t sizeBytes) noexcept override { return ++blocks, std::malloc(sizeBytes); }
@@ -132,6 +132,16 @@ TEST(kxMemCheckDeathTest, AnAllocatorThatComesFirstIsAskedForAll)
         std::_Exit(isInstalled && isAsked && !kxMemCheck::setAllocator(counting) ? 0 : 1);
     };
     EXPECT_EXIT(count(), testing::ExitedWithCode(0), "");
+
+    const auto comeTooLate = [] {
+        kxMemCheck::leaveThisThreadOut();  // its block needs its allocator all the same
+        void* const block = kxTrackedAllocate(1);
+        static Counting counting;
+        const bool isInstalled = kxMemCheck::setAllocator(counting);
+        kxTrackedFree(block);
+        std::_Exit(!isInstalled && counting.blocks == 0 ? 0 : 1);
+    };
+    EXPECT_EXIT(comeTooLate(), testing::ExitedWithCode(0), "");
 }
 
 // Against a list of what each block got, across the point where the table has been filled once.
@@ -141,27 +151,28 @@ TEST(kxMemoryTable, RecordsAMillionBlocksAndTakesTheFirstFreeRecord)
     constexpr std::uint64_t kStep = 16;
     const auto sizeOf = [](std::size_t number) { return std::uint64_t{number % 77}; };
     const auto table = std::make_unique<kxMemoryTable>();
-    const auto aside = std::make_unique<kxMemoryTable::Aside>();
+    const auto index = std::make_unique<kxMemoryIndex>();
     std::vector<kxMemoryRecord> room(kxMemoryTable::kRecords);
-    table->setRoom(room.data(), aside.get());
+    table->setRoom(room.data(), index.get());
     std::vector<std::uint32_t> indices{kNone};  // by address
     std::uint64_t total = 0, live = 0;
     const auto add = [&] {
         const std::size_t number = indices.size();
         total += sizeOf(number);
-        const auto entry = table->add({.address = number * kStep, .sizeBytes = sizeOf(number)}, {});
-        if (!entry) return false;
-        EXPECT_EQ(entry->record.sequence, number - 1) << "only records that are filled have a number";
-        indices.push_back(entry->index);
+        kxMemoryEntry entry;
+        if (!table->add({.address = number * kStep, .sizeBytes = sizeOf(number)}, &entry)) return false;
+        EXPECT_EQ(entry.record.sequence, number - 1) << "only records that are filled have a number";
+        indices.push_back(entry.index);
         ++live;
         return true;
     };
     const auto take = [&](std::size_t number) {
-        const auto entry = table->take(number * kStep);
+        kxMemoryEntry entry;
+        const bool isTaken = table->take(number * kStep, &entry);
         total -= sizeOf(number);
         --live;
-        return entry && entry->index == std::exchange(indices[number], kNone) &&
-               entry->record.sizeBytes == sizeOf(number);
+        return isTaken && entry.index == std::exchange(indices[number], kNone) &&
+               entry.record.sizeBytes == sizeOf(number);
     };
     while (add()) {
         const std::size_t last = indices.size() - 1;

@@ -7,13 +7,9 @@
 #include "kxbase/dynamic/kxDynamicTypeTimeTagged.h"
 #include "kxbase/dynamic/kxDynamicTypeVoid.h"
 #include "kxbase/dynamic/kxSerializeDynamicType.h"
-#include "kxbase/serialize/kxSerializeAdapterQueue.h"
 #include "kxbase/serialize/kxSerializeString.h"
 #include "kxbase/serialize/kxVarUInt64.h"
-#include "support/kxFatalText.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <cmath>
 
@@ -102,23 +98,24 @@ TEST(kxDynamicType, ConvertsItsOwnKindAndNothingElse)
 {
     int target = 0;
     const kxGUID guid("{00112233-4455-6677-8899-AABBCCDDEEFF}");
-    const kxRefPointer<kxReference> object(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 1));
+    const auto object = kxMakeRef<kxReference>();
     const kxVec3 vec3{1, 2, 3};
-    const kxDynamicType values[] = {{},
-                                    5,
-                                    std::int64_t{-7},
-                                    "text",
-                                    vec3,
-                                    guid,
-                                    kxDynamicType(static_cast<void*>(&target)),
-                                    kxDynamicType(object),
-                                    kxDynamicTypeArray(),
-                                    kxDynamicTypeContainer(),
-                                    kxDynamicTypeChain(),
-                                    kxDynamicTypeError(),
-                                    kxDynamicTypeTimeTagged(1, 2),
-                                    made("mine", "abc")};
     using V = const kxDynamicType&;
+    using D = kxDynamicType;
+    const D values[] = {D(),
+                        5,
+                        std::int64_t(-7),
+                        "text",
+                        vec3,
+                        guid,
+                        D(static_cast<void*>(&target)),
+                        D(object),
+                        kxDynamicTypeArray(),
+                        kxDynamicTypeContainer(),
+                        kxDynamicTypeChain(),
+                        kxDynamicTypeError(),
+                        kxDynamicTypeTimeTagged(1, 2),
+                        made("mine", "abc")};
     const struct {
         std::function<void(V)> convert;
         std::string accepted;  // with a blank before and behind each
@@ -143,8 +140,8 @@ TEST(kxDynamicType, ConvertsItsOwnKindAndNothingElse)
         for (const kxDynamicType& value : values) {
             const std::string name(value.getTypeName().view());
             const bool accepted = conversion.accepted.find(" " + name + " ") != std::string::npos;
-            const std::string text =
-                "Can not convert dynamic argument type '" + name + "' to " + conversion.target;
+            const kxString text =
+                kxString::format("Can not convert dynamic argument type '%s' to %s", name, conversion.target);
             EXPECT_EQ(kxFatalText([&] { conversion.convert(value); }), accepted ? "" : text);
             EXPECT_TRUE(value.isType(kxString(name.c_str())));
         }
@@ -175,7 +172,7 @@ TEST(kxDynamicType, CopiesAreApartAndMovesLeaveVoid)
 
 TEST(kxDynamicType, AReferenceOwnsOneCountAlsoInsideOthers)
 {
-    kxRefPointer<kxSerializeAdapterQueue> object(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 1));
+    const auto object = kxMakeRef<kxReference>();
     {
         kxDynamicTypeArray inner;
         inner.append(kxDynamicType(object));
@@ -266,21 +263,19 @@ TEST(kxDynamicTypeArray, ChangesAndChecksItsValues)
 
 TEST(kxDynamicType, NestedValuesComeBackFromAnAdapter)
 {
+    const kxDynamicTypeError error(-2, "why");
     kxDynamicTypeArray array;
-    array.append({});
-    array.append(2.5);
-    array.append(std::int64_t{-7});
-    array.append(kxString(std::string(300, 't')));
-    array.append(made("mine", "abc"));
-    array.append(kxVec3{1.5F, 2, -0.0F});
-    array.append(kxDynamicTypeError(-2, "why"));
+    for (const kxDynamicType& value : {kxDynamicType(), kxDynamicType(2.5), kxDynamicType(std::int64_t{-7}),
+                                       kxDynamicType(std::string(300, 't')), made("mine", "abc"),
+                                       kxDynamicType(kxVec3{1.5F, 2, -0.0F}), kxDynamicType(error)})
+        array.append(value);
     kxDynamicTypeChain chain;
     chain.append(kxDynamicTypeTimeTagged(array, 2.0));
     chain.append(kxDynamicTypeArray());
     kxDynamicTypeContainer value;
     value.set("chain", chain);
     value.set("", array);
-    const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 64U);
+    const auto adapter = kxTestInput();
     const kxSerializeDynamicType stored(value);
     stored.write(*adapter);
     EXPECT_EQ(adapter->length(), stored.getDataSize());
@@ -292,7 +287,7 @@ TEST(kxDynamicType, NestedValuesComeBackFromAnAdapter)
     EXPECT_EQ(adapter->length(), 0U);
     EXPECT_EQ(again.getValue(), value);
     EXPECT_EQ(rebuilt(again.getValue()), value);
-    EXPECT_EQ(bytesOf(kxDynamicTypeError(-2, "why")), std::string("\xFE\xFF\xFF\xFFwhy\0", 8));
+    EXPECT_EQ(bytesOf(error), std::string("\xFE\xFF\xFF\xFFwhy\0", 8));
     EXPECT_EQ(bytesOf(kxDynamicTypeTimeTagged(3, 2.0)), item("num", "\x03") + std::string(7, '\0') + "\x40");
 
     const kxDynamicType custom = kxDynamicTypeCustom("count", kxVarUInt64(300));
@@ -325,14 +320,13 @@ TEST(kxDynamicType, BrokenBytesGiveTheNeutralValueAndAWarning)
     };
     for (const auto& [why, typeName, bytes] : cases) {
         SCOPED_TRACE(why);
-        kxMessageRecorder recorder;
+        kxMessageRecorder recorder(KX_MESSAGE_WARNING);
         const kxDynamicType found = rebuilt(made(typeName, bytes));
         EXPECT_EQ(bytesOf(found), found.isType(KX_UNIQUE_ERROR)  ? std::string(5, '\0')
                                   : found.isType(KX_UNIQUE_TTAG) ? item("void", "") + std::string(8, '\0')
                                                                  : zero);
         ASSERT_EQ(recorder.entries().size(), 1U);
-        EXPECT_EQ(recorder.entries()[0].level, KX_MESSAGE_WARNING);
-        EXPECT_EQ(recorder.entries()[0].text.find("Corrupt Stream in kxDynamicType"), 0U);
+        EXPECT_TRUE(recorder.entries()[0].text.starts_with("Corrupt Stream in kxDynamicType"));
     }
     EXPECT_EQ(bytesOf(rebuilt(made("array", nested(64)))), nested(64)) << "the most";
 
@@ -360,10 +354,8 @@ TEST(kxSerializeDynamicType, BrokenStreamsGiveVoidAndAWarning)
              item("ref", "12345678"),                // an object
          }) {
         kxMessageRecorder recorder;
-        const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 64U);
-        adapter->write(stream.data(), static_cast<std::uint32_t>(stream.size()));
         kxSerializeDynamicType found(kxDynamicType(1));
-        found.read(*adapter);
+        found.read(*kxTestInput(stream));
         EXPECT_EQ(found.getValue(), kxDynamicType());
         EXPECT_EQ(recorder.texts(), Texts{"Corrupt Stream in kxDynamicType!!"});
     }

@@ -1,9 +1,7 @@
 #include "kxbase/lex/kxArgumentParser.h"
 
 #include "kxbase/core/kxFatalError.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <unistd.h>
 
@@ -11,25 +9,18 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-Words argumentsOf(const kxArgumentParser& parser)
+// Each argument in angles, and then each option as "-name@start+count of its values".
+std::string shown(const kxArgumentParser& parser)
 {
-    Words words;
-    for (const auto* argument : parser.getArguments()) words.emplace_back(argument->getValue().view());
-    return words;
-}
-
-// Each option as "name@start+values".
-Words optionsOf(const kxArgumentParser& parser)
-{
-    Words words;
+    std::string text;
+    for (const auto* argument : parser.getArguments())
+        text += kxString::format("<%s>", argument->getValue()).view();
     for (const auto* option : parser.getOptions()) {
-        std::uint32_t start = 0;
-        std::uint32_t count = 0;
+        std::uint32_t start = 0, count = 0;
         parser.hasOption(option->getName(), true, &start, &count);
-        words.push_back(std::string(option->getName().view()) + "@" + std::to_string(start) + "+" +
-                        std::to_string(count));
+        text += kxString::format(" -%s@%u+%u", option->getName(), start, count).view();
     }
-    return words;
+    return text;
 }
 
 kxArgumentParser parserOf(const Words& words)
@@ -43,39 +34,35 @@ kxArgumentParser parserOf(const Words& words)
 
 TEST(kxArgumentParser, CutsACommandLineIntoOptionsAndArguments)
 {
-    const std::tuple<const char*, const char*, Words, Words> cases[] = {
-        {"nothing", "", {}, {}},
-        {"values run up to the next option",
-         "prog -URL tcp::1 extra -ping",
-         {"prog", "tcp::1", "extra"},
-         {"URL@1+2", "ping@3+0"}},
-        {"any white space separates", "a\t-b\r\n c", {"a", "c"}, {"b@1+1"}},
-        {"a negative number is a value", "p -n -5 -2.5 -3e2", {"p", "-5", "-2.5", "-3e2"}, {"n@1+3"}},
-        {"zero is an option", "p -0 x -0.0", {"p", "x"}, {"0@1+1", "0.0@2+0"}},
-        {"no numbers", "p -inf -nan -0x10 -.5", {"p"}, {"inf@1+0", "nan@1+0", "0x10@1+0", ".5@1+0"}},
-        {"the prefix alone", "p - -a", {"p", "-"}, {"a@2+0"}},
-        {"quotes keep white space", "p -o 'a b' \"c  d\"", {"p", "a b", "c  d"}, {"o@1+2"}},
-        {"pieces that touch are glued", "a'b c'd\"e f\"", {"ab cde f"}, {}},
-        {"all quotes at both ends go", "''x'' \"\"\"y\"\"\"", {"x", "y"}, {}},
-        {"the other kind stays", "'\"x\"' \"it's\"", {"\"x\"", "it's"}, {}},
-        {"a quote without partner is ordinary", "it's 'here", {"its here"}, {}},
-        {"nothing but quotes is no word", "'' \"\" x", {"x"}, {}},
-        {"a quoted option is one", "p '-a b'", {"p"}, {"a b@1+0"}},
+    const kxTestRow rows[] = {
+        {"nothing", "", ""},
+        {"values run up to the next option", "prog -URL tcp::1 extra -ping",
+         "<prog><tcp::1><extra> -URL@1+2 -ping@3+0"},
+        {"any white space separates", "a\t-b\r\n c", "<a><c> -b@1+1"},
+        {"a negative number is a value", "p -n -5 -2.5 -3e2", "<p><-5><-2.5><-3e2> -n@1+3"},
+        {"zero is an option", "p -0 x -0.0", "<p><x> -0@1+1 -0.0@2+0"},
+        {"no numbers", "p -inf -nan -0x10 -.5", "<p> -inf@1+0 -nan@1+0 -0x10@1+0 -.5@1+0"},
+        {"the prefix alone", "p - -a", "<p><-> -a@2+0"},
+        {"quotes keep white space", "p -o 'a b' \"c  d\"", "<p><a b><c  d> -o@1+2"},
+        {"pieces that touch are glued", "a'b c'd\"e f\"", "<ab cde f>"},
+        {"all quotes at both ends go", "''x'' \"\"\"y\"\"\"", "<x><y>"},
+        {"the other kind stays", "'\"x\"' \"it's\"", "<\"x\"><it's>"},
+        {"a quote without partner is ordinary", "it's 'here", "<its here>"},
+        {"nothing but quotes is no word", "'' \"\" x", "<x>"},
+        {"a quoted option is one", "p '-a b'", "<p> -a b@1+0"},
     };
-    for (const auto& [why, line, arguments, options] : cases) {
-        SCOPED_TRACE(why);
+    kxExpectRows(rows, [](const kxTestRow& row) {
         kxArgumentParser parser(0, nullptr);
-        parser.setArguments(line);
-        EXPECT_EQ(argumentsOf(parser), arguments);
-        EXPECT_EQ(optionsOf(parser), options);
-    }
+        parser.setArguments(kxString(row.text));
+        return shown(parser);
+    });
 }
 
 TEST(kxArgumentParser, JoinsTheWordsThatTheShellGaveIt)
 {
     const kxArgumentParser parser = parserOf({"prog", "-output", "a b", "'c d'"});
     EXPECT_EQ(parser.getArgumentString(), "prog -output a b 'c d' ");
-    EXPECT_EQ(argumentsOf(parser), Words({"prog", "a", "b", "c d"}));
+    EXPECT_EQ(shown(parser), "<prog><a><b><c d> -output@1+3");
     const kxArgumentParser none(-1, nullptr);
     EXPECT_TRUE(none.getArgumentString().isEmpty());
     EXPECT_EQ(none.getArguments().count(), 0U);
@@ -109,14 +96,12 @@ TEST(kxArgumentParser, ServesOtherPrefixesAndParsesAgain)
 {
     kxArgumentParser parser(0, nullptr);
     parser.setArguments("p --x 1 -y --7", "--");
-    EXPECT_EQ(argumentsOf(parser), Words({"p", "1", "-y", "--7"}));
-    EXPECT_EQ(optionsOf(parser), Words({"x@1+3"}));
+    EXPECT_EQ(shown(parser), "<p><1><-y><--7> -x@1+3");
     parser.setArguments("q");
-    EXPECT_EQ(argumentsOf(parser), Words({"q"}));
-    EXPECT_EQ(optionsOf(parser), Words());
+    EXPECT_EQ(shown(parser), "<q>");
     parser.setArguments("'x y' +z", "+");
     parser.setArguments(parser.getArguments().at(0)->getValue(), parser.getOptions().at(0)->getName());
-    EXPECT_EQ(argumentsOf(parser), Words({"x", "y"})) << "of its own texts";
+    EXPECT_EQ(shown(parser), "<x><y>") << "of its own texts";
     EXPECT_THROW(parserOf({std::string(65536, 'x')}), kxFatalError);
 }
 

@@ -3,30 +3,7 @@
 
 #include "kxbase/dynamic/kxDynamicTypeArray.h"
 #include "kxbase/lex/kxSerializeLex.h"
-#include "kxbase/serialize/kxSerializeAdapterQueue.h"
-
-#include <string>
-
-inline std::string kxRepeated(std::string_view text, int count)
-{
-    std::string all;
-    while (count-- != 0) all += text;
-    return all;
-}
-
-inline kxRefPointer<kxSerializeAdapter> kxInputOf(std::string_view text)
-{
-    const auto adapter = kxMakeRef<kxSerializeAdapterQueue>(KX_QUEUE_FIFO, 1024U);
-    adapter->write(text.data(), static_cast<std::uint32_t>(text.size()));
-    return adapter;
-}
-
-inline std::string kxRestOf(kxSerializeAdapter& adapter)
-{
-    std::string rest(adapter.length(), '\0');
-    adapter.read(rest.data(), static_cast<std::uint32_t>(rest.size()));
-    return rest;
-}
+#include "support/kxTest.h"
 
 inline std::string kxPrinted(const kxDynamicType& value)
 {
@@ -44,13 +21,13 @@ inline std::string kxOutcome(kxSerializeLex& lex, kxLexResult result, kxSerializ
 {
     std::string text(kxLexResultName(result));
     while (lex.hasValue()) text += " " + kxPrinted(lex.pop());
-    return text + " <" + kxRestOf(adapter) + ">";
+    return text + " <" + kxTestTake(adapter) + ">";
 }
 
 // Runs the rule "main" of a set; with tracing the program is the plain one.
 inline std::string kxOutcomeOf(std::string_view rules, std::string_view input, bool isPlain = false)
 {
-    const auto adapter = kxInputOf(input);
+    const auto adapter = kxTestInput(input);
     kxSerializeLex lex(adapter);
     lex.setTracing(isPlain);
     lex.addRules(rules);

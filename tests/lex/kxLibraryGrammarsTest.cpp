@@ -2,22 +2,14 @@
 #include "kxbase/lex/kxDynamicTypeArgumentParser.h"
 #include "kxbase/lex/kxRegKeyExpandParser.h"
 #include "lex/kxLexOutcome.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
 
 namespace {
-
-struct Row {
-    const char* why;
-    std::string text, expected;
-};
 
 class Expander : public kxRegKeyExpandParser {
 protected:
     std::optional<kxString> findSetting(const kxString& name) override
     {
-        if (name == "long") return kxString(kxRepeated("x", 40000));
+        if (name == "long") return kxString(kxTestRepeated("x", 40000));
         return name.startsWith("k") ? std::optional<kxString>(name + "=$(k)") : std::nullopt;
     }
     std::optional<kxString> findInterface(const kxString& name) override
@@ -60,7 +52,7 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
 {
     const kxMessageRecorder messages;
     const std::string guid = "{01234567-89AB-CDEF-0123-456789ABCDEF}";
-    const Row rows[] = {
+    const kxTestRow rows[] = {
         {"every kind", "1.5, 'a\"b',\"it's\" ,yes,[1, [2, 'x']]," + guid,
          "[1.5 'a\"b' 'it's' 1 [1 [2 'x']] " + guid + "]"},
         {"numbers", " -5 , +1e3, 9007199254740993 ", "[-5 1000 9007199254740993L]"},
@@ -72,28 +64,25 @@ TEST(kxDynamicTypeArgumentParser, ReadsLists)
         {"nothing", "", "[] Adapter out of Data"},
         {"no argument", "x", "[] Not All arguments were parsed"},
         {"a GUID that is too short", "{0123}", "[] Not All arguments were parsed"},
-        {"deep arrays", kxRepeated("[", 60) + "7" + kxRepeated("]", 60),
-         "[" + kxRepeated("[", 60) + "7" + kxRepeated("]", 60) + "]"},
+        {"deep arrays", kxTestRepeated("[", 60) + "7" + kxTestRepeated("]", 60),
+         "[" + kxTestRepeated("[", 60) + "7" + kxTestRepeated("]", 60) + "]"},
     };
     kxDynamicTypeArgumentParser parser;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.why);
+    kxExpectRows(rows, [&](const kxTestRow& row) {
         const bool isRight = parser.parse(kxString(row.text));
         EXPECT_EQ(isRight, parser.getError().isEmpty());
-        // As bytes and back, as they would travel.
-        const std::string values = kxPrinted(parser.getArguments());
-        EXPECT_EQ(values + (isRight ? "" : " ") + parser.getError().text(), row.expected);
-    }
-    EXPECT_FALSE(parser.parse(kxString(kxRepeated("[", 61) + "7" + kxRepeated("]", 61))));
+        return kxPrinted(parser.getArguments()) + (isRight ? "" : " ") + parser.getError().text();
+    });
+    EXPECT_FALSE(parser.parse(kxString(kxTestRepeated("[", 61) + "7" + kxTestRepeated("]", 61))));
     EXPECT_TRUE(parser.getError().contains("Too many nested arrays")) << parser.getError();
-    EXPECT_TRUE(parser.parse(kxString(kxRepeated("1,", 30000) + "2")));
+    EXPECT_TRUE(parser.parse(kxString(kxTestRepeated("1,", 30000) + "2")));
     EXPECT_EQ(parser.getArguments().count(), 30001U);
 }
 
 TEST(kxRegKeyExpandParser, PutsValuesIn)
 {
     const kxMessageRecorder messages;
-    const Row rows[] = {
+    const kxTestRow rows[] = {
         {"nothing", "", ""},
         {"settings and interfaces", "<$(key)|${eth0}>", "<key=$(k)|10.0.0.1>"},
         {"what nobody knows stays", "$(x)${eth1}$()", "$(x)${eth1}$()"},
@@ -101,13 +90,12 @@ TEST(kxRegKeyExpandParser, PutsValuesIn)
         {"a text that becomes too long", "$(long)$(long)", "Too many characters in kxString"},
     };
     Expander expander;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.why);
+    kxExpectRows(rows, [&](const kxTestRow& row) {
         kxString expanded("before");
         const bool isRight = expander.expand(kxString(row.text), expanded);
-        EXPECT_EQ(std::string(expanded.view()) + expander.getError().text(), row.expected);
         EXPECT_EQ(isRight, expander.getError().isEmpty());
-    }
+        return std::string(expanded.view()) + expander.getError().text();
+    });
     kxString expanded;
     EXPECT_TRUE(kxRegKeyExpandParser().expand("$(PATH)${lo}", expanded));
     EXPECT_EQ(expanded, kxString(std::getenv("PATH")) + "${lo}");
@@ -116,7 +104,7 @@ TEST(kxRegKeyExpandParser, PutsValuesIn)
 TEST(kxConsoleCommandParser, UnderstandsCommands)
 {
     const kxMessageRecorder messages;
-    const Row rows[] = {
+    const kxTestRow rows[] = {
         {"single words", " quit\n", "quit"},
         {"the shorter form", "ver", "version"},
         {"all aliases", "alias", "aliases"},
@@ -132,11 +120,10 @@ TEST(kxConsoleCommandParser, UnderstandsCommands)
         {"nothing is done by half", "quit now", "Not All arguments were parsed"},
         {"a word is missing", "set alias ll", "Adapter out of Data"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.why);
+    kxExpectRows(rows, [](const kxTestRow& row) {
         Console console;
         const bool isRight = console.run(kxString(row.text));
-        EXPECT_EQ(console.told + console.getError().text(), row.expected);
         EXPECT_EQ(isRight, console.getError().isEmpty());
-    }
+        return console.told + console.getError().text();
+    });
 }

@@ -2,12 +2,6 @@
 
 #include "kxbase/lex/kxRuleParser.h"
 #include "lex/kxLexOutcome.h"
-#include "support/kxMessageRecorder.h"
-#include "support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
 
 namespace {
 

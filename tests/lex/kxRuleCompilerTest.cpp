@@ -1,8 +1,7 @@
 #include "kxbase/lex/kxRuleCompiler.h"
 
 #include "kxbase/lex/kxRuleParser.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 
@@ -31,33 +30,6 @@ TEST(kxRuleSet, KnowsWhatRulesBeginWith)
                            "b? [x00-xFF high nothing]\n"
                            "c [x00-xFF high nothing]\n"
                            "d [x00-`b-xFF high]\n");
-}
-
-TEST(kxRuleSet, FindsLeftRecursion)
-{
-    const struct {
-        const char* why;
-        std::initializer_list<const char*> rules;
-        const char* through;  // the rule and what it calls
-    } rows[] = {
-        {"none", {"a ::= 'x' a | b", "b ::= 'y' b?"}, ""},
-        {"itself", {"a ::= a 'x'"}, "a a"},
-        {"in another alternative", {"a ::= 'x' | a"}, "a a"},
-        {"behind what can be nothing", {"a ::= $ 'x'? ('y' | '')* b 'z'", "b ::= (a)2"}, "b a"},
-        {"in what must not match", {"a ::= 'x' - a"}, "a a"},
-        {"a round that is never done", {"a ::= (a){0,0} 'x'"}, ""},
-        {"behind a rule that becomes empty late", {"a ::= b a", "b ::= c", "c ::= d", "d ::= 'x'*"}, "a a"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        const kxRuleSet set = ruleSet(row.rules);
-        std::string through;
-        if (const auto* const place = set.leftRecursion()) {
-            const kxRuleTree& tree = set.rules()[place->rule].info->tree();
-            through = tree.name() + " " + std::string(tree.textOf(tree.nodes()[place->node]));
-        }
-        EXPECT_EQ(through, row.through);
-    }
 }
 
 TEST(kxRuleCompiler, MakesPrograms)

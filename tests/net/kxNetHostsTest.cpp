@@ -4,17 +4,12 @@
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/net/kxSerializeAdapterUDP.h"
-#include "support/kxMessageRecorder.h"
 #include "support/kxProcess.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
-#include "support/kxTestTransfer.h"
-
-#include <gtest/gtest.h>
 
 #include <ctime>
 #include <filesystem>
-#include <thread>
 
 #include <fcntl.h>
 #include <netinet/in.h>

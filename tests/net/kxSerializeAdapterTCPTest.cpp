@@ -1,15 +1,9 @@
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/core/kxClock.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
-#include "support/kxTestTransfer.h"
-
-#include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
-#include <thread>
-#include <tuple>
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -55,27 +49,27 @@ struct Connection {
 
 TEST(kxSerializeAdapterTCP, TellsWhyItCouldNotOpen)
 {
-    const std::string closed = kxTestSocket::listener().url("");
-    const std::string refused = "kxSocket error: Connection was refused when connecting to IP adress ";
-    const std::string unknown = "kxSocket error: Unknown socket error when connecting to IP adress ";
-    const std::string nowhere =
-        "kxSocket error: Cannot assign requested address when connecting to IP adress ";
+    const std::string closed = kxTestSocket::listener().url(""), nobody = "no.such.host.invalid";
+    const auto told = [](const char* error, const std::string& url, const char* from = "Unknown") {
+        return std::string("kxSocket error: ") + error + " when connecting to IP adress " + url +
+               " and bind to " + from;
+    };
+    const char *const refused = "Connection was refused", *const nowhere = "Cannot assign requested address",
+                      *const unknown = "Unknown socket error";
     const struct {
         const char* why;
         std::string url, error;
         bool lacksDescriptors = false;
-    } cases[] = {
-        {"nobody listens", closed, refused + closed + " and bind to Unknown"},
-        {"bound", closed + "?nic=lo", refused + closed + "?nic=lo and bind to 127.0.0.1"},
-        {"no host", ":80", "Missing IP adress :80"},
-        {"no port", "localhost:%d", "Unable to connect IP adress localhost:%d"},
-        {"unknown is not here", "no.such.host.invalid", nowhere + "no.such.host.invalid and bind to Unknown"},
-        {"nor is any", "0.0.0.0:22", nowhere + "0.0.0.0:22 and bind to Unknown"},
-        {"not ours", closed + "?nic=192.0.2.77",
-         "Unable to bind IP adress " + closed + " on iface:192.0.2.77"},
-        {"before anything else", closed, unknown + closed + " and bind to Unknown", true},
-        {"nor bound", closed + "?nic=127.0.0.1", unknown + closed + "?nic=127.0.0.1 and bind to Unknown",
-         true}};
+    } cases[] = {{"nobody listens", closed, told(refused, closed)},
+                 {"bound", closed + "?nic=lo", told(refused, closed + "?nic=lo", "127.0.0.1")},
+                 {"no host", ":80", "Missing IP adress :80"},
+                 {"no port", "localhost:%d", "Unable to connect IP adress localhost:%d"},
+                 {"unknown is not here", nobody, told(nowhere, nobody)},
+                 {"nor is any", "0.0.0.0:22", told(nowhere, "0.0.0.0:22")},
+                 {"not ours", closed + "?nic=192.0.2.77",
+                  "Unable to bind IP adress " + closed + " on iface:192.0.2.77"},
+                 {"before anything else", closed, told(unknown, closed), true},
+                 {"nor bound", closed + "?nic=127.0.0.1", told(unknown, closed + "?nic=127.0.0.1"), true}};
     rlimit before{};
     ::getrlimit(RLIMIT_NOFILE, &before);
     const rlimit none{0, before.rlim_max};
@@ -139,12 +133,16 @@ TEST(kxSerializeAdapterTCP, MovesOnWhenBothDirectionsAreFull)
 
 TEST(kxSerializeAdapterTCP, ReadsWhatArrivedBeforeTheConnectionWasLost)
 {
+    kxMessageRecorder recorder;
     Connection reset;
     reset.peer.send("last words");
     EXPECT_EQ(reset.adapter->length(), 10U);
     reset.peer.reset();
     while (reset.adapter->getSendError() == KX_SOCKET_OK) reset.write("x");
+    reset.write("x");
     EXPECT_EQ(reset.readToEnd(), "last words");
+    ASSERT_EQ(recorder.texts().size(), 1U) << "once for each connection";
+    EXPECT_TRUE(recorder.texts()[0].starts_with("Could not send to 127.0.0.1:"));
 
     Connection gone;  // a failed write alone ends nothing
     gone.peer.send(std::string(100000, 'a'));

@@ -1,10 +1,7 @@
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/core/kxClock.h"
-#include "support/kxTestPattern.h"
+#include "support/kxTest.h"
 #include "support/kxTestSocket.h"
-#include "support/kxTestTransfer.h"
-
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,11 +1,9 @@
 #include "kxbase/notify/kxNotifyManager.h"
 
 #include "kxbase/core/kxClock.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <mutex>
-#include <thread>
 
 namespace {
 

@@ -1,9 +1,7 @@
 #include "kxbase/object/kxRefHolder.h"
 #include "kxbase/object/kxReference.h"
-#include "tests/support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 
-#include <gtest/gtest.h>
-#include <thread>
 #include <unordered_set>
 
 // Stand-ins for two listed classes and one that the tree does not name.

@@ -1,11 +1,6 @@
 #include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxThreadSafeReference.h"
-#include "tests/support/kxFatalText.h"
-#include "tests/support/kxMessageRecorder.h"
-
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/kxTest.h"
 
 namespace {
 
@@ -130,6 +125,39 @@ TEST(kxReference, LongChainsNeedNoDeepStackAndSurviveFatalErrors)
 {
     expectThatAChainGoes<kxReference>();
     expectThatAChainGoes<kxThreadSafeReference>();
+}
+
+template <typename Base> struct Full : Base {
+    Full() { this->referenceCount_ = 0xFFFFFFFFU; }
+    ~Full() override { this->referenceCount_ = 0; }
+};
+
+TEST(kxReference, AFullCountDoesNotStartAgain)
+{
+    const char* const text = "REFERENCE MISMATCH ! Too many references to an object";
+    EXPECT_EQ(kxFatalText([] { Full<kxReference>().ref(); }), text);
+    EXPECT_EQ(kxFatalText([] { Full<kxThreadSafeReference>().ref(); }), text);
+}
+
+struct Last : kxReference {
+    ~Last() override
+    {
+        next = nullptr;
+        EXPECT_EQ(--alive + place, 15) << "what a destructor releases is gone when the release returns";
+    }
+    static inline int alive = 0;
+    int place = alive++;
+    kxRefPointer<Last> next;
+};
+
+TEST(kxReference, DestructionKeepsItsOrder)
+{
+    kxRefPointer<Last> head;
+    for (int count = 0; count < 16; ++count) {
+        auto link = kxMakeRef<Last>();
+        link->next.swap(head);
+        head.swap(link);
+    }
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "kxbase/object/kxTypeTable.h"
+#include "support/kxTest.h"
 
 #include <cstring>
-#include <gtest/gtest.h>
 
 class kxSocket;
 

@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -42,7 +43,10 @@ KX_CRASH_SITE(overflowStack, volatile char room[4096]; room[0] = 1; if (zero == 
               sink = room[0])
 #if defined(__x86_64__)
 KX_CRASH_SITE(illegalInstruction, asm volatile("ud2"))
-KX_CRASH_SITE(privilegedInstruction, asm volatile("hlt"))
+KX_CRASH_SITE(privilegedInstruction, asm volatile("lgdt %fs:(%rsp)"))
+KX_CRASH_SITE(denormalOperand, constexpr unsigned kMask = 1U << 8;
+              __builtin_ia32_ldmxcsr(__builtin_ia32_stmxcsr() & ~kMask); volatile float number = 1e-40F;
+              number = number * 2)
 KX_CRASH_SITE(readMisaligned, asm volatile("pushfq; orq $0x40000, (%%rsp); popfq; movl 1(%%rsp), %%eax"
                                            :
                                            :
@@ -108,6 +112,13 @@ void faultInReport()
     callNull();
 }
 
+void limitFiles()
+{
+    const rlimit limit{1000, 1000};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    overflowStack();
+}
+
 // Has the thread that faults killed, and ends.
 void exitDuringDump()
 {
@@ -143,6 +154,38 @@ void hostHandler()
     ::_exit(7);
 }
 
+// The order to kill a thread is obeyed after a jump as well: the thread is gone before it can end the process.
+void killAfterJump()
+{
+    static std::atomic<pid_t> id{0};
+    static std::atomic<bool> isOrdered{false};
+    Thread thread([] {
+        if (sigsetjmp(place, 0) < 2) readNull();
+        id = ::gettid();
+        while (!isOrdered) ::usleep(100);
+        ::usleep(1000);
+        ::_exit(9);
+    });
+    while (id == 0) ::usleep(100);
+    thread.setWatchdogSeconds(1e-6);
+    thread.checkHeartbeat();
+    isOrdered = true;
+    while (::tgkill(::getpid(), id, 0) == 0) ::usleep(100);
+}
+
+void restoreDefault(int signal)
+{
+    std::signal(signal, SIG_DFL);
+}
+
+void handle(int signal, void (*handler)(int))
+{
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_NODEFER;
+    ::sigaction(signal, &action, nullptr);
+}
+
 void run(std::string_view way)
 {
     const auto onWay = [=](std::string_view name, void (*function)()) {
@@ -152,10 +195,12 @@ void run(std::string_view way)
     KX_WAY(readNull), KX_WAY(callNull), KX_WAY(divideByZero), KX_WAY(abortProgram), KX_WAY(stopInDebugger),
         KX_WAY(throwError), KX_WAY(killItself), KX_WAY(overflowStack), KX_WAY(corruptHeap),
         KX_WAY(faultInPrinting), KX_WAY(faultInReport), KX_WAY(exitDuringDump), KX_WAY(onTwoThreads),
-        KX_WAY(faultInChild), KX_WAY(hostHandler);
+        KX_WAY(faultInChild), KX_WAY(hostHandler), KX_WAY(limitFiles), KX_WAY(killAfterJump);
 #if defined(__x86_64__)
-    KX_WAY(illegalInstruction), KX_WAY(privilegedInstruction), KX_WAY(readMisaligned), KX_WAY(losePlace);
+    KX_WAY(illegalInstruction), KX_WAY(privilegedInstruction), KX_WAY(readMisaligned),
+        KX_WAY(denormalOperand), KX_WAY(losePlace);
 #endif
+    onWay("exitWithHandler", exitDuringDump);
     onWay("inDestructor", [] { destroyed.isArmed = true; });
     onWay("onThread", [] { Thread(readNull).join(); });
     onWay("overflowThread", [] { Thread(overflowStack).join(); });
@@ -167,7 +212,9 @@ void run(std::string_view way)
 
 int main(int, char** arguments)
 {
-    if (std::strcmp(arguments[1], "hostHandler") == 0) std::signal(SIGSEGV, kxCrasher::jump);
+    const std::string_view way = arguments[1];
+    if (way == "hostHandler" || way == "killAfterJump") kxCrasher::handle(SIGSEGV, kxCrasher::jump);
+    if (way == "exitWithHandler") kxCrasher::handle(SIGSEGV, kxCrasher::restoreDefault);
     if (!kxProgramExecution::install()) return 90;
-    kxCrasher::run(arguments[1]);
+    kxCrasher::run(way);
 }

@@ -10,6 +10,7 @@
 #include "support/kxMessageRecorder.h"
 #include "support/kxProcess.h"
 #include "support/kxTempDirectory.h"
+#include "support/kxTestSocket.h"
 
 #include <gtest/gtest.h>
 
@@ -129,6 +130,8 @@ deu "\n\r\t\\\"\x%s")",
         {"of a faulty text, not of the one before", u"\"Key\"\n\"Other\ndeu \"Wort\"\n", "none"},
         {"an empty translation", u"\"Key\"\ndeu \"\"\n", "none"},
         {"a text that is too long", u"\"Key\"\ndeu \"" + std::u16string(65536, u'x') + u"\"\n", "none"},
+        {"behind blanks without end a text that is faulty",
+         u"\"Key\"\n" + std::u16string(200000, u' ') + u"\"Other\ndeu \"Wort\"\n", "none"},
         {"a huge line", std::u16string(200000, u'"') + u"\n\"Key\"\ndeu \"b\"\n", "b"},
     };
     for (const auto& c : cases) {
@@ -185,14 +188,22 @@ TEST_F(kxDefaultMessageTranslatorTest, ReadsOnceWhateverHappensMeanwhile)
 TEST_F(kxDefaultMessageTranslatorTest, SaysNothingOfAFileThatCannotBeRead)
 {
     const kxTempDirectory directory;
+    kxTestSocket server = kxTestSocket::listener();
+    std::thread serving([&] {
+        kxTestSocket connection = server.accept();
+        connection.receive();
+        connection.send("no reply\r\n\r\n");
+    });
     const kxMessageRecorder messages(KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL);
-    for (const std::string& url : {"file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
-                                   std::string("file:/dev/zero"), std::string("file:/proc/self/mem"),
-                                   "file:" + directory.write("bytes", "\xFF\"\"\xFF\xFE\n\n\"")}) {
+    for (const std::string& url :
+         {"file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
+          std::string("file:/dev/zero"), std::string("file:/proc/self/mem"), server.url("http:"),
+          "file:" + directory.write("bytes", "\xFF\"\"\xFF\xFE\n\n\"")}) {
         ::setenv("KORVEX_LANGUAGE_FILE", url.c_str(), 1);
         kxDefaultMessageTranslator own;
         EXPECT_EQ(own.translate("hello %s", "module", KX_MESSAGE_NOTICE), "") << url;
     }
+    serving.join();
     EXPECT_EQ(messages.texts(), Texts());
 }
 

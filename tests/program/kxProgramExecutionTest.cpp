@@ -127,6 +127,7 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         {"onThread", SIGSEGV, "ACCESS_VIOLATION", "Thread::process"},
         {"onTwoThreads", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"exitDuringDump", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
+        {"exitWithHandler", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"abortProgram", SIGABRT, "NONCONTINUABLE_EXCEPTION"},
         {"throwError", SIGABRT, "NONCONTINUABLE_EXCEPTION"},
         {"corruptHeap", SIGABRT, "NONCONTINUABLE_EXCEPTION", "corruptHeap", kOwnHeap},
@@ -135,6 +136,7 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         {"divideByZero", SIGFPE, "INT_DIVIDE_BY_ZERO"},
         {"illegalInstruction", SIGILL, ""},
         {"privilegedInstruction", SIGSEGV, "PRIV_INSTRUCTION"},
+        {"denormalOperand", SIGFPE, "FLT_DENORMAL_OPERAND"},
         {"readMisaligned", SIGBUS, "DATATYPE_MISALIGNMENT", "readMisaligned", kOwnHandler},
         {"losePlace", SIGSEGV, "ACCESS_VIOLATION", "", kOwnHandler},
 #endif
@@ -171,6 +173,7 @@ TEST_F(kxCrashTest, FollowsTheSettings)
         {"the second fault gets its turn", "onTwoThreads", "ROUTE", "0", kxExited(0), 2, kKill},
         {"no spelling of no", "readNull", "ROUTE", "none", kxKilledBy(SIGSEGV), 1},
         {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 2},
+        {"a thread is killed after a jump", "killAfterJump", "ROUTE", "Yes", kxExited(0), 2, kKill},
         {"the handler before ours is spared", "hostHandler", "ROUTE", "no", kxExited(139), 1},
     };
     for (const auto& c : cases) {
@@ -196,16 +199,22 @@ TEST_F(kxCrashTest, PutsTheFileWhereItCan)
     EXPECT_EQ(nowhere.path, "");
     EXPECT_EQ(countDumps(nowhere.error), 1);
     EXPECT_EQ(nowhere.output, "\rKorvexSDK Fatal::EXCEPTION_ACCESS_VIOLATION\n");
+
+    const Remains noRoom = crash("limitFiles", {{"TMPDIR", directory.path()}});
+    EXPECT_EQ(noRoom.file, "");
+    EXPECT_EQ(countDumps(noRoom.error), 1);
+    EXPECT_EQ(noRoom.output, nowhere.output);
 }
 
 TEST_F(kxCrashTest, ExceptionsOfThreadsBecomeLinesOfOneFile)
 {
     const std::string line =
         "Thread \\d+ threw exception \\('thrown on purpose'\\) outside process\\(\\)\r\n";
-    const Remains lines = crash("throwInThreads");
+    const Remains lines = crash("throwInThreads", {{"KORVEX_MEMORY_CHECK", "yes"}});
     EXPECT_EQ(lines.end, kxExited(0));
     EXPECT_TRUE(std::regex_match(lines.file, std::regex(line + line))) << lines.file;
     EXPECT_THAT(lines.output, testing::StartsWith("\r" + noticeOf(lines.path)));
+    EXPECT_THAT(lines.output, testing::Not(HasSubstr("Lost mem")));
 
     const Remains mixed = crash("throwAndFault");
     EXPECT_EQ(mixed.end, kxKilledBy(SIGSEGV));

@@ -1,12 +1,7 @@
 #include "kxbase/protocol/kxHttpBody.h"
 
 #include "kxbase/protocol/kxHttpMessageParser.h"
-#include "support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
+#include "support/kxTest.h"
 
 namespace {
 
@@ -57,7 +52,7 @@ TEST(kxHttpBody, FindsTheFraming)
     const struct {
         const char* why;
         std::string head, method;
-        kxHttpFraming framing;
+        kxHttpFraming expected;
     } cases[] = {
         {"a length", "HTTP/1.1 404 X\r\n" + length, "GET", KX_HTTP_BODY_LENGTH},
         {"no length", ok, "GET", KX_HTTP_BODY_UNTIL_CLOSE},
@@ -71,10 +66,8 @@ TEST(kxHttpBody, FindsTheFraming)
         {"requests as well", "PUT / HTTP/1.1\r\n", "", KX_HTTP_BODY_NONE},
         {"and have one", "PUT / HTTP/1.1\r\n" + length, "HEAD", KX_HTTP_BODY_LENGTH},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        EXPECT_EQ(kxHttpBody::framingOf(headOf(c.head + "\r\n"), c.method), c.framing);
-    }
+    kxExpectRows(cases,
+                 [](const auto& c) { return kxHttpBody::framingOf(headOf(c.head + "\r\n"), c.method); });
 }
 
 TEST(kxHttpBody, DecodesInWhateverPieces)
@@ -106,12 +99,8 @@ TEST(kxHttpBody, DecodesInWhateverPieces)
         {"endless zeros", kChunked, std::string(5000, '0'), malformed},
         {"an endless trailer", kChunked, "0\r\n" + std::string(70000, 'x'), malformed},
     };
-    for (const auto& c : cases) {
-        for (const std::size_t most : {1U, 7U, 100000U}) {
-            SCOPED_TRACE(c.why);
-            EXPECT_EQ(decoded(headOf(c.head), c.input, most), c.expected);
-        }
-    }
+    for (const std::size_t most : {1U, 7U, 100000U})
+        kxExpectRows(cases, [=](const auto& c) { return decoded(headOf(c.head), c.input, most); });
 }
 
 TEST(kxHttpBody, LetsPlainRunsBeReadByTheCaller)

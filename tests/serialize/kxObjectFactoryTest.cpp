@@ -1,10 +1,7 @@
 #include "kxbase/serialize/kxObjectFactoryOf.h"
 #include "kxbase/serialize/kxObjectInput.h"
 #include "kxbase/serialize/kxSerializeString.h"
-#include "support/kxFatalText.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 
@@ -45,15 +42,6 @@ public:
     }
 };
 
-using Wire = kxRefPointer<kxSerializeAdapterQueue>;
-
-Wire wireWith(const std::string& bytes = {})
-{
-    const Wire wire(new kxSerializeAdapterQueue(KX_QUEUE_FIFO, 65536));
-    wire->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    return wire;
-}
-
 kxRefPointer<Node> node(const char* name, kxRefPointer<Node> next = {}, kxRefPointer<Leaf> leaf = {})
 {
     const auto made = kxMakeRef<Node>();
@@ -65,16 +53,14 @@ kxRefPointer<Node> node(const char* name, kxRefPointer<Node> next = {}, kxRefPoi
 
 std::string streamOf(const kxRefPointer<Node>& object)
 {
-    const Wire wire = wireWith();
+    const auto wire = kxTestInput();
     kxObjectOutput(*wire).writeObject(object);
-    std::string bytes(wire->length(), '?');
-    wire->read(bytes.data(), wire->length());
-    return bytes;
+    return kxTestTake(*wire);
 }
 
 kxRefPointer<Node> readFrom(const std::string& bytes)
 {
-    const Wire wire = wireWith(bytes);
+    const auto wire = kxTestInput(bytes);
     kxObjectInput input(*wire);
     const kxRefPointer<Node> found = input.readObject<Node>();
     EXPECT_TRUE(!input.hasError() || found == nullptr);
@@ -120,7 +106,7 @@ TEST_F(kxObjectStream, KeepsWhoRefersToWhom)
     last->next = first;
     EXPECT_EQ(streamOf(node("n")), std::string("\x02\xE9\x03\0\0\x04\0n\0\0", 10));
 
-    const Wire wire = wireWith();
+    const auto wire = kxTestInput();
     kxObjectOutput output(*wire);
     output.writeObject(first);
     output.writeObject(kxRefPointer<Node>());

@@ -1,13 +1,7 @@
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-
-#include "support/kxMessageRecorder.h"
-#include "support/kxTempDirectory.h"
-#include "support/kxTestPattern.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <filesystem>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -41,17 +35,6 @@ void expectEnd(kxSerializeAdapter& adapter)
     EXPECT_EQ(adapter.getError(), "End of file");
 }
 
-std::string readAll(kxSerializeAdapter& adapter)
-{
-    std::string bytes;
-    while (const std::uint32_t ready = adapter.length()) {
-        const std::size_t before = bytes.size();
-        bytes.resize(before + ready);
-        bytes.resize(before + adapter.read(bytes.data() + before, ready));
-    }
-    return bytes;
-}
-
 }  // namespace
 
 TEST_F(kxSerializeAdapterFileTest, BlocksOfAnySizeReadTheSameBytes)
@@ -61,8 +44,7 @@ TEST_F(kxSerializeAdapterFileTest, BlocksOfAnySizeReadTheSameBytes)
         SCOPED_TRACE(step);
         const File file = openWith(bytes);
         std::string got;
-        std::string block(step, '\0');
-        while (const std::uint32_t count = file->read(block.data(), step)) got.append(block, 0, count);
+        for (std::string block; !(block = kxTestTake(*file, step)).empty();) got += block;
         EXPECT_TRUE(got == bytes);
     }
 }
@@ -90,9 +72,7 @@ TEST_F(kxSerializeAdapterFileTest, BlocksWriteWhatTheirBytesWould)
     for (const std::uint32_t step : {1U, 1000U, 333333U, 1000000U, 1000001U, 2000000U, 3500000U}) {
         SCOPED_TRACE(step);
         const File file = open(KX_SERIALIZE_OUTPUT);
-        for (std::uint32_t at = 0; at < bytes.size(); at += step) {
-            file->write(bytes.data() + at, std::min(step, static_cast<std::uint32_t>(bytes.size()) - at));
-        }
+        for (std::size_t at = 0; at < bytes.size(); at += step) kxTestWrite(*file, bytes.substr(at, step));
         EXPECT_EQ(file->getRemaining(), 3000000U) << "as many whole blocks as are followed by a byte";
         file->flush();
         EXPECT_TRUE(content() == bytes);
@@ -151,7 +131,7 @@ TEST_F(kxSerializeAdapterFileTest, WarnsOncePerCallInTheWrongDirection)
     reading->write("xyz", 3);
     EXPECT_EQ(messages.texts(),
               std::vector<std::string>(2, "Can use KX_SERIALIZE_INPUT on a file opened for writing !\n"));
-    EXPECT_EQ(readAll(*reading), "abc") << "nothing is delivered, nothing is lost";
+    EXPECT_EQ(kxTestRead(*reading), "abc") << "nothing is delivered, nothing is lost";
 
     const kxMessageRecorder others;
     const File writing = open(KX_SERIALIZE_OUTPUT);
@@ -193,12 +173,12 @@ TEST_F(kxSerializeAdapterFileTest, LengthBeyondFourGigabytesIsSaturated)
 TEST_F(kxSerializeAdapterFileTest, ReadsFilesWhoseSizeNobodyKnows)
 {
     const File made(new kxSerializeAdapterFile("/proc/self/comm", KX_SERIALIZE_INPUT, false));
-    EXPECT_EQ(readAll(*made), "kxtest_serializ\n");
+    EXPECT_EQ(kxTestRead(*made), "kxtest_serializ\n");
     EXPECT_TRUE(made->hasError());
 
     const File broken(new kxSerializeAdapterFile("/proc/self/mem", KX_SERIALIZE_INPUT, false));
     const kxMessageRecorder messages;
-    EXPECT_TRUE(readAll(*broken).empty() && broken->hasError());
+    EXPECT_TRUE(kxTestRead(*broken).empty() && broken->hasError());
     EXPECT_EQ(broken->getError(), "Could not read from file '/proc/self/mem' (Input/output error)");
     EXPECT_EQ(messages.texts().size(), 1U);
 }
@@ -217,6 +197,6 @@ TEST_F(kxSerializeAdapterFileTest, ReadsANamedPipeAsItFillsAndEndsWithItsWriter)
     EXPECT_EQ(pipe->length(), 3U);
     EXPECT_EQ(pipe->readByte(), 'a');
     ::close(writer);
-    EXPECT_EQ(readAll(*pipe), "bc");
+    EXPECT_EQ(kxTestRead(*pipe), "bc");
     expectEnd(*pipe);
 }

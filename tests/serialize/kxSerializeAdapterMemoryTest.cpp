@@ -1,6 +1,5 @@
 #include "kxbase/serialize/kxSerializeAdapterMemory.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 

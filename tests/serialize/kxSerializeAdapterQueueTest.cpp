@@ -1,9 +1,6 @@
 #include "kxbase/serialize/kxSerializeAdapterQueue.h"
 #include "kxbase/serialize/kxSerializeAdapterString.h"
-#include "tests/support/kxFatalText.h"
-#include "tests/support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <deque>
 
@@ -41,10 +38,8 @@ TEST(kxSerializeAdapterQueue, DeliversWhatADequeWould)
 TEST(kxSerializeAdapterQueue, ReadingAByteOfAnEmptyOneIsFatal)
 {
     const auto text = kxMakeRef<kxSerializeAdapterString>("Ping\r\n");
-    char bytes[8] = {};
     EXPECT_EQ(text->getDataLength(), 6U);
-    EXPECT_EQ(text->read(bytes, 8), 6U);
-    EXPECT_STREQ(bytes, "Ping\r\n");
+    EXPECT_EQ(kxTestTake(*text, 8), "Ping\r\n");
     EXPECT_EQ(kxFatalText([&] { text->readByte(); }), "kxQueue:pop out of data");
     EXPECT_EQ(kxMakeRef<kxSerializeAdapterString>(nullptr)->length(), 0U);
 }

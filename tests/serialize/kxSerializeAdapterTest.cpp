@@ -1,8 +1,5 @@
 #include "kxbase/serialize/kxSerializeAdapter.h"
-
-#include "support/kxTestPattern.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 
@@ -32,13 +29,6 @@ private:
     std::size_t next_ = 0;
 };
 
-std::string take(kxSerializeAdapter& adapter, std::uint32_t count)
-{
-    std::string bytes(count, '?');
-    bytes.resize(adapter.read(bytes.data(), count));
-    return bytes;
-}
-
 }  // namespace
 
 TEST(kxSerializeAdapter, ReadsPushedBackBytesBeforeAnyOther)
@@ -47,16 +37,16 @@ TEST(kxSerializeAdapter, ReadsPushedBackBytesBeforeAnyOther)
     for (const char byte : {'c', 'b', 'a'}) source->pushBack(static_cast<std::uint8_t>(byte));
     EXPECT_EQ(source->length(), 6U);
     EXPECT_EQ(source->readChar(), 'a');
-    EXPECT_EQ(take(*source, 3), "bcd");
+    EXPECT_EQ(kxTestTake(*source, 3), "bcd");
     source->pushBack("xyz", 3);
     EXPECT_EQ(source->read(nullptr, 2), 2U) << "skipping takes pushed-back bytes first";
-    EXPECT_EQ(take(*source, 9), "zef") << "and a block read ends with the data";
+    EXPECT_EQ(kxTestTake(*source, 9), "zef") << "and a block read ends with the data";
     EXPECT_EQ(source->read(nullptr, 5), 5U) << "skipping past the end still answers the count";
     source = kxMakeRef<ByteSource>("x");
     source->pushBack("abc", 3);
     EXPECT_EQ(source->flush(), 0U);
     source->setError("an error does not stop reading");
-    EXPECT_EQ(take(*source, 4), "x") << "flushing throws pushed-back bytes away";
+    EXPECT_EQ(kxTestTake(*source, 4), "x") << "flushing throws pushed-back bytes away";
 }
 
 TEST(kxSerializeAdapter, EnsureDataReadsAheadAndGivesBackInOrder)
@@ -73,13 +63,13 @@ TEST(kxSerializeAdapter, EnsureDataReadsAheadAndGivesBackInOrder)
     for (const auto& [why, bytes, count, expected] : cases) {
         kxRefPointer<ByteSource> source(new ByteSource(bytes, 2));
         EXPECT_EQ(source->ensureData(count), expected) << why;
-        EXPECT_EQ(take(*source, 100), bytes) << why;
+        EXPECT_EQ(kxTestTake(*source, 100), bytes) << why;
     }
     const std::string bytes = kxTestPattern(2500000);  // of several reading steps
     kxRefPointer<ByteSource> source(new ByteSource(bytes, 10));
     EXPECT_TRUE(source->ensureData(2400000));
     EXPECT_EQ(source->length(), 2400010U);
-    EXPECT_TRUE(take(*source, 2500000) == bytes);
+    EXPECT_TRUE(kxTestTake(*source, 2500000) == bytes);
 }
 
 TEST(kxSerializeAdapter, KeepsInstancesAndOneAttachedObject)

@@ -5,37 +5,23 @@
 #include "kxbase/serialize/kxSerializeVector.h"
 #include "kxbase/serialize/kxVarUInt64.h"
 #include "support/kxScriptedAdapter.h"
-#include "support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
-
-kxRefPointer<kxScriptedAdapter> adapterOver(std::string bytes)
-{
-    static kxScriptedAdapter::Journal journal;
-    const auto adapter = kxMakeRef<kxScriptedAdapter>("wire", journal);
-    adapter->ready = std::move(bytes);
-    return adapter;
-}
 
 std::string hexOf(const std::string& bytes)
 {
     std::string text;
-    for (const char byte : bytes) {
-        constexpr const char* kDigits = "0123456789ABCDEF";
-        const auto value = static_cast<unsigned char>(byte);
-        text += {kDigits[value >> 4], kDigits[value & 15]};
-    }
+    for (const char byte : bytes) text += kxString::format("%02X", byte).view();
     return text;
 }
 
 std::string stored(const kxSerializeData& value)
 {
-    const auto adapter = adapterOver("");
+    const auto adapter = kxTestInput();
     value.write(*adapter);
-    EXPECT_EQ(adapter->written.size(), value.getDataSize());
-    return adapter->written;
+    EXPECT_EQ(adapter->length(), value.getDataSize());
+    return kxTestTake(*adapter);
 }
 
 // Writes the value, reads it into the other, gives it back, which changes nothing ahead of what is pending, and
@@ -43,7 +29,7 @@ std::string stored(const kxSerializeData& value)
 void expectRoundTrip(const kxSerializeData& value, kxSerializeData& other, const std::string& bytes)
 {
     EXPECT_EQ(hexOf(stored(value)), bytes);
-    const auto adapter = adapterOver(stored(value) + "rest");
+    const auto adapter = kxTestInput(stored(value) + "rest");
     other.read(*adapter);
     EXPECT_EQ(hexOf(stored(other)), bytes);
     EXPECT_EQ(adapter->length(), 4U) << "nothing behind the value is taken";
@@ -62,7 +48,7 @@ TEST(kxSerializers, WriteTheseBytesAndReadThemBackAndAgainWhenGivenBack)
     const auto check = [](const char* why, const auto& value, const char* bytes) {
         SCOPED_TRACE(why);
         auto other = value;
-        other.read(*adapterOver(std::string(64, '\0')));  // another value
+        other.read(*kxTestInput(std::string(64, '\0')));  // another value
         expectRoundTrip(value, other, bytes);
     };
     constexpr kxByteOrder big = KX_BYTE_ORDER_BIG;
@@ -98,7 +84,7 @@ TEST(kxVarUInt64, ReadsAnyNumberOfBytesAddingEachAtItsPlaceModulo64)
     };
     for (const auto& [bytes, value] : cases) {
         kxVarUInt64 found(5);
-        found.read(*adapterOver(bytes));
+        found.read(*kxTestInput(bytes));
         EXPECT_EQ(found.getValue(), value);
         const auto* const place = reinterpret_cast<const std::uint8_t*>(bytes.data());
         const auto size = static_cast<std::uint32_t>(bytes.size());
@@ -109,7 +95,7 @@ TEST(kxVarUInt64, ReadsAnyNumberOfBytesAddingEachAtItsPlaceModulo64)
     for (std::uint32_t bit = 0; bit < 63; ++bit) {
         const kxVarUInt64 value(0x5555555555555555 >> (62 - bit));
         kxVarUInt64 found;
-        found.read(*adapterOver(stored(value)));
+        found.read(*kxTestInput(stored(value)));
         EXPECT_EQ(found.getValue(), value.getValue());
         EXPECT_EQ(stored(value).size(), bit / 7 + 1);
     }
@@ -121,17 +107,17 @@ TEST(kxVarUInt64, ReadsAnyNumberOfBytesAddingEachAtItsPlaceModulo64)
 TEST(kxSerializers, TakeWhatThereIsWhenTheDataEndsTooEarly)
 {
     kxSerializeBinary<unsigned int> number(0x01020304, KX_BYTE_ORDER_BIG);
-    number.read(*adapterOver("\xAA\xBB"));
+    number.read(*kxTestInput("\xAA\xBB"));
     EXPECT_EQ(number.getValue(), 0xAABB0304U) << "the stored form is overwritten from its start";
-    number.read(*adapterOver(""));
+    number.read(*kxTestInput(""));
     EXPECT_EQ(number.getValue(), 0xAABB0304U);
     kxSerializeString text("before");
-    text.read(*adapterOver("no end"));
+    text.read(*kxTestInput("no end"));
     EXPECT_EQ(text.getText(), "no end");
-    text.read(*adapterOver(""));
+    text.read(*kxTestInput(""));
     EXPECT_EQ(text.getText(), "");
     kxSerializeStringWide wide("before", KX_BYTE_ORDER_BIG);
-    wide.read(*adapterOver(std::string("\xD8\x3D\xDE\x00\x00", 5)));
+    wide.read(*kxTestInput(std::string("\xD8\x3D\xDE\x00\x00", 5)));
     EXPECT_EQ(wide.getText(), "\xF0\x9F\x98\x80") << "a pair is one character, the odd byte is dropped";
 }
 

@@ -1,11 +1,8 @@
 #include "kxbase/serialize/kxSerializeAdapterBCDEncoder.h"
 #include "kxbase/serialize/kxSerializeAdapterBase64Encoder.h"
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
-#include "tests/support/kxScriptedAdapter.h"
-#include "tests/support/kxTempDirectory.h"
-#include "tests/support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
+#include "support/kxScriptedAdapter.h"
+#include "support/kxTest.h"
 
 namespace {
 
@@ -19,31 +16,16 @@ Encoder makeEncoder(Encoding encoding, const Encoder& parent)
     return kxMakeRef<kxSerializeAdapterBase64Encoder>(parent);
 }
 
-std::string widen(const std::string& text)
-{
-    std::string wide;
-    for (const char character : text) wide.append({character, '\0'});
-    return wide;
-}
-
 // An encoder over a text that the test can look at.
 struct Stage {
     Stage(Encoding encoding, bool isWide, const std::string& text = {})
     {
         parent->setFlags(isWide ? KX_SERIALIZE_WIDE : 0);
-        parent->ready = isWide ? widen(text) : text;
+        parent->ready = isWide ? kxTestWide(text) : text;
         encoder = makeEncoder(encoding, parent);
     }
-    std::string read(std::uint32_t count)
-    {
-        std::string bytes(count, '#');
-        bytes.resize(encoder->read(bytes.data(), count));
-        return bytes;
-    }
-    void write(std::string_view bytes)
-    {
-        encoder->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    }
+    std::string read(std::uint32_t count) { return kxTestTake(*encoder, count); }
+    void write(std::string_view bytes) { kxTestWrite(*encoder, bytes); }
 
     kxScriptedAdapter::Journal journal;
     kxRefPointer<kxScriptedAdapter> parent{new kxScriptedAdapter("parent", journal)};
@@ -92,10 +74,7 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
         {"no padding", BASE64, "TQ", "M", true},
         {"padded texts behind each other", BASE64, "TQ==TWFu", "MMan"},
         {"white space anywhere", BASE64, " T\nW F\tu\n", "Man"},
-        {"foreign characters are passed over", BASE64,
-         "T-W_\xE9"
-         "Fu",
-         "Man"},
+        {"foreign characters are passed over", BASE64, "T-W_Fu\xE9", "Man"},
         {"one character gives no byte", BASE64, "TWFuT", "Man"},
         {"nor does one that is padded", BASE64, "T===TWFu", "Man"},
     };
@@ -111,7 +90,7 @@ TEST(kxTextEncoder, ReadsGoodAndFaultyTextAndWritesGood)
             if (!c.isWritten) continue;
             byBlock.write(c.bytes);
             byBlock.encoder = nullptr;  // ends the group
-            EXPECT_EQ(byBlock.parent->written, isWide ? widen(c.text) : c.text);
+            EXPECT_EQ(byBlock.parent->written, isWide ? kxTestWide(c.text) : c.text);
         }
     }
 }
@@ -132,9 +111,8 @@ TEST(kxTextEncoder, BlocksReadWhatBytesReadAndLeaveTheSameTextBehind)
             const std::string block = blocks.read(count);
             for (const char byte : block) ASSERT_EQ(static_cast<char>(bytes.encoder->readByte()), byte);
             // Where a block ends early, there is less text than a byte needs or no byte in all of it.
-            if (block.size() < count && bytes.encoder->length() != 0) {
-                ASSERT_EQ(bytes.encoder->readByte(), 0);
-            }
+            const bool isEarly = block.size() < count && bytes.encoder->length() != 0;
+            ASSERT_EQ(isEarly ? bytes.encoder->readByte() : 0, 0);
             ASSERT_EQ(blocks.parent->ready, bytes.parent->ready);
             ASSERT_EQ(blocks.encoder->length(), bytes.encoder->length());
         }

@@ -1,7 +1,6 @@
 #include "kxbase/serialize/kxUrl.h"
 #include "kxbase/serialize/kxUrlOptions.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 TEST(kxUrl, IsTakenApartAtItsSeparators)
 {

@@ -1,9 +1,8 @@
 // Every allocation of the string family fails once. The linker hands the calls of this program to the functions
 // below; see CMakeLists.txt.
 #include "kxbase/string/kxUniqueString.h"
-#include "support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 
-#include <gtest/gtest.h>
 #include <new>
 
 namespace {

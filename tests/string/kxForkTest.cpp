@@ -4,10 +4,7 @@
 #include "kxbase/message/kxMessageManager.h"
 #include "kxbase/string/kxUniqueString.h"
 #include "support/kxForkedChild.h"
-
-#include <atomic>
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/kxTest.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
 #include "kxbase/string/kxFormatter.h"
 
 #include "kxbase/string/kxString.h"
-#include "support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,8 +1,5 @@
 #include "kxbase/string/kxGUID.h"
-
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <unordered_set>
 

@@ -2,10 +2,10 @@
 
 #include "kxbase/string/kxNumberScanner.h"
 #include "kxbase/string/kxString.h"
+#include "support/kxTest.h"
 
 #include <charconv>
 #include <cmath>
-#include <gtest/gtest.h>
 #include <random>
 
 namespace {

@@ -1,11 +1,10 @@
 // One case for each fault that was found in this folder.
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUtf.h"
-#include "support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 
 #include <array>
 #include <cmath>
-#include <gtest/gtest.h>
 
 namespace {
 struct ConvertsToString {
@@ -52,12 +51,23 @@ TEST(kxStringFaults, FaultsInAFormatWarningEnd)
     EXPECT_EQ(kxString::format("%q"), "");
     kxMessageManager::instance().setTranslator(nullptr);
     EXPECT_EQ(recorder.takeTexts().size(), 1U);
-    std::string faults;
-    while (faults.size() < 10000) faults += "%q";
-    kxString::format(faults.c_str());
-    EXPECT_EQ(recorder.takeTexts().size(), 1U) << "each is as long as the format";
-    kxString::format("%q %q");
-    EXPECT_EQ(recorder.takeTexts().size(), 2U);
+    const struct {
+        const char* why;
+        std::string_view fault;
+        std::size_t count;
+        std::size_t messages;
+    } cases[] = {
+        {"few are all told", "%q", 2, 2},
+        {"each is as long as the format", "%q", 5000, 1},
+        {"so many come to 1024 bytes", "%17$d", 5000, 22},
+        {"and here", "%1$S", 5000, 17},
+    };
+    for (const auto& c : cases) {
+        std::string format;
+        for (std::size_t i = 0; i < c.count; ++i) format += c.fault;
+        kxString::format(format, 1);
+        EXPECT_EQ(recorder.takeTexts().size(), c.messages) << c.why;
+    }
 }
 
 TEST(kxStringFaults, LengthsAreNotCut)

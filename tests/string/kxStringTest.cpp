@@ -1,11 +1,9 @@
 #include "kxbase/string/kxString.h"
 
 #include "kxbase/string/kxStringCompareInterface.h"
-#include "support/kxFatalText.h"
-#include "support/kxTestRandom.h"
+#include "support/kxTest.h"
 
 #include <bitset>
-#include <gtest/gtest.h>
 #include <unordered_set>
 
 // A static string must not depend on start-up code.

@@ -1,10 +1,7 @@
 #include "kxbase/string/kxUniqueString.h"
-
-#include "support/kxFatalText.h"
+#include "support/kxTest.h"
 
 #include <cstdlib>
-#include <gtest/gtest.h>
-#include <thread>
 
 namespace {
 

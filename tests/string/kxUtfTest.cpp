@@ -1,11 +1,7 @@
 #include "kxbase/string/kxUtf.h"
 
 #include "kxbase/string/kxString.h"
-#include "support/kxMessageRecorder.h"
-#include "support/kxTestRandom.h"
-
-#include <gtest/gtest.h>
-#include <thread>
+#include "support/kxTest.h"
 
 namespace {
 

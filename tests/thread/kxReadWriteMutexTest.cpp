@@ -3,8 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 #include <future>
 

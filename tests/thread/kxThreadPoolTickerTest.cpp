@@ -1,13 +1,7 @@
 #include "kxbase/thread/kxThreadPoolTicker.h"
 
 #include "kxbase/thread/kxThread.h"
-#include "support/kxMessageRecorder.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <stdexcept>
-#include <thread>
+#include "support/kxTest.h"
 
 namespace {
 

@@ -4,14 +4,10 @@
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/thread/kxPerformanceThreadData.h"
 #include "kxbase/thread/kxThreadExceptionInterface.h"
-#include "support/kxMessageRecorder.h"
+#include "support/kxTest.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 #include <sys/resource.h>
 

@@ -1,10 +1,7 @@
 // The program between a web server or proxy of the distribution and a file.
 
-#include "support/kxTempDirectory.h"
-#include "support/kxTestPattern.h"
 #include "support/kxTestServer.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTestTool.h"
 
 #include <filesystem>
 #include <fstream>
@@ -57,9 +54,9 @@ protected:
     std::size_t download(const std::string& url, const Environment& environment)
     {
         const std::string copy = folder.write("copy", "");
-        const kxProcessOptions options{{"-URL", url, "-output", "file:" + copy}, environment};
+        const kxProcessOptions options{kxArgumentsOf(url, "file:" + copy), environment};
         EXPECT_EQ(kxProcess(KX_TEST_TOOL, options).wait(), kxExited(0));
-        return std::string("Opened URL '" + url + "' with output 'file:" + copy + "'\r\n").size();
+        return kxNoticeOf(url, "file:" + copy).size();
     }
     std::string fetch(const std::string& url, const Environment& environment = {})
     {

@@ -1,14 +1,10 @@
 // The program between sockets: its default job, and connections that end.
 
-#include "support/kxProcess.h"
 #include "support/kxPseudoTerminal.h"
-#include "support/kxTestPattern.h"
 #include "support/kxTestSocket.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTestTool.h"
 
 #include <csignal>
-#include <thread>
 
 #include <unistd.h>
 
@@ -21,11 +17,6 @@ constexpr std::uint32_t kEverybodyHere = 0x7FFFFFFF;  // 127.255.255.255
 std::string ownWord(const std::string& word)
 {
     return word + "-" + std::to_string(::getpid());
-}
-
-std::string noticeOf(const std::string& url, const std::string& output)
-{
-    return "Opened URL '" + url + "' with output '" + output + "'\r\n";
 }
 
 }  // namespace
@@ -46,7 +37,7 @@ TEST(kxRelayNet, ShowsDatagramsAndSendsWhatIsTyped)
     EXPECT_EQ(heard.find("never"), std::string::npos);
 
     kxProcess piped(KX_TEST_TOOL);
-    ASSERT_TRUE(piped.readUntil(noticeOf("udp::45455?nic=127.0.0.1&blocking=no&echo=yes", "con:")));
+    ASSERT_TRUE(piped.readUntil(kxNoticeOf("udp::45455?nic=127.0.0.1&blocking=no&echo=yes", "con:")));
     EXPECT_TRUE(piped.write(ownWord("piped")));
     EXPECT_TRUE(piped.readUntil(ownWord("piped")));
     EXPECT_TRUE(terminal.readUntil(ownWord("piped"))) << "two of them on one port";
@@ -58,9 +49,8 @@ TEST(kxRelayNet, RelaysBetweenTwoServersUntilTheInputEnds)
     kxTestSocket to = kxTestSocket::listener();
     const std::string url = from.url("tcp:") + "?blocking=no";
     const std::string outputUrl = to.url("tcp:") + "?blocking=no";
-    kxProcessOptions options{.arguments = {"-URL", url, "-output", outputUrl}};
-    options.input = "";  // so that a socket might take its descriptor
-    kxProcess tool(KX_TEST_TOOL, options);
+    // Without an input, so that a socket might take its descriptor.
+    kxProcess tool(KX_TEST_TOOL, {.arguments = kxArgumentsOf(url, outputUrl), .input = ""});
     kxTestSocket input = from.accept();
     kxTestSocket output = to.accept();
     const std::string there = kxTestPattern(20000000);
@@ -72,7 +62,7 @@ TEST(kxRelayNet, RelaysBetweenTwoServersUntilTheInputEnds)
         while (cameBack.size() < back.size()) cameBack += input.receive().value_or("!");
         input.close();
     });
-    EXPECT_TRUE(output.receiveAll() == noticeOf(url, outputUrl) + there);
+    EXPECT_TRUE(output.receiveAll() == kxNoticeOf(url, outputUrl) + there);
     output.close();
     answering.join();
     asking.join();
@@ -87,7 +77,7 @@ TEST(kxRelayNet, EndsWhenItsInputIsResetOrNeverThere)
     kxProcess lost(KX_TEST_TOOL, {.arguments = {"-URL", url}});
     kxTestSocket peer = from.accept();
     peer.send("last words");
-    EXPECT_TRUE(lost.readUntil(noticeOf(url, "con:") + "last words"));
+    EXPECT_TRUE(lost.readUntil(kxNoticeOf(url, "con:") + "last words"));
     peer.reset();
     EXPECT_EQ(lost.wait(), kxExited(0));
     from.close();

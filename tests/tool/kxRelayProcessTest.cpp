@@ -1,12 +1,8 @@
 // The program as its users run it: from a shell, in pipes and on a terminal.
 
-#include "support/kxProcess.h"
 #include "support/kxPseudoTerminal.h"
-#include "support/kxTempDirectory.h"
-#include "support/kxTestPattern.h"
 #include "support/kxTestSocket.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTestTool.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -17,20 +13,9 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-std::string noticeOf(const std::string& url, const std::string& output)
-{
-    return "Opened URL '" + url + "' with output '" + output + "'\r\n";
-}
-
 class kxRelayProcessTest : public testing::Test {
 protected:
-    kxProcessOptions optionsOf(const Arguments& arguments)
-    {
-        kxProcessOptions options;
-        options.arguments = arguments;
-        options.directory = directory.path();
-        return options;
-    }
+    kxProcessOptions optionsOf(const Arguments& arguments) { return {arguments, {}, directory.path()}; }
     // Runs the tool to its end with nothing on its standard input; answers its output.
     std::string run(const Arguments& arguments, const kxProcessEnd& end = kxExited(0))
     {
@@ -52,25 +37,24 @@ TEST_F(kxRelayProcessTest, CopiesFilesExactlyBehindTheNotice)
         std::string url;   // as written on the command line
         std::string name;  // of the file
         std::size_t size;
+        std::string mark = {};  // behind the name
     } cases[] = {
         {"empty", "file:in", "in", 0},
         {"three reads, every byte value", "file:in", "in", 2500000},
         {"blanks in quotes", "'file:a b  c'", "a b  c", 10},
         {"percent signs are no format", "file:%s%n%d", "%s%n%d", 10},
         {"UTF-8", "file:gr\xC3\xBC\xC3\x9F \xE2\x82\xAC", "gr\xC3\xBC\xC3\x9F", 10},
-        {"a question mark with one more behind it", "file:what?now?", "what?now", 10},
+        {"a question mark with one more behind it", "file:what?now?", "what?now", 10, "?"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         const std::string bytes = kxTestPattern(c.size);
         directory.write(c.name, bytes);
         directory.write("out", "before");
-        std::string shown = c.url;
-        if (shown.front() == '\'') shown = shown.substr(1, shown.size() - 2);
-        shown = shown.substr(0, shown.find(" \xE2"));  // an unquoted blank ends the value
-        EXPECT_TRUE(run({"-URL", c.url, "-output", "con:"}) == noticeOf(shown, "con:") + bytes);
+        const std::string shown = "file:" + c.name + c.mark;
+        EXPECT_TRUE(run(kxArgumentsOf(c.url, "con:")) == kxNoticeOf(shown, "con:") + bytes);
         EXPECT_EQ(run({"-url", c.url, "-OUTPUT", "file:out"}), "");
-        EXPECT_TRUE(directory.read("out") == "before" + noticeOf(shown, "file:out") + bytes);
+        EXPECT_TRUE(directory.read("out") == "before" + kxNoticeOf(shown, "file:out") + bytes);
     }
 }
 
@@ -78,26 +62,20 @@ TEST_F(kxRelayProcessTest, SaysWhatItCouldNotOpenAndEndsWith99)
 {
     directory.write("in", "x");
     const struct {
-        Arguments arguments;
-        std::string warning;
-        std::string fatal;
+        const char *url, *output, *warning, *fatal;
     } cases[] = {
-        {{"-URL", "abc:x%d"}, "Could not create URL Adapter 'abc:x%d'", "Error in input adapter abc:x%d"},
-        {{"-URL", "file:none"},
-         "URL Adapter (file:none) Error:Could not open 'none' for reading (No such file or directory)",
-         "Error in input adapter file:none"},
-        {{"-URL", "file:."},
-         "URL Adapter (file:.) Error:Could not open '.' for reading (Is a directory)",
-         "Error in input adapter file:."},
-        {{"-URL", "file:in", "-output", "file:no/out"},
+        {"abc:x%d", "con:", "Could not create URL Adapter 'abc:x%d'", "input adapter abc:x%d"},
+        {"file:.", "con:", "URL Adapter (file:.) Error:Could not open '.' for reading (Is a directory)",
+         "input adapter file:."},
+        {"file:in", "file:no/out",
          "URL Adapter (file:no/out) Error:Could not open 'no/out' for writing (No such file or directory)",
-         "Error in output adapter"},
+         "output adapter"},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(run(c.arguments, kxExited(99)),
-                  "\rKorvexSDK Warning::" + c.warning + "\n\rKorvexSDK Fatal::" + c.fatal + "\n");
-    }
-    run({"-URL", "none:", "-output", "file:made"}, kxExited(99));
+    for (const auto& [url, output, warning, fatal] : cases)
+        EXPECT_EQ(run(kxArgumentsOf(url, output), kxExited(99)),
+                  "\rKorvexSDK Warning::" + std::string(warning) + "\n\rKorvexSDK Fatal::Error in " + fatal +
+                      "\n");
+    run(kxArgumentsOf("none:", "file:made"), kxExited(99));
     EXPECT_EQ(::access(directory.path("made").c_str(), F_OK), 0) << "the output is opened all the same";
 }
 
@@ -113,12 +91,12 @@ TEST_F(kxRelayProcessTest, ReadsAndWritesTheTextOfTheSystemsEncoders)
         directory.write("bytes", bytes);
         shell("base64 bytes >b64; base64 -w0 bytes | tr -d = >bare; xxd -p bytes >hex; base64 hex >both");
         for (const std::string url : {"b64:file:b64", "b64:file:bare", "hex:file:hex", "hex:b64:file:both"}) {
-            EXPECT_TRUE(run({"-URL", url}) == noticeOf(url, "con:") + bytes) << url;
+            EXPECT_TRUE(run({"-URL", url}) == kxNoticeOf(url, "con:") + bytes) << url;
         }
-        EXPECT_EQ(run({"-URL", "file:bytes", "-output", "hex:file:written"}), "");
+        EXPECT_EQ(run(kxArgumentsOf("file:bytes", "hex:file:written")), "");
         shell("xxd -r -p written >back; rm written");
-        EXPECT_TRUE(directory.read("back") == noticeOf("file:bytes", "hex:file:written") + bytes);
-        EXPECT_EQ(run({"-URL", "file:bytes", "-output", "dummy:"}), "");
+        EXPECT_TRUE(directory.read("back") == kxNoticeOf("file:bytes", "hex:file:written") + bytes);
+        EXPECT_EQ(run(kxArgumentsOf("file:bytes", "dummy:")), "");
     }
 }
 
@@ -136,7 +114,7 @@ TEST_F(kxRelayProcessTest, LosesNoMemoryWhateverTheScheme)
     };
     for (const auto& [url, output] : cases) {
         SCOPED_TRACE(url + " to " + output);
-        kxProcessOptions options = optionsOf({"-URL", url, "-output", output});
+        kxProcessOptions options = optionsOf(kxArgumentsOf(url, output));
         options.environment["KORVEX_MEMORY_CHECK"] = "yes";
         kxProcess tool(KX_TEST_TOOL, options);
         tool.closeInput();
@@ -149,18 +127,18 @@ TEST_F(kxRelayProcessTest, LosesNoMemoryWhateverTheScheme)
 TEST_F(kxRelayProcessTest, ReadsStandardInputToItsEnd)
 {
     const std::string bytes = kxTestPattern(3000000);
-    kxProcess tool(KX_TEST_TOOL, optionsOf({"-URL", "con:", "-output", "file:out"}));
+    kxProcess tool(KX_TEST_TOOL, optionsOf(kxArgumentsOf("con:", "file:out")));
     EXPECT_TRUE(tool.write(bytes));
     tool.closeInput();
     EXPECT_EQ(tool.wait(), kxExited(0));
-    EXPECT_TRUE(directory.read("out") == noticeOf("con:", "file:out") + bytes);
+    EXPECT_TRUE(directory.read("out") == kxNoticeOf("con:", "file:out") + bytes);
 
     for (const char* const input : {"", "/dev/null"}) {
         kxProcessOptions options = optionsOf({"-URL", "con:"});
         options.input = input;
         kxProcess none(KX_TEST_TOOL, options);
         EXPECT_EQ(none.wait(), kxExited(0));
-        EXPECT_EQ(none.output(), noticeOf("con:", "con:"));
+        EXPECT_EQ(none.output(), kxNoticeOf("con:", "con:"));
     }
 }
 
@@ -168,8 +146,8 @@ TEST_F(kxRelayProcessTest, AFileThatIsItsOwnOutputIsCopiedOnce)
 {
     for (const std::string bytes : {"", "abc"}) {
         directory.write("self", bytes);
-        EXPECT_EQ(run({"-URL", "file:self", "-output", "file:self"}), "");
-        EXPECT_EQ(directory.read("self"), bytes + noticeOf("file:self", "file:self") + bytes);
+        EXPECT_EQ(run(kxArgumentsOf("file:self", "file:self")), "");
+        EXPECT_EQ(directory.read("self"), bytes + kxNoticeOf("file:self", "file:self") + bytes);
     }
 }
 
@@ -190,10 +168,10 @@ TEST_F(kxRelayProcessTest, PingsOnceASecondAndNeverReadsItsInput)
 TEST_F(kxRelayProcessTest, AFullDiskAndABrokenPipeDoNotPassSilently)
 {
     directory.write("in", kxTestPattern(100));
-    const std::size_t lost = noticeOf("file:in", "file:/dev/full").size() + 100;
-    EXPECT_EQ(run({"-URL", "file:in", "-output", "file:/dev/full"}),
-              "\rKorvexSDK Warning::Could not flush to file '/dev/full' (No space left on device)\n"
-              "\rKorvexSDK Warning::" +
+    const std::size_t lost = kxNoticeOf("file:in", "file:/dev/full").size() + 100;
+    const std::string warning = "\rKorvexSDK Warning::";
+    EXPECT_EQ(run(kxArgumentsOf("file:in", "file:/dev/full")),
+              warning + "Could not flush to file '/dev/full' (No space left on device)\n" + warning +
                   std::to_string(lost) + " bytes could not be written to file '/dev/full' and are lost\n");
 
     kxProcessOptions full = optionsOf({"-URL", "file:in"});
@@ -203,7 +181,7 @@ TEST_F(kxRelayProcessTest, AFullDiskAndABrokenPipeDoNotPassSilently)
     EXPECT_EQ(console.error(), "Could not write to the console (No space left on device)\n");
 
     kxProcess tool(KX_TEST_TOOL, optionsOf({"-URL", "con:"}));
-    ASSERT_TRUE(tool.readUntil(noticeOf("con:", "con:")));
+    ASSERT_TRUE(tool.readUntil(kxNoticeOf("con:", "con:")));
     tool.closeOutput();
     EXPECT_TRUE(tool.write("x"));
     EXPECT_EQ(tool.wait(), kxKilledBy(SIGPIPE));
@@ -222,9 +200,7 @@ protected:
     void expectFoundAgain() { EXPECT_TRUE(kxSameAttributes(terminal.attributes(), before)); }
     kxProcessOptions onTerminal(const Arguments& arguments)
     {
-        kxProcessOptions options = optionsOf(arguments);
-        options.terminal = &terminal;
-        return options;
+        return {.arguments = arguments, .directory = directory.path(), .terminal = &terminal};
     }
     bool waitForOutput(const std::string& expected)
     {
@@ -239,10 +215,10 @@ protected:
 
 TEST_F(kxRelayTerminalTest, KeysArriveAtOnceUnechoedAndUnmapped)
 {
-    kxProcess tool(KX_TEST_TOOL, onTerminal({"-URL", "con:", "-output", "file:out"}));
+    kxProcess tool(KX_TEST_TOOL, onTerminal(kxArgumentsOf("con:", "file:out")));
     waitForRaw();
     ASSERT_TRUE(terminal.send("a\r\x7F\x04\xC3\xA9"));
-    EXPECT_TRUE(waitForOutput(noticeOf("con:", "file:out") + "a\r\b\x04\xC3\xA9"));
+    EXPECT_TRUE(waitForOutput(kxNoticeOf("con:", "file:out") + "a\r\b\x04\xC3\xA9"));
     EXPECT_EQ(terminal.screen(), "");
     ASSERT_TRUE(terminal.send("\x03"));
     EXPECT_EQ(tool.wait(), kxKilledBy(SIGINT));
@@ -272,10 +248,10 @@ TEST_F(kxRelayTerminalTest, EverySignalThatEndsItGivesTheTerminalBack)
 
 TEST_F(kxRelayTerminalTest, TakesTheTerminalInTheForegroundOnlyAndGivesItBackWhenStopped)
 {
-    kxProcessOptions options = onTerminal({"-URL", "con:", "-output", "file:out"});
+    kxProcessOptions options = onTerminal(kxArgumentsOf("con:", "file:out"));
     options.startsInBackground = true;
     kxProcess tool(KX_TEST_TOOL, options);
-    ASSERT_TRUE(waitForOutput(noticeOf("con:", "file:out")));
+    ASSERT_TRUE(waitForOutput(kxNoticeOf("con:", "file:out")));
     ::usleep(50000);
     expectFoundAgain();
     tool.toForeground();
@@ -290,5 +266,5 @@ TEST_F(kxRelayTerminalTest, TakesTheTerminalInTheForegroundOnlyAndGivesItBackWhe
     tool.toForeground();
     waitForRaw();
     ASSERT_TRUE(terminal.send("x"));
-    EXPECT_TRUE(waitForOutput(noticeOf("con:", "file:out") + "x"));
+    EXPECT_TRUE(waitForOutput(kxNoticeOf("con:", "file:out") + "x"));
 }

@@ -1,8 +1,9 @@
 #include "tool/kxRelay.h"
 
+#include "kxbase/core/kxClock.h"
+#include "kxbase/serialize/kxSerializeAdapterDummy.h"
 #include "support/kxScriptedAdapter.h"
-
-#include <gtest/gtest.h>
+#include "support/kxTest.h"
 
 namespace {
 
@@ -34,10 +35,11 @@ TEST_F(kxRelayTest, ServesInputToOutputFirstWithOneReadAndOneWriteEach)
 
 TEST_F(kxRelayTest, WritesOnlyWhatAShortReadDelivered)
 {
-    input->ready = "abcdef";
-    input->shortRead = 4;
+    input->pushBack("ab", 2);
+    input->ready = "cdef";
+    input->shortRead = 2;
     relay.turn();
-    EXPECT_EQ(output->written, "abcd");
+    EXPECT_EQ(output->written, "abcd") << "what was given back comes first";
     relay.turn();
     EXPECT_EQ(output->written, "abcdef");
     journal.clear();
@@ -45,14 +47,6 @@ TEST_F(kxRelayTest, WritesOnlyWhatAShortReadDelivered)
     input->shortRead = 0;
     relay.turn();
     EXPECT_EQ(journal, Journal({"in.read 1"})) << "a read of nothing is neither written nor flushed";
-}
-
-TEST_F(kxRelayTest, PassesOnWhatWasGivenBack)
-{
-    input->pushBack("ab", 2);
-    input->ready = "c";
-    relay.turn();
-    EXPECT_EQ(output->written, "abc");
 }
 
 TEST_F(kxRelayTest, OnlyAnErrorOfTheInputEndsIt)
@@ -68,6 +62,15 @@ TEST_F(kxRelayTest, OnlyAnErrorOfTheInputEndsIt)
     relay.run();
     EXPECT_EQ(output->written, "abcOpened URL 'from:%s' with output 'to:'\r\n");
     EXPECT_EQ(journal[1], "out.flush") << "the notice is flushed";
+}
+
+TEST_F(kxRelayTest, IsIdleBetweenEndpointsThatNeverHaveAnything)
+{
+    const kxRefPointer<kxSerializeAdapterDummy> nothing{new kxSerializeAdapterDummy};
+    kxRelay idle(*nothing, "dummy:", *output, "to:");
+    const double start = kxClock::seconds();
+    for (int turn = 0; turn < 200; ++turn) EXPECT_TRUE(idle.turn());
+    EXPECT_GE(kxClock::seconds() - start, 0.05);
 }
 
 TEST_F(kxRelayTest, APingIsSixCharactersAndAZeroByteUnflushed)

@@ -6,6 +6,7 @@
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformEnd.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformMemory.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
 #include <algorithm>
@@ -31,7 +32,7 @@ public:
 };
 
 constinit kxUndestroyed<RuntimeAllocator> runtimeAllocator;
-constinit std::atomic<kxMemoryAllocatorInterface*> installedAllocator{&runtimeAllocator.value};
+constinit kxMemoryAllocatorInterface* installedAllocator = nullptr;  // stays as it is once it is installed
 
 constinit kxUndestroyed<kxMutex> mutex;
 constinit kxMemoryTable table;  // under the mutex
@@ -41,11 +42,6 @@ constinit std::atomic<std::uint32_t> validity{0};
 constinit std::atomic<bool> isTraced{false};
 constinit thread_local std::int32_t stateOfThread = 0;
 constinit thread_local bool isThreadLeftOut = false;
-
-kxMemoryAllocatorInterface& allocator()
-{
-    return *installedAllocator.load(std::memory_order_acquire);
-}
 
 std::uint64_t addressOf(const void* block)
 {
@@ -61,7 +57,7 @@ void reportAtEnd()
 
 }  // namespace
 
-constinit std::atomic<std::uint32_t> kxMemCheck::reasons_{kxMemCheck::FIRST};
+constinit std::atomic<std::uint32_t> kxMemCheck::reasons_{kxMemCheck::NOT_SET_UP | kxMemCheck::FIRST};
 
 void kxMemCheck::setTracking(bool on)
 {
@@ -98,11 +94,11 @@ void kxMemCheck::leaveThisThreadOut() noexcept
     isThreadLeftOut = true;
 }
 
-void kxMemCheck::describe(const void* block, const char* data, const char* description)
+void kxMemCheck::describe(const void* block, const kxMemoryTexts& texts)
 {
     if (!has(RECORDS) || isThreadLeftOut) return;
     const kxBodyGuard guard(mutex.value);
-    table.setTexts(addressOf(block), {data, description});
+    table.setTexts(addressOf(block), texts);
 }
 
 // The records are copied, since messages are not sent under the mutex, to room that is got before it is taken; when
@@ -128,13 +124,23 @@ void kxMemCheck::report()
     }
 }
 
+// Decided by one exchange, since a thread that never waits may be allocating.
 bool kxMemCheck::setAllocator(kxMemoryAllocatorInterface& replacement)
 {
     const kxBodyGuard guard(mutex.value);
-    if (!has(FIRST)) return false;
-    installedAllocator.store(&replacement, std::memory_order_release);
-    setReason(INSTALLED, true);
-    return true;
+    if (has(INSTALLED)) return false;
+    installedAllocator = &replacement;
+    std::uint32_t reasons = reasons_.load(std::memory_order_relaxed);
+    while ((reasons & FIRST) != 0)
+        if (reasons_.compare_exchange_weak(reasons, reasons | INSTALLED, std::memory_order_release))
+            return true;
+    return false;
+}
+
+kxMemoryAllocatorInterface& kxMemCheck::allocator()
+{
+    if (has(INSTALLED)) return *installedAllocator;
+    return runtimeAllocator.value;
 }
 
 void kxMemCheck::setReason(Reason reason, bool on) noexcept
@@ -149,7 +155,7 @@ void* kxMemCheck::allocate(std::size_t sizeBytes)
 {
     beginAllocating();
     void* const block = allocator().allocate(roomFor(sizeBytes));
-    if (block != nullptr && isRecording()) record(block, sizeBytes, {});
+    if (block != nullptr && isRecording()) record(block, sizeBytes, 0);
     return block;
 }
 
@@ -157,21 +163,26 @@ void* kxMemCheck::allocate(std::size_t sizeBytes)
 void* kxMemCheck::reallocate(void* block, std::size_t sizeBytes)
 {
     beginAllocating();
-    const std::optional<kxMemoryEntry> before = take(block);
+    kxMemoryEntry before;
+    const bool wasRecorded = take(block, &before);
     void* const grown = allocator().reallocate(block, roomFor(sizeBytes));
     if (grown == nullptr) {
-        if (before) putBack(*before);
+        if (wasRecorded) putBack(before);
         return nullptr;
     }
-    if (before && isTracing()) kxMemoryMessages::tellFreed(*before);
-    if (before || isRecording()) record(grown, sizeBytes, before ? before->texts : kxMemoryTexts{});
+    if (wasRecorded && isTracing()) kxMemoryMessages::tellFreed(before);
+    if (wasRecorded || isRecording()) record(grown, sizeBytes, before.record.reserved);
     return grown;
 }
 
 void kxMemCheck::free(void* block) noexcept
 {
-    const std::optional<kxMemoryEntry> entry = take(block);
-    if (entry && isTracing()) kxMemoryMessages::tellFreed(*entry);
+    if (isTracing()) {
+        kxMemoryEntry freed;
+        if (take(block, &freed)) kxMemoryMessages::tellFreed(freed);
+    } else {
+        take(block, nullptr);
+    }
     allocator().free(block);
 }
 
@@ -186,14 +197,14 @@ void kxMemCheck::begin()
     if (validity.load(std::memory_order_relaxed) == kValid) return;
     applyEnvironment();
     validity.store(kValid, std::memory_order_release);
+    setReason(NOT_SET_UP, false);
 }
 
+// A thread that is left out leaves the setting up to the others, but its blocks need their allocator too.
 void kxMemCheck::beginAllocating()
 {
-    if (!has(FIRST) || isThreadLeftOut) return;
-    begin();
-    const kxBodyGuard guard(mutex.value);
-    setReason(FIRST, false);
+    if (has(NOT_SET_UP) && !isThreadLeftOut) begin();
+    if (has(FIRST)) setReason(FIRST, false);
 }
 
 void kxMemCheck::applyEnvironment()
@@ -233,20 +244,22 @@ bool kxMemCheck::isTracing()
     return isTraced.load(std::memory_order_relaxed) && isRecording();
 }
 
-void kxMemCheck::record(const void* block, std::size_t sizeBytes, const kxMemoryTexts& texts)
+void kxMemCheck::record(const void* block, std::size_t sizeBytes, std::uint64_t reserved)
 {
     if (!hasTable.load(std::memory_order_acquire)) makeTable();
     const kxMemoryRecord record = {.address = addressOf(block),
                                    .sizeBytes = sizeBytes,
                                    .thread = kxPlatformThreadId(),
-                                   .state = stateOfThread};
-    std::optional<kxMemoryEntry> entry;
+                                   .state = stateOfThread,
+                                   .reserved = reserved};
+    kxMemoryEntry added;
+    const bool isTold = isTracing();
     {
         const kxBodyGuard guard(mutex.value);
-        entry = table.add(record, texts);
-        if (entry) setReason(RECORDS, true);
+        if (!table.add(record, isTold ? &added : nullptr)) return;
+        if (!has(RECORDS)) setReason(RECORDS, true);
     }
-    if (entry && isTracing()) kxMemoryMessages::tellAllocated(*entry);
+    if (isTold) kxMemoryMessages::tellAllocated(added);
 }
 
 // The table is itself no tracked block. Of two threads that make one, the second gives its own back.
@@ -254,27 +267,30 @@ void kxMemCheck::makeTable()
 {
     const kxUntrackedScope scope;
     void* const records = allocator().allocate(kxMemoryTable::kRoomBytes);
-    void* const aside = std::calloc(1, sizeof(kxMemoryTable::Aside));
-    if (records != nullptr && aside != nullptr) {
+    void* const index = std::calloc(1, sizeof(kxMemoryIndex));
+    if (records != nullptr && index != nullptr) {
+        // A free finds its slot and its record anywhere in here.
+        kxPlatformAdviseLargePages(records, kxMemoryTable::kRoomBytes);
+        kxPlatformAdviseLargePages(index, sizeof(kxMemoryIndex));
         const kxBodyGuard guard(mutex.value);
         if (!table.hasRoom()) {
-            table.setRoom(records, static_cast<kxMemoryTable::Aside*>(aside));
+            table.setRoom(records, static_cast<kxMemoryIndex*>(index));
             hasTable.store(true, std::memory_order_release);
             return;
         }
     }
     allocator().free(records);
-    std::free(aside);
+    std::free(index);
 }
 
-// What was recorded of the block, which is forgotten.
-std::optional<kxMemoryEntry> kxMemCheck::take(const void* block)
+// Forgets what was recorded of the block.
+bool kxMemCheck::take(const void* block, kxMemoryEntry* taken)
 {
-    if (block == nullptr || !has(RECORDS) || isThreadLeftOut) return std::nullopt;
+    if (block == nullptr || !has(RECORDS) || isThreadLeftOut) return false;
     const kxBodyGuard guard(mutex.value);
-    const auto entry = table.take(addressOf(block));
+    const bool wasRecorded = table.take(addressOf(block), taken);
     if (table.liveCount() == 0 && !has(TRACKING)) setReason(RECORDS, false);
-    return entry;
+    return wasRecorded;
 }
 
 void kxMemCheck::putBack(const kxMemoryEntry& entry)

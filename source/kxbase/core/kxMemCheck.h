@@ -26,7 +26,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 class kxMemCheck {
 public:
@@ -42,14 +41,15 @@ public:
     // From now on the calling thread never waits for the records: what it allocates is not recorded, and what it
     // frees may stay listed. For a thread that must go on whatever has become of the others.
     static void leaveThisThreadOut() noexcept;
-    // What lines about a recorded block are to say; null for nothing. The texts must outlive the block and a
-    // report that runs meanwhile: string constants as a rule.
-    static void describe(const void* block, const char* data, const char* description = nullptr);
+    // What lines about a recorded block are to say. The texts must outlive the block and a report that runs
+    // meanwhile: constants as a rule.
+    static void describe(const void* block, const kxMemoryTexts& texts);
+    static void describe(const void* block, kxMemoryTexts&& texts) = delete;
     // Sends the lost-memory report with what is recorded now.
     static void report();
 
-    // Replaces the C library as the source of tracked memory. False, and nothing is changed, after the first
-    // tracked allocation.
+    // Replaces the C library as the source of tracked memory. False, and nothing is changed, where that has been
+    // done before, and after the first tracked allocation.
     static bool setAllocator(kxMemoryAllocatorInterface& allocator);
 
 private:
@@ -60,10 +60,11 @@ private:
     // Why tracked memory needs more than a call of the C library.
     enum Reason : std::uint32_t {
         NONE = 0,
-        FIRST = 1,      // no tracked allocation has come yet, and an allocator may be installed
-        TRACKING = 2,   // tracking is on
-        RECORDS = 4,    // blocks are recorded
-        INSTALLED = 8,  // there is an allocator
+        NOT_SET_UP = 1,  // the tracker has not been used
+        FIRST = 2,       // no tracked allocation has come yet, and an allocator may be installed
+        TRACKING = 4,    // tracking is on
+        RECORDS = 8,     // blocks are recorded
+        INSTALLED = 16,  // there is an allocator
     };
 
     // A load that sees a reason also sees what was stored before the reason was set, such as the allocator.
@@ -83,13 +84,14 @@ private:
 
     static void begin();
     static void beginAllocating();
+    static kxMemoryAllocatorInterface& allocator();
     static void applyEnvironment();
     static void switchTracking(bool on);
     static bool isRecording();
     static bool isTracing();
-    static void record(const void* block, std::size_t sizeBytes, const kxMemoryTexts& texts);
+    static void record(const void* block, std::size_t sizeBytes, std::uint64_t reserved);
     static void makeTable();
-    static std::optional<kxMemoryEntry> take(const void* block);
+    static bool take(const void* block, kxMemoryEntry* taken);
     static void putBack(const kxMemoryEntry& entry);
 
     static constinit std::atomic<std::uint32_t> reasons_;

@@ -83,17 +83,18 @@ void tellTrace(const char* format, const kxMemoryEntry& entry, const Texts&... t
 void tellLostBlock(const Formats& formats, const kxMemoryEntry& entry)
 {
     const kxMemoryRecord& record = entry.record;
-    const char* const data = entry.texts.data != nullptr ? entry.texts.data : kUnknownData;
-    const char* const description = entry.texts.description;
+    const kxMemoryTexts texts = record.texts();
+    const char* const data = texts.data != nullptr ? texts.data : kUnknownData;
+    const char* const description = texts.description;
     const char* const format = description != nullptr ? formats.lostWithDescription : formats.lost;
     const auto send = [&](const auto&... values) {
         tell(kReportLevel, format, record.thread, record.sizeBytes, record.address, values...);
     };
-    const auto sendWords = [&](const auto&... texts) {
-        send(data, record.sequence, entry.totalBytes, record.state, texts...);
+    const auto sendWords = [&](const auto&... more) {
+        send(data, record.sequence, entry.totalBytes, record.state, more...);
     };
-    const auto sendNumbers = [&](const auto&... texts) {
-        send(record.sequence, entry.totalBytes, record.state, texts...);
+    const auto sendNumbers = [&](const auto&... more) {
+        send(record.sequence, entry.totalBytes, record.state, more...);
     };
     const bool isInWords = &formats == &kWords;
     if (description == nullptr)
@@ -121,10 +122,11 @@ void kxMemoryMessages::tellAllocated(const kxMemoryEntry& entry)
 
 void kxMemoryMessages::tellFreed(const kxMemoryEntry& entry)
 {
-    if (entry.texts.data == nullptr)
+    const char* const data = entry.record.texts().data;
+    if (data == nullptr)
         tellTrace(formats().freed, entry);
     else
-        tellTrace(formats().freedWithData, entry, entry.texts.data);
+        tellTrace(formats().freedWithData, entry, data);
 }
 
 void kxMemoryMessages::tellLost(std::span<const kxMemoryEntry> lost)

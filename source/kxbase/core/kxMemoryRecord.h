@@ -3,26 +3,35 @@
 
 #include <cstdint>
 
+// What the allocating code says of a block; null for nothing.
+struct kxMemoryTexts {
+    const char* data = nullptr;
+    const char* description = nullptr;
+};
+
 struct kxMemoryRecord {
     std::uint64_t address = 0;  // 0 in a record that is free
     std::uint64_t sizeBytes = 0;
     std::uint32_t thread = 0;    // the system's id of the thread that allocated it
     std::uint32_t sequence = 0;  // how many records were filled before
     std::int32_t state = 0;      // the thread's own value at that time
-    std::uint64_t reserved = 0;
+    std::uint64_t reserved = 0;  // the address of the texts about the block, 0 for none
+
+    void setTexts(const kxMemoryTexts& texts) noexcept
+    {
+        reserved = reinterpret_cast<std::uintptr_t>(&texts);
+    }
+    kxMemoryTexts texts() const noexcept
+    {
+        if (reserved == 0) return {};
+        return *reinterpret_cast<const kxMemoryTexts*>(static_cast<std::uintptr_t>(reserved));
+    }
 };
 static_assert(sizeof(kxMemoryRecord) == 40);
-
-// What the allocating code has said of a block. Null when it said nothing.
-struct kxMemoryTexts {
-    const char* data = nullptr;
-    const char* description = nullptr;
-};
 
 // A record with everything that a line about it shows.
 struct kxMemoryEntry {
     kxMemoryRecord record = {};
-    kxMemoryTexts texts = {};
     std::uint32_t index = 0;       // of the record in its table
     std::uint64_t totalBytes = 0;  // of the table, when the entry was made or taken
 };

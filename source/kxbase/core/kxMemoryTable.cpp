@@ -1,67 +1,64 @@
 #include "kxbase/core/kxMemoryTable.h"
 
-#include <algorithm>
 #include <new>
 
-void kxMemoryTable::setRoom(void* records, Aside* aside) noexcept
+void kxMemoryTable::setRoom(void* records, kxMemoryIndex* index) noexcept
 {
     records_ = static_cast<kxMemoryRecord*>(records);
-    aside_ = aside;
+    index_ = index;
 }
 
-std::optional<kxMemoryEntry> kxMemoryTable::add(kxMemoryRecord record, const kxMemoryTexts& texts) noexcept
+bool kxMemoryTable::add(const kxMemoryRecord& record, kxMemoryEntry* added) noexcept
 {
-    record.sequence = nextSequence_;
-    const std::optional<std::uint32_t> index = enter(record, texts);
-    if (!index) return std::nullopt;
-    ++nextSequence_;
-    return entryAt(*index);
+    const std::uint32_t index = enter(record);
+    if (index == kRecords) return false;
+    records_[index].sequence = nextSequence_++;
+    if (added != nullptr) *added = entryAt(index);
+    return true;
 }
 
-std::optional<kxMemoryEntry> kxMemoryTable::take(std::uint64_t address) noexcept
+bool kxMemoryTable::take(std::uint64_t address, kxMemoryEntry* taken) noexcept
 {
-    if (!hasRoom()) return std::nullopt;
-    const std::uint32_t index = aside_->index.remove(address, records_);
-    if (index == kxMemoryIndex::kNone) return std::nullopt;
+    if (!hasRoom()) return false;
+    const std::uint32_t index = index_->remove(address, records_);
+    if (index == kxMemoryIndex::kNone) return false;
     totalBytes_ -= records_[index].sizeBytes;
-    const kxMemoryEntry entry = entryAt(index);
+    if (taken != nullptr) *taken = entryAt(index);
     records_[index].address = 0;
     free_.insert(index);
     --liveCount_;
-    return entry;
+    return true;
 }
 
 void kxMemoryTable::putBack(const kxMemoryEntry& entry) noexcept
 {
-    enter(entry.record, entry.texts);
+    enter(entry.record);
 }
 
 void kxMemoryTable::setTexts(std::uint64_t address, const kxMemoryTexts& texts) noexcept
 {
     if (!hasRoom()) return;
-    const std::uint32_t index = aside_->index.find(address, records_);
-    if (index != kxMemoryIndex::kNone) aside_->texts[index] = texts;
+    const std::uint32_t index = index_->find(address, records_);
+    if (index != kxMemoryIndex::kNone) records_[index].setTexts(texts);
 }
 
-std::optional<std::uint32_t> kxMemoryTable::freeRecord() const noexcept
+std::uint32_t kxMemoryTable::freeRecord() const noexcept
 {
-    if (!hasRoom()) return std::nullopt;
-    if (usedCount_ < kRecords) return usedCount_;
-    const std::uint32_t lowest = free_.lowest();
-    return lowest < kRecords ? std::optional(lowest) : std::nullopt;
+    if (!hasRoom()) return kRecords;
+    return usedCount_ < kRecords ? usedCount_ : free_.lowest();
 }
 
-std::optional<std::uint32_t> kxMemoryTable::enter(const kxMemoryRecord& record,
-                                                  const kxMemoryTexts& texts) noexcept
+std::uint32_t kxMemoryTable::enter(const kxMemoryRecord& record) noexcept
 {
     totalBytes_ += record.sizeBytes;
-    const std::optional<std::uint32_t> index = freeRecord();
-    if (!index) return std::nullopt;
-    ::new (&records_[*index]) kxMemoryRecord(record);
-    aside_->texts[*index] = texts;
-    aside_->index.insert(record.address, *index);
-    usedCount_ = std::max(usedCount_, *index + 1);
-    free_.remove(*index);
+    const std::uint32_t index = freeRecord();
+    if (index == kRecords) return index;
+    ::new (&records_[index]) kxMemoryRecord(record);
+    index_->insert(record.address, index);
+    if (index == usedCount_)
+        ++usedCount_;
+    else
+        free_.remove(index);
     ++liveCount_;
     return index;
 }
@@ -76,5 +73,5 @@ std::uint32_t kxMemoryTable::copyLive(kxMemoryEntry* entries) const noexcept
 
 kxMemoryEntry kxMemoryTable::entryAt(std::uint32_t index) const noexcept
 {
-    return {records_[index], aside_->texts[index], index, totalBytes_};
+    return {records_[index], index, totalBytes_};
 }

@@ -11,25 +11,21 @@
 #include "kxbase/core/kxNumberSet.h"
 
 #include <cstddef>
-#include <optional>
 
 class kxMemoryTable {
 public:
     static constexpr std::uint32_t kRecords = 1000000;
     static constexpr std::size_t kRoomBytes = kRecords * sizeof(kxMemoryRecord);
-    // What goes with the records; zeroed memory is an empty one.
-    struct Aside {
-        kxMemoryTexts texts[kRecords];
-        kxMemoryIndex index;
-    };
 
     bool hasRoom() const noexcept { return records_ != nullptr; }
-    // Takes room for the records, of kRoomBytes and aligned as malloc does, and for what goes with them.
-    void setRoom(void* records, Aside* aside) noexcept;
+    // Takes room for the records, of kRoomBytes and aligned as malloc does, and the index that goes with them.
+    void setRoom(void* records, kxMemoryIndex* index) noexcept;
 
     // Counts the bytes of a new block and, where a record is free, enters the block with the next sequence number.
-    std::optional<kxMemoryEntry> add(kxMemoryRecord record, const kxMemoryTexts& texts) noexcept;
-    std::optional<kxMemoryEntry> take(std::uint64_t address) noexcept;
+    // Answers whether it did, and what it has entered to whoever asks with an entry.
+    bool add(const kxMemoryRecord& record, kxMemoryEntry* added = nullptr) noexcept;
+    // Releases the record of a block. Answers whether it has one, and what it was to whoever asks with an entry.
+    bool take(std::uint64_t address, kxMemoryEntry* taken = nullptr) noexcept;
     // Counts and enters again what has been taken, as far as a record is free.
     void putBack(const kxMemoryEntry& entry) noexcept;
     // What lines about a block are to say, as kxMemCheck::describe.
@@ -45,12 +41,13 @@ public:
 private:
     static_assert(kRecords <= kxMemoryIndex::kMostRecords);
 
-    std::optional<std::uint32_t> freeRecord() const noexcept;
-    std::optional<std::uint32_t> enter(const kxMemoryRecord& record, const kxMemoryTexts& texts) noexcept;
+    // Both answer kRecords when none is free.
+    std::uint32_t freeRecord() const noexcept;
+    std::uint32_t enter(const kxMemoryRecord& record) noexcept;
     kxMemoryEntry entryAt(std::uint32_t index) const noexcept;
 
     kxMemoryRecord* records_ = nullptr;
-    Aside* aside_ = nullptr;
+    kxMemoryIndex* index_ = nullptr;
     // Among the records used so far; finds at once what a scan of them would find.
     kxNumberSet<kRecords> free_;
     std::uint32_t usedCount_ = 0;  // records used so far, also those that are free again

@@ -1,6 +1,6 @@
 // A block of bytes that is filled once and read once, as between two endpoints.
 //
-// Blocks of 4 to 64 MB are backed by large pages where the system has them. The contents are undefined at
+// Blocks of 4 MB and more are backed by large pages where the system has them. The contents are undefined at
 // first.
 //
 // Ownership: owns its block; freed with the buffer.

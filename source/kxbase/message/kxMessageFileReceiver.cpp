@@ -42,7 +42,8 @@ bool isUrgent(std::uint32_t level)
 
 }  // namespace
 
-kxMessageFileReceiver::kxMessageFileReceiver(const kxString& fileName) : fileName_(fileName)
+kxMessageFileReceiver::kxMessageFileReceiver(const kxString& fileName)
+    : fileName_(fileName), forksBefore_(kxForkCount())
 {
     const kxPlatformFileOpened opened = kxPlatformFileOpenWrite(fileName_.text(), KX_PLATFORM_APPEND);
     file_ = opened.file;

@@ -43,6 +43,6 @@ private:
     kxPlatformFileHandle file_ = KX_PLATFORM_NO_FILE;
     // Under the shared mutex; no message is sent under it.
     std::string pending_;
-    std::uint32_t forksBefore_ = 0;  // forks that led to the process in which pending_ came together
-    bool isFailing_ = false;         // the last write failed, which has been reported
+    std::uint32_t forksBefore_;  // forks that led to the process in which pending_ came together
+    bool isFailing_ = false;     // the last write failed, which has been reported
 };

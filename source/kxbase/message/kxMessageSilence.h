@@ -1,4 +1,4 @@
-// While such an object lives, the messages that the calling thread sends go nowhere.
+// While such an object lives, the messages that the calling thread sends go nowhere, those of the memory check too.
 //
 // Threads: concerns the calling thread alone; silences nest.
 #pragma once

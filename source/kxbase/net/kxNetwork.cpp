@@ -6,6 +6,7 @@
 #include "kxbase/platform/kxPlatformInterfaces.h"
 #include "kxbase/platform/kxPlatformResolver.h"
 #include "kxbase/platform/kxPlatformSocket.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 
 #include <algorithm>
 #include <optional>
@@ -165,7 +166,7 @@ kxArray<std::uint32_t> kxNetwork::resolve(const kxString& name)
     kxArray<std::uint32_t> found;
     // The resolver would read a name with a zero byte in it as another name.
     if (!name.isEmpty() && name.find('\0') == KX_STRING_NOT_FOUND) found = askResolver(name.text());
-    if (found.isEmpty()) kxMessage(KX_MESSAGE_DEBUG, "Host '%s' not found", name);
+    if (found.isEmpty()) kxAdapterMessage(KX_MESSAGE_DEBUG, "Host '%s' not found", name);
     return found;
 }
 
@@ -177,7 +178,7 @@ kxHostAddress kxNetwork::interfaceAddress(const kxString& text)
     }
     kxHostAddress named(text);
     if (!named.isValid()) {
-        kxMessage(KX_MESSAGE_INTERNAL_WARNING, "Network interface '%s' not found", text);
+        kxAdapterMessage(KX_MESSAGE_INTERNAL_WARNING, "Network interface '%s' not found", text);
     }
     return named;
 }

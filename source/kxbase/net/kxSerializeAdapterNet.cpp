@@ -24,6 +24,12 @@ void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
     timeoutSeconds_ = timeoutSeconds;
 }
 
+void kxSerializeAdapterNet::couldNotSend(const kxSocketAddress& destination, std::uint32_t error)
+{
+    kxMessage(KX_MESSAGE_WARNING, "Could not send to %s:%d (%s)", destination.host().text(),
+              destination.port(), kxSocket::errorText(error));
+}
+
 bool kxSerializeAdapterNet::hasError()
 {
     {

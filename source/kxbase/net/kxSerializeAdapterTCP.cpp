@@ -8,11 +8,13 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace {
 
 constexpr std::uint32_t kMostChunksAtOnce = 100;
-// Reads of this size are worth a system call of their own, which saves queueing the bytes.
+// Reads of this size are worth a system call of their own, which saves queueing the bytes; so are those that take all
+// that was found.
 constexpr std::uint32_t kStraightBytes = 4096;
 constexpr std::uint32_t kReceiveBufferBytes = 1000000;
 constexpr double kConnectSeconds = 3.0;
@@ -148,19 +150,21 @@ void kxSerializeAdapterTCP::closeReceiving()
 // What the socket holds can wait there: then it goes straight to whoever reads it.
 std::uint32_t kxSerializeAdapterTCP::look()
 {
-    std::uint32_t pending = 0;
-    connection_.isActive(pending);
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{queue_.length()} + pending,
+    connection_.isActive(foundInSocket_);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{queue_.length()} + foundInSocket_,
                                                               std::numeric_limits<std::uint32_t>::max()));
 }
 
 std::uint32_t kxSerializeAdapterTCP::take(std::uint8_t* bytes, std::uint32_t count)
 {
     const std::uint32_t taken = queue_.take(bytes, count);
-    if (taken == count) return taken;
-    if (count - taken >= kStraightBytes) return taken + takeFromSocket(bytes + taken, count - taken);
+    const std::uint32_t left = count - taken;
+    if (left == 0) return taken;
+    const std::uint32_t found = std::exchange(foundInSocket_, 0);
+    const bool takesAll = found != 0 && found <= left;
+    if (takesAll || left >= kStraightBytes) return taken + takeFromSocket(bytes + taken, left);
     receivePending();
-    return taken + queue_.take(bytes + taken, count - taken);
+    return taken + queue_.take(bytes + taken, left);
 }
 
 std::uint32_t kxSerializeAdapterTCP::takeFromSocket(std::uint8_t* bytes, std::uint32_t count)
@@ -190,9 +194,20 @@ void kxSerializeAdapterTCP::receivePending()
 
 void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
 {
-    const auto* begin = static_cast<const std::uint8_t*>(bytes);
     noteWritten();
-    const kxBodyGuard writing(writeLock_);
+    kxSocketAddress lostPeer;
+    {
+        const kxBodyGuard writing(writeLock_);
+        if (getSendError() != KX_SOCKET_OK) return;
+        sendAll(static_cast<const std::uint8_t*>(bytes), count);
+        if (getSendError() == KX_SOCKET_OK) return;
+        lostPeer = connection_.peerAddress();
+    }
+    couldNotSend(lostPeer, getSendError());
+}
+
+void kxSerializeAdapterTCP::sendAll(const std::uint8_t* begin, std::uint32_t count)
+{
     while (count != 0 && getSendError() == KX_SOCKET_OK) {
         const kxPlatformSocketResult sent = connection_.trySend(begin, count);
         if (sent.error == KX_SOCKET_WOULD_BLOCK) {
@@ -203,6 +218,7 @@ void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
             hasSent_ = true;
             begin += sent.count;
             count -= static_cast<std::uint32_t>(sent.count);
+            if (count != 0) takeInputUntilRoom();  // the system took what it had room for
         }
     }
 }
@@ -213,9 +229,12 @@ void kxSerializeAdapterTCP::takeInputUntilRoom()
     std::uint32_t wanted = KX_SOCKET_CAN_WRITE;
     {
         const kxBodyGuard guard(lock_);
-        receivePending();
         // A connection that has ended can always be read, and a full queue takes nothing.
         if (connection_.error() == KX_SOCKET_OK && !queue_.isFull()) wanted |= KX_SOCKET_CAN_READ;
     }
-    kxPlatformSocketWait(connection_.descriptor(), wanted, kWriteWaitMilliseconds);
+    const kxPlatformSocketResult ready =
+        kxPlatformSocketWait(connection_.descriptor(), wanted, kWriteWaitMilliseconds);
+    if (ready.count < 0 || (ready.count & KX_SOCKET_CAN_READ) == 0) return;
+    const kxBodyGuard guard(lock_);
+    receivePending();
 }

@@ -10,9 +10,9 @@
 // Ownership: owns the connection. An adapter that has written waits in its destructor up to a second for the peer to
 //            close, since unread input would destroy what the peer has not received yet.
 // Threads:   one thread may write while others read.
-// Errors:    what fails while opening is the error text. After a failed write, further writes are lost; what has
-//            arrived can still be read. Once nothing is left to read and the connection has ended, hasError() sets
-//            the text "IP connection closed".
+// Errors:    what fails while opening is the error text. After a failed write, which a Warning tells, further writes are
+//            lost; what has arrived can still be read. Once nothing is left to read and the connection has ended,
+//            hasError() sets the text "IP connection closed".
 #pragma once
 
 #include "kxbase/net/kxNetUrl.h"
@@ -55,6 +55,7 @@ private:
     void closeConnection();
     void receivePending();
     std::uint32_t takeFromSocket(std::uint8_t* bytes, std::uint32_t count);
+    void sendAll(const std::uint8_t* begin, std::uint32_t count);
     void takeInputUntilRoom();
 
     kxString interfaceText_;
@@ -63,4 +64,5 @@ private:
     kxSocket connection_;
     std::atomic<std::uint32_t> sendError_{KX_SOCKET_OK};
     bool hasSent_ = false;
+    std::uint32_t foundInSocket_ = 0;  // by the last look, if nothing was taken since; under the lock
 };

@@ -216,7 +216,7 @@ void kxSerializeAdapterUDP::receivePending()
         const std::uint32_t pending = receiveSocket_.bytesAvailable();
         if (pending != 0) {
             if (!receiveOne(pending)) return;
-        } else if (receiveSocket_.dropEmptyDatagram()) {
+        } else if (queue_.isEmpty() && receiveSocket_.dropEmptyDatagram()) {
             ++emptyDatagrams_;  // all others waited behind it
         } else {
             return;
@@ -254,6 +254,7 @@ void kxSerializeAdapterUDP::writeBlock(const void* bytes, std::uint32_t count)
     noteWritten();
     while (count != 0) {
         const std::int64_t sent = sendOne(begin, std::min(count, kMostDatagramBytes));
+        if (sent < 0 && !sendingHasFailed_.exchange(true)) couldNotSend(destination_, getSendError());
         if (sent <= 0) return;
         begin += sent;
         count -= static_cast<std::uint32_t>(sent);

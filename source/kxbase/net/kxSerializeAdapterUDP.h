@@ -13,7 +13,8 @@
 // Ownership: owns two sockets; the destructor closes them.
 // Threads:   any thread may read, write or ask; see kxSerializeAdapterNet.
 // Errors:    what fails while opening is the error text. A datagram that cannot be sent is lost and recorded in the
-//            sending socket; so is one that a full network does not take within a second.
+//            sending socket; so is one that a full network does not take within a second. The first is told in a
+//            Warning.
 #pragma once
 
 #include "kxbase/net/kxNetUrl.h"
@@ -75,6 +76,7 @@ private:
     std::int64_t port_ = 0;
     std::int64_t ttl_ = 0;
     bool echoes_ = false;
+    std::atomic<bool> sendingHasFailed_{false};
     kxUdpMode mode_ = KX_UDP_UNICAST;
     kxSocketAddress destination_;
     kxSocket sendSocket_;

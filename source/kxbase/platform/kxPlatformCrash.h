@@ -63,8 +63,9 @@ struct kxPlatformCrashActions {
 // A fault that is handled ends its thread when that was started by kxPlatformThreadStart, else the process, with
 // the status that a shell gives for such an end. Any other goes on to what was there before. A handler is called as
 // the system would, and may return or jump; the next fault comes here first again, unless the handler itself has
-// changed that or was to be called once (SA_RESETHAND). By default the process ends. The terminal is given back
-// first.
+// changed that or was to be called once (SA_RESETHAND): when it leaves the default behind and returns to an instruction
+// that has faulted, or when there was no handler, the process ends. The terminal is given back first. A program that
+// ends by itself meanwhile waits for all of this.
 //
 // Only the first call in a process installs; in a forked child one more call starts the dump thread that the
 // child does not have, and until then the handler does its work. False when the system refuses; another call tries

@@ -69,6 +69,5 @@ bool kxCrashFile::open(const kxString& path)
 
 bool kxCrashFile::append(std::string_view text)
 {
-    adapter_->writeBlock(text.data(), static_cast<std::uint32_t>(text.size()));
-    return adapter_->flush() == 0;
+    return adapter_->writeWhole(text.data(), static_cast<std::uint32_t>(text.size()));
 }

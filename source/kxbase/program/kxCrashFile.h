@@ -1,5 +1,6 @@
 // The crash file: named from the local time at which it is opened, in the current directory, else in that of TMPDIR.
-// Where neither takes it, what would go into it goes to standard error.
+// A text stands whole in one place: where neither folder takes all of it, none of it, and it goes to standard error.
+// A file that could be made but not written stays behind empty, since others may have it open.
 //
 // Threads: takes no lock.
 #pragma once

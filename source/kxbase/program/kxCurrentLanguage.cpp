@@ -1,5 +1,6 @@
 #include "kxbase/program/kxCurrentLanguage.h"
 
+#include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
@@ -17,11 +18,11 @@ constexpr const char* kDefaultLanguage = "eng";
 // threads that are not there may hold.
 kxCurrentLanguage::State& kxCurrentLanguage::state()
 {
-    static State* const current = new State;
+    static kxUndestroyed<State> current;
     static constinit kxPlatformForkGuard guard{[] { state().lock.readLock(); }, [] { state().lock.unlock(); },
                                                [] { std::construct_at(&state().lock); }};
     [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
-    return *current;
+    return current.value;
 }
 
 void kxCurrentLanguage::takeFromEnvironment(State& current)

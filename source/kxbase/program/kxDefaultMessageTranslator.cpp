@@ -1,12 +1,12 @@
 #include "kxbase/program/kxDefaultMessageTranslator.h"
 
 #include "kxbase/core/kxClock.h"
-#include "kxbase/message/kxMessageSilence.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformFile.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
 #include <algorithm>
@@ -22,13 +22,6 @@ constexpr const char* kDefaultFile = "korvexsdk.lng";
 constexpr std::uint32_t kBlockBytes = 4096;
 constexpr std::uint32_t kPauseMilliseconds = 5;
 
-// Asked for the end, an adapter may tell why it came; of a language file nothing is told.
-bool hasFailed(kxSerializeAdapter& adapter)
-{
-    const kxMessageSilence silence;
-    return adapter.hasError();
-}
-
 // A last line counts without a line end, but only if the file has ended there and was not left.
 void parse(kxSerializeAdapter& adapter, kxTranslations& translations)
 {
@@ -43,7 +36,7 @@ void parse(kxSerializeAdapter& adapter, kxTranslations& translations)
         parser.read(block.data(), count);
         left -= count;
         if (count != 0) continue;
-        if (!wasActive || !adapter.hasEnd() || hasFailed(adapter)) return parser.finish();
+        if (!wasActive || !adapter.hasEnd() || adapter.hasError()) return parser.finish();
         kxPlatformSleep(kPauseMilliseconds);
     }
 }
@@ -61,6 +54,7 @@ std::unique_ptr<const kxTranslations> readLanguageFile()
 {
     const kxString url = fileUrl();
     if (url.isEmpty()) return nullptr;
+    const kxAdapterSilence silence;
     const auto adapter = kxSerializeAdapter::getAdapter(url, KX_SERIALIZE_INPUT, KX_SERIALIZE_SILENT);
     if (!adapter) return nullptr;
     auto translations = std::make_unique<kxTranslations>();

@@ -3,11 +3,14 @@
 // kxCurrentLanguage.
 //
 // The file is read once, to its end where its adapter has one, so that it may come from a pipe or a connection. One
-// that is missing or cannot be read leaves every text untranslated, is not tried again, and nothing is said about it.
-// What its adapter sends while it is opened or delivers bytes is sent untranslated. At most
-// KX_LANGUAGE_FILE_MAX_BYTES are read, for at most KX_LANGUAGE_FILE_MAX_SECONDS; that the opening waits, as that of a
-// pipe does for its writer, cannot be prevented. So "korvexsdk.lng" in the current directory is left alone when it is
-// a pipe or a device and the environment does not name it.
+// that is missing or cannot be read leaves every text untranslated, is not tried again, and nothing is said about it:
+// the library's adapters are silent about it. All other messages that come up while it is read, also those of other
+// threads and of a program's own adapters, are sent untranslated.
+//
+// At most KX_LANGUAGE_FILE_MAX_BYTES are read, and no more bytes are asked for after KX_LANGUAGE_FILE_MAX_SECONDS. How
+// long the adapter itself waits is its own affair: opening a pipe waits for the writer, an http: URL up to 30 seconds
+// for the connection and again for the reply. So "korvexsdk.lng" in the current directory is left alone when it is a
+// pipe or a device and the environment does not name it.
 //
 // Ownership: owns the translations.
 // Threads:   any, and a forked child. No lock is held while the file is read. Other threads wait for that up to a

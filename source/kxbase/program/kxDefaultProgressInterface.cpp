@@ -2,9 +2,9 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/message/kxConsoleMutex.h"
+#include "kxbase/string/kxUtf.h"
 
 #include <cstdio>
-#include <string>
 
 namespace {
 
@@ -23,7 +23,7 @@ std::string lineOf(std::int32_t percentage, const kxString& text)
 
 void kxDefaultProgressInterface::progress(std::int32_t percentage, const kxString& text)
 {
-    const Shown next{percentage, *text.text()};
+    const Shown next{percentage, std::string(text.view().substr(0, kxUtfPrefix(text.view(), 1)))};
     const kxBodyGuard guard(kxConsoleMutex());
     if (shown_ == next) return;
     const std::string line = lineOf(percentage, text);

@@ -13,6 +13,7 @@
 #include "kxbase/message/kxProgressInterface.h"
 
 #include <optional>
+#include <string>
 
 class kxDefaultProgressInterface : public kxProgressInterface {
 public:
@@ -21,7 +22,7 @@ public:
 private:
     struct Shown {
         std::int32_t percentage;
-        char first;  // character of the text
+        std::string first;  // character of the text
 
         bool operator==(const Shown&) const = default;
     };

@@ -18,6 +18,11 @@ constexpr struct {
     {u'n', u'\n'}, {u'r', u'\r'}, {u't', u'\t'}, {u'\\', u'\\'}, {u'"', u'"'},
 };
 
+bool isBlank(char16_t unit)
+{
+    return kBlanks.find(unit) != kBlanks.npos;
+}
+
 std::u16string_view trimmed(std::u16string_view line)
 {
     line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
@@ -91,7 +96,7 @@ void kxLanguageFileParser::takeUnit(char16_t unit)
         isSwapped_ = unit == kSwappedMark;
     else if (unit == u'\n' || unit == u'\r')
         takeLine();
-    else if (line_.size() <= KX_MOST_LINE_UNITS)
+    else if (line_.size() <= KX_MOST_LINE_UNITS && !(line_.empty() && isBlank(unit)))
         line_ += unit;
 }
 

@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/platform/kxPlatformClock.h"
 #include "kxbase/platform/kxPlatformCrash.h"
@@ -31,10 +32,13 @@ constinit std::atomic<std::int32_t> utcOffsetSeconds{0};
 char writtenPathRoom[kLineBytes];
 constinit kxCrashText writtenPath{writtenPathRoom};
 
-// Changed under the mutex of the file, and only while the flag is not set.
-char openPathRoom[kLineBytes];
-constinit kxCrashText openPath{openPathRoom};
-constinit std::atomic<bool> isFileOpen{false};
+// The path of the file that is open now, null when none is. Changed under the mutex of the file; a path that the
+// handler may be reading stays for good.
+struct OpenFile {
+    const kxString path;
+    const OpenFile* const before;
+};
+constinit std::atomic<const OpenFile*> openFile{nullptr};
 
 // The handler's.
 char handlerPathRoom[kLineBytes];
@@ -55,14 +59,12 @@ void sendNotice(const kxString& path)
     kxMessage(KX_MESSAGE_NOTICE, "%s: %s%s", kxTranslate(kNoticeTitle), kxTranslate(kNoticeText), path);
 }
 
-// Of the file that is open now, empty when none is.
+// The path is empty when no file is open.
 void showHandler(const kxString& path)
 {
-    if (path.view() == openPath.view()) return;
-    isFileOpen.store(false);
-    openPath.clear();
-    openPath.add(path);
-    isFileOpen.store(!path.isEmpty());
+    static const OpenFile* last = nullptr;
+    if (!path.isEmpty() && (last == nullptr || last->path != path)) last = new OpenFile{path, last};
+    openFile.store(path.isEmpty() ? nullptr : last);
 }
 
 // ---- in the handler
@@ -92,8 +94,8 @@ bool appendTo(const char* path, std::string_view text)
 {
     const kxPlatformFileHandle file = kxPlatformFileOpenWrite(path, KX_PLATFORM_APPEND).file;
     if (file == KX_PLATFORM_NO_FILE) return false;
-    const kxPlatformIoResult result = kxPlatformFileWrite(file, text.data(), text.size());
-    return kxPlatformFileClose(file) == 0 && result.error == 0;
+    const kxPlatformError error = kxPlatformFileWriteWhole(file, text.data(), text.size());
+    return kxPlatformFileClose(file) == 0 && error == 0;
 }
 
 void makeText(const kxPlatformCrash& crash, const kxCrashTime& time)
@@ -115,8 +117,8 @@ void writeAddresses(const kxPlatformCrash& crash)
     const kxCrashTime time = kxCrashTime::at(kxPlatformWallSeconds(), utcOffsetSeconds.load());
     makeText(crash, time);
     const auto append = [] { return appendTo(handlerPath.text(), handlerText.view()); };
-    if (isFileOpen.load()) {
-        handlerPath.add(openPath.view());
+    if (const OpenFile* const file = openFile.load()) {
+        handlerPath.add(file->path.view());
         if (append()) return;
     }
     if (!kxCrashFile::placeInFolder(time, handlerPath, append)) print(handlerText);
@@ -154,7 +156,7 @@ struct kxProgramExecution::Crash {
 };
 
 // In a forked child the file may be locked by a thread that is not there, in the middle of a change: then the child
-// begins without one. Nobody waits for the mutex before a fork, since messages may be sent under it.
+// begins without one. Nobody waits for the mutex before a fork, since texts may be translated under it.
 struct kxProgramExecution::Fork {
     static void forgetInChild()
     {
@@ -223,6 +225,8 @@ void kxProgramExecution::exceptionLeftProcess(std::uint32_t threadId, const char
 // Answers the path of the file if the user is to be told of it: of every dump, and of a file made for an exception.
 kxString kxProgramExecution::write(std::string_view text, bool isDump)
 {
+    // What it keeps until the next dump, or for good, would look lost.
+    const kxUntrackedScope scope;
     const kxBodyGuard guard(mutex_);
     const kxString pathBefore = file_.path();
     file_.write(text);

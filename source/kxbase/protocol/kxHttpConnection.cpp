@@ -3,6 +3,7 @@
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/net/kxNetwork.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ const char* chooseDestination(kxHttpUrl& url, kxSocketAddress& destination)
         return isProxyUnknown ? "Host name in URL is not valid and proxy is not valid"
                               : "Host name in URL is not valid";
     if (isProxyUnknown) {
-        kxMessage(KX_MESSAGE_WARNING, "HTTP proxy '%s' is not valid and is left out", url.proxy.host);
+        kxAdapterMessage(KX_MESSAGE_WARNING, "HTTP proxy '%s' is not valid and is left out", url.proxy.host);
         url.hasProxy = false;
     }
     return nullptr;

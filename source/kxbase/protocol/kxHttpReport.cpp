@@ -1,6 +1,7 @@
 #include "kxbase/protocol/kxHttpReport.h"
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 
 #include <iterator>
 
@@ -18,9 +19,10 @@ static_assert(std::size(kFormats) == KX_HTTP_DATA_DISCARDED + 1, "one format for
 void kxHttpReport(kxHttpReportKind kind, kxTextPlace place, std::string_view fault)
 {
     if (kind == KX_HTTP_PARSE_ERROR)
-        kxMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], kxTranslate(fault), place.line, place.column);
+        kxAdapterMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], kxTranslate(fault), place.line,
+                         place.column);
     else
-        kxMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], place.line, place.column);
+        kxAdapterMessage(KX_MESSAGE_INTERNAL_WARNING, kFormats[kind], place.line, place.column);
 }
 
 kxString kxHttpReportText(kxHttpReportKind kind, kxTextPlace place, std::string_view fault)

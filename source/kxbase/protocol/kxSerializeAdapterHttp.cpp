@@ -4,6 +4,7 @@
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -420,7 +421,7 @@ void kxSerializeAdapterHttp::giveUp()
         connection_.close();
         lock_.signal();
     }
-    kxMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
+    kxAdapterMessage(KX_MESSAGE_WARNING, kTimedOut, getName());
     concludeReply();
 }
 
@@ -445,7 +446,7 @@ bool kxSerializeAdapterHttp::concludeReply()
         if (!isConnectionUsable()) connection_.close();
         if (!text.isEmpty()) isTold = std::exchange(request_.isFailureTold, true);
     }
-    if (!isTold) kxMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
+    if (!isTold) kxAdapterMessage(KX_MESSAGE_WARNING, "HTTP Socket %s: %s", getName(), text);
     if (hasBytes) return false;
     setError(text.isEmpty() ? kxTranslate("IP connection closed") : text);
     return true;

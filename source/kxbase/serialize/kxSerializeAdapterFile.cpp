@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 #include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxSystemError.h"
 
@@ -119,6 +120,17 @@ void kxSerializeAdapterFile::writeBlock(const void* bytes, std::uint32_t count)
         queue_.append(next + written, piece - written);
         next += piece;
     }
+}
+
+bool kxSerializeAdapterFile::writeWhole(const void* bytes, std::uint32_t count)
+{
+    if (!mayWrite() || !flushQueue()) return false;
+    const kxPlatformError error = kxPlatformFileWriteWhole(file_, bytes, count);
+    if (error != 0)
+        setError(kxWithSystemError(aboutFile("Could not flush to file '", "'"), error));
+    else
+        remaining_ += count;
+    return error == 0;
 }
 
 std::uint32_t kxSerializeAdapterFile::flush()
@@ -267,5 +279,5 @@ std::uint32_t kxSerializeAdapterFile::fetchInto(std::uint8_t* bytes, std::uint32
 void kxSerializeAdapterFile::tellReadError()
 {
     setError(kxWithSystemError(aboutFile("Could not read from file '", "'"), readError_));
-    kxMessage(KX_MESSAGE_WARNING, "%s", getError());
+    kxAdapterMessage(KX_MESSAGE_WARNING, "%s", getError());
 }

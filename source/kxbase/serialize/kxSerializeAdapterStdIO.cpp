@@ -4,6 +4,7 @@
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/serialize/kxAdapterSilence.h"
 #include "kxbase/serialize/kxSystemError.h"
 
 #include <algorithm>
@@ -140,6 +141,6 @@ bool kxSerializeAdapterStdIO::hasError()
         return true;
     }
     setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
-    kxMessage(KX_MESSAGE_WARNING, "%s", getError());
+    kxAdapterMessage(KX_MESSAGE_WARNING, "%s", getError());
     return true;
 }

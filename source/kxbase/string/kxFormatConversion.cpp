@@ -1,7 +1,5 @@
 #include "kxbase/string/kxFormatConversion.h"
 
-#include "kxbase/core/kxMessageLevel.h"
-#include "kxbase/string/kxFormatFault.h"
 #include "kxbase/string/kxNumberText.h"
 #include "kxbase/string/kxUtf.h"
 
@@ -124,11 +122,6 @@ std::u16string_view usedWideText(const kxFormatSpec& spec, const kxArgument& arg
 void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                  kxFormatOutput& output)
 {
-    if (!argument.hasText()) {
-        kxSendFormatFault(KX_MESSAGE_WARNING,
-                          "Using kxString::format(\"%%s\",arg) where arg is no valid pointer");
-        return;
-    }
     if (output.isFull()) return;
     writeText(spec, usedText(spec, argument), output);
 }
@@ -136,11 +129,6 @@ void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxAr
 void writeWide(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                kxFormatOutput& output)
 {
-    if (!argument.hasWideText()) {
-        kxSendFormatFault(KX_MESSAGE_WARNING,
-                          "Using kxString::format(\"%%S\",arg) where arg is no valid pointer");
-        return;
-    }
     if (output.isFull()) return;
     const std::u16string_view wide = usedWideText(spec, argument);
     if (spec.width == 0 && spec.precision < 0) return output.appendWide(wide);
@@ -439,8 +427,10 @@ void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxA
 constexpr kxFormatConversion kConversions[] = {
     // Text
     {'c', writeCharacter, 0, ""},
-    {'s', writeNarrow, 0, ""},
-    {'S', writeWide, 0, ""},
+    {'s', writeNarrow, 0, "", &kxArgument::hasText,
+     "Using kxString::format(\"%%s\",arg) where arg is no valid pointer"},
+    {'S', writeWide, 0, "", &kxArgument::hasWideText,
+     "Using kxString::format(\"%%S\",arg) where arg is no valid pointer"},
     // Integers
     {'d', writeSigned, 10, ""},
     {'u', writeUnsigned, 10, ""},

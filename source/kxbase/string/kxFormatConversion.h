@@ -2,8 +2,7 @@
 // is written by it.
 //
 // Threads: plain functions.
-// Errors:  an argument that is no text where text is asked sends a Warning and adds nothing. Numbers convert:
-//          what is no number is 0.
+// Errors:  an argument that is no text where text is asked is a fault. Numbers convert: what is no number is 0.
 // Units:   width and precision are in characters.
 #pragma once
 
@@ -11,6 +10,7 @@
 #include "kxbase/string/kxFormatOutput.h"
 
 #include <cstdint>
+#include <string_view>
 
 // Widths and precisions are cut to this.
 constexpr std::uint32_t KX_FORMAT_MAX_WIDTH = 65535;
@@ -36,6 +36,9 @@ struct kxFormatConversion {
     Write write;
     std::uint8_t base;   // of an integer
     const char* prefix;  // that the alternate form puts before an integer that is not 0
+    bool (kxArgument::*accepts)() const =
+        nullptr;                  // whether an argument can be written; null for all of them
+    std::string_view fault = {};  // the Warning about one that cannot
 };
 
 // Null for a letter that is no conversion.

@@ -132,6 +132,8 @@ void kxFormatter::convert(unsigned char letter)
     if (conversion == nullptr) return warnUnknown();
     const kxArgument& argument =
         spec_.position >= 0 ? arguments_[static_cast<std::uint32_t>(spec_.position)] : nextArgument();
+    if (conversion->accepts != nullptr && !(argument.*conversion->accepts)())
+        return warn(KX_MESSAGE_WARNING, conversion->fault);
     conversion->write(*conversion, spec_, argument, output_);
 }
 
@@ -140,20 +142,23 @@ const kxArgument& kxFormatter::nextArgument() noexcept
     return arguments_[std::min(nextSlot_++, KX_ARGUMENT_SLOTS)];
 }
 
-void kxFormatter::warnPosition() const
+void kxFormatter::warnPosition()
 {
     // Raw, since the text would otherwise be taken for the very fault that it describes.
-    kxSendFormatFault(KX_MESSAGE_WARNING | KX_MESSAGE_RAW,
-                      "Using kxString::format(\"%n$\") where n<1 or n>16");
+    warn(KX_MESSAGE_WARNING | KX_MESSAGE_RAW, "Using kxString::format(\"%n$\") where n<1 or n>16");
+}
+
+void kxFormatter::warnUnknown()
+{
+    warn(KX_MESSAGE_WARNING, "Unknown format option in string '%s'", format_);
 }
 
 // A format from a language file may hold tens of thousands of faults, and is as long as a text can be.
-void kxFormatter::warnUnknown()
+void kxFormatter::warn(std::uint32_t level, std::string_view text, std::string_view value)
 {
-    const bool isFirst = warnedBytes_ == 0;
-    warnedBytes_ += format_.size();
-    if (!isFirst && warnedBytes_ > KX_FORMAT_MAX_WARNED_BYTES) return;
-    kxSendFormatFault(KX_MESSAGE_WARNING, "Unknown format option in string '%s'", kxArgumentSlots(format_));
+    if (warnedBytes_ >= KX_FORMAT_MAX_WARNED_BYTES) return;
+    warnedBytes_ += text.size() + value.size();
+    kxSendFormatFault(level, text, kxArgumentSlots(value));
 }
 
 kxString kxString::formatArguments(std::string_view text, kxArgumentView arguments)

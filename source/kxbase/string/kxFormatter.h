@@ -24,9 +24,9 @@
 //
 // Ownership: refers to the caller's text and arguments.
 // Threads:   no state outside the object; a fault found here may be formatted by another one meanwhile.
-// Errors:    faults in the format are Warnings, and the text is built from all that can be converted. An unknown
-//            letter's Warning repeats the format; beyond the first one they are sent as long as all together
-//            repeat no more than KX_FORMAT_MAX_WARNED_BYTES of it.
+// Errors:    faults in the format are Warnings, and the text is built from all that can be converted. They are sent
+//            until they come to KX_FORMAT_MAX_WARNED_BYTES of text; what is found behind that is not told. What the
+//            functions below send about a value that is too large does not count.
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"
@@ -56,8 +56,9 @@ private:
     void setPrecision(std::int64_t precision) noexcept;
     void convert(unsigned char letter);
     const kxArgument& nextArgument() noexcept;
-    void warnPosition() const;
+    void warnPosition();
     void warnUnknown();
+    void warn(std::uint32_t level, std::string_view text, std::string_view value = {});
 
     std::string_view format_;
     kxFormatCursor cursor_;
@@ -66,6 +67,6 @@ private:
     std::uint32_t number_ = 0;    // digits read so far
     std::int64_t starValue_ = 0;  // of a '*' that may be a width or a position
     kxFormatSpec spec_;
-    std::size_t warnedBytes_ = 0;  // of the format, repeated in Warnings
+    std::size_t warnedBytes_ = 0;  // of the Warnings so far
     kxFormatOutput output_;
 };

@@ -1,7 +1,9 @@
 #include "kxbase/platform/kxPlatformCrash.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixActionBefore.h"
 #include "kxbase/platform/posix/kxPosixDescriptor.h"
+#include "kxbase/platform/posix/kxPosixDumpThread.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
@@ -14,73 +16,40 @@
 #include <climits>
 #include <csetjmp>
 #include <cstdlib>
-#include <ctime>
 #include <iterator>
-#include <span>
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr std::uint32_t kDumpMilliseconds = 10000;
-constexpr std::uint32_t kTellMilliseconds = 1000;
-// Time that the end of the process may take once the signal's default action has been restored.
+// Time that a handler before ours has until the program may end by itself, and the process to end once that is settled.
+constexpr std::uint32_t kHandlerMilliseconds = 1000;
 constexpr std::uint32_t kEndMilliseconds = 10000;
 constexpr int kPrintMilliseconds = 1000;
 constexpr std::uint32_t kForEver = 0xFFFFFFFF;
-constexpr int kStatusOfSignal = 128;
 
 // Who deals with a fault: a thread by its id, or one of these.
 //
-//   kNobody -> thread     the thread, when it faults
-//   thread -> kNobody     the same thread, when the process goes on
-//   thread -> kGoneOn     the same thread, when the process is about to end by the signal
-//   kGoneOn -> kNobody    another thread that has faulted, when the process has not ended after all
-//   any -> kNobody        a forked child
+//   kNobody, kPassedOn -> thread  the thread, when it faults or ends the process
+//   thread -> kNobody             the same thread, when that is all; it stays the owner of a process that is to end
+//   thread -> kPassedOn           the same thread, when it calls the handler before
+//   kPassedOn -> kNobody          a thread whose handler before has returned; one that jumps leaves kPassedOn behind
+//   any -> kNobody                a forked child
 constexpr std::uint32_t kNobody = 0;
-constexpr std::uint32_t kGoneOn = 0xFFFFFFFF;
-
-// How far the dump thread is.
-//
-//   IDLE -> ASKED          the owner
-//   ASKED -> DUMPED        the dump thread, when the file is written
-//   DUMPED -> IDLE         the dump thread, when the user has been told
-//   ASKED -> LOST          the owner, when that takes too long
-//   ASKED, DUMPED -> LOST  the dump thread, when it faults; it does nothing any more
-//   LOST -> IDLE           the dump thread, when it is done too late, and whoever has started one
-//   any -> LOST            a forked child
-enum Progress : std::uint32_t { LOST, IDLE, ASKED, DUMPED };
+constexpr std::uint32_t kPassedOn = 0xFFFFFFFF;
 
 constinit std::atomic<std::uint32_t> owner{kNobody};
-constinit std::atomic<std::uint32_t> progress{LOST};
 
 // Made before any fault.
 kxPlatformCrashActions actions;
-struct sigaction actionsBefore[std::size(kxPosixFaultSignals)];
-constinit std::atomic<std::uint32_t> dumpThread{0};
-constinit std::atomic<pid_t> dumpProcess{0};
 
-// The dump thread's from ASKED until it is done, else the owner's.
-kxPlatformCrash crashForThread;
-bool isHandled = false;
-// The owner's.
+// The owner's, which uses the room of the dump thread while that is free.
 kxPlatformCrash crashForHandler;
 sigjmp_buf guardStart;
 constinit std::atomic<bool> isGuarded{false};
-// The calling thread's frame of the handler that calls the one before; where that has jumped, of the last one.
-thread_local volatile std::uintptr_t frameOfCall = 0;
-
-sigset_t setOf(std::span<const int> signals)
-{
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : signals) sigaddset(&set, signal);
-    return set;
-}
 
 // The id that the thread has in a forked child as well, whatever is cached.
 std::uint32_t callingThread()
@@ -88,90 +57,22 @@ std::uint32_t callingThread()
     return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
-void restoreDefault(int signal)
+void changeOwner(std::uint32_t from, std::uint32_t to)
 {
-    struct sigaction action {};
-    action.sa_handler = SIG_DFL;
-    ::sigaction(signal, &action, nullptr);
+    if (owner.compare_exchange_strong(from, to)) kxPlatformWakeAll(owner);
 }
 
-void setProgress(Progress step)
+// Those that fault meanwhile wait in their handlers.
+void becomeOwner(std::uint32_t thread)
 {
-    progress.store(step);
-    kxPlatformWakeAll(progress);
-}
-
-// Answers whether it was at the first step.
-bool changeProgress(std::uint32_t from, Progress to)
-{
-    if (!progress.compare_exchange_strong(from, to)) return false;
-    kxPlatformWakeAll(progress);
-    return true;
-}
-
-// ---- the dump thread
-
-// While it waits no signal may reach this thread; what is sent to the process is for the threads of the program.
-// What it does itself may fault.
-void serve()
-{
-    const sigset_t faults = setOf(kxPosixFaultSignals);
-    pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-    isHandled = actions.dump(crashForThread);
-    if (changeProgress(ASKED, DUMPED)) actions.tell();
-    pthread_sigmask(SIG_BLOCK, &faults, nullptr);
-    setProgress(IDLE);
-}
-
-void dumpBody(void*)
-{
-    // Its first block gives the thread a part of the heap to itself, while there is one to be had. The thread that
-    // faults may have locked its own.
-    void* volatile block = std::malloc(1);
-    std::free(block);
-    dumpThread.store(kxPlatformThreadId());
     for (;;) {
-        for (std::uint32_t step = progress.load(); step != ASKED; step = progress.load())
-            kxPlatformWaitWhile(progress, step, kForEver);
-        serve();
+        std::uint32_t present = owner.load();
+        if (present == thread) return;
+        if (present != kNobody && present != kPassedOn)
+            kxPlatformWaitWhile(owner, present, kForEver);
+        else if (owner.compare_exchange_strong(present, thread))
+            return;
     }
-}
-
-// One of several threads that ask at the same time starts it.
-bool startDumpThread()
-{
-    const pid_t process = ::getpid();
-    if (dumpProcess.exchange(process) == process) return true;
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    // Serves until the process ends; nobody closes it.
-    static kxPlatformThread* thread;
-    thread = kxPlatformThreadStart(dumpBody, nullptr);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (thread != nullptr)
-        setProgress(IDLE);
-    else
-        dumpProcess.store(0);
-    return thread != nullptr;
-}
-
-// A forked child has no dump thread, and nobody who deals with a fault.
-void forgetInChild()
-{
-    owner.store(kNobody);
-    progress.store(LOST);
-    dumpThread.store(0);
-}
-
-// ---- the handler
-
-// Answers whether the dump thread has written everything down in time.
-bool dumpOnThread()
-{
-    setProgress(ASKED);
-    if (!kxPlatformWaitWhile(progress, ASKED, kDumpMilliseconds) && changeProgress(ASKED, LOST)) return false;
-    return progress.load() != LOST;
 }
 
 // Writing may send signals of its own to the thread, which would come before the fault goes on.
@@ -180,11 +81,8 @@ public:
     WritingInHandler() { ::sigpending(&before_); }
     ~WritingInHandler()
     {
-        constexpr timespec kNoTime{};
-        for (const int signal : {SIGPIPE, SIGXFSZ}) {
-            const sigset_t set = setOf({&signal, 1});
-            if (sigismember(&before_, signal) == 0) ::sigtimedwait(&set, nullptr, &kNoTime);
-        }
+        for (const int signal : {SIGPIPE, SIGXFSZ})
+            if (sigismember(&before_, signal) == 0) kxPosixTakePending(signal);
     }
     WritingInHandler(const WritingInHandler&) = delete;
     WritingInHandler& operator=(const WritingInHandler&) = delete;
@@ -200,15 +98,15 @@ bool dealInHandler(const kxPlatformCrash& crash)
 }
 
 // Answers whether the fault is handled.
-bool dealOnThread()
+bool dealOnThread(const kxPlatformCrash& crash)
 {
-    if (!dumpOnThread()) return dealInHandler(crashForThread);
-    const bool result = isHandled;
-    if (!kxPlatformWaitWhile(progress, DUMPED, kTellMilliseconds) || progress.load() == LOST) {
+    bool isHandled = false;
+    if (!kxPosixDump(isHandled)) return dealInHandler(crash);
+    if (!kxPosixTell()) {
         const WritingInHandler writing;
-        actions.tellInHandler(crashForThread);
+        actions.tellInHandler(crash);
     }
-    return result;
+    return isHandled;
 }
 
 // An aligned access is all that a handler may count on.
@@ -247,88 +145,36 @@ void walk(const siginfo_t& info, void* context, kxPlatformCrash& crash)
 void examine(const siginfo_t& info, void* context, kxPlatformCrash& crash)
 {
     crash.fault = kxPosixFaultOf(info);
-    guarded([&] {
-        if (kxPosixIsPrivilegedInstruction(info, context)) crash.fault = KX_FAULT_PRIV_INSTRUCTION;
-    });
+    guarded([&] { crash.fault = kxPosixExactFault(crash.fault, info, context); });
     walk(info, context, crash);
 }
 
-const struct sigaction& actionBefore(int signal)
-{
-    return actionsBefore[std::find(std::begin(kxPosixFaultSignals), std::end(kxPosixFaultSignals), signal) -
-                         std::begin(kxPosixFaultSignals)];
-}
-
-// Only the owner lets go; a further fault may go on while another thread owns the next.
-void letNextOwn(std::uint32_t state)
-{
-    std::uint32_t thread = callingThread();
-    if (owner.compare_exchange_strong(thread, state)) kxPlatformWakeAll(owner);
-}
-
-// As the system would, on the stack that is in use now. A thread that is to be killed meanwhile must not vanish with
-// the fault.
-[[gnu::noinline]] void callHandlerBefore(const struct sigaction& before, siginfo_t& info, void* context)
-{
-    if ((before.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) restoreDefault(info.si_signo);
-    sigset_t mask;
-    sigorset(&mask, &before.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
-    sigaddset(&mask, kxPosixThreadSignal());
-    if ((before.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
-    const std::uintptr_t outerFrame = frameOfCall;
-    frameOfCall = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    letNextOwn(kNobody);
-    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
-    if ((before.sa_flags & SA_SIGINFO) != 0)
-        before.sa_sigaction(info.si_signo, &info, context);
-    else
-        before.sa_handler(info.si_signo);
-    frameOfCall = outerFrame;
-}
-
-// By the same instruction, or else by the same signal, which waits until this handler has returned. The order to
-// kill the thread must not come first.
+// Nobody else may begin a dump that would not be finished.
 void endByDefault(siginfo_t& info, void* context)
 {
-    // Another thread may have taken the terminal again.
-    kxPosixTerminalMode::giveAllBackForGood();
-    restoreDefault(info.si_signo);
-    sigaddset(&static_cast<ucontext_t*>(context)->uc_sigmask, kxPosixThreadSignal());
-    if (!kxPosixFaultsAgain(info)) {
-        const sigset_t signals = setOf({&info.si_signo, 1});
-        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-        ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), callingThread(), info.si_signo, &info);
-    }
-    letNextOwn(kGoneOn);
+    becomeOwner(callingThread());
+    kxPosixEndByDefault(info, context);
 }
 
-// To what was there before. Only what is sent can be ignored.
+// To what was there before. A further fault goes on while another thread may own the next.
 void goOn(siginfo_t& info, void* context)
 {
-    const struct sigaction& before = actionBefore(info.si_signo);
-    const bool isIgnored = before.sa_handler == SIG_IGN;
-    if (isIgnored && info.si_code <= 0)
-        letNextOwn(kNobody);
-    else if (isIgnored || before.sa_handler == SIG_DFL)
-        endByDefault(info, context);
-    else
-        callHandlerBefore(before, info, context);
+    const kxPosixNextStep step = kxPosixNextStepOf(info);
+    if (step == KX_POSIX_END_PROCESS) return endByDefault(info, context);
+    changeOwner(callingThread(), step == KX_POSIX_CALL_HANDLER ? kPassedOn : kNobody);
+    if (step != KX_POSIX_CALL_HANDLER) return;
+    if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
+    changeOwner(kPassedOn, kNobody);
 }
 
-// Where the process ends, nobody else may begin a dump that would not be finished.
 [[noreturn]] void endHandled(int signal)
 {
     if (kxPosixMayKillCaller()) {
-        letNextOwn(kNobody);
+        changeOwner(callingThread(), kNobody);
         kxPlatformThreadKillCaller();
     }
     kxPosixTerminalMode::giveAllBackForGood();
-    ::_exit(kStatusOfSignal + signal);
-}
-
-[[noreturn]] void standStill()
-{
-    for (;;) kxPlatformWaitWhile(progress, LOST, kForEver);
+    ::_exit(kxPosixStatusOfSignal + signal);
 }
 
 // A fault in the middle of dealing with one; the unwinder aborts where it is at a loss. What somebody sends meanwhile
@@ -339,35 +185,14 @@ void onFurtherFault(siginfo_t& info, void* context)
     if (info.si_code > 0) goOn(info, context);
 }
 
-// Whether the handler before ends in this way what was a fault. Should it have jumped instead, then the frame of this
-// handler stands above the one that is remembered; without a stack for handlers that cannot be told.
-bool isAbortOfHandlerBefore(const siginfo_t& info, const void* frame)
-{
-    stack_t stack{};
-    return info.si_signo == SIGABRT && frameOfCall != 0 && ::sigaltstack(nullptr, &stack) == 0 &&
-           (stack.ss_flags & SS_ONSTACK) != 0 && reinterpret_cast<std::uintptr_t>(frame) < frameOfCall;
-}
-
-void becomeOwner(std::uint32_t thread)
-{
-    for (;;) {
-        std::uint32_t present = kNobody;
-        if (owner.compare_exchange_strong(present, thread)) return;
-        const std::uint32_t waitMilliseconds = present == kGoneOn ? kEndMilliseconds : kForEver;
-        const bool hasChanged = kxPlatformWaitWhile(owner, present, waitMilliseconds);
-        // What faulted has not done so again.
-        if (!hasChanged) owner.compare_exchange_strong(present, kNobody);
-    }
-}
-
 void onFirstFault(siginfo_t& info, void* context)
 {
     becomeOwner(callingThread());
-    const bool isThreadFree = progress.load() == IDLE;
-    kxPlatformCrash& crash = isThreadFree ? crashForThread : crashForHandler;
+    kxPlatformCrash* const room = kxPosixDumpRoom();
+    kxPlatformCrash& crash = room != nullptr ? *room : crashForHandler;
     examine(info, context, crash);
     kxPosixTerminalMode::giveAllBack();
-    const bool isDone = isThreadFree ? dealOnThread() : dealInHandler(crash);
+    const bool isDone = room != nullptr ? dealOnThread(crash) : dealInHandler(crash);
     if (isDone) endHandled(info.si_signo);
     goOn(info, context);
 }
@@ -377,14 +202,11 @@ void onFault(int, siginfo_t* info, void* context)
     allowMisalignment();
     const int error = errno;
     const std::uint32_t thread = callingThread();
-    if (thread == dumpThread.load() && dumpProcess.load() == ::getpid()) {
-        setProgress(LOST);
-        standStill();
-    }
+    if (kxPosixIsDumpThread(thread)) kxPosixLoseDumpThread();
     if (owner.load() == thread)
         onFurtherFault(*info, context);
-    else if (isAbortOfHandlerBefore(*info, __builtin_frame_address(0)))
-        goOn(*info, context);
+    else if (info->si_signo == SIGABRT && kxPosixIsWithinHandlerBefore(__builtin_frame_address(0)))
+        goOn(*info, context);  // it ends in this way what was a fault
     else
         onFirstFault(*info, context);
     errno = error;
@@ -393,21 +215,22 @@ void onFault(int, siginfo_t* info, void* context)
 // A program that ends by itself meanwhile waits for the dump, and for the end that the fault brings.
 void waitForOwner()
 {
-    constexpr std::uint32_t kLongestMilliseconds = kDumpMilliseconds + kTellMilliseconds + kEndMilliseconds;
+    constexpr std::uint32_t kLongestMilliseconds = kxPosixLongestDumpMilliseconds + kEndMilliseconds;
     const std::uint32_t own = callingThread();
-    for (std::uint32_t present = owner.load(); present != kNobody && present != own; present = owner.load())
-        if (!kxPlatformWaitWhile(owner, present, kLongestMilliseconds)) return;
+    std::uint32_t present = owner.load();
+    if (present == kPassedOn) return;  // perhaps long since
+    while (present != kNobody && present != own) {
+        const bool isPassedOn = present == kPassedOn;
+        if (!kxPlatformWaitWhile(owner, present, isPassedOn ? kHandlerMilliseconds : kLongestMilliseconds))
+            return;
+        present = owner.load();
+    }
 }
 
-// Faults of the handler itself must come through; everything else waits.
-bool installHandler(std::size_t index)
+void forgetInChild()
 {
-    struct sigaction action {};
-    action.sa_sigaction = onFault;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
-    sigfillset(&action.sa_mask);
-    for (const int signal : kxPosixFaultSignals) sigdelset(&action.sa_mask, signal);
-    return ::sigaction(kxPosixFaultSignals[index], &action, &actionsBefore[index]) == 0;
+    owner.store(kNobody);
+    kxPosixForgetDumpThread();
 }
 
 bool install(const kxPlatformCrashActions& wanted)
@@ -417,9 +240,10 @@ bool install(const kxPlatformCrashActions& wanted)
     static constinit kxPlatformForkGuard guard{[] {}, [] {}, forgetInChild};
     kxPlatformAddForkGuard(guard);
     std::atexit(waitForOwner);
+    std::at_quick_exit(waitForOwner);
     bool isInstalled = true;
     for (std::size_t index = 0; index < std::size(kxPosixFaultSignals); ++index)
-        isInstalled = installHandler(index) && isInstalled;
+        isInstalled = kxPosixCatchFault(index, onFault) && isInstalled;
     return isInstalled;
 }
 
@@ -441,5 +265,5 @@ void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 bool kxPlatformCrashInstall(const kxPlatformCrashActions& wanted)
 {
     static const bool isInstalled = install(wanted);
-    return isInstalled && startDumpThread();
+    return isInstalled && kxPosixStartDumpThread(actions);
 }

@@ -138,6 +138,19 @@ kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* by
     return {static_cast<std::int64_t>(written), 0};
 }
 
+kxPlatformError kxPlatformFileWriteWhole(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes)
+{
+    const kxPlatformIoResult result = kxPlatformFileWrite(file, bytes, sizeBytes);
+    if (result.error == 0 || result.count == 0) return result.error;
+    const int descriptor = descriptorOf(file);
+    struct stat status {};
+    const off_t end = ::lseek(descriptor, 0, SEEK_CUR);
+    const bool isLast = ::fstat(descriptor, &status) == 0 && status.st_size == end;
+    // Where this fails, the bytes stay.
+    if (isLast && ::ftruncate(descriptor, end - result.count) != 0) return errno;
+    return result.error;
+}
+
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds)
 {
     const int descriptor = descriptorOf(file);

@@ -177,6 +177,35 @@ int pollUntilDone(pollfd* wanted, nfds_t count, std::uint32_t milliseconds)
     return found;
 }
 
+// How long a receive waits that nobody has told not to; 0 is for ever.
+std::int64_t receiveTimeoutMilliseconds(int descriptor)
+{
+    timeval time{};
+    socklen_t size = sizeof(time);
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &time, &size) != 0) return 0;
+    return std::int64_t{time.tv_sec} * 1000 + (time.tv_usec + 999) / 1000;
+}
+
+// Receiving by `call`, which gets the flags. The system would begin the receive time-out anew after each signal, so what
+// is left of it is waited for here.
+template <typename Call> ssize_t received(int descriptor, const Call& call)
+{
+    const std::int64_t start = millisecondsNow();
+    ssize_t count = call(0);
+    if (count >= 0 || errno != EINTR) return count;
+    const std::int64_t timeout = receiveTimeoutMilliseconds(descriptor);
+    if (timeout == 0) return repeated([&] { return call(0); });
+    pollfd state{descriptor, POLLIN, 0};
+    do {
+        const std::int64_t left = std::max<std::int64_t>(start + timeout - millisecondsNow(), 0);
+        const auto wait = static_cast<std::uint32_t>(std::min<std::int64_t>(left, INT_MAX));
+        const bool isReady = pollUntilDone(&state, 1, wait) > 0;
+        count = repeated([&] { return call(MSG_DONTWAIT); });
+        if (!isReady) break;
+    } while (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK));  // somebody else took it
+    return count;
+}
+
 }  // namespace
 
 kxSocketError kxPlatformSocketStart()
@@ -336,7 +365,9 @@ kxPlatformSocketResult kxPlatformSocketPeek(kxPlatformSocketHandle socket)
 kxPlatformSocketResult kxPlatformSocketReceive(kxPlatformSocketHandle socket, void* bytes,
                                                std::uint32_t sizeBytes)
 {
-    return resultOf(repeated([&] { return ::recv(descriptorOf(socket), bytes, sizeBytes, 0); }));
+    const int descriptor = descriptorOf(socket);
+    return resultOf(
+        received(descriptor, [=](int flags) { return ::recv(descriptor, bytes, sizeBytes, flags); }));
 }
 
 kxPlatformSocketResult kxPlatformSocketSend(kxPlatformSocketHandle socket, const void* bytes,
@@ -349,10 +380,10 @@ kxPlatformSocketResult kxPlatformSocketReceiveFrom(kxPlatformSocketHandle socket
                                                    void* bytes, std::uint32_t sizeBytes)
 {
     sockaddr_in from{};
-    const ssize_t count = repeated([&] {
+    const int descriptor = descriptorOf(socket);
+    const ssize_t count = received(descriptor, [&](int flags) {
         socklen_t size = sizeof(from);
-        return ::recvfrom(descriptorOf(socket), bytes, sizeBytes, 0, reinterpret_cast<sockaddr*>(&from),
-                          &size);
+        return ::recvfrom(descriptor, bytes, sizeBytes, flags, reinterpret_cast<sockaddr*>(&from), &size);
     });
     if (from.sin_family == AF_INET) std::memset(from.sin_zero, 0, sizeof(from.sin_zero));
     std::memcpy(sender, &from, KX_PLATFORM_ADDRESS_BYTES);

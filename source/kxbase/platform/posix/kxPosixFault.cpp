@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include <ucontext.h>
+
 namespace {
 
 constexpr int kAnyCode = -1000;
@@ -39,6 +41,80 @@ constexpr struct {
     {SIGABRT, kAnyCode, KX_FAULT_NONCONTINUABLE},
 };
 
+#if defined(__x86_64__)
+
+struct ByteRange {
+    std::uint8_t first, last;
+};
+constexpr ByteRange kPrefixes[] = {{0x26, 0x26}, {0x2E, 0x2E}, {0x36, 0x36}, {0x3E, 0x3E},
+                                   {0x40, 0x4F}, {0x64, 0x67}, {0xF0, 0xF0}, {0xF2, 0xF3}};
+// Instructions that a program may not use: ins, outs; in, out; hlt; cli, sti.
+constexpr ByteRange kPrivileged[] = {{0x6C, 0x6F}, {0xE4, 0xE7}, {0xEC, 0xEF}, {0xF4, 0xF4}, {0xFA, 0xFB}};
+// Behind 0F: clts, sysret, invd, wbinvd; mov of control and debug registers; wrmsr; rdmsr, rdpmc; sysexit.
+constexpr ByteRange kPrivileged0F[] = {{0x06, 0x09}, {0x20, 0x23}, {0x30, 0x30}, {0x32, 0x33}, {0x35, 0x35}};
+// Behind 0F 01, without memory: xsetbv; lmsw, swapgs.
+constexpr ByteRange kPrivileged0F01[] = {{0xD1, 0xD1}, {0xF0, 0xF8}};
+// Behind 0F 00 and 0F 01, by the middle bits of the byte that follows: lldt, ltr; lgdt, lidt, lmsw, invlpg.
+constexpr std::uint8_t kPrivilegedGroups[] = {0b00001100, 0b11001100};
+
+template <std::size_t kCount> bool isIn(const ByteRange (&ranges)[kCount], std::uint8_t byte)
+{
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [=](ByteRange range) { return range.first <= byte && byte <= range.last; });
+}
+
+bool isPrivileged(const std::uint8_t* code)
+{
+    while (isIn(kPrefixes, *code)) ++code;
+    if (*code != 0x0F) return isIn(kPrivileged, *code);
+    const std::uint8_t group = *++code;
+    if (group > 0x01) return isIn(kPrivileged0F, group);
+    const std::uint8_t operand = *++code;
+    const bool isInMemory = operand < 0xC0;
+    if (group == 0x01 && !isInMemory) return isIn(kPrivileged0F01, operand);
+    return (kPrivilegedGroups[group] >> (operand >> 3 & 7) & 1) != 0;
+}
+
+// The processor tells of these in the way of a bad address, without one.
+bool isPrivilegedInstruction(const siginfo_t& info, const ucontext_t& context)
+{
+    if (info.si_signo != SIGSEGV || info.si_code != SI_KERNEL || info.si_addr != nullptr) return false;
+    return isPrivileged(reinterpret_cast<const std::uint8_t*>(kxPosixProgramCounter(&context)));
+}
+
+// Flags of the floating-point units, with the same bits in the words of both; the last stands in one only.
+enum FloatFlag : std::uint32_t { INVALID = 0x01, DENORMAL = 0x02, UNDERFLOW = 0x10, STACK = 0x40 };
+constexpr int kMaskShift = 7;  // of the masks in the word of the vector unit, which has flags below them
+
+// The system reports a denormal operand as an underflow.
+bool isDenormal(const siginfo_t&, const ucontext_t& context)
+{
+    const auto* const units = context.uc_mcontext.fpregs;
+    if (units == nullptr) return false;
+    const std::uint32_t vectorFlags = units->mxcsr & ~(units->mxcsr >> kMaskShift);
+    const std::uint32_t stackFlags = units->swd & ~std::uint32_t{units->cwd};
+    return ((vectorFlags | stackFlags) & (DENORMAL | UNDERFLOW)) == DENORMAL;
+}
+
+bool isStackFault(const siginfo_t&, const ucontext_t& context)
+{
+    const auto* const units = context.uc_mcontext.fpregs;
+    return units != nullptr && (units->cwd & INVALID) == 0 &&
+           (units->swd & (INVALID | STACK)) == (INVALID | STACK);
+}
+
+constexpr struct {
+    kxPlatformFault fault;
+    bool (*applies)(const siginfo_t& info, const ucontext_t& context);
+    kxPlatformFault exact;
+} kExactFaults[] = {
+    {KX_FAULT_ACCESS_VIOLATION, isPrivilegedInstruction, KX_FAULT_PRIV_INSTRUCTION},
+    {KX_FAULT_FLT_UNDERFLOW, isDenormal, KX_FAULT_FLT_DENORMAL_OPERAND},
+    {KX_FAULT_FLT_INVALID_OPERATION, isStackFault, KX_FAULT_FLT_STACK_CHECK},
+};
+
+#endif
+
 }  // namespace
 
 std::uint32_t kxPosixFaultOf(const siginfo_t& info)
@@ -50,17 +126,16 @@ std::uint32_t kxPosixFaultOf(const siginfo_t& info)
     return KX_FAULT_NONCONTINUABLE;
 }
 
-bool kxPosixIsPrivilegedInstruction(const siginfo_t& info, const void* context)
+std::uint32_t kxPosixExactFault(std::uint32_t fault, const siginfo_t& info, const void* context)
 {
 #if defined(__x86_64__)
-    constexpr unsigned char kPrivileged[] = {0xF4, 0xFA, 0xFB};  // hlt, cli, sti
-    if (info.si_signo != SIGSEGV || info.si_code != SI_KERNEL || info.si_addr != nullptr) return false;
-    const auto* const instruction = reinterpret_cast<const unsigned char*>(kxPosixProgramCounter(context));
-    return std::find(std::begin(kPrivileged), std::end(kPrivileged), *instruction) != std::end(kPrivileged);
+    for (const auto& row : kExactFaults)
+        if (row.fault == fault && row.applies(info, *static_cast<const ucontext_t*>(context)))
+            return row.exact;
 #else
     (void)info, (void)context;
-    return false;
 #endif
+    return fault;
 }
 
 bool kxPosixFaultsAgain(const siginfo_t& info)

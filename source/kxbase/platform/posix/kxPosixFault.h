@@ -6,11 +6,13 @@
 
 // The signals that a fault sends.
 inline constexpr int kxPosixFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
+// A process that ends because of a signal, but not by it, has this more than the signal's number as its status.
+inline constexpr int kxPosixStatusOfSignal = 128;
 
 // One of kxPlatformFault, from what the system says of it.
 std::uint32_t kxPosixFaultOf(const siginfo_t& info);
-// Whether it is a KX_FAULT_PRIV_INSTRUCTION, of which the processor tells in the way of a bad address, without one.
-// Reads the instruction that the context of the handler stands at, and may fault itself.
-bool kxPosixIsPrivilegedInstruction(const siginfo_t& info, const void* context);
+// The same more exactly, where the instruction and the registers tell more than the system does. Reads the instruction
+// that the context of the handler stands at, and may fault itself.
+std::uint32_t kxPosixExactFault(std::uint32_t fault, const siginfo_t& info, const void* context);
 // Whether the instruction that faulted will fault again when the handler returns.
 bool kxPosixFaultsAgain(const siginfo_t& info);

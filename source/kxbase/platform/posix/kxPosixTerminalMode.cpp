@@ -191,6 +191,11 @@ void kxPosixTerminalMode::giveAllBackForGood()
     giveAllBack();
 }
 
+bool kxPosixTerminalMode::isEndingBy(void (*handler)(int))
+{
+    return handler == onEndingSignal;
+}
+
 // A stop that could not be caught leaves the terminal to whoever was in the foreground meanwhile.
 void kxPosixTerminalMode::onContinue(int)
 {

@@ -36,6 +36,8 @@ public:
     static void giveAllBack();
     // When the process is about to end.
     static void giveAllBackForGood();
+    // Whether a handler of signals is the one that gives all back before the process ends by the signal.
+    static bool isEndingBy(void (*handler)(int));
 
 private:
     void giveBackLocked();

@@ -1,0 +1,124 @@
+#include "kxbase/platform/posix/kxPosixActionBefore.h"
+
+#include "kxbase/platform/posix/kxPosixFault.h"
+#include "kxbase/platform/posix/kxPosixTerminalMode.h"
+#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <ctime>
+#include <iterator>
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+namespace {
+
+// The system ends its first process, often the only one of a container, by no signal that was sent.
+constexpr pid_t kFirstProcess = 1;
+
+struct sigaction actionsBefore[std::size(kxPosixFaultSignals)];
+
+// The calling thread's frame of kxPosixCallHandlerBefore; where that handler has jumped, of the last one.
+constinit thread_local volatile std::uintptr_t frameOfCall = 0;
+
+const struct sigaction& actionBefore(int signal)
+{
+    return actionsBefore[std::find(std::begin(kxPosixFaultSignals), std::end(kxPosixFaultSignals), signal) -
+                         std::begin(kxPosixFaultSignals)];
+}
+
+void restoreDefault(int signal)
+{
+    struct sigaction action {};
+    action.sa_handler = SIG_DFL;
+    ::sigaction(signal, &action, nullptr);
+}
+
+bool isDefault(int signal)
+{
+    struct sigaction present {};
+    return ::sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
+}
+
+// The system's own set of an interrupted context is shorter than a sigset_t, and may only be changed piecemeal.
+void blockAllBut(int signal, sigset_t& set)
+{
+    for (int other = 1; other <= SIGRTMAX; ++other)
+        if (other != signal) sigaddset(&set, other);
+    sigdelset(&set, signal);
+}
+
+}  // namespace
+
+// Faults of the handler itself must come through; everything else waits.
+bool kxPosixCatchFault(std::size_t index, void (*handler)(int, siginfo_t*, void*))
+{
+    struct sigaction action {};
+    action.sa_sigaction = handler;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
+    sigfillset(&action.sa_mask);
+    for (const int signal : kxPosixFaultSignals) sigdelset(&action.sa_mask, signal);
+    return ::sigaction(kxPosixFaultSignals[index], &action, &actionsBefore[index]) == 0;
+}
+
+kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info)
+{
+    const struct sigaction& before = actionBefore(info.si_signo);
+    if (before.sa_handler == SIG_IGN) return info.si_code <= 0 ? KX_POSIX_IGNORE : KX_POSIX_END_PROCESS;
+    const bool isDefault = before.sa_handler == SIG_DFL || kxPosixTerminalMode::isEndingBy(before.sa_handler);
+    return isDefault ? KX_POSIX_END_PROCESS : KX_POSIX_CALL_HANDLER;
+}
+
+[[gnu::noinline]] bool kxPosixCallHandlerBefore(siginfo_t& info, void* context)
+{
+    const struct sigaction& before = actionBefore(info.si_signo);
+    if ((before.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) restoreDefault(info.si_signo);
+    sigset_t mask;
+    sigorset(&mask, &before.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
+    if ((before.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
+    const void* const frame = __builtin_frame_address(0);
+    const std::uintptr_t outerFrame = kxPosixIsWithinHandlerBefore(frame) ? frameOfCall : 0;
+    frameOfCall = reinterpret_cast<std::uintptr_t>(frame);
+    const bool isToBeKilled = kxPosixTakePending(kxPosixThreadSignal());
+    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    if ((before.sa_flags & SA_SIGINFO) != 0)
+        before.sa_sigaction(info.si_signo, &info, context);
+    else
+        before.sa_handler(info.si_signo);
+    frameOfCall = outerFrame;
+    if (kxPosixFaultsAgain(info) && isDefault(info.si_signo)) return true;
+    if (isToBeKilled) ::raise(kxPosixThreadSignal());
+    return false;
+}
+
+bool kxPosixIsWithinHandlerBefore(const void* frame)
+{
+    stack_t stack{};
+    return frameOfCall != 0 && ::sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_ONSTACK) != 0 &&
+           reinterpret_cast<std::uintptr_t>(frame) < frameOfCall;
+}
+
+void kxPosixEndByDefault(siginfo_t& info, void* context)
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    kxPosixTerminalMode::giveAllBackForGood();
+    restoreDefault(info.si_signo);
+    if (::getpid() == kFirstProcess && !kxPosixFaultsAgain(info))
+        ::_exit(kxPosixStatusOfSignal + info.si_signo);
+    blockAllBut(info.si_signo, static_cast<ucontext_t*>(context)->uc_sigmask);
+    ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::syscall(SYS_gettid), info.si_signo, &info);
+}
+
+bool kxPosixTakePending(int signal)
+{
+    constexpr timespec kNoTime{};
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    return ::sigtimedwait(&set, nullptr, &kNoTime) == signal;
+}

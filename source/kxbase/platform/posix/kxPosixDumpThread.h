@@ -1,0 +1,26 @@
+// The thread that writes faults down, one at a time, and may allocate and lock.
+//
+// Threads: one thread at a time has it serve; what is not for the dump thread itself may be called in handlers, but
+//          for starting it.
+#pragma once
+
+#include "kxbase/platform/kxPlatformCrash.h"
+
+// Starts it for this process; of several threads that ask at the same time one does. The actions must stay. False when
+// the system refuses.
+bool kxPosixStartDumpThread(const kxPlatformCrashActions& actions);
+// For a forked child, which does not have it.
+void kxPosixForgetDumpThread();
+
+bool kxPosixIsDumpThread(std::uint32_t thread);
+// On the dump thread, when it has faulted: nothing may be expected of it any more.
+[[noreturn]] void kxPosixLoseDumpThread();
+
+// Where the fault is to be filled in before the thread is to serve; null when it does not, or not yet again.
+kxPlatformCrash* kxPosixDumpRoom();
+// Waits for the `dump` of the actions, at most 10 seconds. Answers whether it has come to its end; then `isHandled`
+// is what it has answered.
+bool kxPosixDump(bool& isHandled);
+// Waits for the `tell` that follows, at most a second. Answers whether it has come to its end.
+bool kxPosixTell();
+constexpr std::uint32_t kxPosixLongestDumpMilliseconds = 11000;  // of both
