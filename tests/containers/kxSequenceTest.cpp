@@ -49,6 +49,12 @@ template <typename List> bool stepOfList(List& list, Twin& twin, std::uint32_t k
             same = list.remove(*list.at(at)) && !list.remove(item) && list.spareCount() == spare + 1;
             twin.erase(its);
         }
+        if (kind == 7) {
+            List other;
+            other.setReuse(true);
+            other.append(item), other.splice(list), list.splice(other), twin.push_front(item);
+            same = other.isEmpty() && other.last() == nullptr && list.spareCount() == spare;
+        }
         return same;
     }
 }

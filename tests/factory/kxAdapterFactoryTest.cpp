@@ -162,6 +162,10 @@ TEST_F(kxAdapterFactoryTest, AddressesReachMemoryAndLivingAdaptersUntilSwitchedO
     const kxString adapterUrl = urlOf("adapt:", memory.get());
     EXPECT_EQ(kxSerializeAdapter::getAdapter(adapterUrl, 3, 4, "other"), memory);
     EXPECT_TRUE(memory->getScheme() == "mem:" && memory->getFlags() == 0) << "handed back as it is";
+    EXPECT_TRUE(registry.addManager("purl:", kxMakeRef<PurlURLManagerInterface>()));
+    EXPECT_EQ(open("purl:n,purl:m," + adapterUrl + "?x"), memory);
+    EXPECT_EQ(memory->getScheme() + memory->getName() + memory->getOptions(), "mem:") << "nor renamed";
+    EXPECT_EQ(open("purl:n," + memoryUrl)->getName(), "n");
     EXPECT_EQ(memory->getReferenceCount(), 1U);
 
     registry.setAddressUrls(false);
@@ -183,18 +187,24 @@ TEST_F(kxAdapterFactoryTest, AnAdapterIsFoundWholeOrNotAtAll)
     std::atomic<const void*> address{nullptr};
     std::atomic<bool> isOver{false};
     std::thread owner([&] {
-        for (int round = 0; round < 3000; ++round) {
-            char byte = 'a';
-            const Adapter adapter = kxMakeRef<kxSerializeAdapterMemory>(&byte, 1U);
+        while (!isOver) {
+            const Adapter adapter = kxMakeRef<kxSerializeAdapterMemory>(nullptr, 0U);
             address = adapter.get();
+            std::this_thread::yield();
         }
-        isOver = true;
     });
-    while (!isOver) {
+    int foundCount = 0;
+    while (address == nullptr) std::this_thread::yield();
+    for (int round = 0; round < 3000; ++round) {
         const Adapter found = kxSerializeAdapter::getAdapter(urlOf("adapt:", address.load()), 3, 1);
-        EXPECT_TRUE(!found || found->getReferenceCount() > 0);
+        if (!found) continue;
+        ++foundCount;
+        EXPECT_TRUE(dynamic_cast<kxSerializeAdapterMemory*>(found.get()) != nullptr &&
+                    found->hasData() == false);
     }
+    isOver = true;
     owner.join();
+    EXPECT_GT(foundCount, 0);
 }
 
 TEST_F(kxAdapterFactoryTest, ManagersComeBeforeTheBuiltInSchemes)

@@ -123,6 +123,10 @@ TEST_F(kxMessageManagerTest, DeliversInOrderAndLimitsNesting)
     });
     kxMessage(KX_MESSAGE_NOTICE, "once");
     EXPECT_EQ(received, 16);
+    const Added doubling([](const std::string&) { kxMessage(KX_MESSAGE_NOTICE, "again"); });
+    received = 0;
+    kxMessage(KX_MESSAGE_NOTICE, "once");
+    EXPECT_EQ(received, 1001) << "not 65535";
 }
 
 TEST_F(kxMessageManagerTest, ChangesFromInsideAReceiverWaitForTheOutermostDelivery)
@@ -187,15 +191,21 @@ TEST_F(kxMessageManagerTest, SendsFromInsideWhileAChangeWaits)
 
 TEST_F(kxMessageManagerTest, MakesTheDefaultReceiverForTwoThreadsAtOnce)
 {
-    manager.defaultReceiver().setEnabled(false);
-    const auto send = [] { kxMessage(KX_MESSAGE_NOTICE, "first"); };
+    testing::internal::CaptureStdout();
     for (int round = 0; round < 100; ++round) {
+        std::latch start(2);
+        const auto send = [&] {
+            start.arrive_and_wait();
+            kxMessage(KX_MESSAGE_NOTICE, "first");
+        };
         std::thread other(send);
         send();
         other.join();
+        kxMessage(KX_MESSAGE_NOTICE, "third");
         manager.removeReceiver(manager.defaultReceiver());
     }
-    manager.defaultReceiver().setEnabled(true);
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 300);
 }
 
 TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
@@ -254,6 +264,8 @@ TEST(DefaultMessageReceiverDeathTest, IsMadeByTheFirstMessageAndWritesToStandard
     const auto send = [] {
         ::dup2(2, 1);  // death tests look at standard error
         if (kxMemCheck::isTracking()) kxMessageManager::instance().setLevel(KX_MESSAGE_NOTICE);
+        kxMessage(KX_MESSAGE_DEBUG, "filtered out, but first");
+        const kxMessageRecorder other;
         kxMessage(KX_MESSAGE_WARNING, "%s", "text");
         kxMessage(KX_MESSAGE_INTERNAL_WARNING, "unseen");
         kxMessageManager::instance().setSender(std::string(2000, 's').c_str());

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <thread>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -149,4 +150,21 @@ TEST(kxMessageFileReceiver, AppendsFromWarningOnAtOnceAndReportsAFailingFileOnce
     for (int turn = 0; turn < 3; ++turn) full.receive("s", KX_MESSAGE_FATAL, "x");
     EXPECT_EQ(messages.texts(), Texts({"Could not open '/no/such/log' (No such file or directory)",
                                        "Could not write to '/dev/full' (No space left on device)"}));
+}
+
+TEST(kxMessageFileReceiver, KeepsSomeForAFileThatFailsForAWhile)
+{
+    const kxTempDirectory directory;
+    const kxMessageRecorder messages;
+    kxMessageFileReceiver file(directory.path("log").c_str());
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    ::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t limit : {rlim_t{0}, before.rlim_cur}) {
+        const rlimit now{limit, before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &now);
+        for (int turn = 0; turn < 200; ++turn) file.receive("s", 0x5000, std::string(1000, 'x').c_str());
+    }
+    EXPECT_EQ(linesOf(directory.read("log")).size(), 65536 / 1035 + 199U) << "but one is lost more";
+    EXPECT_EQ(messages.entries().size(), 1U);
 }

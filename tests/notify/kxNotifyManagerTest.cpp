@@ -91,7 +91,7 @@ TEST(kxNotifyManager, ChangesFromInsideADelivery)
     Recorder added, leaving;
     Subscriber changing([&](kxNotifyManager& from, kxNotifyMessage& message) {
         if (message.getName() != "one") return;
-        from.post("nested", 9, 0, nullptr, nullptr, 0, true);
+        for (int time = 0; time < 2; ++time) from.post("nested", 9, 0, nullptr, nullptr, 0, true);
         from.subscribe(added);
         from.unsubscribe(leaving);
     });
@@ -102,9 +102,9 @@ TEST(kxNotifyManager, ChangesFromInsideADelivery)
     manager.deliver();
     EXPECT_EQ(added.names, Names()) << "new ones wait for the end";
     EXPECT_EQ(leaving.names, Names()) << "those that leave are not called any more";
-    EXPECT_EQ(manager.getPendingCount(), 1U) << "no delivery inside another";
+    EXPECT_EQ(manager.getPendingCount(), 2U) << "no delivery inside another";
     manager.deliver();
-    EXPECT_EQ(added.names, Names({"nested"}));
+    EXPECT_EQ(added.names, Names({"nested", "nested"}));
 }
 
 TEST(kxNotifyManager, OutlivesWhatSubscribersDo)
@@ -153,7 +153,8 @@ TEST(kxNotifyManager, WithstandsEverythingAtOnce)
         return place;
     };
     const auto repeat = [&](auto action) {
-        for (std::uint32_t number = 0; kxClock::seconds() < end; ++number)
+        const auto isOver = [&](double now) { return now >= end + (received == 0 ? 10 : 0); };
+        for (std::uint32_t number = 0; !isOver(kxClock::seconds()); ++number)
             action(replace(number, false), number);
     };
     const auto post = [&](const auto& manager, std::uint32_t number) {

@@ -114,6 +114,27 @@ TEST(kxThreadPoolTicker, RemovalWaitsForTheTick)
     EXPECT_TRUE(isLeaving);
 }
 
+// It might be ticked by two threads at once otherwise.
+TEST(kxThreadPoolTicker, ATickerThatRemovedItselfComesBackToItsThread)
+{
+    kxThreadPoolTicker pool(2);
+    std::atomic<bool> isOut{false};
+    Ticker other, busier, leaving([&] {
+        if (isOut) return false;
+        pool.remove(leaving);
+        isOut = true;
+        kxThread::sleep(20);
+        return true;
+    });
+    for (Ticker* const ticker : {&leaving, &other, &busier}) pool.add(*ticker);
+    pool.remove(other);  // its thread has the fewest now
+    while (!isOut) std::this_thread::yield();
+    pool.add(leaving);
+    leaving.awaitTicks(2);
+    pool.remove(leaving);
+    pool.remove(busier);
+}
+
 // Pauses grow to 10 ms, so that an idle ticker is ticked some 25 times in 200 ms.
 TEST(kxThreadPoolTicker, RestsAndRemovesATickerThatThrows)
 {

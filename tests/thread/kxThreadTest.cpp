@@ -9,6 +9,7 @@
 #include <csignal>
 #include <fstream>
 
+#include <pthread.h>
 #include <sys/resource.h>
 
 namespace {
@@ -116,6 +117,76 @@ TEST(kxThread, TheBodyOutlivesTheObject)
     while (kxThread::activeCount() != 0) kxThread::sleep(1);
 }
 
+TEST(kxThread, MayDestroyItselfWhileOthersWaitForIt)
+{
+    static std::atomic<int> left;
+    left = 400;
+    struct Loose : kxThread {
+        ~Loose() override { --left; }
+        void process() override
+        {
+            while (isStopped && !isStopping()) sleep(0);
+            delete this;
+        }
+        bool isStopped = false;
+    };
+    const kxMessageRecorder messages;
+    for (int turn = left; turn-- != 0;) {
+        Loose* const thread = new Loose;
+        thread->isStopped = turn % 4 == 0;
+        thread->start(turn % 4 != 1);
+        if (turn % 4 == 0) thread->stop(true);
+    }
+    while (left + kxThread::activeCount() != 0) kxThread::sleep(1);
+}
+
+TEST(kxThread, ARefusedStartChangesNothing)
+{
+    Worker thread([](Worker&) {});
+    thread.start();
+    thread.join();
+    const std::uint32_t id = thread.threadId();
+    pthread_attr_t attributes;
+    std::size_t stackBytes = 0;
+    ASSERT_EQ(::pthread_getattr_default_np(&attributes), 0);
+    ::pthread_attr_getstacksize(&attributes, &stackBytes);
+    for (const std::size_t bytes : {std::size_t{1} << 50, stackBytes}) {
+        ::pthread_attr_setstacksize(&attributes, bytes);
+        ASSERT_EQ(::pthread_setattr_default_np(&attributes), 0);
+        if (bytes != stackBytes) {
+            EXPECT_FALSE(thread.start());
+        }
+        EXPECT_TRUE(!thread.isRunning() && thread.isStopping() && thread.threadId() == id);
+    }
+}
+
+// The first run blocks the signal that kills, and ends while the second one is in process().
+TEST(kxThread, ARunThatOutlivesItsKillingLeavesTheNextOneAlone)
+{
+    if (!canKill) GTEST_SKIP();
+    std::atomic<int> begun{0}, mayEnd{0};
+    Worker thread([&](Worker&) {
+        sigset_t all;
+        sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+        for (const int run = ++begun; mayEnd < run;) kxThread::sleep(1);
+    });
+    const auto active = [] { return kxThread::activeCount() + kxPerformanceThreadData::count(); };
+    const long threadsBefore = processFigure("Threads");
+    for (const int run : {1, 2}) {
+        thread.start();
+        while (begun != run) kxThread::sleep(1);
+        EXPECT_EQ(active(), 2U);
+        thread.setWatchdogSeconds(run == 1 ? 1e-9 : 0);
+        EXPECT_EQ(thread.isRunning(), run == 2);
+    }
+    for (mayEnd = 1; processFigure("Threads") > threadsBefore + 1;) kxThread::sleep(1);
+    EXPECT_EQ(active(), 2U);
+    mayEnd = 2;
+    thread.join();
+    EXPECT_EQ(active(), 0U);
+}
+
 TEST(kxThread, KillsAThreadWithoutHeartbeat)
 {
     if (!canKill) GTEST_SKIP();
@@ -208,4 +279,11 @@ TEST(kxThread, SetsThePriority)
         thread.join();
         EXPECT_EQ(nice, std::min(before + change, 19)) << priority;
     }
+    int nice = -100;
+    Worker inner([&](Worker&) { nice = ::getpriority(PRIO_PROCESS, 0); });
+    Worker outer([&](Worker&) { inner.start(), inner.join(); });
+    for (Worker* const thread : {&inner, &outer}) thread->setPriority(KX_THREAD_LOWEST);
+    outer.start();
+    outer.join();
+    EXPECT_EQ(nice, std::min(before + 10, 19)) << "priorities do not add up";
 }

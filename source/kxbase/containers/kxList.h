@@ -24,21 +24,22 @@
 #include <utility>
 
 template <typename T> class kxList {
-    struct Node {
-        T item;
-        Node* next;
+    // A node without its item: what lies before the first node, and a spare node.
+    struct Link {
+        Link* next = nullptr;
     };
-    // A spare node holds no item, only the link.
-    struct Spare {
-        Spare* next;
+    struct Node : Link {
+        Node(Link* nextLink, T&& newItem) : Link{nextLink}, item(std::move(newItem)) {}
+
+        T item;
     };
 
     struct Cursor {
-        T& item() const noexcept { return node->item; }
-        void forward() noexcept { node = node->next; }
+        T& item() const noexcept { return itemBehind(link); }
+        void forward() noexcept { link = link->next; }
         bool operator==(const Cursor&) const noexcept = default;
 
-        Node* node = nullptr;
+        Link* link = nullptr;
     };
 
 public:
@@ -56,31 +57,30 @@ public:
     kxList& operator=(const kxList&) = delete;
 
     // Each puts an item in and returns it where it lies.
-    T& append(T item)
+    T& append(T item) { return insert(tail_, std::move(item)); }
+    T& prepend(T item) { return insert(&head_, std::move(item)); }
+    T& insertAfter(iterator position, T item) { return insert(linkAt(position), std::move(item)); }
+    // Puts all items of another list behind those of this one, in no time that depends on their number. The other
+    // list gets the spare nodes of this one for the nodes that it gives away, and this one gets those of the other.
+    void splice(kxList& other) noexcept
     {
-        Node* const node = newNode(std::move(item), nullptr);
-        (tail_ != nullptr ? tail_->next : head_) = node;
-        tail_ = node;
-        return node->item;
-    }
-    T& prepend(T item)
-    {
-        head_ = newNode(std::move(item), head_);
-        if (tail_ == nullptr) tail_ = head_;
-        return head_->item;
-    }
-    T& insertAfter(iterator position, T item)
-    {
-        Node* const before = nodeAt(position);
-        before->next = newNode(std::move(item), before->next);
-        if (tail_ == before) tail_ = before->next;
-        return before->next->item;
+        if (other.isEmpty()) return;
+        tail_->next = std::exchange(other.head_.next, nullptr);
+        tail_ = std::exchange(other.tail_, &other.head_);
+        count_ += std::exchange(other.count_, 0);
+        if (!reuse_ || !other.reuse_) return;
+        std::swap(spare_, other.spare_);
+        std::swap(spareCount_, other.spareCount_);
     }
 
     // Takes the first item out.
-    T takeFirst() { return takeNode(nullptr); }
-    // Takes out the item behind `position`, which must be at an item.
-    T takeAfter(iterator position) { return takeNode(nodeAt(position)); }
+    T takeFirst() { return takeAfter(beforeBegin()); }
+    // Takes out the item behind `position`.
+    T takeAfter(iterator position)
+    {
+        const Loose loose(*this, unlink(linkAt(position)));
+        return std::move(loose.room.node->item);
+    }
     // Removes the first item that equals `item`; answers whether there was one.
     bool remove(const T& item)
     {
@@ -88,10 +88,9 @@ public:
     }
     template <typename Predicate> bool removeFirstWhere(Predicate predicate)
     {
-        Node* before = nullptr;
-        for (Node* node = head_; node != nullptr; before = std::exchange(node, node->next)) {
-            if (!predicate(std::as_const(node->item))) continue;
-            dropNode(before);
+        for (Link* before = &head_; before->next != nullptr; before = before->next) {
+            if (!predicate(std::as_const(itemBehind(before->next)))) continue;
+            dropAfter(before);
             return true;
         }
         return false;
@@ -99,25 +98,30 @@ public:
     void clear()
     {
         kxReleaseAll([this] {
-            if (head_ != nullptr) dropNode(nullptr);
-            return head_ != nullptr;
+            if (!isEmpty()) dropAfter(&head_);
+            return !isEmpty();
         });
     }
 
-    bool isEmpty() const noexcept { return head_ == nullptr; }
+    bool isEmpty() const noexcept { return head_.next == nullptr; }
     std::uint32_t count() const noexcept { return count_; }
     // Null when the list has no such item.
-    T* first() noexcept { return itemOf(head_); }
-    const T* first() const noexcept { return itemOf(head_); }
-    T* last() noexcept { return itemOf(tail_); }
-    const T* last() const noexcept { return itemOf(tail_); }
+    T* first() noexcept { return isEmpty() ? nullptr : &itemBehind(head_.next); }
+    const T* first() const noexcept { return isEmpty() ? nullptr : &itemBehind(head_.next); }
+    T* last() noexcept { return isEmpty() ? nullptr : &itemBehind(tail_); }
+    const T* last() const noexcept { return isEmpty() ? nullptr : &itemBehind(tail_); }
     // By counting from the front; null at or beyond the end.
-    T* at(std::size_t index) noexcept { return itemOf(nodeAt(index)); }
-    const T* at(std::size_t index) const noexcept { return itemOf(nodeAt(index)); }
+    T* at(std::size_t index) noexcept { return index < count_ ? &itemBehind(linkTo(index)) : nullptr; }
+    const T* at(std::size_t index) const noexcept
+    {
+        return index < count_ ? &itemBehind(linkTo(index)) : nullptr;
+    }
 
-    iterator begin() noexcept { return iterator({head_}); }
+    // Only to go forward from, and to take or insert behind.
+    iterator beforeBegin() noexcept { return iterator({&head_}); }
+    iterator begin() noexcept { return iterator({head_.next}); }
     iterator end() noexcept { return iterator(); }
-    const_iterator begin() const noexcept { return const_iterator({head_}); }
+    const_iterator begin() const noexcept { return const_iterator({head_.next}); }
     const_iterator end() const noexcept { return const_iterator(); }
 
     // Keeps the nodes of removed items for the next ones; switching it off frees those that are kept.
@@ -133,22 +137,24 @@ private:
     static_assert(alignof(T) <= alignof(std::max_align_t),
                   "over-aligned items need an allocator of their own");
 
-    static T* itemOf(Node* node) noexcept { return node != nullptr ? &node->item : nullptr; }
-    Node* nodeAt(std::size_t index) const noexcept
+    static T& itemBehind(Link* link) noexcept { return static_cast<Node*>(link)->item; }
+    // The index lies within the list.
+    Link* linkTo(std::size_t index) const noexcept
     {
-        if (index >= count_) return nullptr;
-        Node* node = head_;
-        while (index-- != 0) node = node->next;
-        return node;
+        Link* link = head_.next;
+        while (index-- != 0) link = link->next;
+        return link;
     }
 
-    Node* newNode(T&& item, Node* next)
+    T& insert(Link* before, T&& item)
     {
         void* const room = spare_ != nullptr ? takeSpare() : kxTrackedAllocate(sizeof(Node));
         try {
-            Node* const node = ::new (room) Node{std::move(item), next};
+            Node* const node = ::new (room) Node(before->next, std::move(item));
+            before->next = node;
+            if (tail_ == before) tail_ = node;
             ++count_;
-            return node;
+            return node->item;
         } catch (...) {
             freeNode(room);
             throw;
@@ -174,24 +180,19 @@ private:
         } const room;
     };
 
-    static Node* nodeAt(iterator position)
+    static Link* linkAt(iterator position)
     {
-        Node* const node = position.cursor().node;
-        if (node == nullptr) kxRaiseFatal("No item to take in kxList");
-        return node;
+        Link* const link = position.cursor().link;
+        if (link == nullptr) raiseNoItem();
+        return link;
     }
-    T takeNode(Node* before)
+    [[noreturn]] static void raiseNoItem() { kxRaiseFatal("No item to take in kxList"); }
+    void dropAfter(Link* before) { const Loose loose(*this, unlink(before)); }
+    Node* unlink(Link* before)
     {
-        const Loose loose(*this, unlink(before));
-        return std::move(loose.room.node->item);
-    }
-    void dropNode(Node* before) { const Loose loose(*this, unlink(before)); }
-    // Takes out the node after `before`, or the first.
-    Node* unlink(Node* before)
-    {
-        Node* const node = before != nullptr ? before->next : head_;
-        if (node == nullptr) kxRaiseFatal("No item to take in kxList");
-        (before != nullptr ? before->next : head_) = node->next;
+        Node* const node = static_cast<Node*>(before->next);
+        if (node == nullptr) raiseNoItem();
+        before->next = node->next;
         if (tail_ == node) tail_ = before;
         --count_;
         return node;
@@ -199,14 +200,14 @@ private:
     void freeNode(void* room) noexcept
     {
         if (!reuse_) return kxTrackedFree(room);
-        spare_ = ::new (room) Spare{spare_};
+        spare_ = ::new (room) Link{spare_};
         ++spareCount_;
     }
 
-    Node* head_ = nullptr;
-    Node* tail_ = nullptr;
+    Link head_;            // before the first node
+    Link* tail_ = &head_;  // the last node, or head_
     std::uint32_t count_ = 0;
     std::uint32_t spareCount_ = 0;
-    Spare* spare_ = nullptr;
+    Link* spare_ = nullptr;
     bool reuse_ = false;
 };

@@ -112,7 +112,7 @@ void kxMemoryMessages::setCompact(bool on)
 
 void kxMemoryMessages::show()
 {
-    if (!kxMessageFilter::passes(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
+    if (!kxMessageFilter::isWanted(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
 }
 
 void kxMemoryMessages::tellAllocated(const kxMemoryEntry& entry)

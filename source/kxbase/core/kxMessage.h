@@ -1,6 +1,6 @@
 // Messages, fatal errors and allocation failures, callable from every folder.
 //
-// Only declared here, over plain arguments; the message service defines them. Foreign text (paths, URLs,
+// Only declared here, over plain arguments, and defined in message/kxMessage.cpp. Foreign text (paths, URLs,
 // rule texts) goes in as an argument, never as the format.
 //
 // Threads: every function may be called from any thread, also before main and after it.
@@ -29,7 +29,7 @@ void kxSendMessage(std::uint32_t level, std::string_view format, kxArgumentView 
 // The translation of an English text of the library, or the text itself when there is none.
 kxString kxTranslate(std::string_view text);
 
-// A message that is filtered out costs a comparison; of its arguments nothing is built.
+// A message that is filtered out costs a comparison, once there is a receiver; of its arguments nothing is built.
 template <typename... Arguments>
 void kxMessage(std::uint32_t level, std::string_view format, const Arguments&... arguments)
 {

@@ -87,6 +87,7 @@ public:
 
     kxString getTypeName() const;
     bool isType(kxUniqueId type) const noexcept { return typeId_ == type; }
+    // No name is "void".
     bool isType(const kxString& typeName) const noexcept;
     std::span<const std::uint8_t> getBytes() const noexcept { return bytes_; }
     // Same type and same bytes.

@@ -1,6 +1,7 @@
 #include "kxbase/factory/PurlURLManagerInterface.h"
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/factory/kxForeignAdapter.h"
 #include "kxbase/factory/kxUrlPieces.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxShortName.h"
@@ -24,6 +25,7 @@ kxRefPointer<kxSerializeAdapter> PurlURLManagerInterface::create(const kxString&
     const auto adapter =
         kxSerializeAdapter::getAdapter(pieces.second, mode, flags | KX_SERIALIZE_SILENT, context, &reason);
     if (!adapter) return reason.isEmpty() ? nullptr : kxFailedAdapter(reason);
-    adapter->setName(kxString(pieces.first.view().substr(0, pieces.first.length() - 1)));
+    if (!kxForeignAdapter::is(*adapter))
+        adapter->setName(kxString(pieces.first.view().substr(0, pieces.first.length() - 1)));
     return adapter;
 }

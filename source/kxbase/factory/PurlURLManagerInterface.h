@@ -1,4 +1,5 @@
-// Serves "purl:name,url", once registered: the adapter of the URL, under that name.
+// Serves "purl:name,url", once registered: the adapter of the URL, under that name. An adapter found by
+// its address ("adapt:") belongs to somebody else and keeps its name.
 //
 // Threads: any.
 // Errors:  an address of another form, and a URL that cannot be opened, are refused by the factory with the reason.

@@ -1,4 +1,5 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/factory/kxForeignAdapter.h"
 #include "kxbase/factory/kxUrlPieces.h"
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 #include "kxbase/net/kxSerializeAdapterUDP.h"
@@ -66,17 +67,12 @@ struct Request {
     kxUrl parts;
 };
 
-// What is left to do with the answer of a scheme.
-enum class Then {
-    kCheckAndRecord,
-    kKeepName,    // the same, but for the name
-    kCheckOnly,   // belongs to somebody else and stays as it is
-    kAlreadyTold  // the failure has been told
-};
-
+// The answer of a scheme.
 struct Made {
     Adapter adapter = nullptr;
-    Then then = Then::kCheckAndRecord;
+    bool isNamed = false;    // keeps the name that it has
+    bool isForeign = false;  // belongs to somebody else and stays as it is
+    bool isTold = false;     // why there is none has been told
 };
 
 // ---- the built-in schemes
@@ -91,7 +87,7 @@ bool takeNumber(std::string_view& text, std::uint64_t& number)
 Made wrongSyntax(const Request& request, std::string_view text)
 {
     request.refuse(KX_MESSAGE_WARNING, text, kxShortName(request.written));
-    return {nullptr, Then::kAlreadyTold};
+    return {.isTold = true};
 }
 
 Made makeFile(const Request& request)
@@ -133,7 +129,7 @@ Made findAdapter(const Request& request)
     }
     const Adapter adapter = kxLivingAdapters::find(address);
     if (!adapter) return {kxFailedAdapter(kxTranslate("No adapter at this address"))};
-    return {adapter, Then::kCheckOnly};
+    return {.adapter = adapter, .isForeign = true};
 }
 
 Made makeArchive(const Request& request)
@@ -238,9 +234,10 @@ Made make(const Request& request)
 {
     if (const auto manager = kxUrlRegistry::instance().findManager(request.parts.scheme)) {
         kxString reason;  // what the manager says of a failure, which the built-in scheme may make good
+        kxForeignAdapter::note(nullptr);
         const Adapter adapter =
             manager->create(request.url, request.mode, request.flags, request.context, &reason);
-        if (adapter) return {adapter, manager->namesAdapters() ? Then::kKeepName : Then::kCheckAndRecord};
+        if (adapter) return {adapter, manager->namesAdapters(), kxForeignAdapter::is(*adapter)};
     }
     for (const auto& row : kSchemes) {
         if (request.parts.scheme == row.scheme) return row.make(request);
@@ -287,11 +284,11 @@ Adapter kxSerializeAdapter::getAdapter(const kxString& url, std::uint32_t mode, 
     if (!resolveGuid(request)) return {};
     const Made made = make(request);
     if (!made.adapter) {
-        if (made.then != Then::kAlreadyTold)
-            request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
+        if (!made.isTold) request.refuse(KX_MESSAGE_WARNING, kNoAdapter, kxShortName(request.written));
         return {};
     }
     if (isInError(request, *made.adapter)) return {};
-    if (made.then != Then::kCheckOnly) record(*made.adapter, request, made.then == Then::kKeepName);
+    kxForeignAdapter::note(made.isForeign ? made.adapter.get() : nullptr);
+    if (!made.isForeign) record(*made.adapter, request, made.isNamed);
     return made.adapter;
 }

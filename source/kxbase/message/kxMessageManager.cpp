@@ -83,7 +83,7 @@ struct kxMessageManager::Delivery {
     static thread_local std::uint32_t depth;
     static thread_local std::uint32_t nestedSends;  // within the outermost send
     static thread_local std::uint32_t vainTicket;   // of the change stood back for in vain
-    static thread_local Changes* waiting;           // changes asked for by receivers
+    static thread_local Changes* postponed;         // changes asked for by receivers
 
     static bool isInside() { return depth != 0; }
     static bool mayBegin()
@@ -93,16 +93,16 @@ struct kxMessageManager::Delivery {
 
     static bool isRemoved(const kxMessageReceiverInterface* receiver)
     {
-        if (waiting == nullptr) return false;
-        const auto last = std::find_if(waiting->rbegin(), waiting->rend(),
+        if (postponed == nullptr) return false;
+        const auto last = std::find_if(postponed->rbegin(), postponed->rend(),
                                        [=](const Change& change) { return change.receiver == receiver; });
-        return last != waiting->rend() && last->kind == Change::REMOVE;
+        return last != postponed->rend() && last->kind == Change::REMOVE;
     }
 
     static void postpone(const Change& change)
     {
-        if (waiting == nullptr) waiting = new Changes;
-        waiting->push_back(change);
+        if (postponed == nullptr) postponed = new Changes;
+        postponed->push_back(change);
     }
 
     explicit Delivery(kxMessageManager& owner) : manager(owner)
@@ -115,8 +115,8 @@ struct kxMessageManager::Delivery {
     {
         if (--depth != 0) return;
         nestedSends = 0;
-        if (waiting == nullptr) return;
-        const std::unique_ptr<Changes> changes(std::exchange(waiting, nullptr));
+        if (postponed == nullptr) return;
+        const std::unique_ptr<Changes> changes(std::exchange(postponed, nullptr));
         for (Change& change : *changes) manager.apply(change);
     }
 
@@ -126,7 +126,7 @@ struct kxMessageManager::Delivery {
 thread_local std::uint32_t kxMessageManager::Delivery::depth = 0;
 thread_local std::uint32_t kxMessageManager::Delivery::nestedSends = 0;
 thread_local std::uint32_t kxMessageManager::Delivery::vainTicket = 0;
-thread_local kxMessageManager::Delivery::Changes* kxMessageManager::Delivery::waiting = nullptr;
+thread_local kxMessageManager::Delivery::Changes* kxMessageManager::Delivery::postponed = nullptr;
 
 // A fork happens while nobody changes the list: it is locked for reading, since a receiver may be what forks. In
 // the child a new lock takes the place of the old one, which threads that are not there may hold or wait for.
@@ -182,6 +182,7 @@ bool kxMessageManager::deliver(std::uint32_t level, std::string_view format, kxA
 {
     const kxBodyReadGuard guard(receiversLock_);
     if (receivers_.empty()) return false;
+    if (!kxMessageFilter::isWanted(level)) return true;
     const kxString text = finishedText(level, format, arguments);
     const kxFormatFaultReceiving receiving;
     for (kxMessageReceiverInterface* const receiver : receivers_) {
@@ -226,6 +227,7 @@ void kxMessageManager::addDefaultReceiver()
     DefaultMessageReceiver& receiver = defaultReceiver();
     const kxBodyWriteGuard writing(receiversLock_);
     if (receivers_.empty()) receivers_.push_back(&receiver);
+    kxMessageFilter::setOpen(false);
 }
 
 void kxMessageManager::setSender(const kxString& sender)
@@ -264,4 +266,5 @@ void kxMessageManager::apply(Change& change)
         receivers_.push_back(change.receiver);
     else if (change.kind == Change::REMOVE && place != receivers_.end())
         receivers_.erase(place);
+    kxMessageFilter::setOpen(receivers_.empty());
 }

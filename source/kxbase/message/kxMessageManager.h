@@ -1,6 +1,7 @@
 // The process-wide message service: filters messages by level, translates and formats them, and hands them to
-// its receivers in the order in which they were added. With none added, the first message that passes the filter
-// makes a DefaultMessageReceiver; what that creation sends goes nowhere.
+// its receivers in the order in which they were added. While there is none, any message adds the default receiver,
+// also one that is then filtered out; what is sent while that is made goes nowhere. While messaging is switched off
+// nothing is added.
 //
 // Ownership: refers to receivers and to the translator; their owners remove them before destroying them. When
 //            a removal returns, the receiver is not called any more.
@@ -48,10 +49,10 @@ public:
     // Adding a receiver that is there already changes nothing.
     void addReceiver(kxMessageReceiverInterface& receiver);
     void removeReceiver(kxMessageReceiverInterface& receiver);
-    // The receiver that the first message adds when there is none; it may be switched off or removed.
+    // The receiver that a message adds when there is none; it may be switched off or removed.
     DefaultMessageReceiver& defaultReceiver();
-    // The translator that the manager has at first; it lives as long as the process. Declared only here: it rests
-    // on adapters, which this folder does not know.
+    // The translator that the manager has at first; it lives as long as the process. Defined in
+    // program/kxDefaultTranslator.cpp: it rests on adapters, which this folder does not know.
     static kxMessageTranslatorInterface& defaultTranslator();
     // Null for none. Set before other threads send.
     void setTranslator(kxMessageTranslatorInterface* translator) { translator_.store(translator); }

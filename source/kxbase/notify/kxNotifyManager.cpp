@@ -12,7 +12,8 @@
 namespace {
 
 constexpr std::uint32_t kRetryMilliseconds = 1;
-// A removal that has not tried again for so long has been given up.
+// A thread that removes a subscription tries again every millisecond. When the last try lies so long back nobody is
+// trying any more: another thread has removed the subscription in the meantime, or the one that tried was killed.
 constexpr double kPatienceSeconds = 0.01;
 // Even while removals keep coming, a delivery has its turn.
 constexpr int kMostPauses = 20;
@@ -52,16 +53,15 @@ public:
         manager_->delivery_ = this;
         const double now = kxClock::seconds();
         Queue& queue = manager_->deliveryQueue_;
-        Queue::iterator kept;  // the last entry that stays
-        while (manager_ != nullptr) {
-            const Queue::iterator next = kept == Queue::iterator() ? queue.begin() : std::next(kept);
-            if (next == queue.end()) break;
+        Queue::iterator kept = queue.beforeBegin();  // the last entry that stays
+        while (manager_ != nullptr && std::next(kept) != queue.end()) {
+            const Queue::iterator next = std::next(kept);
             if (next->expiryTime > now && next->dueTime > now) {
                 kept = next;
                 continue;
             }
             // Out of the queue first, so that an exception leaves the others behind it.
-            const Entry entry = kept == Queue::iterator() ? queue.takeFirst() : queue.takeAfter(kept);
+            const Entry entry = queue.takeAfter(kept);
             if (entry.expiryTime > now) handOver(entry);
         }
     }
@@ -123,13 +123,11 @@ void kxNotifyManager::insert(Entry entry)
     const kxBodyGuard guard(pendingLock_);
     if (pending_.isEmpty() || pending_.last()->key <= entry.key) {
         pending_.append(std::move(entry));
-    } else if (pending_.first()->key > entry.key) {
-        pending_.prepend(std::move(entry));
-    } else {
-        Queue::iterator place = pending_.begin();
-        while (std::next(place)->key <= entry.key) ++place;
-        pending_.insertAfter(place, std::move(entry));
+        return;
     }
+    Queue::iterator place = pending_.beforeBegin();
+    while (std::next(place)->key <= entry.key) ++place;
+    pending_.insertAfter(place, std::move(entry));
 }
 
 void kxNotifyManager::deliver()
@@ -145,11 +143,7 @@ void kxNotifyManager::deliver()
 void kxNotifyManager::takePending()
 {
     const kxBodyGuard guard(pendingLock_);
-    while (!pending_.isEmpty()) {
-        // Appending may throw std::bad_alloc: the entry must still be in its queue then.
-        Entry& place = deliveryQueue_.append({});
-        place = pending_.takeFirst();
-    }
+    deliveryQueue_.splice(pending_);
 }
 
 // Brings the list up to date between two deliveries.
@@ -163,6 +157,7 @@ void kxNotifyManager::applyChanges()
     hasChanges_.store(false, std::memory_order_relaxed);
 }
 
+// Whether a thread was refused a removal and goes on trying.
 bool kxNotifyManager::isRemovalWaiting() const
 {
     const double refused = refusedRemovalSeconds_.load(std::memory_order_relaxed);

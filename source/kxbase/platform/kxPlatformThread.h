@@ -55,6 +55,6 @@ void kxPlatformThreadAllowKill();
 // whether it might before. Where the system has none, nothing happens.
 bool kxPlatformThreadAllowCancel(bool isAllowed);
 
-// Sets the priority of the calling thread: steps of -2 to 2, lowest to highest, around the one that it has
-// now. Refusal by the system is silent.
+// Sets the priority of the calling thread: steps of -2 to 2, lowest to highest, around the one that the
+// process had when this was first called in it. Refusal by the system is silent.
 void kxPlatformThreadSetPriority(int steps);

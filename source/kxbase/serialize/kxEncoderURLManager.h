@@ -20,15 +20,12 @@ private:
     // what a file below holds back would stay there until the end.
     class Layer final : public Encoder {
     public:
-        explicit Layer(const kxRefPointer<kxSerializeAdapter>& parent) : Encoder(parent), parent_(parent) {}
+        using Encoder::Encoder;
 
         std::uint32_t flush() override
         {
             const std::uint32_t result = Encoder::flush();
-            return result + parent_->flush();
+            return result + this->parent().flush();
         }
-
-    private:
-        const kxRefPointer<kxSerializeAdapter> parent_;
     };
 };

@@ -29,7 +29,7 @@
 
 class kxSerializeAdapter : public kxThreadSafeReference, public kxNameInterface {
 public:
-    // Makes the adapter that a URL names.
+    // Makes the adapter that a URL names. Defined in factory/kxAdapterFactory.cpp, which knows every adapter.
     // `mode` is KX_SERIALIZE_OUTPUT, KX_SERIALIZE_INPUT or their sum; `flags` are kept on the adapter, but for
     // KX_SERIALIZE_SILENT, which keeps the factory from sending Warnings; `context` is a text of the caller's,
     // kept on the adapter. Answers null when no working adapter could be made, and then writes the reason to

@@ -30,6 +30,7 @@ protected:
 
     explicit kxSerializeAdapterTextEncoder(const kxRefPointer<kxSerializeAdapter>& parent);
 
+    kxSerializeAdapter& parent() const { return *parent_; }
     bool isWide() const { return (parent_->getFlags() & KX_SERIALIZE_WIDE) != 0; }
     // Bytes of text that can be read now; 0 when they are fewer than `least`, which a byte needs.
     std::uint32_t textLength(std::uint32_t least);

@@ -14,7 +14,8 @@ public:
     // A new adapter for the URL, or null, which leaves the URL to the built-in schemes. A manager that wants to
     // say why it fails answers an adapter that carries the reason as its error text: the factory refuses it and
     // tells its caller; what is written to `errorOut` goes no further. The factory records where the adapter came
-    // from. Arguments as those of kxSerializeAdapter::getAdapter, the URL with its scheme.
+    // from, unless "adapt:" found it, which belongs to somebody else. Arguments as those of
+    // kxSerializeAdapter::getAdapter, the URL with its scheme.
     virtual kxRefPointer<kxSerializeAdapter> create(const kxString& url, std::uint32_t mode,
                                                     std::uint32_t flags, const kxString& context,
                                                     kxString* errorOut) = 0;

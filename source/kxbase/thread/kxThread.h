@@ -66,8 +66,9 @@ public:
     // 0 disables the watchdog, as it is at first.
     void setWatchdogSeconds(double seconds);
     double watchdogSeconds() const;
-    // One of kxThreadPriority; any other value leaves the system's priority untouched. Takes effect at the next
-    // start; where the system refuses, the priority stays.
+    // One of kxThreadPriority, around the priority of the process, whichever thread calls start(); any other value
+    // leaves what the system gives the thread, which may be that of its starter. Takes effect at the next start;
+    // where the system refuses, as it may to a thread that a lower one starts, the priority stays.
     void setPriority(std::uint32_t priority);
     std::uint32_t priority() const;
     double lastHeartbeatSeconds() const;

@@ -26,8 +26,9 @@ public:
     kxThreadPoolTicker(const kxThreadPoolTicker&) = delete;
     kxThreadPoolTicker& operator=(const kxThreadPoolTicker&) = delete;
 
-    // Gives the ticker to the thread that has the fewest. False when it is in a pool already, or when the
-    // system refuses a thread.
+    // Gives the ticker to the thread that has the fewest, but one that comes back to the thread that it had: that may
+    // still be in the tick that removed it. False when it is in a pool already, or when the system refuses a
+    // thread.
     bool add(kxThreadTicker& ticker);
     // Takes the ticker out. Waits for a tick in progress, except from inside that tick: afterwards the ticker
     // may be destroyed. A ticker of another pool is left alone.

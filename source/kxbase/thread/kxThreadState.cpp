@@ -125,7 +125,7 @@ private:
         state_.flags_ |= KX_THREAD_RUNNING;
         state_.lastHeartbeat_ = kxClock::seconds();
         state_.begunRunNumber_.store(runNumber_);
-        if (state_.starterCount_ != 0) kxPlatformWakeAll(state_.begunRunNumber_);
+        kxPlatformWakeAll(state_.begunRunNumber_);
         return state_.priority_;
     }
     static void applyPriority(std::uint32_t priority)
@@ -197,6 +197,7 @@ void kxThreadState::reportException(const char* text)
 
 bool kxThreadState::start(bool wait)
 {
+    const Hold hold(*this);
     std::uint32_t runNumber = 0;
     {
         const Guard guard(*this);
@@ -218,16 +219,12 @@ std::shared_ptr<kxThreadState::OwnedThread> kxThreadState::makeThread() noexcept
     }
 }
 
-// Whatever takes memory comes before the start, so that no thread runs without a handle.
+// Whatever takes memory comes before the start, so that no thread runs without a handle. What is known of the last
+// run gives way only when the system has not refused; the new thread waits for the mutex before it looks.
 bool kxThreadState::startLocked()
 {
     const std::shared_ptr<OwnedThread> thread = makeThread();
     if (thread == nullptr) return false;
-    flags_ &= ~std::uint32_t{KX_THREAD_STOP};
-    handle_.reset();
-    threadId_ = 0;
-    lastHeartbeat_ = kxClock::seconds();
-    ++runNumber_;
     ref();
     thread->system = kxPlatformThreadStart(body, this);
     if (thread->system == nullptr) {
@@ -235,27 +232,25 @@ bool kxThreadState::startLocked()
         return false;
     }
     handle_ = Handle(thread, thread->system);
+    threadId_ = 0;
+    lastHeartbeat_ = kxClock::seconds();
+    ++runNumber_;
+    flags_ &= ~std::uint32_t{KX_THREAD_STOP};
     flags_ |= KX_THREAD_RUNNING;
     return true;
 }
 
 void kxThreadState::waitUntilBegun(std::uint32_t runNumber)
 {
-    {
-        const Guard guard(*this);
-        ++starterCount_;
-    }
     for (std::uint32_t pause = 0; pause < kBeginPauses; ++pause) {
         std::uint32_t begun = 0;
         {
             const Guard guard(*this);
             begun = begunRunNumber_.load();
-            if (begun == runNumber || runNumber_ != runNumber) break;
+            if (begun == runNumber || runNumber_ != runNumber) return;
         }
         kxPlatformWaitWhile(begunRunNumber_, begun, kPauseMilliseconds);
     }
-    const Guard guard(*this);
-    --starterCount_;
 }
 
 void kxThreadState::stop(bool wait)

@@ -1,6 +1,7 @@
 // What a kxThread and its system thread share, so that either may go first. Part of kxThread.
 //
-// Ownership: counted: the object holds one reference, the body of a run another, and so does who stops or joins.
+// Ownership: counted: the object holds one reference, the body of a run another, and so does who starts, stops or
+//            joins.
 // Threads:   every operation may be called from any thread. The mutex guards all fields but the atomic ones and
 //            the record of performance data, which has a mutex of its own. A thread is killed only under the
 //            mutex, so that it is never killed while it holds it.
@@ -91,6 +92,5 @@ private:
     std::uint32_t runNumber_ = 0;  // of the last start, counted from 1
     // Of the last run whose body has begun; starters sleep on it.
     std::atomic<std::uint32_t> begunRunNumber_{0};
-    std::uint32_t starterCount_ = 0;           // those who do
     kxPerformanceThreadData performanceData_;  // of the last run
 };

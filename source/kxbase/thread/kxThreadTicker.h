@@ -24,7 +24,9 @@ private:
     friend class kxThreadPoolTicker;
     struct Slot;
 
-    // Where the ticker is, or was last. Guarded by the lock of all pools' members.
+    // Where the ticker is, or was last. Pool and worker outlast the removal, since the tick that removed the ticker
+    // may still run: that thread is the one that others who remove it wait for, and that gets it back.
+    // Guarded by the lock of all pools' members.
     kxThreadPoolTicker* pool_ = nullptr;  // may dangle once slot_ is null, and is then only compared
     std::uint32_t worker_ = 0;
     Slot* slot_ = nullptr;  // null when it is in no pool

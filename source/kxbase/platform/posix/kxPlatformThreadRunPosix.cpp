@@ -152,6 +152,24 @@ void* run(void* argument)
     return nullptr;
 }
 
+// That of the first thread, when it is asked for first in a process, be it a forked one. What a thread has itself may
+// come from another one, whose priority is not the process's.
+int niceOfProcess()
+{
+    struct Known {
+        pid_t process;
+        int nice;
+    };
+    static constinit std::atomic<Known> known{Known{0, 0}};
+    const pid_t process = ::getpid();
+    Known found = known.load();
+    if (found.process != process) {
+        found = {process, ::getpriority(PRIO_PROCESS, static_cast<id_t>(process))};
+        known.store(found);
+    }
+    return found.nice;
+}
+
 // Joins a thread that has ended. A caller that is killed in the middle of it would keep all others from it.
 bool join(kxPlatformThread& thread)
 {
@@ -241,7 +259,5 @@ void kxPlatformThreadAllowKill()
 
 void kxPlatformThreadSetPriority(int steps)
 {
-    const id_t thread = kxPlatformThreadId();
-    const int nice = ::getpriority(PRIO_PROCESS, thread);
-    ::setpriority(PRIO_PROCESS, thread, nice + steps * kNicePerStep);
+    ::setpriority(PRIO_PROCESS, kxPlatformThreadId(), niceOfProcess() + steps * kNicePerStep);
 }
