@@ -116,12 +116,12 @@ bool kxSerializeLex::addRulesOf(std::string_view set, const char* malformed, con
 
 void kxSerializeLex::addFunction(std::string_view name, kxParserFunction function)
 {
-    names_.set(kxMakeRef<kxFuncInfo>(name, std::move(function)));
+    names_.set(kxFuncInfo::ofMatch(name, std::move(function)));
 }
 
 void kxSerializeLex::addAction(std::string_view name, kxLexAction action)
 {
-    names_.set(kxMakeRef<kxFuncInfo>(name, std::move(action)));
+    names_.set(kxFuncInfo::ofAction(name, std::move(action)));
 }
 
 bool kxSerializeLex::setDecimalSeparator(char separator)
