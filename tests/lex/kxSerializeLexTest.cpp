@@ -1,5 +1,6 @@
 #include "kxbase/lex/kxSerializeLex.h"
 
+#include "kxbase/string/kxNumberScanner.h"
 #include "lex/kxLexOutcome.h"
 #include "support/kxFatalText.h"
 #include "support/kxMessageRecorder.h"
@@ -98,6 +99,7 @@ TEST(kxSerializeLex, ScansPatterns)
         {"a lonely per cent sign", "a%", "a%", "Error <a%>"},
         {"a decimal comma", "%n;%n;%n", "1,5;-2,5e3;7,x", "OK 1.5 -2500 7 <x>", ','},
         {"a point is then none", "%n", "1.5", "OK 1 <.5>", ','},
+        {"a comma at the end of an integer", "%e", "9007199254740993,", "OK 9007199254740993L <>", ','},
         {"a text that is too long", "%e", kxRepeated("x", 65536), "Error <" + kxRepeated("x", 65536) + ">"},
     };
     for (const auto& row : rows) {
@@ -124,6 +126,39 @@ TEST(kxSerializeLex, ScansPatterns)
     }
 }
 
+// The scanner, fNum, fCNum and fPush, with a point and with point and comma exchanged.
+TEST(kxSerializeLex, HasOneFormOfNumbers)
+{
+    const struct {
+        const char* text;
+        std::size_t length, lengthOfCNum;  // of the number at its start
+    } rows[] = {
+        {"7", 1, 1},     {"-2.50e+3", 8, 8}, {"+1e5x", 4, 4},  {".5", 0, 0},     {"-", 0, 0},
+        {"1.", 1, 2},    {"1.e5", 1, 4},     {"1e5.", 3, 3},   {"1.5.", 3, 3},   {"1.5e3.", 5, 5},
+        {"1,5.", 1, 1},  {"1e", 1, 1},       {"1,5e3.", 1, 1}, {"1,5.e5", 1, 1}, {"1.,5", 1, 2},
+        {"1.5e-", 3, 3}, {" 1", 0, 0},       {"0x10", 1, 1},   {"12.e5.", 2, 5},
+    };
+    for (const auto& row : rows) {
+        for (const char separator : {'.', ','}) {
+            std::string text = row.text;
+            for (char& each : text)
+                if (separator == ',' && (each == '.' || each == ',')) each = each == '.' ? ',' : '.';
+            SCOPED_TRACE(text);
+            EXPECT_EQ(kxNumberScanner(separator).scan(text).length, row.length);
+            const auto adapter = kxInputOf(text);
+            kxSerializeLex lex(adapter);
+            lex.setDecimalSeparator(separator);
+            lex.scan("%n");
+            const std::size_t taken = text.size() - adapter->length();
+            EXPECT_EQ(taken, separator == ',' ? row.lengthOfCNum : row.length);
+            lex.clearValues();
+            lex.setAdapter(kxInputOf(text));
+            lex.scan("%e");
+            EXPECT_EQ(lex.pop().isType(KX_UNIQUE_NUM), taken == text.size());
+        }
+    }
+}
+
 TEST(kxSerializeLex, SaysWhyItStopped)
 {
     const kxMessageRecorder messages;
@@ -134,6 +169,10 @@ TEST(kxSerializeLex, SaysWhyItStopped)
         {"a run that is long enough is no failure", "main ::= ('a' [x]* | 'b') 'c'", "axd", "No Match: "},
         {"a name that stands for nothing", "main ::= 'a' other", "a", "Error: Unknow parse function 'other'"},
         {"a difference that refuses needs no more data", "main ::= [^] - fHex", "1", "No Match: "},
+        {"nor does what must not match", "main ::= ([^] - 'abc') 'q'", "ab", "No Match: "},
+        {"within what must not match", "main ::= ([^] - ('b' - 'ccc')) 'q'", "cc", "No Match: "},
+        {"rounds end with the data", "main ::= x* y? ('' - ''); x ::= 'x'; y ::= 'y'", "xx", "No Match: "},
+        {"an alternative does not", "main ::= 'x' 'x' | ('' - '')", "", "No Match: Adapter out of Data"},
         {"left recursion", "main ::= 'x' | y; y ::= main 'z'", "x",
          "Error: Parse Error:'Left recursion' in rule 'y' at (Line:1,Col:25) -> main 'z'"},
         {"behind what can be nothing", "main ::= $ 'x'? ('y' | '')* b 'z'; b ::= (main)2", "x",
@@ -195,6 +234,11 @@ TEST(kxSerializeLex, SurvivesHostileRules)
             EXPECT_TRUE(lex.getError().startsWith("Parse Error:'Too many steps' in rule 'main'"));
         }
     }
+
+    lex.addAction("ignore", [](kxLexCapture&) { return KX_LEX_OK; });
+    lex.addRules("main ::= ('x' ignore)*");
+    lex.setAdapter(kxInputOf(kxRepeated("x", 30000)));
+    EXPECT_EQ(lex.run("main"), KX_LEX_OK) << "texts that nobody asks for do not count";
 
     lex.addRules("main ::= $ fEnd" + kxRepeated(" fPush", 5000));
     lex.setAdapter(kxInputOf(kxRepeated("x", 60000)));
@@ -389,6 +433,10 @@ TEST(kxSerializeLex, TracesRulesAndFunctions)
                   "Parsing Rule     : main(Line:3,Col:2)", "Parsing Rule     :  x(Line:3,Col:2)",
                   "Exit Rule        :  x(Line:3,Col:2)\tResult:Error",
                   "Exit Rule        : main(Line:3,Col:2)\tResult:Error", "Unknow parse function 'other'"}));
+    lex.setAdapter(kxInputOf(kxRepeated("x", KX_LEX_MAX_RECORDS / 1024)));
+    lex.addRules("main ::= ([^]" + kxRepeated(" $", 1024) + ")* fPush");
+    EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+    EXPECT_EQ(messages.takeTexts().at(2), "Exit Function    :  fPush(Line:1,Col:4097)\tResult:Error");
 }
 
 TEST(kxSerializeLex, ReadsWideCharacters)
@@ -405,6 +453,8 @@ TEST(kxSerializeLex, ReadsWideCharacters)
          "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>", ""},
         {"a scan pattern", "%\xC3\xA4\xE2\x82\xAC%t", "%" + std::string("\0\xE4\0\xAC\x20x\0", 7),
          "OK 'x' <>", ""},
+        {"all goes back in order", "main ::= fEnd 'x'", wide(kxRepeated("abc", 50000)),
+         "No Match <" + wide(kxRepeated("abc", 50000)) + ">", "Adapter out of Data"},
         {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8", "Error <\x3D\xD8>",
          "Parse Error:'Utf lex encoding on faulty data set' in rule 'main' at (Line:1,Col:2) -> fPush"},
         {"half a character stays", "main ::= $ 'a' fPush [^]*", wide("a") + "b", "OK 'a' <b>", ""},
