@@ -226,19 +226,13 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             ++at;
             continue;
         case KX_OP_TEST:
-            if (needsUnit() && sets[at->a].contains(units[position])) {
-                ++at;
-                continue;
-            }
-            if (fault_ != nullptr) break;
-            at = code + at->b;
-            continue;
         case KX_OP_PEEK:
-            if (hasUnit() && sets[at->a].contains(units[position])) {
-                ++at;
+            if (hasUnit()) [[likely]] {
+                at = sets[at->a].contains(units[position]) ? at + 1 : code + at->b;
                 continue;
             }
             if (fault_ != nullptr) break;
+            isShort_ = isShort_ || at->operation == KX_OP_TEST;
             at = code + at->b;
             continue;
         case KX_OP_SWITCH:
