@@ -25,12 +25,14 @@ inline std::string kxOutcome(kxSerializeLex& lex, kxLexResult result, kxSerializ
 }
 
 // Runs the rule "main" of a set; with tracing the program is the plain one.
-inline std::string kxOutcomeOf(std::string_view rules, std::string_view input, bool isPlain = false)
+inline std::string kxOutcomeOf(std::string_view rules, std::string_view input, bool isPlain = false,
+                               kxString* error = nullptr)
 {
     const auto adapter = kxTestInput(input);
     kxSerializeLex lex(adapter);
     lex.setTracing(isPlain);
     lex.addRules(rules);
     const kxLexResult result = lex.run("main");
+    if (error != nullptr) *error = lex.getError();
     return kxOutcome(lex, result, *adapter);
 }

@@ -167,8 +167,10 @@ TEST(kxMatchMachine, DoesWhatTheSlowMatcherDoes)
             Reference reference(input);
             for (const std::string& rule : rules) reference.add(rule);
             const std::string expected = reference.outcome();
-            ASSERT_EQ(kxOutcomeOf(set, input), expected) << set << input;
-            ASSERT_EQ(kxOutcomeOf(set, input, true), expected) << "plainly: " << set << input;
+            kxString error, plainError;
+            ASSERT_EQ(kxOutcomeOf(set, input, false, &error), expected) << set << input;
+            ASSERT_EQ(kxOutcomeOf(set, input, true, &plainError), expected) << "plainly: " << set << input;
+            ASSERT_EQ(error, plainError) << set << input;
             matched += expected.starts_with("OK") ? 1 : 0;
         }
     }

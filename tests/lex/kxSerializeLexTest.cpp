@@ -1,5 +1,6 @@
 #include "kxbase/lex/kxSerializeLex.h"
 
+#include "kxbase/string/kxNumberScanner.h"
 #include "lex/kxLexOutcome.h"
 #include "support/kxScriptedAdapter.h"
 
@@ -78,6 +79,7 @@ TEST(kxSerializeLex, ScansPatterns)
         {"a lonely per cent sign", "a%", "a%", "Error <a%>"},
         {"a decimal comma", "%n;%n;%n", "1,5;-2,5e3;7,x", "OK 1.5 -2500 7 <x>", ','},
         {"a point is then none", "%n", "1.5", "OK 1 <.5>", ','},
+        {"a comma at the end of an integer", "%e", "9007199254740993,", "OK 9007199254740993L <>", ','},
         {"a text that is too long", "%e", kxTestRepeated("x", 65536),
          "Error <" + kxTestRepeated("x", 65536) + ">"},
     };
@@ -105,6 +107,39 @@ TEST(kxSerializeLex, ScansPatterns)
     }
 }
 
+// The scanner, fNum, fCNum and fPush, with a point and with point and comma exchanged.
+TEST(kxSerializeLex, HasOneFormOfNumbers)
+{
+    const struct {
+        const char* text;
+        std::size_t length, lengthOfCNum;  // of the number at its start
+    } rows[] = {
+        {"7", 1, 1},     {"-2.50e+3", 8, 8}, {"+1e5x", 4, 4},  {".5", 0, 0},     {"-", 0, 0},
+        {"1.", 1, 2},    {"1.e5", 1, 4},     {"1e5.", 3, 3},   {"1.5.", 3, 3},   {"1.5e3.", 5, 5},
+        {"1,5.", 1, 1},  {"1e", 1, 1},       {"1,5e3.", 1, 1}, {"1,5.e5", 1, 1}, {"1.,5", 1, 2},
+        {"1.5e-", 3, 3}, {" 1", 0, 0},       {"0x10", 1, 1},   {"12.e5.", 2, 5},
+    };
+    for (const auto& row : rows) {
+        for (const char separator : {'.', ','}) {
+            std::string text = row.text;
+            for (char& each : text)
+                if (separator == ',' && (each == '.' || each == ',')) each = each == '.' ? ',' : '.';
+            SCOPED_TRACE(text);
+            EXPECT_EQ(kxNumberScanner(separator).scan(text).length, row.length);
+            const auto adapter = kxTestInput(text);
+            kxSerializeLex lex(adapter);
+            lex.setDecimalSeparator(separator);
+            lex.scan("%n");
+            const std::size_t taken = text.size() - adapter->length();
+            EXPECT_EQ(taken, separator == ',' ? row.lengthOfCNum : row.length);
+            lex.clearValues();
+            lex.setAdapter(kxTestInput(text));
+            lex.scan("%e");
+            EXPECT_EQ(lex.pop().isType(KX_UNIQUE_NUM), taken == text.size());
+        }
+    }
+}
+
 TEST(kxSerializeLex, SaysWhyItStopped)
 {
     const kxMessageRecorder messages;
@@ -115,6 +150,10 @@ TEST(kxSerializeLex, SaysWhyItStopped)
         {"a run that is long enough is no failure", "main ::= ('a' [x]* | 'b') 'c'", "axd", "No Match: "},
         {"a name that stands for nothing", "main ::= 'a' other", "a", "Error: Unknow parse function 'other'"},
         {"a difference that refuses needs no more data", "main ::= [^] - fHex", "1", "No Match: "},
+        {"nor does what must not match", "main ::= ([^] - 'abc') 'q'", "ab", "No Match: "},
+        {"within what must not match", "main ::= ([^] - ('b' - 'ccc')) 'q'", "cc", "No Match: "},
+        {"rounds end with the data", "main ::= x* y? ('' - ''); x ::= 'x'; y ::= 'y'", "xx", "No Match: "},
+        {"an alternative does not", "main ::= 'x' 'x' | ('' - '')", "", "No Match: Adapter out of Data"},
         {"too deep", "main ::= '\n' b; b ::= 'x' b 'y' | 'z'", "\n" + kxTestRepeated("x", 20000),
          "Error: Parse Error:'Too many nested rules' in rule 'b' at (Line:2,Col:10000) -> b 'y' | 'z'"},
         {"deep enough", "main ::= '(' main ')' | ''", kxTestRepeated("(", 9999) + kxTestRepeated(")", 9999),
@@ -178,6 +217,7 @@ TEST(kxSerializeLex, SurvivesHostileRules)
         {"marks that are given up", "main ::= (" + kxTestRepeated("$ ", 20000) + " 'xy' | [^])*", many,
          steps},
         {"a function that goes back", "main ::= 'x' ('x' | back)*", many, steps},
+        {"texts that nobody asks for", "main ::= ('x' ignore)*", many, "OK: "},
         {"a long text over and over", "main ::= $ fEnd" + kxTestRepeated(" fPush", 5000), many + many + many,
          "Error: Parse Error:'Too many values' in rule 'main'"},
     };
@@ -192,6 +232,7 @@ TEST(kxSerializeLex, SurvivesHostileRules)
                 input.giveBack(1);
                 return KX_LEX_OK;
             });
+            lex.addAction("ignore", [](kxLexCapture&) { return KX_LEX_OK; });
             lex.addRules(row.rules);
             const kxLexResult result = lex.run("main");
             const std::string fault = std::string(kxLexResultName(result)) + ": " + lex.getError().text();
@@ -370,6 +411,10 @@ TEST(kxSerializeLex, TracesRulesAndFunctions)
                   "Parsing Rule     : main(Line:3,Col:2)", "Parsing Rule     :  x(Line:3,Col:2)",
                   "Exit Rule        :  x(Line:3,Col:2)\tResult:Error",
                   "Exit Rule        : main(Line:3,Col:2)\tResult:Error", "Unknow parse function 'other'"}));
+    lex.setAdapter(kxTestInput(kxTestRepeated("x", KX_LEX_MAX_RECORDS / 1024)));
+    lex.addRules("main ::= ([^]" + kxTestRepeated(" $", 1024) + ")* fPush");
+    EXPECT_EQ(lex.run("main"), KX_LEX_ERROR);
+    EXPECT_EQ(messages.takeTexts().at(2), "Exit Function    :  fPush(Line:1,Col:4097)\tResult:Error");
 }
 
 TEST(kxSerializeLex, ReadsWideCharacters)
@@ -387,6 +432,8 @@ TEST(kxSerializeLex, ReadsWideCharacters)
          "\x3D\xD8" + std::string("\x00\xDE", 2), "OK '\xF0\x9F\x98\x80' <>"},
         {"a scan pattern", "%\xC3\xA4\xE2\x82\xAC%t", "%" + std::string("\0\xE4\0\xAC\x20x\0", 7),
          "OK 'x' <>"},
+        {"all goes back in order", "main ::= fEnd 'x'", kxTestWide(kxTestRepeated("abc", 50000)),
+         "No Match <" + kxTestWide(kxTestRepeated("abc", 50000)) + ">Adapter out of Data"},
         {"half a pair", "main ::= $ [^] fPush", "\x3D\xD8",
          "Error <\x3D\xD8>Parse Error:'" + faulty + "' in rule 'main' at (Line:1,Col:2) -> fPush"},
         {"half a character stays", "main ::= $ 'a' fPush [^]*", kxTestWide("a") + "b", "OK 'a' <b>"},

@@ -17,8 +17,8 @@
 //            their own of both.
 // Threads:   a plain value. The counts are the objects' own, thread-safe or not.
 // Errors:    asking for another kind than the value has is fatal, and there is no conversion but those below: a
-//            text that holds digits is no number. Bytes that do not have the form of the kind, too few or too many, give
-//            its neutral value (0, null, empty) and the Warning "Corrupt Stream in kxDynamicType!!". Addresses of
+//            text that holds digits is no number. Bytes that do not have the form of the kind, too few or too many,
+//            give its neutral value (0, null, empty) and the Warning "Corrupt Stream in kxDynamicType!!". Addresses of
 //            objects are never taken from bytes: a "ref" that comes from outside becomes "void", with the same
 //            Warning. A "str" that is too long for a kxString keeps its bytes; its text is cut as one.
 #pragma once

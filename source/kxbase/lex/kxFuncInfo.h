@@ -7,6 +7,7 @@
 #include "kxbase/lex/kxLexInput.h"
 #include "kxbase/lex/kxLexResult.h"
 #include "kxbase/lex/kxUnitSet.h"
+#include "kxbase/object/kxRefPointer.h"
 #include "kxbase/object/kxReference.h"
 
 #include <functional>
@@ -33,19 +34,25 @@ enum kxFuncKind : std::uint8_t {
 
 class kxFuncInfo : public kxReference {
 public:
-    kxFuncInfo(std::string_view name, kxFuncKind kind) : name_(name), kind_(kind), first_(kxUnitSet::all()) {}
-    // KX_FUNC_CHARACTER.
-    kxFuncInfo(std::string_view name, const kxUnitSet& characters)
-        : name_(name), kind_(KX_FUNC_CHARACTER), first_(characters)
-    {}
-    // KX_FUNC_MATCH; `first` are the characters with which a match can begin.
-    kxFuncInfo(std::string_view name, kxParserFunction function, const kxUnitSet& first = kxUnitSet::all())
-        : name_(name), kind_(KX_FUNC_MATCH), first_(first), function_(std::move(function))
-    {}
-    // KX_FUNC_ACTION.
-    kxFuncInfo(std::string_view name, kxLexAction action)
-        : name_(name), kind_(KX_FUNC_ACTION), first_(kxUnitSet::all()), action_(std::move(action))
-    {}
+    static kxRefPointer<kxFuncInfo> ofCharacters(std::string_view name, const kxUnitSet& characters)
+    {
+        return new kxFuncInfo(name, KX_FUNC_CHARACTER, characters);
+    }
+    // `first` are the characters with which a match can begin.
+    static kxRefPointer<kxFuncInfo> ofMatch(std::string_view name, kxParserFunction function,
+                                            const kxUnitSet& first = kxUnitSet::all())
+    {
+        return new kxFuncInfo(name, KX_FUNC_MATCH, first, std::move(function));
+    }
+    // One of the kinds that push.
+    static kxRefPointer<kxFuncInfo> ofPush(std::string_view name, kxFuncKind kind)
+    {
+        return new kxFuncInfo(name, kind, kxUnitSet::all());
+    }
+    static kxRefPointer<kxFuncInfo> ofAction(std::string_view name, kxLexAction action)
+    {
+        return new kxFuncInfo(name, KX_FUNC_ACTION, kxUnitSet::all(), nullptr, std::move(action));
+    }
 
     const std::string& name() const { return name_; }
     kxFuncKind kind() const { return kind_; }
@@ -57,6 +64,11 @@ public:
     const kxLexAction& action() const { return action_; }
 
 private:
+    kxFuncInfo(std::string_view name, kxFuncKind kind, const kxUnitSet& first,
+               kxParserFunction function = nullptr, kxLexAction action = nullptr)
+        : name_(name), kind_(kind), first_(first), function_(std::move(function)), action_(std::move(action))
+    {}
+
     const std::string name_;
     const kxFuncKind kind_;
     const kxUnitSet first_;

@@ -13,6 +13,7 @@ constexpr std::string_view kRules[] = {
     "fToken\t::=\t[^] \t\t\t\t\t\t\t\t\t\t",
     "fEnd\t\t::=\t[^]*\t\t\t\t\t\t\t\t\t\t",
 };
+// As kxNumberScanner reads numbers, but that the separator may stand behind the last digit.
 constexpr std::string_view kCNum =
     " fCNum ::= ( '-' | '+'? ) digit+ ('%c' digit* )? ( [eE] ( '-' | '+'? ) digit+ )? ; ";
 
@@ -87,10 +88,10 @@ kxLexResult matchInteger(kxLexInput& input)
     return matchIf(takeDigits(input) != 0);
 }
 
+// As kxNumberScanner reads numbers, but from an input.
 kxLexResult matchNumber(kxLexInput& input)
 {
     if (matchInteger(input) == KX_LEX_NO_MATCH) return KX_LEX_NO_MATCH;
-    // A point or an exponent that is not complete does not belong to the number.
     std::uint32_t end = input.position();
     if (input.peek() == '.' && input.next() != KX_LEX_END && takeDigits(input) != 0) end = input.position();
     input.giveBack(input.position() - end);
@@ -126,17 +127,17 @@ void kxLexBuiltins::addTo(kxLexNames& names)
         parser.parse();
         names.set(kxMakeRef<kxRuleInfo>(parser.takeTree()));
     }
-    for (const auto& row : kCharacters) names.set(kxMakeRef<kxFuncInfo>(row.name, setOf(row.characters)));
-    for (const auto& row : kPushes) names.set(kxMakeRef<kxFuncInfo>(row.name, row.kind));
+    for (const auto& row : kCharacters) names.set(kxFuncInfo::ofCharacters(row.name, setOf(row.characters)));
+    for (const auto& row : kPushes) names.set(kxFuncInfo::ofPush(row.name, row.kind));
     names.set(number("fNum"));
-    names.set(kxMakeRef<kxFuncInfo>("fInt", kxParserFunction(matchInteger), setOf(kSigns, kDigits)));
-    names.set(kxMakeRef<kxFuncInfo>("fIdent", kxParserFunction(matchIdentifier), setOf(kLetters)));
-    names.set(kxMakeRef<kxFuncInfo>("fPlain", kxParserFunction(matchPlain), plainCharacters()));
+    names.set(kxFuncInfo::ofMatch("fInt", matchInteger, setOf(kSigns, kDigits)));
+    names.set(kxFuncInfo::ofMatch("fIdent", matchIdentifier, setOf(kLetters)));
+    names.set(kxFuncInfo::ofMatch("fPlain", matchPlain, plainCharacters()));
 }
 
 kxRefPointer<kxFuncInfo> kxLexBuiltins::number(std::string_view name)
 {
-    return kxMakeRef<kxFuncInfo>(name, kxParserFunction(matchNumber), setOf(kSigns, kDigits));
+    return kxFuncInfo::ofMatch(name, matchNumber, setOf(kSigns, kDigits));
 }
 
 kxString kxLexBuiltins::numberRule(char decimalSeparator)

@@ -66,7 +66,7 @@ void kxLexInput::finish(std::uint32_t position)
 {
     startPlace_ = lastPlace_ = placeOf(position);
     giveBytesBack(position);
-    if (units_.capacity() > kKeptUnits) units_ = std::u16string();
+    if (units_.capacity() > kKeptUnits) std::u16string().swap(units_);  // assigning keeps the room
     units_.clear();
     position_ = lastPosition_ = 0;
 }
@@ -76,10 +76,18 @@ void kxLexInput::giveBytesBack(std::uint32_t position)
 {
     if (hasOddByte_) adapter_->pushBack(oddByte_);
     hasOddByte_ = false;
-    const std::u16string_view unused = std::u16string_view(units_).substr(position);
-    if (unused.empty()) return;
+    std::u16string_view unused = std::u16string_view(units_).substr(position);
+    while (!unused.empty()) {
+        const std::size_t count = std::min<std::size_t>(unused.size(), kLastBlockBytes / unitBytes());
+        giveBlockBack(unused.substr(unused.size() - count));
+        unused.remove_suffix(count);
+    }
+}
+
+void kxLexInput::giveBlockBack(std::u16string_view units)
+{
     bytes_.clear();
-    for (const char16_t unit : unused) {
+    for (const char16_t unit : units) {
         bytes_ += static_cast<char>(unit & 0xFFU);
         if (isWide_) bytes_ += static_cast<char>(unit >> 8U);
     }

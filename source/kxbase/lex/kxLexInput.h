@@ -8,8 +8,8 @@
 // Ownership: holds a reference to the adapter.
 // Threads:   takes no lock; one thread at a time.
 // Errors:    giving back more than the history holds is fatal. A history that has grown to its limit delivers
-//            nothing more, and isFull() says so when there would have been more. A last odd byte in wide mode is no character and stays on the
-//            adapter.
+//            nothing more, and isFull() says so when there would have been more. A last odd byte in wide mode is no
+//            character and stays on the adapter.
 // Units:     positions and counts are in characters.
 #pragma once
 
@@ -66,8 +66,8 @@ public:
     // Whether the end of the data was met since the position was set.
     bool hasTouchedEnd() const { return hasTouchedEnd_; }
     kxTextPlace placeOf(std::uint32_t position);
-    // A part of the history, none when it ends before it begins: the bytes as they came, or in wide mode UTF-8. False when wide text holds a surrogate
-    // without its partner.
+    // A part of the history, none when it ends before it begins: the bytes as they came, or in wide mode UTF-8. False
+    // when wide text holds a surrogate without its partner.
     bool copyText(std::uint32_t from, std::uint32_t to, std::string& text) const;
 
 private:
@@ -82,6 +82,7 @@ private:
     void appendBytes(const unsigned char* bytes, std::uint32_t count);
     void appendPairs(const unsigned char* bytes, std::uint32_t count);
     void giveBytesBack(std::uint32_t position);
+    void giveBlockBack(std::u16string_view units);
 
     kxRefPointer<kxSerializeAdapter> adapter_;
     bool isWide_ = false;

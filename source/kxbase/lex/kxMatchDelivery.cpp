@@ -12,8 +12,6 @@ namespace {
 constexpr std::int64_t kLargestExact = std::int64_t{1} << 53;
 constexpr double kFirstInexact = static_cast<double>(kLargestExact);
 
-constexpr const char* kTooLong = "Too many characters in kxString";
-
 std::string_view unquoted(std::string_view text)
 {
     const bool isQuoted =
@@ -26,17 +24,21 @@ bool isDigit(char character)
     return character >= '0' && character <= '9';
 }
 
-// A number with another separator in the scanner's form; a separator may stand behind the last digit there.
-std::string pointed(std::string_view text, char separator)
+bool isExponentLetter(char character)
 {
-    std::string out(text);
-    const std::size_t at = out.find(separator);
-    if (at == std::string::npos) return out;
-    if (at + 1 < out.size() && isDigit(out[at + 1]))
-        out[at] = '.';
-    else if (at != 0 && isDigit(out[at - 1]))
-        out.erase(at, 1);
-    return out;
+    return character == 'e' || character == 'E';
+}
+
+// The value of a text that is a number as a whole.
+kxDynamicType numberOf(std::string_view text, const kxScannedNumber& number)
+{
+    if (!number.isWhole || std::fabs(number.value) < kFirstInexact) return number.value;
+    std::int64_t integer = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data() + (text[0] == '+' ? 1 : 0), end, integer);
+    if (result.ec != std::errc() || integer == kLargestExact || integer == -kLargestExact)
+        return number.value;
+    return integer;
 }
 
 }  // namespace
@@ -47,20 +49,17 @@ kxDynamicType kxMatchDelivery::valueOf(std::string_view text, char decimalSepara
     const std::string_view digits = text.substr(!text.empty() && (text[0] == '+' || text[0] == '-') ? 1 : 0);
     if (digits.empty() || !isDigit(digits[0])) return text;
     kxScannedNumber number = kxNumberScanner().scan(text);
-    if (number.length != text.size() && decimalSeparator != '.') {
-        const std::string written = pointed(text, decimalSeparator);
-        number = kxNumberScanner().scan(written);
-        if (number.length != written.size()) return text;
-        return number.value;
-    }
-    if (number.length != text.size()) return text;
-    if (!number.isWhole || std::fabs(number.value) < kFirstInexact) return number.value;
-    std::int64_t integer = 0;
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data() + (text[0] == '+' ? 1 : 0), end, integer);
-    if (result.ec != std::errc() || integer == kLargestExact || integer == -kLargestExact)
-        return number.value;
-    return integer;
+    if (number.length == text.size()) return numberOf(text, number);
+    if (decimalSeparator == '.') return text;
+    number = kxNumberScanner(decimalSeparator).scan(text);
+    if (number.length == text.size()) return number.value;
+    // fCNum lets the separator also stand behind the last digit.
+    if (!number.isWhole || text[number.length] != decimalSeparator) return text;
+    const std::string_view exponent = text.substr(number.length + 1);
+    if (!exponent.empty() && !isExponentLetter(exponent[0])) return text;
+    const std::string joined = std::string(text.substr(0, number.length)).append(exponent);
+    number = kxNumberScanner().scan(joined);
+    return number.length == joined.size() ? numberOf(joined, number) : text;
 }
 
 bool kxMatchDelivery::run()
@@ -78,8 +77,7 @@ bool kxMatchDelivery::deliver(const kxMatchLog::Record& record)
     const kxFuncInfo& function = *program_.functions[program_.code[record.instruction].a];
     if (function.kind() == KX_FUNC_ACTION) return act(function, record);
     const std::uint32_t from = log_.records()[record.mark].position;
-    if (!copyPiece(from, record.position, text_)) return false;
-    if (text_.size() > KX_STRING_MAX_LENGTH) return fail(kxTranslate(kTooLong));
+    if (!copyText(from, record.position, text_) || !canBeString(text_)) return false;
     push(function, record.kind == kxMatchLog::Kind::kBlank && record.position - from == 1);
     return true;
 }
@@ -98,29 +96,29 @@ void kxMatchDelivery::push(const kxFuncInfo& function, bool isBlank)
 
 bool kxMatchDelivery::act(const kxFuncInfo& function, const kxMatchLog::Record& record)
 {
-    std::vector<std::uint32_t> borders;
-    if (!log_.bordersOf(record, KX_LEX_MAX_PIECES, borders)) return fail(kxTranslate("Too many marks"));
-    capture_.pieces_.resize(borders.size() - 1);
-    for (std::size_t piece = 0; piece + 1 < borders.size(); ++piece) {
-        if (!copyPiece(borders[piece], borders[piece + 1], capture_.pieces_[piece])) return false;
-    }
-    capture_.fault_ = kxString();
-    capture_.hasLost_ = false;
+    if (!log_.bordersOf(record, KX_LEX_MAX_PIECES, capture_.borders_))
+        return fail(kxTranslate("Too many marks"));
+    capture_.begin();
     const kxLexResult result = function.action()(capture_);
-    if (capture_.hasLost_) return fail(kxTranslate(kTooLong));
+    if (!fault_.isEmpty()) return false;
     if (result == KX_LEX_OK) return true;
     return fail(capture_.fault_.isEmpty() ? kxTranslate("Function failed") : capture_.fault_);
 }
 
-bool kxMatchDelivery::copyPiece(std::uint32_t from, std::uint32_t to, std::string& text)
+bool kxMatchDelivery::copyText(std::uint32_t from, std::uint32_t to, std::string& text)
 {
     if (!input_.copyText(from, to, text)) return fail(kxTranslate("Utf lex encoding on faulty data set"));
     copiedBytes_ += text.size();
     return copiedBytes_ <= KX_LEX_MAX_VALUE_BYTES || fail(kxTranslate("Too many values"));
 }
 
+bool kxMatchDelivery::failTooLong()
+{
+    return fail(kxTranslate("Too many characters in kxString"));
+}
+
 bool kxMatchDelivery::fail(const kxString& text)
 {
-    fault_ = text;
+    if (fault_.isEmpty()) fault_ = text;
     return false;
 }

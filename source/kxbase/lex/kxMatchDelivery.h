@@ -13,14 +13,14 @@
 // Pieces that one action can get.
 constexpr std::size_t KX_LEX_MAX_PIECES = 100;
 
-// Bytes of all texts that the actions of one match take.
+// Bytes of all texts that the actions of one match take: that are pushed, or asked for.
 constexpr std::uint64_t KX_LEX_MAX_VALUE_BYTES = 256 * 1024 * 1024;
 
 class kxMatchDelivery {
 public:
     kxMatchDelivery(const kxLexInput& input, const kxMatchLog& log, const kxRuleProgram& program,
                     char separator)
-        : input_(input), log_(log), program_(program), separator_(separator), capture_(values_)
+        : input_(input), log_(log), program_(program), separator_(separator), capture_(*this)
     {}
 
     // Runs the actions in order.
@@ -30,14 +30,20 @@ public:
     std::uint32_t instruction() const { return instruction_; }
     std::uint32_t position() const { return position_; }
 
-    // A number when the text is one as a whole, else the text.
+    // A number when the text is one as a whole, by kxNumberScanner or by the rule fCNum; else the text.
     static kxDynamicType valueOf(std::string_view text, char decimalSeparator);
+
+    // ---- for the capture; false is a fault of the match
+
+    // A part of the input, which counts towards the texts of the match.
+    bool copyText(std::uint32_t from, std::uint32_t to, std::string& text);
+    bool canBeString(std::string_view text) { return text.size() <= KX_STRING_MAX_LENGTH || failTooLong(); }
 
 private:
     bool deliver(const kxMatchLog::Record& record);
     void push(const kxFuncInfo& function, bool isBlank);
     bool act(const kxFuncInfo& function, const kxMatchLog::Record& record);
-    bool copyPiece(std::uint32_t from, std::uint32_t to, std::string& text);
+    bool failTooLong();
     bool fail(const kxString& text);
 
     const kxLexInput& input_;

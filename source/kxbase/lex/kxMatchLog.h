@@ -24,6 +24,11 @@ public:
     };
 
     void clear() { records_.clear(); }
+    // Forgets the records too when there is room for more than `most`.
+    void trim(std::size_t most)
+    {
+        if (records_.capacity() > most) std::vector<Record>().swap(records_);
+    }
     std::uint32_t count() const { return static_cast<std::uint32_t>(records_.size()); }
     void cutTo(std::uint32_t count) { records_.resize(count); }
     // Answers the index of the record.

@@ -6,8 +6,9 @@ namespace {
 
 // Bounds what rounds and choices of rules within rules can pile up.
 constexpr std::size_t kMaxFrames = 1'000'000;
-// A stack beyond this is not kept for the next match.
+// A stack and a log beyond these are not kept for the next match.
 constexpr std::size_t kKeptFrames = 10'000;
+constexpr std::size_t kKeptRecords = 256 * 1024;
 
 // So many characters given back or compared in vain count as a failure, and so many instructions.
 constexpr std::uint32_t kCharactersOfStep = 16;
@@ -23,7 +24,6 @@ constexpr const char* kTooManySteps = "Too many steps";
 void kxMatchMachine::start(const kxRuleProgram& program)
 {
     program_ = &program;
-    if (frames_.capacity() > kKeptFrames) frames_ = {};
     frames_.clear();
     log_.clear();
     units_ = input_.units().data();
@@ -33,6 +33,12 @@ void kxMatchMachine::start(const kxRuleProgram& program)
     isSpent_ = isShort_ = false;
     stepsLeft_ = steps_;
     fault_ = nullptr;
+}
+
+void kxMatchMachine::trim()
+{
+    if (frames_.capacity() > kKeptFrames) std::vector<Frame>().swap(frames_);
+    log_.trim(kKeptRecords);
 }
 
 bool kxMatchMachine::stop(const char* fault)
@@ -123,6 +129,7 @@ inline bool kxMatchMachine::endRound(const kxInstruction& instruction)
     frame.records = log_.count();
     frame.mark = mark_;
     frame.wasSpent = isSpent_;
+    frame.wasShort = isShort_;
     return false;
 }
 
@@ -143,6 +150,9 @@ inline bool kxMatchMachine::comeBack()
             continue;
         if (from > frame.position) stepsLeft_ -= (from - frame.position) / kCharactersOfStep;
         position_ = frame.position;
+        // What must not match has not failed then, nor has what ends with the data.
+        if (frame.kind != FrameKind::kChoice && (frame.kind == FrameKind::kUnwanted || position_ == end_))
+            isShort_ = frame.wasShort;
         log_.cutTo(frame.records);
         mark_ = frame.mark;
         isSpent_ = frame.wasSpent;
@@ -194,27 +204,35 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
         loadInput();
         return hasMore;
     };
+    const auto needsUnit = [&] {
+        if (hasUnit()) [[likely]]
+            return true;
+        isShort_ = true;
+        return false;
+    };
 
     // What matches goes on with the loop, what fails leaves the switch.
     for (;;) {
         ++executed;
         switch (at->operation) {
         case KX_OP_UNIT:
-            if (!hasUnit() || units[position] != at->a) break;
+            if (!needsUnit() || units[position] != at->a) break;
             ++position;
             ++at;
             continue;
         case KX_OP_SET:
-            if (!hasUnit() || !sets[at->a].contains(units[position])) break;
+            if (!needsUnit() || !sets[at->a].contains(units[position])) break;
             ++position;
             ++at;
             continue;
         case KX_OP_TEST:
-            if (hasUnit() && sets[at->a].contains(units[position])) {
-                ++at;
+        case KX_OP_PEEK:
+            if (hasUnit()) [[likely]] {
+                at = sets[at->a].contains(units[position]) ? at + 1 : code + at->b;
                 continue;
             }
             if (fault_ != nullptr) break;
+            isShort_ = isShort_ || at->operation == KX_OP_TEST;
             at = code + at->b;
             continue;
         case KX_OP_SWITCH:
@@ -286,6 +304,16 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
             if (!pushChoice(FrameKind::kChoice, at->b)) break;
             ++at;
             continue;
+        case KX_OP_OPTION:
+            position_ = position;
+            if (!pushChoice(FrameKind::kOption, at->b)) break;
+            ++at;
+            continue;
+        case KX_OP_UNLESS:
+            position_ = position;
+            if (!pushChoice(FrameKind::kUnwanted, at->b)) break;
+            ++at;
+            continue;
         case KX_OP_COMMIT:
             frames_.pop_back();
             [[fallthrough]];
@@ -305,11 +333,12 @@ kxLexResult kxMatchMachine::execute(const kxRuleProgram& program)
         case KX_OP_AGAIN:
             position_ = position;
             countSteps();
+            if (stepsLeft_ < 0) [[unlikely]] {
+                stop(kTooManySteps);
+                break;
+            }
             at = endRound(*at) ? at + 1 : code + at->b;
-            if (stepsLeft_ >= 0) [[likely]]
-                continue;
-            stop(kTooManySteps);
-            break;
+            continue;
         case KX_OP_CALL:
             store();
             countSteps();
@@ -368,7 +397,6 @@ bool kxMatchMachine::more()
     stepsLeft_ += (end - end_) * KX_LEX_STEPS_PER_CHARACTER;
     end_ = end;
     if (input_.isFull()) return stop(kTooLong);
-    isShort_ = isShort_ || !hasMore;
     return hasMore;
 }
 
@@ -377,7 +405,11 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
 {
     const char16_t* const text = program_->texts.data() + instruction.a;
     std::uint32_t taken = 0;
-    while (taken < instruction.b && (position_ + taken < end_ || more())) {
+    while (taken < instruction.b) {
+        if (position_ + taken == end_ && !more()) {
+            isShort_ = true;
+            break;
+        }
         const std::uint32_t there = std::min(instruction.b - taken, end_ - position_ - taken);
         const char16_t* const from = text + taken;
         const char16_t* const differs = std::mismatch(from, from + there, units_ + position_ + taken).first;
@@ -395,12 +427,10 @@ bool kxMatchMachine::takeText(const kxInstruction& instruction)
 // Goes on with a run that has come to the end of what was read.
 bool kxMatchMachine::takeRun(const kxProgramSet& set, const kxProgramBounds& bounds, std::uint32_t taken)
 {
-    const bool wasShort = isShort_;
     while (taken != bounds.maximum) {
         if (position_ + taken == end_ && !more()) {
             if (fault_ != nullptr) return false;
-            // A run that is long enough has not failed.
-            isShort_ = wasShort || taken < bounds.minimum;
+            isShort_ = isShort_ || taken < bounds.minimum;
             break;
         }
         if (!set.contains(units_[position_ + taken])) break;
@@ -458,19 +488,24 @@ bool kxMatchMachine::mark()
 }
 
 // Without a mark the beginning of the rule is one.
+bool kxMatchMachine::markRule()
+{
+    if (mark_ != KX_MATCH_NO_MARK) return true;
+    const std::uint32_t here = std::exchange(position_, ruleStart_);
+    const bool isAdded = add(kxMatchLog::Kind::kMark);
+    position_ = here;
+    return isAdded;
+}
+
 bool kxMatchMachine::record(const kxInstruction& instruction)
 {
     const kxFuncInfo& function = *program_->functions[instruction.a];
     if (tracer_ != nullptr) tracer_->enterFunction(function, depth_, input_.placeOf(position_));
-    if (mark_ == KX_MATCH_NO_MARK) {
-        const std::uint32_t here = std::exchange(position_, ruleStart_);
-        const bool isAdded = add(kxMatchLog::Kind::kMark);
-        position_ = here;
-        if (!isAdded) return false;
-    }
     const bool isBlank = instruction.operation == KX_OP_BLANK;
-    if (!add(isBlank ? kxMatchLog::Kind::kBlank : kxMatchLog::Kind::kPush)) return false;
+    const bool isAdded = markRule() && add(isBlank ? kxMatchLog::Kind::kBlank : kxMatchLog::Kind::kPush);
     isSpent_ = true;
-    if (tracer_ != nullptr) tracer_->leaveFunction(function, depth_, input_.placeOf(position_), KX_LEX_OK);
-    return true;
+    if (tracer_ != nullptr)
+        tracer_->leaveFunction(function, depth_, input_.placeOf(position_),
+                               isAdded ? KX_LEX_OK : KX_LEX_ERROR);
+    return isAdded;
 }

@@ -20,8 +20,8 @@
 constexpr std::uint32_t KX_LEX_MAX_DEPTH = 10000;
 // Records of one match.
 constexpr std::uint32_t KX_LEX_MAX_RECORDS = 4 * 1024 * 1024;
-// Steps of one match, and how many more each character read allows. A call and a failure are one each; so are a few
-// characters given back or compared in vain, and a few instructions that found nothing to take.
+// Steps of one match, and how many more each character read allows. A call and a failure are one each; so are every few
+// instructions, and every few characters given back or compared in vain.
 constexpr std::int64_t KX_LEX_STEPS = 200'000'000;
 constexpr std::int64_t KX_LEX_STEPS_PER_CHARACTER = 20;
 
@@ -34,19 +34,22 @@ public:
     void setSteps(std::int64_t steps) { steps_ = steps; }
 
     kxLexResult run(const kxRuleProgram& program);
+    // Drops what a large match has left.
+    void trim();
 
     // Behind the match; where the machine stopped after an error.
     std::uint32_t position() const { return position_; }
-    // Whether something failed because the data had ended.
+    // Whether something failed because the data had ended. What must not match does not count, nor do options and
+    // rounds that end with the data.
     bool wasShortOfData() const { return isShort_; }
     // Why the machine stopped, in English; null when it was a name that stands for nothing.
     const char* fault() const { return fault_; }
     std::uint32_t instruction() const { return at_; }
 
 private:
-    enum class FrameKind : std::uint8_t { kCall, kChoice, kRounds };
-    // A call, a choice that is left, or a repetition whose rounds run; the latter is a choice too, of which the end of
-    // the repetition is the other way.
+    enum class FrameKind : std::uint8_t { kCall, kChoice, kOption, kUnwanted, kRounds };
+    // A call, an alternative, what may be left out, what must not match, or a repetition whose rounds run. All but a
+    // call are choices; the other way is the next alternative, what is wanted, or what lies behind.
     struct Frame {
         FrameKind kind;
         bool wasSpent;  // members as they were
@@ -75,6 +78,7 @@ private:
     bool runFunction(const kxFuncInfo& function);
     bool record(const kxInstruction& instruction);
     bool mark();
+    bool markRule();
     bool add(kxMatchLog::Kind kind);
     bool stop(const char* fault);
 

@@ -47,22 +47,28 @@ public:
     }
 
     // ---- the walk over a rule
-    //
-    // What the numbers of a step stand for:
-    //
-    //               place                    chain                           table      roundEnd
-    //   choice      where the alternative    ends of the alternatives, which  its table
-    //               begins                   go behind the choice
-    //   difference                           what goes behind the REFUSE
-    //   repeat      where a round begins     what goes behind the repetition             a JUMP to its AGAIN
-    //
-    // A chain is made of instructions whose target is not known yet; each holds the one before it instead.
 
-    bool enter(kxRuleStep& step)
+    // A chain is made of instructions whose target is not known yet; each holds the one before it instead, the first
+    // one kNone.
+    using Chain = std::uint32_t;
+
+    // What is kept of a choice, a difference or a repetition while its children are compiled.
+    struct Step : kxRuleStep {
+        Chain behind = kNone;         // what goes behind the whole of it
+        Chain next = kNone;           // choice, difference: what goes behind the child that is being compiled
+        std::uint32_t table = kNone;  // choice: its table
+        bool hasChoice = false;       // choice: the alternative that is being compiled has a CHOICE
+        bool takesAll = false;  // choice: the next alternative is one character, and is to take all it can
+        std::uint32_t round = kNone;  // repeat: where a round begins
+        Chain roundEnd = kNone;       // repeat: a JUMP to its AGAIN
+        bool isEndless = false;       // repeat, and its choice: rounds may take single characters all at once
+    };
+
+    bool enter(Step& step, const Step* parent)
     {
         const kxRuleNode& node = nodeAt(step.node);
         if (open_.size() == 1) offset_ = node.offset;
-        if (step.node == std::exchange(runNode_, kNone))
+        if (parent != nullptr && parent->takesAll)
             return emit(KX_OP_SPAN, singleSet(*rule_, step.node, kSingleDepth), 1);
         switch (node.kind) {
         case KX_RULE_LITERAL:
@@ -77,24 +83,25 @@ public:
         case KX_RULE_REPEAT:
             return beginRepeat(step, node);
         case KX_RULE_CHOICE:
+            step.isEndless = parent != nullptr && parent->isEndless;
             return beginChoice(step, node);
         default:
             return true;
         }
     }
-    void child(kxRuleStep& step)
+    void child(Step& step)
     {
         const kxRuleNodeKind kind = nodeAt(step.node).kind;
         if (kind == KX_RULE_CHOICE) {
             beginAlternative(step);
-            if (isRoundOfCharacters(step)) runNode_ = step.nextChild;
+            step.takesAll = isRoundOfCharacters(step);
         }
         if (kind == KX_RULE_DIFFERENCE) beginUnwanted(step);
     }
-    void leave(kxRuleStep& step)
+    void leave(Step& step)
     {
         const kxRuleNode& node = nodeAt(step.node);
-        if (node.kind == KX_RULE_CHOICE) closeChain(step.chain);
+        if (node.kind == KX_RULE_CHOICE) closeChain(step.behind);
         if (node.kind == KX_RULE_REPEAT) endRepeat(step, node);
     }
 
@@ -112,20 +119,27 @@ private:
         program_.code.push_back({operation, a, b, offset_});
         return false;
     }
-    void setTarget(std::uint32_t instruction, std::uint32_t target) { program_.code[instruction].b = target; }
+    // An instruction that goes to where its chain is closed.
+    void emitForward(kxOperation operation, std::uint32_t a, Chain& chain)
+    {
+        emit(operation, a, chain);
+        chain = here() - 1;
+    }
+    void closeChain(Chain& chain)
+    {
+        while (chain != kNone) chain = std::exchange(program_.code[chain].b, here());
+    }
 
     void compileRule(const kxRuleSet::Rule& rule)
     {
         const kxRuleSet::Rule* const outer = std::exchange(rule_, &rule);
         open_.push_back(&rule);
-        const std::uint32_t rounds = std::exchange(rounds_, kNone);
         const std::uint32_t root = rule.info->tree().root();
         if (isPlain_ || !isList())
             kxRuleWalk(rule.info->tree(), root, *this);
         else
             compileList(root);
         open_.pop_back();
-        rounds_ = rounds;
         rule_ = outer;
     }
     // Whether the rule is `a (b self)?`, which is `a (b a)*` when it has no marks and actions of its own. Rounds need
@@ -158,7 +172,7 @@ private:
         const std::uint32_t rest = compileButLast(root);
         kxRuleNode rounds = nodeAt(rest);
         rounds.maximum = KX_RULE_UNLIMITED;
-        kxRuleStep step{rest, kNone};
+        Step step;
         beginRepeat(step, rounds);
         compileButLast(rounds.firstChild);
         compileButLast(root);
@@ -253,7 +267,7 @@ private:
     //                     c: ...c...
     //                   end:
 
-    bool beginChoice(kxRuleStep& step, const kxRuleNode& node)
+    bool beginChoice(Step& step, const kxRuleNode& node)
     {
         std::uint32_t alternatives = 0;
         for (std::uint32_t child = node.firstChild; child != kNone && alternatives < kSwitchAlternatives;
@@ -276,33 +290,25 @@ private:
         }
     }
     // Ends the alternative before and prepares the next one.
-    void beginAlternative(kxRuleStep& step)
+    void beginAlternative(Step& step)
     {
         if (step.child != 0) endAlternative(step);
         const std::uint32_t next = nodeAt(step.nextChild).next;
         if (next == kNone) return addToTable(step.table, kxUnitSet::all(), here());
         const kxUnitSet& first = rule_->first[step.nextChild];
-        step.place = here();
         const bool isTested = !isPlain_ && !first.hasNothing();
-        if (isTested) emit(KX_OP_TEST, setOf(first));
+        if (isTested) emitForward(KX_OP_TEST, setOf(first), step.next);
+        // A plain program goes on in any case; but that the data has ended is noted in both.
+        if (isPlain_ && !first.hasNothing()) emit(KX_OP_TEST, setOf(first), here() + 1);
         addToTable(step.table, isTested ? first : kxUnitSet::all(), here());
         // Where no later alternative can begin like this one, there is nothing to come back for.
-        if (!isTested || overlapsLater(first, next)) emit(KX_OP_CHOICE);
+        step.hasChoice = !isTested || overlapsLater(first, next);
+        if (step.hasChoice) emitForward(KX_OP_CHOICE, 0, step.next);
     }
-    void endAlternative(kxRuleStep& step)
+    void endAlternative(Step& step)
     {
-        const bool hasChoice = isChoice(step.place) || isChoice(step.place + 1);
-        const bool hasTest = program_.code[step.place].operation == KX_OP_TEST;
-        const std::uint32_t end = here();
-        emit(hasChoice ? KX_OP_COMMIT : KX_OP_JUMP, 0, step.chain);
-        step.chain = end;
-        setTarget(step.place, here());
-        if (hasTest && isChoice(step.place + 1)) setTarget(step.place + 1, here());
-    }
-    // The choice of the alternative itself: an inner one has its target already.
-    bool isChoice(std::uint32_t at) const
-    {
-        return at < here() && program_.code[at].operation == KX_OP_CHOICE && program_.code[at].b == 0;
+        emitForward(step.hasChoice ? KX_OP_COMMIT : KX_OP_JUMP, 0, step.behind);
+        closeChain(step.next);
     }
     bool overlapsLater(const kxUnitSet& first, std::uint32_t later) const
     {
@@ -313,66 +319,53 @@ private:
         }
         return false;
     }
-    void closeChain(std::uint32_t chain)
-    {
-        while (chain != kNone) setTarget(std::exchange(chain, program_.code[chain].b), here());
-    }
 
-    //   a - b                TEST first(b), a
-    //                        CHOICE a
+    //   a - b                PEEK first(b), a
+    //                        UNLESS a
     //                        ...b...
     //                        REFUSE
     //                     a: ...a...
 
     // All children but the last must not match.
-    void beginUnwanted(kxRuleStep& step)
+    void beginUnwanted(Step& step)
     {
         if (step.child != 0) {
             emit(KX_OP_REFUSE);
-            closeChain(step.chain);
+            closeChain(step.next);
         }
-        step.chain = kNone;
         if (nodeAt(step.nextChild).next == kNone) return;
         const kxUnitSet& first = rule_->first[step.nextChild];
-        if (!isPlain_ && !first.hasNothing()) {
-            step.chain = here();
-            emit(KX_OP_TEST, setOf(first), kNone);
-        }
-        emit(KX_OP_CHOICE, 0, step.chain);
-        step.chain = here() - 1;
+        if (!isPlain_ && !first.hasNothing()) emitForward(KX_OP_PEEK, setOf(first), step.next);
+        emitForward(KX_OP_UNLESS, 0, step.next);
     }
 
     // ---- repetitions
     //
-    //   a*                   TEST first(a), end   only where there may be no round
+    //   a*                   PEEK first(a), end   only where there may be no round
     //                        REPEAT bounds, end
     //                 round: ...a...
     //                        AGAIN bounds, round
     //                   end:
     //
-    // a? has a CHOICE and a COMMIT instead; a single character is a SPAN or a RUN.
+    // a? has an OPTION and a COMMIT instead; a single character is a SPAN or a RUN.
 
-    bool beginRepeat(kxRuleStep& step, const kxRuleNode& node)
+    bool beginRepeat(Step& step, const kxRuleNode& node)
     {
         if (node.maximum == 0) return false;
         const std::uint32_t set = singleSet(*rule_, node.firstChild, kSingleDepth);
         if (set != kNone) return emitRun(set, node);
         takeCharactersFirst(node);
         const kxUnitSet& first = rule_->first[node.firstChild];
-        if (!isPlain_ && node.minimum == 0 && !first.hasNothing()) {
-            step.chain = here();
-            emit(KX_OP_TEST, setOf(first), kNone);
-        }
-        const std::uint32_t begin = here();
+        if (!isPlain_ && node.minimum == 0 && !first.hasNothing())
+            emitForward(KX_OP_PEEK, setOf(first), step.behind);
         if (isOptional(node))
-            emit(KX_OP_CHOICE, 0, step.chain);
+            emitForward(KX_OP_OPTION, 0, step.behind);
         else
-            emit(KX_OP_REPEAT, boundsIndex(boundsOf(node)), step.chain);
-        step.chain = begin;
-        step.place = here();
-        if (isPlain_ || node.maximum != KX_RULE_UNLIMITED || node.minimum > 1) return true;
-        if (nodeAt(node.firstChild).kind == KX_RULE_CHOICE) rounds_ = node.firstChild;
-        if (nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE) runOfWanted(step, node.firstChild);
+            emitForward(KX_OP_REPEAT, boundsIndex(boundsOf(node)), step.behind);
+        step.round = here();
+        step.isEndless = !isPlain_ && node.maximum == KX_RULE_UNLIMITED && node.minimum <= 1;
+        if (step.isEndless && nodeAt(node.firstChild).kind == KX_RULE_DIFFERENCE)
+            runOfWanted(step, node.firstChild);
         return true;
     }
     bool emitRun(std::uint32_t set, const kxRuleNode& node)
@@ -380,14 +373,14 @@ private:
         if (node.maximum == KX_RULE_UNLIMITED) return emit(KX_OP_SPAN, set, node.minimum);
         return emit(KX_OP_RUN, set, boundsIndex({node.minimum, node.maximum}));
     }
-    void endRepeat(const kxRuleStep& step, const kxRuleNode& node)
+    void endRepeat(Step& step, const kxRuleNode& node)
     {
-        if (step.roundEnd != kNone) setTarget(step.roundEnd, here());
+        closeChain(step.roundEnd);
         if (isOptional(node))
-            emit(KX_OP_COMMIT, 0, here() + 1);
+            emitForward(KX_OP_COMMIT, 0, step.behind);
         else
-            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.place);
-        closeChain(step.chain);
+            emit(KX_OP_AGAIN, boundsIndex(boundsOf(node)), step.round);
+        closeChain(step.behind);
     }
     kxProgramBounds boundsOf(const kxRuleNode& node)
     {
@@ -408,10 +401,10 @@ private:
     // Rounds that take single characters among other things are slow when every character is a round. What follows only
     // saves time: without it, programs do the same.
     //
-    //   ([ab] | x)*          SPAN [ab]            before the TEST of the repetition, and
+    //   ([ab] | x)*          SPAN [ab]            before the PEEK of the repetition, and
     //                 round: SPAN [ab] {1,*}      instead of SET [ab] within
     //
-    //   ([ab] - x)*   round: TEST [ab] but first(x), one
+    //   ([ab] - x)*   round: PEEK [ab] but first(x), one
     //                        SPAN [ab] but first(x) {1,*}
     //                        JUMP again
     //                   one: ...[ab] - x...
@@ -429,11 +422,10 @@ private:
     }
     // Characters that are matched round by round may as well be taken all at once: where rounds are not limited, an
     // alternative that is one character and comes first, or begins like no other.
-    bool isRoundOfCharacters(const kxRuleStep& step)
+    bool isRoundOfCharacters(const Step& step)
     {
         const kxRuleNode& choice = nodeAt(step.node);
-        if (isPlain_ || step.node != rounds_ || singleSet(*rule_, step.nextChild, kSingleDepth) == kNone)
-            return false;
+        if (!step.isEndless || singleSet(*rule_, step.nextChild, kSingleDepth) == kNone) return false;
         if (step.child == 0) return true;
         if (step.child > kComparedAlternatives) return false;
         for (std::uint32_t other = choice.firstChild; other != step.nextChild; other = nodeAt(other).next) {
@@ -443,7 +435,7 @@ private:
         return true;
     }
     // The same for a difference: characters with which nothing unwanted begins.
-    void runOfWanted(kxRuleStep& step, std::uint32_t difference)
+    void runOfWanted(Step& step, std::uint32_t difference)
     {
         kxUnitSet unwanted;
         std::uint32_t child = nodeAt(difference).firstChild;
@@ -453,10 +445,9 @@ private:
         wanted.remove(unwanted);
         if (set_.isWide()) wanted.removeHigh();
         const std::uint32_t set = setOf(wanted);
-        emit(KX_OP_TEST, set, here() + 3);
+        emit(KX_OP_PEEK, set, here() + 3);
         emit(KX_OP_SPAN, set, 1);
-        step.roundEnd = here();
-        emit(KX_OP_JUMP);
+        emitForward(KX_OP_JUMP, 0, step.roundEnd);
     }
     // The set of what matches exactly one character and does nothing else; kNone for other nodes.
     std::uint32_t singleSet(const kxRuleSet::Rule& rule, std::uint32_t at, std::uint32_t depth)
@@ -526,8 +517,6 @@ private:
     const kxRuleSet::Rule* rule_ = nullptr;     // being compiled
     std::vector<const kxRuleSet::Rule*> open_;  // rules being compiled, each within the one before
     std::size_t inlineNodesLeft_ = 0;           // for all that is put in within a call
-    std::uint32_t rounds_ = kNone;              // the choice whose rounds are not limited
-    std::uint32_t runNode_ = kNone;             // the node that is to take all it can
     std::uint32_t offset_ = 0;
     // Rules that are put in at many places share what is written in them.
     std::unordered_map<const kxRuleNode*, Text> textOfNode_;

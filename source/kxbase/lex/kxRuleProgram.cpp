@@ -28,17 +28,18 @@ constexpr struct {
     Operand a;
     Operand b;
 } kOperations[] = {
-    {"unit", Operand::kUnit, Operand::kNone},      {"text", Operand::kText, Operand::kNone},
-    {"set", Operand::kSet, Operand::kNone},        {"span", Operand::kSet, Operand::kLeast},
-    {"run", Operand::kSet, Operand::kBounds},      {"test", Operand::kSet, Operand::kTarget},
-    {"switch", Operand::kTable, Operand::kNone},   {"choice", Operand::kNone, Operand::kTarget},
-    {"commit", Operand::kNone, Operand::kTarget},  {"refuse", Operand::kNone, Operand::kNone},
-    {"jump", Operand::kNone, Operand::kTarget},    {"repeat", Operand::kBounds, Operand::kTarget},
-    {"again", Operand::kBounds, Operand::kTarget}, {"call", Operand::kRule, Operand::kTarget},
-    {"return", Operand::kNone, Operand::kNone},    {"native", Operand::kFunction, Operand::kNone},
-    {"mark", Operand::kNone, Operand::kNone},      {"push", Operand::kFunction, Operand::kNone},
-    {"blank", Operand::kFunction, Operand::kNone}, {"unknown", Operand::kName, Operand::kNone},
-    {"done", Operand::kNone, Operand::kNone},
+    {"unit", Operand::kUnit, Operand::kNone},       {"text", Operand::kText, Operand::kNone},
+    {"set", Operand::kSet, Operand::kNone},         {"span", Operand::kSet, Operand::kLeast},
+    {"run", Operand::kSet, Operand::kBounds},       {"test", Operand::kSet, Operand::kTarget},
+    {"peek", Operand::kSet, Operand::kTarget},      {"switch", Operand::kTable, Operand::kNone},
+    {"choice", Operand::kNone, Operand::kTarget},   {"option", Operand::kNone, Operand::kTarget},
+    {"unless", Operand::kNone, Operand::kTarget},   {"commit", Operand::kNone, Operand::kTarget},
+    {"refuse", Operand::kNone, Operand::kNone},     {"jump", Operand::kNone, Operand::kTarget},
+    {"repeat", Operand::kBounds, Operand::kTarget}, {"again", Operand::kBounds, Operand::kTarget},
+    {"call", Operand::kRule, Operand::kTarget},     {"return", Operand::kNone, Operand::kNone},
+    {"native", Operand::kFunction, Operand::kNone}, {"mark", Operand::kNone, Operand::kNone},
+    {"push", Operand::kFunction, Operand::kNone},   {"blank", Operand::kFunction, Operand::kNone},
+    {"unknown", Operand::kName, Operand::kNone},    {"done", Operand::kNone, Operand::kNone},
 };
 static_assert(std::size(kOperations) == KX_OP_COUNT, "one row for each operation");
 

@@ -20,8 +20,11 @@ enum kxOperation : std::uint8_t {
     KX_OP_SPAN,     // takes units of set `a`, as many as there are, at least `b`
     KX_OP_RUN,      // takes units of set `a`, as many as there are within bounds `b`
     KX_OP_TEST,     // goes to `b` unless the next unit is in set `a`; takes nothing
+    KX_OP_PEEK,     // the same, where the end of the data is no failure
     KX_OP_SWITCH,   // goes to where table `a` says for the next unit; takes nothing
     KX_OP_CHOICE,   // whatever fails from here on comes back to here and goes to `b`
+    KX_OP_OPTION,   // the same, for what may be left out
+    KX_OP_UNLESS,   // the same, for what must not match
     KX_OP_COMMIT,   // forgets the last choice and goes to `b`
     KX_OP_REFUSE,   // forgets the last choice and fails
     KX_OP_JUMP,     // goes to `b`

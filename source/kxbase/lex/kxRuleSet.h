@@ -1,5 +1,6 @@
 // A start rule with all rules and functions that it reaches, resolved and checked before anything is compiled: what
-// names stand for, what each node can begin with, whether it can match nothing, and whether it comes back to itself without having taken anything.
+// names stand for, what each node can begin with, whether it can match nothing, and whether it comes back to itself
+// without having taken anything.
 //
 // Ownership: holds references to its rules and functions, so that it does not change when names do.
 // Threads:   read-only once made.

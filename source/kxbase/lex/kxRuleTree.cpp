@@ -6,9 +6,11 @@ namespace {
 
 class Printer {
 public:
+    using Step = kxRuleStep;
+
     explicit Printer(const kxRuleTree& tree) : tree_(tree) {}
 
-    bool enter(const kxRuleStep& step)
+    bool enter(const Step& step, const Step*)
     {
         const kxRuleNode& node = tree_.nodes()[step.node];
         const std::string_view text = tree_.textOf(node);
@@ -35,11 +37,11 @@ public:
         const std::string most = node.maximum == KX_RULE_UNLIMITED ? "*" : std::to_string(node.maximum);
         return open("repeat{" + std::to_string(node.minimum) + "," + most + "}");
     }
-    void child(const kxRuleStep& step)
+    void child(const Step& step)
     {
         if (step.child != 0) out_ += ", ";
     }
-    void leave(const kxRuleStep&) { out_ += ')'; }
+    void leave(const Step&) { out_ += ')'; }
 
     std::string take() { return std::move(out_); }
 

@@ -116,12 +116,12 @@ bool kxSerializeLex::addRulesOf(std::string_view set, const char* malformed, con
 
 void kxSerializeLex::addFunction(std::string_view name, kxParserFunction function)
 {
-    names_.set(kxMakeRef<kxFuncInfo>(name, std::move(function)));
+    names_.set(kxFuncInfo::ofMatch(name, std::move(function)));
 }
 
 void kxSerializeLex::addAction(std::string_view name, kxLexAction action)
 {
-    names_.set(kxMakeRef<kxFuncInfo>(name, std::move(action)));
+    names_.set(kxFuncInfo::ofAction(name, std::move(action)));
 }
 
 bool kxSerializeLex::setDecimalSeparator(char separator)
@@ -137,8 +137,7 @@ bool kxSerializeLex::setDecimalSeparator(char separator)
 kxLexResult kxSerializeLex::scan(std::string_view pattern)
 {
     refuseWithinMatch();
-    if (patternVersion_ == names_.version() && patternSeparator_ == decimalSeparator_ && pattern_ == pattern)
-        return run(kScanRule);
+    if (scanned_ == Scanned{pattern, names_.version(), decimalSeparator_}) return run(kScanRule);
     error_ = kxString();
     std::string rule;
     if (!kxScanPattern::toRule(pattern, decimalSeparator_, rule)) {
@@ -148,8 +147,7 @@ kxLexResult kxSerializeLex::scan(std::string_view pattern)
     }
     if (!addRule(rule)) return KX_LEX_ERROR;
     pattern_ = pattern;
-    patternSeparator_ = decimalSeparator_;
-    patternVersion_ = names_.version();
+    scanned_ = {pattern_, names_.version(), decimalSeparator_};
     return run(kScanRule);
 }
 
@@ -196,12 +194,18 @@ kxLexResult kxSerializeLex::match(const kxRuleProgram& program)
     input_.begin();
     try {
         const kxLexResult result = matchAndDeliver(program);
-        input_.finish(result == KX_LEX_OK ? machine_.position() : 0);
+        finishMatch(result == KX_LEX_OK ? machine_.position() : 0);
         return result;
     } catch (...) {
-        input_.finish(0);
+        finishMatch(0);
         throw;
     }
+}
+
+void kxSerializeLex::finishMatch(std::uint32_t position)
+{
+    machine_.trim();
+    input_.finish(position);
 }
 
 kxLexResult kxSerializeLex::matchAndDeliver(const kxRuleProgram& program)

@@ -73,16 +73,25 @@ public:
     kxTextPlace getPlace() { return input_.place(); }
 
     void setTracing(bool traces) { traces_ = traces; }
-    // Characters that one run can read, and calls and failures that it may use beyond those for each character.
+    // Characters that one run can read, and steps that it may use beyond those for each character; see KX_LEX_STEPS.
     void setHistoryLimit(std::uint32_t characters) { input_.setHistoryLimit(characters); }
     void setStepLimit(std::int64_t steps) { machine_.setSteps(steps); }
 
 private:
+    // What decides the rule of a scan pattern: the pattern, the version of the names and the decimal separator.
+    struct Scanned {
+        std::string_view pattern;
+        std::uint64_t version;
+        char separator;
+        friend bool operator==(const Scanned&, const Scanned&) = default;
+    };
+
     void refuseWithinMatch() const;
     bool compile(std::string_view text, const kxTextPlace& place = {});
     bool addRulesOf(std::string_view set, const char* malformed, const kxString& source);
     bool fail(const kxString& text);
     kxLexResult match(const kxRuleProgram& program);
+    void finishMatch(std::uint32_t position);
     kxLexResult matchAndDeliver(const kxRuleProgram& program);
     bool deliver(const kxRuleProgram& program);
     void setFault(const kxRuleProgram& program, const kxString& fault, std::uint32_t instruction,
@@ -97,9 +106,8 @@ private:
     kxLexTrace trace_;
     kxQueue<kxDynamicType> values_{KX_QUEUE_FIFO};
     kxString error_;
-    std::string pattern_;               // that rule "main" was made of,
-    std::uint64_t patternVersion_ = 0;  // when names had this version
-    char patternSeparator_ = '.';       // and this was the decimal separator
+    std::string pattern_;  // that scan() has made rule "main" of
+    Scanned scanned_{};
     char decimalSeparator_ = '.';
     bool isWide_ = false;
     bool traces_ = false;
