@@ -192,7 +192,7 @@ TEST_F(kxMessageManagerTest, SendsFromInsideWhileAChangeWaits)
 TEST_F(kxMessageManagerTest, MakesTheDefaultReceiverForTwoThreadsAtOnce)
 {
     testing::internal::CaptureStdout();
-    for (int round = 0; round < 100; ++round) {
+    for (int round = 0; round < 400; ++round) {
         std::latch start(2);
         const auto send = [&] {
             start.arrive_and_wait();
@@ -205,7 +205,7 @@ TEST_F(kxMessageManagerTest, MakesTheDefaultReceiverForTwoThreadsAtOnce)
         manager.removeReceiver(manager.defaultReceiver());
     }
     const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 300);
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1200);
 }
 
 TEST_F(kxMessageManagerTest, TwoThreadsChangeTheReceiversInsideTheirDeliveries)
