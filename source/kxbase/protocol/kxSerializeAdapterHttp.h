@@ -102,7 +102,7 @@ private:
         double deadline = 0;       // of the head of the reply; the requesting thread's
         bool isSent = false;       // the whole request
         std::uint64_t receivedBytes = 0;
-        kxString failure;  // of the connection, or the lack of data
+        kxString failure = {};  // of the connection, or the lack of data
         bool isFailureTold = false;
     };
 
