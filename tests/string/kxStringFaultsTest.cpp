@@ -45,7 +45,7 @@ TEST(kxStringFaults, WhatHasNoDigitsGetsNone)
 
 TEST(kxStringFaults, FaultsInAFormatWarningEnd)
 {
-    kxMessageRecorder recorder;
+    kxMessageRecorder recorder(KX_MESSAGE_NOTICE | KX_MESSAGE_INTERNAL);
     FaultyTranslator translator;
     kxMessageManager::instance().setTranslator(&translator);
     EXPECT_EQ(kxString::format("%q"), "");
@@ -61,11 +61,12 @@ TEST(kxStringFaults, FaultsInAFormatWarningEnd)
         {"each is as long as the format", "%q", 5000, 1},
         {"so many come to 1024 bytes", "%17$d", 5000, 22},
         {"and here", "%1$S", 5000, 17},
+        {"each kind by itself", "%q%17$d%1$s%1$S%1$c%2$f", 50, 1 + 22 + 17 + 17 + 32 + 38},
     };
     for (const auto& c : cases) {
         std::string format;
         for (std::size_t i = 0; i < c.count; ++i) format += c.fault;
-        kxString::format(format, 1);
+        kxString::format(format, -1, HUGE_VAL);
         EXPECT_EQ(recorder.takeTexts().size(), c.messages) << c.why;
     }
 }

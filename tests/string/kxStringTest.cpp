@@ -87,6 +87,12 @@ TEST(kxString, EndsAtItsBounds)
     EXPECT_EQ(kxFatalText([&] { kxString() += std::string_view(endless); }), tooMany);
     EXPECT_EQ(kxFatalText([&] { (void)string[3]; }), bounds);
     EXPECT_EQ(kxFatalText([&] { string.setCharacter(3, 'x'); }), bounds);
+    constexpr std::size_t wide = std::size_t{1}
+                                 << 32U;  // the lower half of an index must not be taken for it
+    EXPECT_EQ(kxFatalText([&] { (void)string[wide + 1]; }), bounds);
+    EXPECT_EQ(kxFatalText([&] { string.setCharacter(wide, 'x'); }), bounds);
+    EXPECT_EQ(kxFatalText([&] { string.substring(wide, 1); }), "kxString(index,len) out of bounds");
+    EXPECT_TRUE(string.substring(0, wide) == "abc" && string.find('b', wide) == KX_STRING_NOT_FOUND);
     EXPECT_EQ(kxFatalText([&] { string.substring(3, 1); }), "kxString(index,len) out of bounds");
     EXPECT_EQ(string.substring(1, 100) + string.substring(5, 0) + string.substring(2, 0xFFFFFFFFU), "bcc");
 }

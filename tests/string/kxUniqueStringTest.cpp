@@ -53,6 +53,7 @@ TEST(kxUniqueString, RequestsDecideTheId)
     EXPECT_EQ(request("b", 200), bad + "b\":200). ID already used with string (\"at 200\":200)");
     kxString empty;
     EXPECT_FALSE(kxUniqueString::make(empty) || empty.uniqueId() != 0);
+    EXPECT_EQ(kxUniqueString(static_cast<const char*>(nullptr)), empty) << "null is empty";
 }
 
 TEST(kxUniqueString, ThreadsAgreeOnEveryId)

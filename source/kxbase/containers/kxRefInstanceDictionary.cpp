@@ -2,10 +2,10 @@
 
 bool kxRefInstanceDictionary::add(const kxReference* object, std::uint32_t id)
 {
-    if (object == nullptr || index_.find(object) != nullptr) return false;
+    if (object == nullptr || index_->find(object) != nullptr) return false;
     const Instance& instance = instances_.prepend({object, id});
     try {
-        return index_.insert(object, &instance);
+        return index_->insert(object, &instance);
     } catch (...) {
         instances_.takeFirst();
         throw;
@@ -14,13 +14,13 @@ bool kxRefInstanceDictionary::add(const kxReference* object, std::uint32_t id)
 
 bool kxRefInstanceDictionary::find(const kxReference* object, std::uint32_t& id) const
 {
-    const Instance* const instance = index_.find(object);
+    const Instance* const instance = index_->find(object);
     if (instance != nullptr) id = instance->id;
     return instance != nullptr;
 }
 
 void kxRefInstanceDictionary::clear()
 {
-    index_.clear();
+    index_.emplace(size_);
     instances_.clear();
 }

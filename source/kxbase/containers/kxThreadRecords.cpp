@@ -6,7 +6,6 @@
 #include "kxbase/object/kxReleaseAll.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
-#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <new>
@@ -100,18 +99,6 @@ void kxThreadRecords::insert(std::uint32_t thread, Record* record)
     records_.insert(thread, record);
     lastThread_ = thread;
     lastRecord_ = record;
-}
-
-void* kxThreadRecords::Storage::allocate(std::size_t sizeBytes)
-{
-    void* const block = std::malloc(sizeBytes);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-
-void kxThreadRecords::Storage::free(void* block) noexcept
-{
-    std::free(block);
 }
 
 void kxThreadRecords::lockAll()

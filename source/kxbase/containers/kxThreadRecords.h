@@ -41,20 +41,14 @@ public:
 private:
     friend class kxThreadEnd;
 
-    // Outside the memory check, since most objects of this class live as long as the process. Reports nothing, since
-    // it is asked under a lock.
-    struct Storage {
-        static void* allocate(std::size_t sizeBytes);
-        static void free(void* block) noexcept;
-    };
-
     void insert(std::uint32_t thread, Record* record);
     Record* find(std::uint32_t thread);
     Record* take(std::uint32_t thread);
     static void dropEverywhere(std::uint32_t thread);
 
     mutable kxMutex mutex_;
-    kxDict<std::uint32_t, Record, kxUInt32CompareInterface, Storage> records_;
+    // Outside the memory check, since most objects of this class live as long as the process.
+    kxDict<std::uint32_t, Record, kxUInt32CompareInterface, kxQuietStorage> records_;
     std::uint32_t lastThread_ = 0;
     Record* lastRecord_ = nullptr;
     // All living objects of this class, under a lock that is taken before mutex_.

@@ -5,6 +5,10 @@
 
 #include <limits>
 
+// Why a release owes a check: thread A brings the count to 0 and lets go of the mutex. Before A looks again, thread B
+// takes a reference and drops it, which brings the count to 0 once more. If B destroyed the object, A would lock a
+// mutex that is gone; so only the last of the two checks may destroy.
+//
 // A release of this thread that has brought the count to 0 and asks deleteIfUnreferenced(). As that may be
 // overridden, the call itself cannot say that it pays the check; what is owed is found here. It lies on the
 // stack of the release, so that it may be asked after the object has gone.

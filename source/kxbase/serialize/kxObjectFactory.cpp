@@ -2,14 +2,15 @@
 
 #include "kxbase/containers/kxDict.h"
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 
 #include <memory>
+#include <new>
 
 namespace {
 
-using Factories =
-    kxDict<std::uint32_t, kxObjectFactoryInterface, kxUInt32CompareInterface, kxUntrackedStorage>;
+using Factories = kxDict<std::uint32_t, kxObjectFactoryInterface, kxUInt32CompareInterface, kxQuietStorage>;
 
 // Two locks, taken in this order: the first while a factory is in use, the second, of the process, around each access
 // to the table. A fork waits for the second, so that the child finds the table whole; it must not wait for the
@@ -48,10 +49,15 @@ template <typename Call> auto withTable(Call call)
 
 bool kxObjectFactory::add(std::uint32_t factoryId, kxObjectFactoryInterface& factory)
 {
-    const kxBodyGuard guard(UseMutex::instance());
-    return withTable([&](Factories& factories) {
-        return factories.find(factoryId) == nullptr && factories.insert(factoryId, &factory);
-    });
+    try {
+        const kxBodyGuard guard(UseMutex::instance());
+        return withTable([&](Factories& factories) {
+            return factories.find(factoryId) == nullptr && factories.insert(factoryId, &factory);
+        });
+    } catch (const std::bad_alloc&) {
+        // Reported below, under no lock.
+    }
+    kxThrowBadAlloc(__FILE__, __LINE__);
 }
 
 bool kxObjectFactory::remove(std::uint32_t factoryId, kxObjectFactoryInterface& factory)

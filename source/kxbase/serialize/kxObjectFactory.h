@@ -5,7 +5,8 @@
 //            removed is not running any more; the factory itself may make objects of other numbers meanwhile. A
 //            second one guards the table, for the moments in which it is looked at or changed: a fork waits for
 //            that one alone, and a forked child finds the registry free, whatever other threads were making.
-// Errors:    none raised. Usable before main and after it.
+// Errors:    a failed allocation is reported, under no lock, throws std::bad_alloc and adds nothing. Usable before
+//            main and after it.
 #pragma once
 
 #include "kxbase/serialize/kxObjectFactoryInterface.h"

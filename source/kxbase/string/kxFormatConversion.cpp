@@ -67,12 +67,22 @@ void writeText(const kxFormatSpec& spec, std::string_view text, kxFormatOutput& 
 void writeCharacter(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                     kxFormatOutput& output)
 {
-    const std::uint64_t value = std::min<std::uint64_t>(argument.toUnsigned(), 0xFFFFFFFFU);
     char bytes[KX_UTF_MAX_BYTES];
-    const std::uint32_t length = kxUtfEncode(static_cast<std::uint32_t>(value), bytes);
+    const std::uint32_t length = kxUtfEncode(static_cast<std::uint32_t>(argument.toUnsigned()), bytes);
     kxFormatSpec whole = spec;
     whole.precision = -1;
     writeText(whole, {bytes, length}, output);
+}
+
+bool isCodePoint(const kxArgument& argument)
+{
+    return argument.toUnsigned() <= KX_UTF_MAX_CODE_POINT;
+}
+
+void writeBlanks(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument&,
+                 kxFormatOutput& output)
+{
+    output.append(spec.width, ' ');
 }
 
 std::size_t wholeCharacters(std::string_view text, std::size_t limit) noexcept
@@ -117,6 +127,16 @@ std::u16string_view usedWideText(const kxFormatSpec& spec, const kxArgument& arg
     if (spec.precision < 0) return argument.wideText(KX_FORMAT_MAX_WIDTH * kUnitsPerCharacter);
     return firstCharacters(static_cast<std::size_t>(spec.precision),
                            [&](std::size_t units) { return argument.wideText(units); });
+}
+
+bool hasText(const kxArgument& argument)
+{
+    return argument.hasText();
+}
+
+bool hasWideText(const kxArgument& argument)
+{
+    return argument.hasWideText();
 }
 
 void writeNarrow(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -209,7 +229,6 @@ public:
         const auto given =
             static_cast<std::int16_t>(std::clamp<std::int32_t>(decimals, -1, KX_DTOA_MAX_DECIMALS));
         kxDtoA(text_, value, given, &length_);
-        if (isEmpty()) zeros_ = 0;
     }
     // With the point behind `whole` digits, or zeros before them when it is not above 0.
     Digits(bool negative, const Significant& value, std::int32_t whole, std::int32_t decimals)
@@ -222,9 +241,6 @@ public:
         append(whole - value.count, '0');
         if (decimals > 0) insertPoint(whole > 0 ? first + static_cast<std::uint32_t>(whole) : negative + 1U);
     }
-
-    // What has no digits, since it is too large or no number, gets no zeros and no point either.
-    bool isEmpty() const noexcept { return view().empty(); }
 
     bool isNegative() const noexcept { return length_ != 0 && text_[0] == '-'; }
     std::size_t zeros() const noexcept { return zeros_; }
@@ -242,7 +258,7 @@ public:
     }
     void appendPoint() noexcept
     {
-        if (!isEmpty() && view().find('.') == std::string_view::npos) text_[length_++] = '.';
+        if (view().find('.') == std::string_view::npos) text_[length_++] = '.';
     }
 
 private:
@@ -285,9 +301,9 @@ bool isSilent(const kxFormatSpec& spec, double value) noexcept
     return spec.precision == 0 && value == 0;
 }
 
-void writeDigits(kxFormatSpec spec, const Digits& digits, std::string_view exponent, kxFormatOutput& output)
+void writeDigits(const kxFormatSpec& spec, const Digits& digits, std::string_view exponent,
+                 kxFormatOutput& output)
 {
-    if (digits.isEmpty()) spec.zeroPad = false;
     writeNumber(spec,
                 {.prefix = signOf(spec, digits.isNegative()),
                  .digits = digits.view(),
@@ -311,10 +327,23 @@ void writeFixed(const kxFormatConversion&, const kxFormatSpec& spec, const kxArg
     writeDigits(spec, digits, "", output);
 }
 
-// Works for what has significant digits: not for 0, NaN and infinities.
-bool isScalable(double value) noexcept
+bool isFinite(const kxArgument& argument)
 {
-    return value != 0 && std::isfinite(value);
+    return std::isfinite(argument.toDouble());
+}
+
+bool isWithinDtoA(const kxArgument& argument)
+{
+    return std::fabs(argument.toDouble()) <= KX_DTOA_LARGEST;
+}
+
+// For what has no digits.
+void writeSign(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
+               kxFormatOutput& output)
+{
+    kxFormatSpec blank = spec;
+    blank.zeroPad = false;
+    writeNumber(blank, {.prefix = signOf(spec, argument.toDouble() < 0)}, output);
 }
 
 // A sum that carries twice the digits of a double.
@@ -355,7 +384,7 @@ std::uint64_t nearest(DoubleDouble value) noexcept
     return static_cast<std::uint64_t>(whole) + static_cast<std::uint64_t>(added);
 }
 
-// The significant digits of a scalable value; they can carry into the next power of ten.
+// The significant digits of a finite value other than 0; they can carry into the next power of ten.
 Significant significantOf(double value, std::int32_t digits) noexcept
 {
     Significant result{0, std::min(digits, kMaximumSignificant), 0};
@@ -385,7 +414,7 @@ void writeScaled(const kxFormatSpec& spec, std::int32_t exponent, const Digits& 
                  kxFormatOutput& output)
 {
     char text[16];
-    writeDigits(spec, digits, {text, digits.isEmpty() ? 0 : exponentText(text, exponent)}, output);
+    writeDigits(spec, digits, {text, exponentText(text, exponent)}, output);
 }
 
 void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
@@ -394,8 +423,8 @@ void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kx
     const double value = argument.toDouble();
     if (isSilent(spec, value)) return writeNoDigits(spec, output);
     const std::int32_t decimals = spec.precision >= 0 ? spec.precision : kDefaultPrecision;
-    const Significant rounded = isScalable(value) ? significantOf(value, decimals + 1) : Significant{};
-    Digits digits = isScalable(value) ? Digits(value < 0, rounded, 1, decimals) : Digits(value, decimals);
+    const Significant rounded = value != 0 ? significantOf(value, decimals + 1) : Significant{};
+    Digits digits = value != 0 ? Digits(value < 0, rounded, 1, decimals) : Digits(value, decimals);
     if (spec.alternate) digits.appendPoint();
     writeScaled(spec, rounded.exponent, digits, output);
 }
@@ -404,18 +433,17 @@ void writeExponent(const kxFormatConversion&, const kxFormatSpec& spec, const kx
 void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxArgument& argument,
                   kxFormatOutput& output)
 {
-    constexpr double kLargestPlain = 18446744073709551616.0;  // what kxDtoA writes
     const double value = argument.toDouble();
     if (isSilent(spec, value)) return writeNoDigits(spec, output);
     const std::int32_t significant = spec.precision >= 0 ? std::max(spec.precision, 1) : kDefaultPrecision;
-    const Significant rounded = isScalable(value) ? significantOf(value, significant) : Significant{};
+    const Significant rounded = value != 0 ? significantOf(value, significant) : Significant{};
     const bool plain =
-        !(std::fabs(value) > kLargestPlain) && rounded.exponent >= -4 && rounded.exponent < significant;
+        std::fabs(value) <= KX_DTOA_LARGEST && rounded.exponent >= -4 && rounded.exponent < significant;
     const std::int32_t whole = plain ? rounded.exponent + 1 : 1;
     // Integers so large that they have no fraction are written as they are, digit for digit.
     const bool isWhole = plain && whole >= kMaximumSignificant;
-    Digits digits = isScalable(value) && !isWhole ? Digits(value < 0, rounded, whole, significant - whole)
-                                                  : Digits(value, significant - whole);
+    Digits digits = value != 0 && !isWhole ? Digits(value < 0, rounded, whole, significant - whole)
+                                           : Digits(value, significant - whole);
     if (!spec.alternate)
         digits.dropZeros();
     else
@@ -426,11 +454,9 @@ void writeGeneral(const kxFormatConversion&, const kxFormatSpec& spec, const kxA
 
 constexpr kxFormatConversion kConversions[] = {
     // Text
-    {'c', writeCharacter, 0, ""},
-    {'s', writeNarrow, 0, "", &kxArgument::hasText,
-     "Using kxString::format(\"%%s\",arg) where arg is no valid pointer"},
-    {'S', writeWide, 0, "", &kxArgument::hasWideText,
-     "Using kxString::format(\"%%S\",arg) where arg is no valid pointer"},
+    {'c', writeCharacter, 0, "", isCodePoint, KX_FORMAT_FAULT_CODE_POINT, writeBlanks},
+    {'s', writeNarrow, 0, "", hasText, KX_FORMAT_FAULT_TEXT},
+    {'S', writeWide, 0, "", hasWideText, KX_FORMAT_FAULT_WIDE_TEXT},
     // Integers
     {'d', writeSigned, 10, ""},
     {'u', writeUnsigned, 10, ""},
@@ -441,9 +467,9 @@ constexpr kxFormatConversion kConversions[] = {
     {'b', writeUnsigned, 2, "0b"},
     {'B', writeUnsigned, 2, "0B"},
     // Floating values
-    {'f', writeFixed, 0, ""},
-    {'e', writeExponent, 0, ""},
-    {'g', writeGeneral, 0, ""},
+    {'f', writeFixed, 0, "", isWithinDtoA, KX_FORMAT_FAULT_NUMBER, writeSign},
+    {'e', writeExponent, 0, "", isFinite, KX_FORMAT_FAULT_NUMBER, writeSign},
+    {'g', writeGeneral, 0, "", isFinite, KX_FORMAT_FAULT_NUMBER, writeSign},
 };
 
 constexpr std::uint8_t kNone = 0xFF;

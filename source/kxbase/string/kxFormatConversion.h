@@ -7,10 +7,10 @@
 #pragma once
 
 #include "kxbase/core/kxArgument.h"
+#include "kxbase/string/kxFormatFaults.h"
 #include "kxbase/string/kxFormatOutput.h"
 
 #include <cstdint>
-#include <string_view>
 
 // Widths and precisions are cut to this.
 constexpr std::uint32_t KX_FORMAT_MAX_WIDTH = 65535;
@@ -36,9 +36,9 @@ struct kxFormatConversion {
     Write write;
     std::uint8_t base;   // of an integer
     const char* prefix;  // that the alternate form puts before an integer that is not 0
-    bool (kxArgument::*accepts)() const =
-        nullptr;                  // whether an argument can be written; null for all of them
-    std::string_view fault = {};  // the Warning about one that cannot
+    bool (*accepts)(const kxArgument&) = nullptr;  // whether an argument can be written; null for all of them
+    kxFormatFaultKind fault = KX_FORMAT_FAULT_UNKNOWN;  // of one that cannot
+    Write writeRefused = nullptr;                       // what is written for it; null for nothing
 };
 
 // Null for a letter that is no conversion.

@@ -1,7 +1,5 @@
 #include "kxbase/string/kxFormatter.h"
 
-#include "kxbase/core/kxMessageLevel.h"
-#include "kxbase/string/kxFormatFault.h"
 #include "kxbase/string/kxFormatTable.h"
 #include "kxbase/string/kxString.h"
 
@@ -27,11 +25,11 @@ std::string_view kxFormatter::run()
             perform(step.action, character);
         state = step.next;
     }
-    if (state != kText) warnUnknown();
+    if (state != kText) faults_.tell(KX_FORMAT_FAULT_UNKNOWN, format_);
     return output_.stringText();
 }
 
-void kxFormatter::perform(std::uint8_t action, unsigned char character)
+void kxFormatter::perform(Action action, unsigned char character)
 {
     switch (action) {
     case kReadStar:
@@ -51,10 +49,10 @@ void kxFormatter::perform(std::uint8_t action, unsigned char character)
         break;
     case kPositionFromNumber:
         setPosition(number_);
-        if (spec_.position < 0) warnPosition();
+        if (spec_.position < 0) faults_.tell(KX_FORMAT_FAULT_POSITION);
         break;
     case kPositionZero:
-        if (cursor_.skip("0$")) warnPosition();
+        if (cursor_.skip("0$")) faults_.tell(KX_FORMAT_FAULT_POSITION);
         break;
     case kWidthFromNumber:
         setWidth(number_);
@@ -94,8 +92,12 @@ void kxFormatter::perform(std::uint8_t action, unsigned char character)
     case kSize8Bytes:
         spec_.sizeBytes = 8;
         break;
-    default:  // nothing, or done above
+    case kNothing:
         break;
+    case kReset:
+    case kAppend:
+    case kConvert:
+        break;  // done by run()
     }
 }
 
@@ -129,36 +131,20 @@ void kxFormatter::setPrecision(std::int64_t precision) noexcept
 void kxFormatter::convert(unsigned char letter)
 {
     const kxFormatConversion* const conversion = kxFindFormatConversion(letter);
-    if (conversion == nullptr) return warnUnknown();
+    if (conversion == nullptr) return faults_.tell(KX_FORMAT_FAULT_UNKNOWN, format_);
     const kxArgument& argument =
         spec_.position >= 0 ? arguments_[static_cast<std::uint32_t>(spec_.position)] : nextArgument();
-    if (conversion->accepts != nullptr && !(argument.*conversion->accepts)())
-        return warn(KX_MESSAGE_WARNING, conversion->fault);
-    conversion->write(*conversion, spec_, argument, output_);
+    auto* write = conversion->write;
+    if (conversion->accepts != nullptr && !conversion->accepts(argument)) {
+        faults_.tell(conversion->fault);
+        write = conversion->writeRefused;
+    }
+    if (write != nullptr) write(*conversion, spec_, argument, output_);
 }
 
 const kxArgument& kxFormatter::nextArgument() noexcept
 {
     return arguments_[std::min(nextSlot_++, KX_ARGUMENT_SLOTS)];
-}
-
-void kxFormatter::warnPosition()
-{
-    // Raw, since the text would otherwise be taken for the very fault that it describes.
-    warn(KX_MESSAGE_WARNING | KX_MESSAGE_RAW, "Using kxString::format(\"%n$\") where n<1 or n>16");
-}
-
-void kxFormatter::warnUnknown()
-{
-    warn(KX_MESSAGE_WARNING, "Unknown format option in string '%s'", format_);
-}
-
-// A format from a language file may hold tens of thousands of faults, and is as long as a text can be.
-void kxFormatter::warn(std::uint32_t level, std::string_view text, std::string_view value)
-{
-    if (warnedBytes_ >= KX_FORMAT_MAX_WARNED_BYTES) return;
-    warnedBytes_ += text.size() + value.size();
-    kxSendFormatFault(level, text, kxArgumentSlots(value));
 }
 
 kxString kxString::formatArguments(std::string_view text, kxArgumentView arguments)

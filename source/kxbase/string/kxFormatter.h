@@ -17,26 +17,28 @@
 //
 // NaN and infinities have no digits: f, e and g send the Internal Warning "Too large number for kxDtoA" and write
 // the sign alone ('-' for minus infinity, else what the flags ask for), with blanks up to the width. So does f
-// for a magnitude above 2^64, which e and g write.
+// for a magnitude above 2^64, which e and g write. For a code point above KX_UTF_MAX_CODE_POINT, c writes blanks.
 //
 // The grammar stands in kxFormatTable.h. A letter is a row of kConversions in kxFormatConversion.cpp, which
 // names the function that writes it.
 //
 // Ownership: refers to the caller's text and arguments.
 // Threads:   no state outside the object; a fault found here may be formatted by another one meanwhile.
-// Errors:    faults in the format are Warnings, and the text is built from all that can be converted. They are sent
-//            until they come to KX_FORMAT_MAX_WARNED_BYTES of text; what is found behind that is not told. What the
-//            functions below send about a value that is too large does not count.
+// Errors:    faults in the format are Warnings, and the text is built from all that can be converted;
+//            kxFormatFaults tells how many of them are sent.
 #pragma once
 
 #include "kxbase/core/kxArgumentView.h"
 #include "kxbase/string/kxFormatConversion.h"
 #include "kxbase/string/kxFormatCursor.h"
+#include "kxbase/string/kxFormatFaults.h"
 #include "kxbase/string/kxFormatOutput.h"
 
 #include <string_view>
 
-constexpr std::size_t KX_FORMAT_MAX_WARNED_BYTES = 1024;
+namespace kxFormatTable {
+enum Action : std::uint8_t;
+}
 
 class kxFormatter {
 public:
@@ -48,17 +50,13 @@ public:
     std::string_view run();
 
 private:
-    // An action of kxFormatTable.
-    void perform(std::uint8_t action, unsigned char character);
+    void perform(kxFormatTable::Action action, unsigned char character);
     void copyText();
     void setPosition(std::int64_t number) noexcept;
     void setWidth(std::int64_t width) noexcept;
     void setPrecision(std::int64_t precision) noexcept;
     void convert(unsigned char letter);
     const kxArgument& nextArgument() noexcept;
-    void warnPosition();
-    void warnUnknown();
-    void warn(std::uint32_t level, std::string_view text, std::string_view value = {});
 
     std::string_view format_;
     kxFormatCursor cursor_;
@@ -67,6 +65,6 @@ private:
     std::uint32_t number_ = 0;    // digits read so far
     std::int64_t starValue_ = 0;  // of a '*' that may be a width or a position
     kxFormatSpec spec_;
-    std::size_t warnedBytes_ = 0;  // of the Warnings so far
+    kxFormatFaults faults_;
     kxFormatOutput output_;
 };

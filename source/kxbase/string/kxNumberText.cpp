@@ -139,8 +139,7 @@ std::size_t decimalToText(Char* text, std::uint64_t magnitude, bool negative) no
     return digits + (negative ? 1U : 0U);
 }
 
-// Two to the power of 64: the largest magnitude that kxDtoA writes, and one more than an integer holds.
-constexpr double kLargest = 18446744073709551616.0;
+// KX_DTOA_LARGEST is one more than an integer holds.
 constexpr char kLargestText[] = "18446744073709551616";
 
 // Decimals that one multiplication yields; see writeFewDecimals.
@@ -152,10 +151,10 @@ template <typename Char> struct WholePart {
     double fraction;
 };
 
-// Writes the integer part of a magnitude up to kLargest.
+// Writes the integer part of a magnitude up to KX_DTOA_LARGEST.
 template <typename Char> WholePart<Char> writeWhole(Char* text, double magnitude) noexcept
 {
-    if (magnitude >= kLargest) return {std::copy_n(kLargestText, sizeof kLargestText - 1, text), 0};
+    if (magnitude >= KX_DTOA_LARGEST) return {std::copy_n(kLargestText, sizeof kLargestText - 1, text), 0};
     const auto whole = static_cast<std::uint64_t>(magnitude);
     const std::size_t digits = decimalDigits(whole);
     writeDecimal(text + digits, whole);
@@ -224,8 +223,8 @@ void floatToText(Char* text, double value, std::int16_t decimals, std::uint32_t*
     Char* end = text;
     if (value < 0) *end++ = '-';
     const double magnitude = std::fabs(value);
-    if (!(magnitude <= kLargest))
-        kxMessage(KX_MESSAGE_INTERNAL_WARNING, "Too large number for kxDtoA");
+    if (!(magnitude <= KX_DTOA_LARGEST))
+        kxMessage(KX_MESSAGE_INTERNAL_WARNING, KX_DTOA_TOO_LARGE);
     else if (decimals >= 0)
         end = writeFixed(end, magnitude, static_cast<std::uint32_t>(decimals));
     else

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 // Which letters follow the digit 9; the other case follows in bases above 36.
 enum kxDigitCase : std::uint8_t { KX_DIGITS_LOWER, KX_DIGITS_UPPER };
@@ -36,6 +37,10 @@ std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value) noexcept;
 std::size_t kxUnsignedToText(char* text, std::uint64_t value, const kxIntegerStyle& style) noexcept;
 std::size_t kxUnsignedToText(char16_t* text, std::uint64_t value, const kxIntegerStyle& style) noexcept;
 
+// The largest magnitude that kxDtoA writes, 2 to the power of 64, and the Internal Warning about what is no number or
+// above it.
+constexpr double KX_DTOA_LARGEST = 18446744073709551616.0;
+constexpr std::string_view KX_DTOA_TOO_LARGE = "Too large number for kxDtoA";
 // Maximum width that formatting and the strings made from numbers use.
 constexpr std::uint16_t KX_DTOA_WIDTH = 20;
 // Decimals beyond this many are zeros.
@@ -50,8 +55,8 @@ constexpr std::size_t kxDtoARoom(std::int16_t decimals, std::uint16_t maximumWid
 // Writes a floating value and a terminating zero. Decimals at or above 0 are written all, after half a unit of
 // the last one was added; the sum is a double, so that a tie such as 2.25 with one decimal may fall to either
 // side. With negative decimals the digits end where only the noise of the binary form is left, and at the
-// maximum width at the latest. Magnitudes up to 2^64; larger ones and what is no number send "Too large number
-// for kxDtoA".
+// maximum width at the latest. Magnitudes up to KX_DTOA_LARGEST; larger ones and what is no number send
+// KX_DTOA_TOO_LARGE.
 void kxDtoA(char16_t* text, double value, std::int16_t decimals, std::uint32_t* length = nullptr,
             std::uint16_t maximumWidth = KX_DTOA_WIDTH);
 void kxDtoA(char* text, double value, std::int16_t decimals, std::uint32_t* length = nullptr,

@@ -141,13 +141,13 @@ std::uint32_t kxString::hashOf(const char* text, std::uint16_t length) noexcept
     return hashOf(length != 0 ? std::string_view(text, length) : viewOf(text));
 }
 
-const char& kxString::operator[](std::uint32_t index) const
+const char& kxString::operator[](std::size_t index) const
 {
     if (index >= length_) raiseBadIndex();
     return text_[index];
 }
 
-void kxString::setCharacter(std::uint32_t index, char character)
+void kxString::setCharacter(std::size_t index, char character)
 {
     if (index >= length_) raiseBadIndex();
     if (!ownsText()) *this = kxString(view());
@@ -155,7 +155,7 @@ void kxString::setCharacter(std::uint32_t index, char character)
     hash_ = hashOf(view());
 }
 
-kxString kxString::substring(std::uint32_t index, std::uint32_t count) const
+kxString kxString::substring(std::size_t index, std::size_t count) const
 {
     if (count == 0) return {};
     if (index >= length_) kxRaiseFatal("kxString(index,len) out of bounds");

@@ -98,12 +98,14 @@ public:
         if (length > KX_STRING_MAX_LENGTH) raiseTooLong();
     }
 
+    // Indices and counts are taken as wide as they come, so that none is cut to one that exists.
+
     // Requires index < length().
-    const char& operator[](std::uint32_t index) const;
+    const char& operator[](std::size_t index) const;
     // Gives the string a text of its own first when it was unique. Requires index < length().
-    void setCharacter(std::uint32_t index, char character);
+    void setCharacter(std::size_t index, char character);
     // A count past the end is cut; a start at or past the end is fatal unless the count is 0.
-    kxString substring(std::uint32_t index, std::uint32_t count) const;
+    kxString substring(std::size_t index, std::size_t count) const;
 
     // Adding is fatal when the sum of the lengths is beyond KX_STRING_MAX_LENGTH. A longer text given by a pointer
     // counts as that much: it is cut when the other side is empty, and fatal otherwise. Text of a known length
@@ -155,11 +157,11 @@ public:
     bool equalsIgnoreCase(std::string_view other) const noexcept;
 
     // Index of the first match at or after `from`, or KX_STRING_NOT_FOUND.
-    std::uint32_t find(char character, std::uint32_t from = 0) const noexcept;
-    std::uint32_t find(std::string_view part, std::uint32_t from = 0) const noexcept;
+    std::uint32_t find(char character, std::size_t from = 0) const noexcept;
+    std::uint32_t find(std::string_view part, std::size_t from = 0) const noexcept;
     // Index of the last match that starts at or before `from`.
-    std::uint32_t findLast(char character, std::uint32_t from = KX_STRING_NOT_FOUND) const noexcept;
-    std::uint32_t findLast(std::string_view part, std::uint32_t from = KX_STRING_NOT_FOUND) const noexcept;
+    std::uint32_t findLast(char character, std::size_t from = KX_STRING_NOT_FOUND) const noexcept;
+    std::uint32_t findLast(std::string_view part, std::size_t from = KX_STRING_NOT_FOUND) const noexcept;
     bool contains(std::string_view part) const noexcept { return find(part) != KX_STRING_NOT_FOUND; }
     bool startsWith(std::string_view part) const noexcept { return view().starts_with(part); }
     bool endsWith(std::string_view part) const noexcept { return view().ends_with(part); }
@@ -215,8 +217,8 @@ private:
     template <typename Fill>
     void build(std::size_t length, const Fill& fill, const char* file = __builtin_FILE(),
                std::uint32_t line = __builtin_LINE());
-    // A text with zeros put in at a position, cut to what a string holds.
-    static kxString withZeros(std::string_view text, std::size_t position, std::size_t count);
+    // A text with zeros behind it, cut to what a string holds.
+    static kxString withZeros(std::string_view text, std::size_t count);
     static kxString joined(const kxString& left, std::string_view right);
 
     bool ownsText() const noexcept { return text_ != nullptr && uniqueId_ == 0; }

@@ -4,8 +4,8 @@
 #include "kxbase/core/kxTrackedMemory.h"
 #include "kxbase/string/kxString.h"
 
-// `fill` is called with the buffer and writes exactly `length` bytes. Requires an empty string and a length of
-// at most KX_STRING_MAX_LENGTH.
+// `fill` is called with the buffer and writes exactly `length` bytes, and a zero behind them if it likes. Requires an
+// empty string and a length of at most KX_STRING_MAX_LENGTH.
 template <typename Fill>
 void kxString::build(std::size_t length, const Fill& fill, const char* file, std::uint32_t line)
 {

@@ -67,22 +67,22 @@ bool kxString::equalsIgnoreCase(std::string_view other) const noexcept
                       [](char left, char right) { return lowered(left) == lowered(right); });
 }
 
-std::uint32_t kxString::find(char character, std::uint32_t from) const noexcept
+std::uint32_t kxString::find(char character, std::size_t from) const noexcept
 {
     return indexOf(view().find(character, from));
 }
 
-std::uint32_t kxString::find(std::string_view part, std::uint32_t from) const noexcept
+std::uint32_t kxString::find(std::string_view part, std::size_t from) const noexcept
 {
     return indexOf(view().find(part, from));
 }
 
-std::uint32_t kxString::findLast(char character, std::uint32_t from) const noexcept
+std::uint32_t kxString::findLast(char character, std::size_t from) const noexcept
 {
     return indexOf(view().rfind(character, from));
 }
 
-std::uint32_t kxString::findLast(std::string_view part, std::uint32_t from) const noexcept
+std::uint32_t kxString::findLast(std::string_view part, std::size_t from) const noexcept
 {
     return indexOf(view().rfind(part, from));
 }

@@ -34,6 +34,8 @@ kxUniqueString::kxUniqueString(std::string_view text, std::uint16_t id)
         adoptText(*this, text, hashOf(text), id);
 }
 
+kxUniqueString::kxUniqueString(const char* text, std::uint16_t id) : kxUniqueString(viewOf(text), id) {}
+
 kxUniqueString::kxUniqueString(kxUniqueId id)
 {
     if (kxUniqueStringTable::isOwn(id))

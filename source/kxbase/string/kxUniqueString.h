@@ -20,6 +20,8 @@ public:
     // The text under the id, or under the first free one when the id is 0; a known text costs no allocation. An
     // empty text gets what `make` gives it.
     explicit kxUniqueString(std::string_view text, std::uint16_t id = 0);
+    // Null is the empty text.
+    explicit kxUniqueString(const char* text, std::uint16_t id = 0);
     // What `make` gives an empty string; takes no lock for a text of the library itself.
     explicit kxUniqueString(kxUniqueId id);
 

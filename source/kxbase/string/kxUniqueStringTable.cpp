@@ -6,8 +6,10 @@
 #include "kxbase/string/kxUniqueId.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
 
 namespace {
 

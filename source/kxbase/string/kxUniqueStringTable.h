@@ -12,8 +12,6 @@
 #include "kxbase/platform/kxPlatformLock.h"
 #include "kxbase/string/kxSameBytes.h"
 
-#include <cstdlib>
-#include <new>
 #include <string_view>
 
 // One slot.
@@ -21,7 +19,8 @@ struct kxUniqueStringData {
     const char* text;
     std::uint32_t lengthPlusOne;  // 0 for a free slot; 32 bits, since the longest text has 65535 bytes
     std::uint32_t hash;
-    bool hasFixedId;  // the id was asked for, not assigned
+    bool
+        hasFixedId;  // the id was asked for, not assigned; only told to whoever looks at the table in a debugger
 
     std::string_view view() const noexcept { return {text, lengthPlusOne - 1}; }
 };
@@ -77,17 +76,6 @@ private:
         }
     };
 
-    // Reports nothing while the lock is held, since a message may want a unique string.
-    struct QuietStorage {
-        static void* allocate(std::size_t sizeBytes)
-        {
-            void* const block = std::malloc(sizeBytes);
-            if (block == nullptr) throw std::bad_alloc();
-            return block;
-        }
-        static void free(void* block) noexcept { std::free(block); }
-    };
-
     kxUniqueStringTable();
     bool enterOwnTexts();
     bool index(const Key& key, kxUniqueStringData* slot);
@@ -96,7 +84,8 @@ private:
 
     kxPlatformLock lock_;
     kxUniqueStringData* slots_;
-    kxDict<Key, kxUniqueStringData, KeyTraits, QuietStorage> index_;
+    // Quiet also because a message may want a unique string.
+    kxDict<Key, kxUniqueStringData, KeyTraits, kxQuietStorage> index_;
     std::uint32_t usedCount_ = 0;
     std::uint32_t firstFree_ = 0;  // no slot below it is free
 };

@@ -18,7 +18,8 @@ constexpr struct {
     std::uint32_t limit;
     std::uint8_t lead;
 } kForms[] = {
-    {0x80, 0x00}, {0x800, 0xC0}, {0x10000, 0xE0}, {0x200000, 0xF0}, {0x4000000, 0xF8}, {0x80000000U, 0xFC},
+    {0x80, 0x00},     {0x800, 0xC0},     {0x10000, 0xE0},
+    {0x200000, 0xF0}, {0x4000000, 0xF8}, {KX_UTF_MAX_CODE_POINT + 1, 0xFC},
 };
 static_assert(std::size(kForms) == KX_UTF_MAX_BYTES);
 
@@ -199,7 +200,7 @@ std::size_t writeUnit(char16_t unit, char* bytes) noexcept
 std::uint32_t kxUtfByteCount(std::uint32_t codePoint)
 {
     const std::uint32_t bytes = byteCount(codePoint);
-    if (bytes == 0) kxMessage(KX_MESSAGE_WARNING, "Utf decoding on faulty data input");
+    if (bytes == 0) kxMessage(KX_MESSAGE_WARNING, KX_UTF_TOO_LARGE);
     return bytes;
 }
 

@@ -14,6 +14,8 @@
 
 constexpr std::uint32_t KX_UTF_MAX_BYTES = 6;
 constexpr std::uint32_t KX_UTF_MAX_CODE_POINT = 0x7FFFFFFFU;
+// The Warning about a code point above it.
+constexpr std::string_view KX_UTF_TOO_LARGE = "Utf decoding on faulty data input";
 
 // The two halves of a pair of UTF-16 units.
 constexpr bool kxIsHighSurrogate(char16_t unit) noexcept
@@ -32,7 +34,7 @@ struct kxUtfSequence {
 };
 
 // Writes the sequence of a code point, at most KX_UTF_MAX_BYTES bytes, and returns its length. Above
-// 0x7FFFFFFF: nothing, 0 and the Warning "Utf decoding on faulty data input".
+// KX_UTF_MAX_CODE_POINT: nothing, 0 and the Warning KX_UTF_TOO_LARGE.
 std::uint32_t kxUtfEncode(std::uint32_t codePoint, char* bytes);
 // The length alone, with the same fault.
 std::uint32_t kxUtfByteCount(std::uint32_t codePoint);
