@@ -11,6 +11,8 @@
 #include <sstream>
 #include <utility>
 
+#include <unistd.h>
+
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -36,9 +38,9 @@ template <typename... Arguments> std::string text(const char* format, const Argu
 class kxMemCheckTest : public testing::Test {
 protected:
     // Runs the program that loses memory; what it says of the blocks goes to lost_, its messages are answered.
-    Lines run(const std::string& setting)
+    Lines run(const std::string& setting, const std::vector<std::string>& arguments = {})
     {
-        kxProcessOptions options;
+        kxProcessOptions options{arguments};
         if (!setting.empty()) options.environment["KORVEX_MEMORY_CHECK"] = setting;
         options.environment["KORVEX_MESSAGE_LEVEL"] = "Warning";
         options.environment["ASAN_OPTIONS"] = "detect_leaks=0";  // what is lost here is lost on purpose
@@ -113,13 +115,26 @@ TEST_F(kxMemCheckTest, SaysNothingUnlessItIsOn)
     for (const char* setting : {"", "no", "YES?"}) EXPECT_EQ(run(setting), Lines()) << setting;
 }
 
+TEST_F(kxMemCheckTest, CallsSwitchItAndWhatIsRecordedStaysSoWhileItIsOff)
+{
+    const auto like = [](const char* line) { return testing::MatchesRegex(line); };
+    EXPECT_THAT(run("", {"calls"}),
+                testing::ElementsAre(kBegin, like("L [0-9]+ 10 [0-9]+ 0 30 0 \\* described"),
+                                     like("L [0-9]+ 20 [0-9]+ 3 30 0 \\* described"), kEnd,
+                                     like("F [0-9]+ 10 [0-9]+ 0 0 20 described")));
+}
+
 TEST(kxMemCheckDeathTest, AnAllocatorThatComesFirstIsAskedForAllAndALaterOneForNothing)
 {
     struct Counting final : kxMemoryAllocatorInterface {
-        void* allocate(std::size_t sizeBytes) noexcept override { return ++blocks, std::malloc(sizeBytes); }
+        void* allocate(std::size_t sizeBytes) noexcept override
+        {
+            return ++blocks,
+                   sizeBytes < kxMemoryTable::kRoomBytes ? std::malloc(sizeBytes) : (++refused, nullptr);
+        }
         void* reallocate(void*, std::size_t) noexcept override { return nullptr; }
         void free(void* block) noexcept override { --blocks, std::free(block); }
-        int blocks = 0;
+        int blocks = 0, refused = 0;
     };
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // a program of its own, which has allocated nothing
     const auto count = [] {
@@ -129,9 +144,14 @@ TEST(kxMemCheckDeathTest, AnAllocatorThatComesFirstIsAskedForAllAndALaterOneForN
         void* const block = kxTrackedAllocate(1);
         const bool isAsked = counting.blocks > blocksBefore;
         kxTrackedFree(block);
-        std::_Exit(isInstalled && isAsked && !kxMemCheck::setAllocator(counting) ? 0 : 1);
+        kxMemCheck::setTracking(true);
+        for (int lost = 0; lost < 3; ++lost) static_cast<void>(kxTrackedAllocate(1));
+        ::dup2(2, 1);
+        kxMemCheck::report();
+        const bool isRefusedOnce = counting.refused == 1 && !kxMemCheck::setAllocator(counting);
+        std::_Exit(isInstalled && isAsked && isRefusedOnce ? 0 : 1);
     };
-    EXPECT_EXIT(count(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(count(), testing::ExitedWithCode(0), "Report -+\n[^!]*End of");
 
     const auto comeTooLate = [] {
         kxMemCheck::leaveThisThreadOut();  // its block needs its allocator all the same

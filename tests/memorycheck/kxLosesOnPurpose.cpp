@@ -1,5 +1,5 @@
 // Loses blocks of tracked memory and frees others, at the end of the process too. Prints for each lost block its
-// thread, size and address.
+// thread, size and address. With an argument it shows what calls do instead.
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxTrackedMemory.h"
 #include "kxbase/platform/kxPlatformThread.h"
@@ -28,10 +28,29 @@ void allocateLeftOut()
     kxTrackedFree(kxTrackedAllocate(1));
 }
 
+// Everything by calls; the report is the first message of all. What is recorded stays so while tracking is off.
+void useCalls()
+{
+    static constexpr kxMemoryTexts kText{"described"};
+    kxMemCheck::setCompact(true);
+    kxMemCheck::setTracking(true);
+    void* blocks[] = {kxTrackedAllocate(10), kxTrackedAllocate(11), kxTrackedAllocate(12)};
+    for (void* const block : blocks) kxMemCheck::describe(block, kText);
+    kxMemCheck::setTracking(false);
+    kxMemCheck::setTrace(true);
+    kxTrackedFree(blocks[1]);
+    blocks[2] = kxTrackedReallocate(blocks[2], 20);
+    kxMemCheck::report();
+    kxMemCheck::setTracking(true);
+    kxTrackedFree(blocks[0]);
+    kxMemCheck::setTracking(false);
+}
+
 }  // namespace
 
-int main()
+int main(int argumentCount, char**)
 {
+    if (argumentCount > 1) return useCalls(), 0;
     std::thread(allocateLeftOut).join();
     static const kxString held("freed when main is over");  // the first one that is tracked
     void* lost = nullptr;

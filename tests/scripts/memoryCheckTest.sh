@@ -6,13 +6,16 @@ set -u
 export KORVEX_MEMORY_CHECK=yes
 
 check() {
-    local output faults
-    output=$("$1" 2>&1 </dev/null | tr -d '\0'; exit "${PIPESTATUS[0]}") || faults='fails '
-    grep -aq -e '-- End of Lost Memory Report' <<<"$output" || faults+='gives no report '
+    local output faults last
+    # One that hangs is ended while ctest still waits for the others.
+    output=$(timeout -k 5 300 "$1" 2>&1 </dev/null | tr -d '\0'; exit "${PIPESTATUS[0]}") ||
+        faults="fails with status $? "
+    grep -aq -e '-- End of Lost Memory Report' <<<"$output" || faults+='gives no report ' last=$(tail -n 20 <<<"$output")
     grep -aq 'Lost mem ' <<<"$output" && faults+='has lost memory'
     [[ -z ${faults-} ]] && return
     echo "$(basename "$1"): $faults"
     grep -aE 'FAILED|Lost mem ' <<<"$output"
+    [[ -n ${last-} ]] && printf '%s died or hung after:\n%s\n' "$(basename "$1")" "$last"
     return 1
 }
 export -f check

@@ -14,3 +14,10 @@ inline std::vector<std::string> kxArgumentsOf(const std::string& url, const std:
 {
     return {"-URL", url, "-output", output};
 }
+
+// What a run of the tool under the memory check has said at its end.
+inline void kxExpectNothingLost(const std::string& output)
+{
+    EXPECT_NE(output.find("-- End of Lost Memory Report"), std::string::npos);
+    EXPECT_EQ(output.find("Lost mem "), std::string::npos) << output;
+}

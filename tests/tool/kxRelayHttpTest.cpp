@@ -24,6 +24,8 @@ http {
 })";
 constexpr const char* kProxySettings = "Port PORT\nListen 127.0.0.1\nTimeout 60\nLogFile \"FOLDER/log\"\n";
 
+const std::pair<const std::string, std::string> kCheck{"KORVEX_MEMORY_CHECK", "yes"};
+
 std::string filled(std::string text, std::string_view name, std::string_view value)
 {
     for (auto at = text.find(name); at != std::string::npos; at = text.find(name, at + value.size()))
@@ -55,7 +57,9 @@ protected:
     {
         const std::string copy = folder.write("copy", "");
         const kxProcessOptions options{kxArgumentsOf(url, "file:" + copy), environment};
-        EXPECT_EQ(kxProcess(KX_TEST_TOOL, options).wait(), kxExited(0));
+        kxProcess tool(KX_TEST_TOOL, options);
+        EXPECT_EQ(tool.wait(), kxExited(0));
+        if (environment.contains(kCheck.first)) kxExpectNothingLost(tool.output());
         return kxNoticeOf(url, "file:" + copy).size();
     }
     std::string fetch(const std::string& url, const Environment& environment = {})
@@ -87,11 +91,11 @@ TEST_F(kxRelayHttp, FetchesFromAWebServer)
     const auto nginx = startNginx();
     const std::string url = "http:" + nginx->place();
     EXPECT_TRUE(deliversFile("medium", url + "/medium?no_proxy=yes&nic=lo"));
-    EXPECT_TRUE(deliversFile("medium", url + "/close/medium"));
+    EXPECT_TRUE(deliversFile("medium", url + "/close/medium", {kCheck}));
     EXPECT_TRUE(deliversFile("large", url + "/large"));
-    EXPECT_TRUE(deliversFile("large", url + "/chunked/large"));
-    for (const char* path : {"/none", "/empty", "/same"}) EXPECT_EQ(fetch(url + path), "");
-    EXPECT_EQ(fetch(url + "/gone"), "nothing here");
+    EXPECT_TRUE(deliversFile("large", url + "/chunked/large", {kCheck}));
+    for (const char* path : {"/none", "/empty", "/same"}) EXPECT_EQ(fetch(url + path, {kCheck}), "");
+    EXPECT_EQ(fetch(url + "/gone", {kCheck}), "nothing here");
     EXPECT_NE(fetch(url + "/moved").find("301 Moved Permanently"), std::string::npos);
 }
 
@@ -107,7 +111,8 @@ TEST_F(kxRelayHttp, FetchesThroughAProxy)
     EXPECT_TRUE(deliversFile("medium", url + "?proxy=" + proxy->place(), {{variable, "127.0.0.1:1"}}));
     EXPECT_NE(folder.read("log").find(nginx->place()), std::string::npos);
     // A server that is not there: the page is the proxy's.
-    const std::string page = fetch("http:127.0.0.1:1/", {{variable, "http://me:pw@" + proxy->place() + "/"}});
+    const std::string page =
+        fetch("http:127.0.0.1:1/", {kCheck, {variable, "http://me:pw@" + proxy->place() + "/"}});
     EXPECT_NE(page.find("tinyproxy"), std::string::npos);
 }
 

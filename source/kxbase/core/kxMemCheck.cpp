@@ -18,7 +18,7 @@
 namespace {
 
 constexpr const char* kVariable = "KORVEX_MEMORY_CHECK";
-// Stands in the validity word once the tracker is set up.
+// Stands in the validity word once the tracker is set up; NOT_SET_UP says the same to those who look at the reasons.
 constexpr std::uint32_t kValid = 0xABCD1234;
 
 class RuntimeAllocator final : public kxMemoryAllocatorInterface {
@@ -36,9 +36,11 @@ constinit kxMemoryAllocatorInterface* installedAllocator = nullptr;  // stays as
 
 constinit kxUndestroyed<kxMutex> mutex;
 constinit kxMemoryTable table;  // under the mutex
-constinit std::atomic<bool> hasTable{false};
+// The table has got its room, or has been refused it, which is not asked for again.
+constinit std::atomic<bool> isRoomSettled{false};
 
 constinit std::atomic<std::uint32_t> validity{0};
+constinit std::atomic<bool> wasOn{false};
 constinit std::atomic<bool> isTraced{false};
 constinit thread_local std::int32_t stateOfThread = 0;
 constinit thread_local bool isThreadLeftOut = false;
@@ -70,6 +72,12 @@ bool kxMemCheck::isTracking()
 {
     begin();
     return has(TRACKING);
+}
+
+bool kxMemCheck::wasTracking()
+{
+    begin();
+    return wasOn.load(std::memory_order_relaxed);
 }
 
 void kxMemCheck::setTrace(bool on)
@@ -134,6 +142,7 @@ bool kxMemCheck::setAllocator(kxMemoryAllocatorInterface& replacement)
     while ((reasons & FIRST) != 0)
         if (reasons_.compare_exchange_weak(reasons, reasons | INSTALLED, std::memory_order_release))
             return true;
+    installedAllocator = nullptr;  // nobody has looked at it without INSTALLED
     return false;
 }
 
@@ -177,6 +186,7 @@ void* kxMemCheck::reallocate(void* block, std::size_t sizeBytes)
 
 void kxMemCheck::free(void* block) noexcept
 {
+    // What was recorded is copied out for the trace only: every other free goes without.
     if (isTracing()) {
         kxMemoryEntry freed;
         if (take(block, &freed)) kxMemoryMessages::tellFreed(freed);
@@ -229,10 +239,12 @@ void kxMemCheck::switchTracking(bool on)
     setReason(TRACKING, on);
     setReason(RECORDS, on || table.liveCount() != 0);
     if (!on) return;
+    wasOn.store(true, std::memory_order_relaxed);
     kxMemoryMessages::show();
     kxPlatformAtEnd(reportAtEnd);
 }
 
+// TRACKING is set a moment before the word is, by the environment; the table waits for the word.
 bool kxMemCheck::isRecording()
 {
     return has(TRACKING) && !isThreadLeftOut && !kxUntrackedScope::isInside() &&
@@ -246,7 +258,7 @@ bool kxMemCheck::isTracing()
 
 void kxMemCheck::record(const void* block, std::size_t sizeBytes, std::uint64_t reserved)
 {
-    if (!hasTable.load(std::memory_order_acquire)) makeTable();
+    if (!isRoomSettled.load(std::memory_order_relaxed)) makeTable();
     const kxMemoryRecord record = {.address = addressOf(block),
                                    .sizeBytes = sizeBytes,
                                    .thread = kxPlatformThreadId(),
@@ -267,18 +279,19 @@ void kxMemCheck::makeTable()
 {
     const kxUntrackedScope scope;
     void* const records = allocator().allocate(kxMemoryTable::kRoomBytes);
-    void* const index = std::calloc(1, sizeof(kxMemoryIndex));
-    if (records != nullptr && index != nullptr) {
+    void* const index = records != nullptr ? std::calloc(1, sizeof(kxMemoryIndex)) : nullptr;
+    if (index != nullptr) {
         // A free finds its slot and its record anywhere in here.
         kxPlatformAdviseLargePages(records, kxMemoryTable::kRoomBytes);
         kxPlatformAdviseLargePages(index, sizeof(kxMemoryIndex));
         const kxBodyGuard guard(mutex.value);
         if (!table.hasRoom()) {
             table.setRoom(records, static_cast<kxMemoryIndex*>(index));
-            hasTable.store(true, std::memory_order_release);
+            isRoomSettled.store(true, std::memory_order_relaxed);
             return;
         }
     }
+    isRoomSettled.store(true, std::memory_order_relaxed);
     allocator().free(records);
     std::free(index);
 }

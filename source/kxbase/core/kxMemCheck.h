@@ -3,7 +3,8 @@
 //
 // The environment variable KORVEX_MEMORY_CHECK switches it on for the whole run: "yes" for the report, "trace" for a
 // message at each allocation and free as well, "compact" for the same in lines of bare numbers. Switching it on
-// lowers the message level to Internal Memory, at which its messages are sent, unless that level is shown already.
+// lowers the message level to Internal Memory, at which its messages are sent, unless that level is shown already;
+// switching it off leaves the level there, so that report() is seen.
 // The report comes after all destructors of static objects and exit handlers; not after _exit, quick_exit or a
 // signal. A process that has forked reports for itself, with what it took over from its parent.
 //
@@ -16,7 +17,8 @@
 // Threads: every function may be called from any thread, also before main and after it. One mutex guards the records;
 //          under it no allocator runs and nothing is sent. What is allocated while a message is on its way is not
 //          recorded.
-// Errors:  tracking never fails an allocation: what cannot be recorded stays untracked. A receiver of trace messages
+// Errors:  tracking never fails an allocation: what cannot be recorded stays untracked, and so does everything when
+//          the 40 MB of the records cannot be had at the first allocation. A receiver of trace messages
 //          that ends its thread while it is told of a free ends the process.
 #pragma once
 
@@ -33,6 +35,8 @@ public:
 
     static void setTracking(bool on);
     static bool isTracking();
+    // Whether tracking is or has ever been on.
+    static bool wasTracking();
     // Messages for each allocation and free, while tracking is on.
     static void setTrace(bool on);
     static void setCompact(bool on);
@@ -41,8 +45,8 @@ public:
     // From now on the calling thread never waits for the records: what it allocates is not recorded, and what it
     // frees may stay listed. For a thread that must go on whatever has become of the others.
     static void leaveThisThreadOut() noexcept;
-    // What lines about a recorded block are to say. The texts must outlive the block and a report that runs
-    // meanwhile: constants as a rule.
+    // What lines about a recorded block are to say, also when it has been reallocated. Kept is the address of the
+    // struct: it and the texts in it must outlive the block and a report that runs meanwhile, constants as a rule.
     static void describe(const void* block, const kxMemoryTexts& texts);
     static void describe(const void* block, kxMemoryTexts&& texts) = delete;
     // Sends the lost-memory report with what is recorded now.

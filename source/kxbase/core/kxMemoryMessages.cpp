@@ -82,25 +82,21 @@ void tellTrace(const char* format, const kxMemoryEntry& entry, const Texts&... t
 
 void tellLostBlock(const Formats& formats, const kxMemoryEntry& entry)
 {
-    const kxMemoryRecord& record = entry.record;
-    const kxMemoryTexts texts = record.texts();
+    const auto& [address, size, thread, count, state, reserved] = entry.record;
+    const std::uint64_t total = entry.totalBytes;
+    const kxMemoryTexts texts = entry.record.texts();
     const char* const data = texts.data != nullptr ? texts.data : kUnknownData;
-    const char* const description = texts.description;
-    const char* const format = description != nullptr ? formats.lostWithDescription : formats.lost;
-    const auto send = [&](const auto&... values) {
-        tell(kReportLevel, format, record.thread, record.sizeBytes, record.address, values...);
-    };
-    const auto sendWords = [&](const auto&... more) {
-        send(data, record.sequence, entry.totalBytes, record.state, more...);
-    };
-    const auto sendNumbers = [&](const auto&... more) {
-        send(record.sequence, entry.totalBytes, record.state, more...);
-    };
+    const char* const about = texts.description;
+    const char* const format = about != nullptr ? formats.lostWithDescription : formats.lost;
     const bool isInWords = &formats == &kWords;
-    if (description == nullptr)
-        isInWords ? sendWords() : sendNumbers(data);
+    if (isInWords && about != nullptr)
+        tell(kReportLevel, format, thread, size, address, data, count, total, state, about);
+    else if (isInWords)
+        tell(kReportLevel, format, thread, size, address, data, count, total, state);
+    else if (about != nullptr)
+        tell(kReportLevel, format, thread, size, address, count, total, state, about, data);
     else
-        isInWords ? sendWords(description) : sendNumbers(description, data);
+        tell(kReportLevel, format, thread, size, address, count, total, state, data);
 }
 
 }  // namespace

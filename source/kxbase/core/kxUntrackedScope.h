@@ -1,5 +1,6 @@
 // What the calling thread allocates while such an object lives stays outside the memory check: for what a
-// process-wide object keeps, which is never destroyed and would look lost.
+// process-wide object keeps, which is never destroyed and would look lost. A recorded block that it frees meanwhile
+// is forgotten as elsewhere, but the trace has no line for it.
 //
 // Threads: concerns the calling thread alone; scopes nest.
 #pragma once

@@ -31,7 +31,7 @@ constexpr std::uint32_t kLongestStandingBackMilliseconds = 1000;
 
 std::uint32_t levelAtFirst()
 {
-    if (kxMemCheck::isTracking()) return KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL;
+    if (kxMemCheck::wasTracking()) return KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL;
     const char* const setting = kxPlatformEnvironment(kLevelVariable);
     return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
 }
