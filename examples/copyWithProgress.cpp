@@ -16,6 +16,14 @@ struct Copied {
     bool isWhole = false;
 };
 
+// Whether nothing more comes because there is no more; every other error text tells a failure.
+bool isAtEnd(kxSerializeAdapter& input)
+{
+    if (!input.hasError()) return !input.hasEnd();
+    const kxString reason = input.getError();
+    return reason == kxTranslate("End of file") || reason == kxTranslate("IP connection closed");
+}
+
 // What a file has ready is its whole rest, and it has failed when less comes; a connection cannot say how much will
 // come, so that it shows nothing but the end.
 Copied copy(kxSerializeAdapter& input, kxSerializeAdapter& output, kxProgressInterface* progress)
@@ -38,7 +46,7 @@ Copied copy(kxSerializeAdapter& input, kxSerializeAdapter& output, kxProgressInt
             progress->progress(static_cast<std::int32_t>(percentage), "copying");
     }
     output.flush();
-    copied.isWhole = copied.bytes == expected && !output.hasError();
+    copied.isWhole = copied.bytes == expected && isAtEnd(input) && !output.hasError();
     if (progress != nullptr && copied.isWhole) progress->progress(100, "copying");
     return copied;
 }

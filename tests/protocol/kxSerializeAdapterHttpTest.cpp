@@ -3,6 +3,7 @@
 #include "kxbase/protocol/kxSerializeAdapterHttp.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/message/kxMessageManager.h"
+#include "support/kxMarkingTranslator.h"
 #include "support/kxTest.h"
 #include "support/kxTestSocket.h"
 
@@ -339,14 +340,8 @@ TEST(kxSerializeAdapterHttp, SendsNoFurtherThanAnEarlyReplyOrTheTimeout)
 
 TEST(kxSerializeAdapterHttp, TranslatesWhatGoesWrong)
 {
-    struct : kxMessageTranslatorInterface {
-        kxString translate(std::string_view text, const kxString&, std::uint32_t) override
-        {
-            return kxString("<" + std::string(text) + ">");
-        }
-    } marking;
     const kxMessageRecorder recorder;
-    kxMessageManager::instance().setTranslator(&marking);
+    const kxMarkingTranslator marking;
     for (const auto& [reply, error] :
          {std::pair("SSH\r\n", "<Malformed message received>"),
           {"HTTP/1.1 200 OK\r\nA: b\r\n", "<Out Of data at (3,1)>"},
@@ -356,7 +351,6 @@ TEST(kxSerializeAdapterHttp, TranslatesWhatGoesWrong)
         readAll(adapter);
         EXPECT_EQ(adapter.getError(), error);
     }
-    kxMessageManager::instance().setTranslator(nullptr);
 }
 
 TEST(kxSerializeAdapterHttp, WaitsAsLongAsBytesCome)

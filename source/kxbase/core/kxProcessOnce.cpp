@@ -22,6 +22,7 @@ bool kxProcessOnce::tryBegin()
     if (progress == DONE || (progress == BEGUN && forksBefore_ == forks)) return false;
     progress_.store(BEGUN);
     forksBefore_ = forks;
+    isSlow_.store(false);  // of a thread that a forked child does not have
     isAboutIt = true;
     return true;
 }

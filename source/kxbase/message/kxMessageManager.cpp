@@ -36,6 +36,12 @@ std::uint32_t levelAtFirst()
     return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
 }
 
+// A translator that does not know a text answers the empty one.
+std::string_view chosen(const kxString& translation, std::string_view english)
+{
+    return translation.isEmpty() ? english : translation.view();
+}
+
 kxString formatted(std::uint32_t level, std::string_view text, kxArgumentView arguments)
 {
     if ((level & KX_MESSAGE_RAW) != 0) return kxString(text);
@@ -195,14 +201,14 @@ kxString kxMessageManager::finishedText(std::uint32_t level, std::string_view fo
                                         kxArgumentView arguments)
 {
     const bool isTranslated = (level & KX_MESSAGE_UNTRANSLATED) == 0 && level >= KX_MESSAGE_NOTICE;
-    const kxString translated = isTranslated ? translationOf(format, level) : kxString();
-    return formatted(level, translated.isEmpty() ? format : translated.view(), arguments);
+    const kxString translation = isTranslated ? translationOf(format, level) : kxString();
+    return formatted(level, chosen(translation, format), arguments);
 }
 
 kxString kxMessageManager::translate(std::string_view text, std::uint32_t level)
 {
-    kxString translated = translationOf(text, level);
-    return translated.isEmpty() ? kxString(text) : translated;
+    const kxString translation = translationOf(text, level);
+    return kxString(chosen(translation, text));
 }
 
 // Empty when there is none.

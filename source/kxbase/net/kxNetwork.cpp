@@ -100,7 +100,7 @@ void kxNetwork::start()
         if (!hasName) own.name[0] = '\0';
     }
     if (hasFailed) kxRaiseFatal("Network initialisation error");
-    if (!hasName) kxMessage(KX_MESSAGE_DEBUG, "Host name not found");
+    if (!hasName) kxAdapterMessage(KX_MESSAGE_DEBUG, "Host name not found");
 }
 
 kxString kxNetwork::hostName()
@@ -143,7 +143,7 @@ std::uint32_t kxNetwork::localAddress()
         local = *own.local;
     }
     if (isFirst && isKnown && choice == 0) {
-        kxMessage(KX_MESSAGE_INTERNAL_WARNING, "Local Host interface only resolved to 127.0.0.1");
+        kxAdapterMessage(KX_MESSAGE_INTERNAL_WARNING, "Local Host interface only resolved to 127.0.0.1");
     }
     return local;
 }

@@ -27,7 +27,7 @@ void kxSerializeAdapterNet::setWaiting(bool blocks, double timeoutSeconds)
 void kxSerializeAdapterNet::couldNotSend(const kxSocketAddress& destination, std::uint32_t error)
 {
     kxMessage(KX_MESSAGE_WARNING, "Could not send to %s:%d (%s)", destination.host().text(),
-              destination.port(), kxSocket::errorText(error));
+              destination.port(), kxTranslate(kxSocket::errorText(error)));
 }
 
 bool kxSerializeAdapterNet::hasError()

@@ -2,9 +2,10 @@
 // variable KORVEX_LANGUAGE_FILE, or "file:korvexsdk.lng". Its form is that of kxLanguageFileParser, the language is
 // kxCurrentLanguage.
 //
-// The file is read once, to its end where its adapter has one, so that it may come from a pipe or a connection. One
-// that is missing or cannot be read leaves every text untranslated, is not tried again, and nothing is said about it:
-// the library's adapters are silent about it. All other messages that come up while it is read, also those of other
+// The file is read once, to its end where its adapter has one, so that it may come from a pipe or a connection; but
+// not through rand:, which copies what its parent has when it is opened, of these often nothing. A file that is
+// missing or cannot be read leaves every text untranslated, is not tried again, and nothing is said about it: the
+// library's adapters are silent about it. All other messages that come up while it is read, also those of other
 // threads and of a program's own adapters, are sent untranslated.
 //
 // At most KX_LANGUAGE_FILE_MAX_BYTES are read, and no more bytes are asked for after KX_LANGUAGE_FILE_MAX_SECONDS. How

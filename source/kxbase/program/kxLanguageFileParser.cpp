@@ -7,9 +7,9 @@ namespace {
 constexpr char16_t kMark = 0xFEFF;
 constexpr char16_t kSwappedMark = 0xFFFE;
 constexpr char16_t kReplacement = 0xFFFD;
-constexpr std::u16string_view kCodeEnds = u"\" \t\v\f\xFEFF";
 // The mark is found inside when files are joined.
-constexpr std::u16string_view kBlanks = kCodeEnds.substr(1);
+constexpr std::u16string_view kBlanks = u" \t\v\f\xFEFF";
+constexpr std::u16string_view kCodeEnds = u" \t\v\f\xFEFF\"";
 
 constexpr struct {
     char16_t letter;
@@ -57,8 +57,8 @@ std::string utf8(std::u16string_view units)
     return bytes;
 }
 
-// The text between the quotes; empty when they are not the first and the last of it, or it is too long.
-std::string unquoted(std::u16string_view quoted)
+// The text between the quotes; none when they are not the first and the last of it, or it is too long.
+std::optional<std::string> unquoted(std::u16string_view quoted)
 {
     std::u16string units;
     std::size_t index = 1;
@@ -70,7 +70,8 @@ std::string unquoted(std::u16string_view quoted)
     if (index + 1 != quoted.size()) return {};
     replaceLoneSurrogates(units);
     std::string text = utf8(units);
-    return text.size() <= KX_STRING_MAX_LENGTH ? text : std::string();
+    if (text.size() > KX_STRING_MAX_LENGTH) return {};
+    return text;
 }
 
 }  // namespace
@@ -105,7 +106,7 @@ void kxLanguageFileParser::takeLine()
     const bool isWhole = line_.size() <= KX_MOST_LINE_UNITS;
     const std::u16string_view line = trimmed(line_);
     if (line.starts_with(u'"'))
-        translations_.beginText(isWhole ? unquoted(line) : std::string());
+        translations_.beginText(isWhole ? unquoted(line).value_or("") : "");
     else if (isWhole && !line.empty() && line.front() != u'#')
         takeTranslation(line);
     line_.clear();
@@ -116,6 +117,5 @@ void kxLanguageFileParser::takeTranslation(std::u16string_view line)
     const std::size_t codeEnd = line.find_first_of(kCodeEnds);
     const std::u16string_view quoted = trimmed(line.substr(std::min(codeEnd, line.size())));
     if (!quoted.starts_with(u'"')) return;
-    const std::string text = unquoted(quoted);
-    if (!text.empty()) translations_.add(utf8(line.substr(0, codeEnd)), text);
+    if (const auto text = unquoted(quoted)) translations_.add(utf8(line.substr(0, codeEnd)), *text);
 }

@@ -8,7 +8,8 @@
 // A line with a text in double quotes is an English text; each line behind it with a language's code and a text in
 // double quotes is its translation. In quotes \n, \r, \t, \\ and \" stand for line feed, carriage return, tab,
 // backslash and quote; any other backslash stands for itself. White space around all this, empty lines and lines
-// that start with # do not count; lines end with LF, CR or both.
+// that start with # do not count; lines end with LF, CR or both. The last translation of a text into a language
+// counts; an empty one takes back those before it.
 //
 // The file is UTF-16. Without a byte order mark it is little-endian. Pairs of surrogates are joined; a half
 // without its partner becomes U+FFFD.
@@ -17,7 +18,8 @@
 // Threads:   takes no lock.
 // Errors:    silent. A line that is none of the above is skipped, and behind an English text that is faulty its
 //            translations are, too. So is what has more than KX_STRING_MAX_LENGTH bytes as UTF-8, and a line of
-//            more than KX_MOST_LINE_UNITS units, of which no more than one is kept. A failed allocation throws std::bad_alloc.
+//            more than KX_MOST_LINE_UNITS units from its first one on that is no white space. No more of a line
+//            is kept. A failed allocation throws std::bad_alloc.
 #pragma once
 
 #include "kxbase/program/kxTranslations.h"

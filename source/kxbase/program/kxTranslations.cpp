@@ -26,6 +26,10 @@ void kxTranslations::add(std::string_view language, std::string_view translation
 {
     if (english_.empty()) return;
     Language* place = findLanguage(languages_, language);
+    if (translation.empty()) {
+        if (place != nullptr) place->texts.remove(english_);
+        return;
+    }
     if (place == nullptr && languages_.size() == KX_MOST_LANGUAGES) return;
     if (place == nullptr) place = &languages_.emplace_back(language);
     if (std::string* const before = place->texts.find(english_)) {

@@ -21,7 +21,7 @@ class kxTranslations {
 public:
     // What is added next belongs to this English text; with the empty text it is dropped.
     void beginText(std::string_view english);
-    // Takes the place of what the text was in this language before.
+    // Takes the place of what the text was in this language before; the empty translation leaves none.
     void add(std::string_view language, std::string_view translation);
 
     bool isEmpty() const noexcept { return languages_.empty(); }
@@ -48,7 +48,7 @@ private:
 
     // Neither moves what it holds.
     std::deque<Language> languages_;
-    std::deque<std::string> texts_;
+    std::deque<std::string> texts_;  // English texts, which are the keys, and their translations
     std::string english_;
     std::string_view ownEnglish_;  // the same in texts_, once it has a translation
 };

@@ -1,6 +1,11 @@
 // While such an object lives, the library's adapters send no messages about what fails when they are opened and read
 // on the calling thread. Their error texts tell it all the same.
 //
+// The rule: everything that an adapter, or what it rests on, can send while it is opened or read goes through
+// kxAdapterMessage; what is lost in writing is always told. Of the three silences, the flag KX_SERIALIZE_SILENT
+// covers what the factory says about one URL, a kxAdapterSilence what adapters say, and a kxMessageSilence whatever
+// the thread sends.
+//
 // Threads: concerns the calling thread alone; silences nest.
 #pragma once
 

@@ -14,6 +14,7 @@ namespace {
 
 // The one threshold of both directions.
 constexpr std::uint32_t kBlockBytes = 1000000;
+constexpr std::string_view kCouldNotFlush = "Could not flush to file '%s' (%s)";
 
 }  // namespace
 
@@ -42,30 +43,25 @@ const kxType& kxSerializeAdapterFile::getType() const
 
 void kxSerializeAdapterFile::open()
 {
-    const std::string_view purpose = isWriting() ? "' for writing" : "' for reading";
+    const std::string_view failure =
+        isWriting() ? "Could not open '%s' for writing (%s)" : "Could not open '%s' for reading (%s)";
     const bool isUsable =
         fileName_.view().find('\0') == std::string_view::npos && (isWriting() || mode_ == KX_SERIALIZE_INPUT);
-    if (!isUsable) return couldNotOpen(purpose, KX_PLATFORM_INVALID_ARGUMENT);
+    if (!isUsable) return fail(failure, KX_PLATFORM_INVALID_ARGUMENT);
 
     const kxPlatformFileOpened opened =
         isWriting()
             ? kxPlatformFileOpenWrite(fileName_.text(), append_ ? KX_PLATFORM_APPEND : KX_PLATFORM_TRUNCATE)
             : kxPlatformFileOpenRead(fileName_.text());
-    if (opened.file == KX_PLATFORM_NO_FILE) return couldNotOpen(purpose, opened.error);
+    if (opened.file == KX_PLATFORM_NO_FILE) return fail(failure, opened.error);
     file_ = opened.file;
     remaining_ = opened.sizeBytes;
     if (!isWriting() && !opened.hasSize) stream_.emplace(file_);
 }
 
-// Of a text about the file, the fixed pieces are translated, its name never.
-kxString kxSerializeAdapterFile::aboutFile(std::string_view before, std::string_view behind) const
+void kxSerializeAdapterFile::fail(std::string_view format, kxPlatformError error)
 {
-    return kxString::format("%s%s%s", kxTranslate(before), kxShortName(fileName_), kxTranslate(behind));
-}
-
-void kxSerializeAdapterFile::couldNotOpen(std::string_view purpose, kxPlatformError error)
-{
-    setError(kxWithSystemError(aboutFile("Could not open '", purpose), error));
+    setError(kxString::format(kxTranslate(format), kxShortName(fileName_), kxSystemErrorText(error)));
 }
 
 void kxSerializeAdapterFile::setBlockReading(bool reads)
@@ -127,7 +123,7 @@ bool kxSerializeAdapterFile::writeWhole(const void* bytes, std::uint32_t count)
     if (!mayWrite() || !flushQueue()) return false;
     const kxPlatformError error = kxPlatformFileWriteWhole(file_, bytes, count);
     if (error != 0)
-        setError(kxWithSystemError(aboutFile("Could not flush to file '", "'"), error));
+        fail(kCouldNotFlush, error);
     else
         remaining_ += count;
     return error == 0;
@@ -149,7 +145,7 @@ bool kxSerializeAdapterFile::makeRoom()
 bool kxSerializeAdapterFile::flushQueue()
 {
     if (!isOpen()) {
-        setError(aboutFile("Could not flush to file '", "'"));
+        setError(kxString::format(kxTranslate("Could not flush to file '%s'"), kxShortName(fileName_)));
         return false;
     }
     if (!queue_.isEmpty()) queue_.drop(writeOut(queue_.data(), queue_.length()));
@@ -168,7 +164,7 @@ std::uint32_t kxSerializeAdapterFile::writeOut(const std::uint8_t* bytes, std::u
 
 void kxSerializeAdapterFile::couldNotWrite(kxPlatformError error)
 {
-    setError(kxWithSystemError(aboutFile("Could not flush to file '", "'"), error));
+    fail(kCouldNotFlush, error);
     if (!std::exchange(writeHasFailed_, true)) kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }
 
@@ -192,7 +188,7 @@ bool kxSerializeAdapterFile::mayRead() const
 {
     if (!isWriting()) return true;
     // Wording kept as programs know it: it names what the file was not opened for.
-    kxMessage(KX_MESSAGE_WARNING, "Can use KX_SERIALIZE_OUTPUT on a file opened for reading !\n");
+    kxAdapterMessage(KX_MESSAGE_WARNING, "Can use KX_SERIALIZE_OUTPUT on a file opened for reading !\n");
     return false;
 }
 
@@ -278,6 +274,6 @@ std::uint32_t kxSerializeAdapterFile::fetchInto(std::uint8_t* bytes, std::uint32
 
 void kxSerializeAdapterFile::tellReadError()
 {
-    setError(kxWithSystemError(aboutFile("Could not read from file '", "'"), readError_));
+    fail("Could not read from file '%s' (%s)", readError_);
     kxAdapterMessage(KX_MESSAGE_WARNING, "%s", getError());
 }

@@ -66,8 +66,8 @@ private:
     bool isOpen() const { return file_ != KX_PLATFORM_NO_FILE; }
     void open();
     void close();
-    kxString aboutFile(std::string_view before, std::string_view behind) const;
-    void couldNotOpen(std::string_view purpose, kxPlatformError error);
+    // The format takes the file's name and the system's description.
+    void fail(std::string_view format, kxPlatformError error);
 
     bool mayWrite() const;
     bool makeRoom();

@@ -1,8 +1,13 @@
 #include "kxbase/serialize/kxSystemError.h"
 
-kxString kxWithSystemError(std::string_view text, kxPlatformError error)
+kxString kxSystemErrorText(kxPlatformError error)
 {
     char description[256];
     kxPlatformErrorText(error, description, sizeof(description));
-    return kxString::format("%s (%s)", text, description);
+    return description;
+}
+
+kxString kxWithSystemError(std::string_view text, kxPlatformError error)
+{
+    return kxString::format("%s (%s)", text, kxSystemErrorText(error));
 }
