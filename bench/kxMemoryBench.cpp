@@ -95,9 +95,9 @@ BENCHMARK_CAPTURE(tracked, onOfNew, false, true);
 BENCHMARK_CAPTURE(mapped, ofNew, false, false);
 BENCHMARK_CAPTURE(bare, ofOld, true, false);
 BENCHMARK_CAPTURE(tracked, offOfOld, true, false);
-// Misses the aim of 0.2 us for a pair: 0.5 us of processor time, beside 0.1 us bare and 0.7 us for the map, on two cores
-// that were busy with other things. What is over is the waiting told of above: 100,000 records and their slots are more
-// than the caches hold, and each pair needs one of them after the other.
+// Misses the aim of 0.2 us for a pair: 0.5 us of processor time, beside 0.1 us bare and 0.7 us for the map, on two
+// cores that were busy with other things. What is over is the waiting told of above: 100,000 records and their slots
+// are more than the caches hold, and each pair needs one of them after the other.
 BENCHMARK_CAPTURE(tracked, onOfOld, true, true);
 BENCHMARK_CAPTURE(mapped, ofOld, true, false);
 

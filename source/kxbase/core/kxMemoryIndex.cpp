@@ -8,8 +8,8 @@ constexpr std::uint32_t kHashBits = 32;
 constexpr std::uint32_t kMask = kxMemoryIndex::kSlots - 1;
 // 2^64 divided by the golden ratio, which spreads addresses that lie in a row.
 constexpr std::uint64_t kFibonacci = 0x9E3779B97F4A7C15;
-// The upper bits are folded in first: there are steps, 97,584 bytes for one, whose multiples of that number lie in a few
-// heaps. Neighbours stay in their row.
+// The upper bits are folded in first: there are steps, 97,584 bytes for one, whose multiples of that number lie in a
+// few heaps. Neighbours stay in their row.
 constexpr int kFold = 20;
 
 std::uint32_t hashOf(std::uint64_t address)

@@ -87,8 +87,9 @@ private:
 
     bool blocking_ = true;
     double timeoutSeconds_ = 5.0;
-    // Answers that come back at once find the looks still free: with a single free look round trips take a third longer.
-    // More than a few hold the processor against the peer: with 20 the slowest hundredth takes half as long again.
+    // Answers that come back at once find the looks still free: with a single free look round trips take a third
+    // longer. More than a few hold the processor against the peer: with 20 the slowest hundredth takes half as long
+    // again.
     static constexpr std::uint32_t kFreeLooks = 4;
     kxIdlePace pace_{kFreeLooks};
     std::atomic<bool> hasWritten_{false};

@@ -10,8 +10,8 @@
 // Ownership: owns the connection. An adapter that has written waits in its destructor up to a second for the peer to
 //            close, since unread input would destroy what the peer has not received yet.
 // Threads:   one thread may write while others read.
-// Errors:    what fails while opening is the error text. After a failed write, which a Warning tells, further writes are
-//            lost; what has arrived can still be read. Once nothing is left to read and the connection has ended,
+// Errors:    what fails while opening is the error text. After a failed write, which a Warning tells, further writes
+//            are lost; what has arrived can still be read. Once nothing is left to read and the connection has ended,
 //            hasError() sets the text "IP connection closed".
 #pragma once
 

@@ -83,8 +83,8 @@ const char* kxSocket::errorText(std::uint32_t code)
     return code < std::size(kErrorTexts) ? kErrorTexts[code] : kUnknownText;
 }
 
-// Only stores the code, also with throwing on: for failures that the system has no part in. What the system answers goes
-// through record(), or counted() and sent() where it moved or counted something.
+// Only stores the code, also with throwing on: for failures that the system has no part in. What the system answers
+// goes through record(), or counted() and sent() where it moved or counted something.
 bool kxSocket::setErrorCode(kxSocketError code)
 {
     error_.store(code, std::memory_order_relaxed);

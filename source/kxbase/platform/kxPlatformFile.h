@@ -46,9 +46,9 @@ kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, st
 // Writes until everything is written or a failure stops it; then `count` is what was written and `error`
 // says why it stopped.
 kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
-// Adds all of the bytes to a file that was opened for appending, or none: what a failure has left of them is taken back,
-// unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written. Safe in a handler of
-// faults, as opening, writing and closing are.
+// Adds all of the bytes to a file that was opened for appending, or none: what a failure has left of them is taken
+// back, unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written. Safe in a
+// handler of faults, as opening, writing and closing are.
 kxPlatformError kxPlatformFileWriteWhole(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
 // Looks for input, waiting at most the given time for the first byte.
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds);

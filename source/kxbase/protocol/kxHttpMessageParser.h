@@ -7,9 +7,9 @@
 // Threads:   takes no lock; one thread at a time.
 // Errors:    nothing is thrown but std::bad_alloc. Failed is a message whose first line, Content-Length or
 //            Transfer-Encoding cannot be used or has blanks before its colon, two lengths that differ, or more than
-//            the limits; errorText() is "Malformed message received", translated, then. A header whose value its grammar does not
-//            take is kept but not understood; a line that is no header, or has control bytes in its value, is
-//            skipped. All of it is reported with its place as a Warning from inside the library.
+//            the limits; errorText() is "Malformed message received", translated, then. A header whose value its
+//            grammar does not take is kept but not understood; a line that is no header, or has control bytes in its
+//            value, is skipped. All of it is reported with its place as a Warning from inside the library.
 // Units:     lines and columns are counted from 1, columns in characters.
 #pragma once
 

@@ -58,8 +58,8 @@ public:
     void setPumping(bool pumps) { pumpsItself_ = pumps; }
 
     // Sends a request and waits for the head of its reply; answers whether there is one. What is left of the reply
-    // before, pushed-back bytes too, is given up. A connection that serves no further request is made anew, also when the server closes one
-    // that it has kept alive without a byte of a reply; the request is sent again then.
+    // before, pushed-back bytes too, is given up. A connection that serves no further request is made anew, also when
+    // the server closes one that it has kept alive without a byte of a reply; the request is sent again then.
     virtual bool get();
     virtual bool options();
     // Waits on for the head of the reply; the same answer.

@@ -186,8 +186,8 @@ std::int64_t receiveTimeoutMilliseconds(int descriptor)
     return std::int64_t{time.tv_sec} * 1000 + (time.tv_usec + 999) / 1000;
 }
 
-// Receiving by `call`, which gets the flags. The system would begin the receive time-out anew after each signal, so what
-// is left of it is waited for here.
+// Receiving by `call`, which gets the flags. The system would begin the receive time-out anew after each signal, so
+// what is left of it is waited for here.
 template <typename Call> ssize_t received(int descriptor, const Call& call)
 {
     const std::int64_t start = millisecondsNow();
