@@ -156,7 +156,7 @@ void* run(void* argument)
 // come from another one, whose priority is not the process's.
 int niceOfProcess()
 {
-    struct Known {
+    struct alignas(std::uint64_t) Known {  // aligned to be free of locks
         pid_t process;
         int nice;
     };
