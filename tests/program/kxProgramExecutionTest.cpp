@@ -174,6 +174,7 @@ TEST_F(kxCrashTest, FollowsTheSettings)
         {"no spelling of no", "readNull", "ROUTE", "none", kxKilledBy(SIGSEGV), 1},
         {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 2},
         {"a thread is killed after a jump", "killAfterJump", "ROUTE", "Yes", kxExited(0), 2, kKill},
+        {"or as soon as it has jumped", "killDuringDump", "ROUTE", "Yes", kxExited(0), 1, kKill},
         {"the handler before ours is spared", "hostHandler", "ROUTE", "no", kxExited(139), 1},
     };
     for (const auto& c : cases) {
