@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
@@ -142,6 +143,14 @@ void exitDuringDump()
     thread.checkHeartbeat();
 }
 
+// The file of the exception is gone.
+void faultAfterRemoval()
+{
+    Thread(throwError).join();
+    for (const auto& entry : std::filesystem::directory_iterator(".")) std::filesystem::remove(entry);
+    readNull();
+}
+
 void onTwoThreads()
 {
     Thread first(readNull), second(readNull);
@@ -239,6 +248,7 @@ const struct Way {
     {"overflowThread", nullptr, [] { Thread(overflowStack).join(); }},
     {"throwInThreads", nullptr, [] { Thread(throwError).join(), Thread(throwError).join(); }},
     {"throwAndFault", nullptr, [] { Thread(throwError).join(), readNull(); }},
+    {KX_WAY(faultAfterRemoval)},
 };
 
 }  // namespace kxCrasher
