@@ -3,12 +3,15 @@
 #include "kxbase/program/kxProgramExecution.h"
 #include "kxbase/thread/kxThread.h"
 
+#include <algorithm>
 #include <atomic>
 #include <csetjmp>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <string_view>
 
@@ -69,11 +72,12 @@ KX_CRASH_SITE(faultInPrinting, flockfile(stdout); readNull())
 
 struct Destroyed {
     bool isArmed = false;
-    ~Destroyed()
-    {
-        if (isArmed) readNull();
-    }
+    ~Destroyed();
 };
+Destroyed::~Destroyed()
+{
+    if (isArmed) readNull();
+}
 Destroyed destroyed;
 
 class Thread : public kxThread {
@@ -82,9 +86,13 @@ public:
     ~Thread() override { stop(true); }
 
 private:
-    void process() override { fault_(); }
+    void process() override;
     void (*const fault_)();
 };
+void Thread::process()
+{
+    fault_();
+}
 
 struct Report : kxExceptionReportInterface {
     void reportError(const kxFatalError& error) override
@@ -119,15 +127,28 @@ void limitFiles()
     overflowStack();
 }
 
-// Has the thread that faults killed, and ends.
-void exitDuringDump()
+void slowDump()
 {
     report.delayMicroseconds = 200000;
     kxProgramExecution::instance().setReport(&report);
+}
+
+// Has the thread that faults killed, and ends.
+void exitDuringDump()
+{
+    slowDump();
     static Thread& thread = *new Thread(readNull);
     thread.setWatchdogSeconds(1e-6);
     while (!report.isBegun) ::usleep(100);
     thread.checkHeartbeat();
+}
+
+// The file of the exception is gone.
+void faultAfterRemoval()
+{
+    Thread(throwError).join();
+    for (const auto& entry : std::filesystem::directory_iterator(".")) std::filesystem::remove(entry);
+    readNull();
 }
 
 void onTwoThreads()
@@ -154,19 +175,21 @@ void hostHandler()
     ::_exit(7);
 }
 
-// The order to kill a thread is obeyed after a jump as well: the thread is gone before it can end the process.
-void killAfterJump()
+// The order to kill a thread is obeyed after a jump: the thread is gone before it can end the process.
+template <bool kIsDuringDump> void killJumping()
 {
     static std::atomic<pid_t> id{0};
-    static std::atomic<bool> isOrdered{false};
+    static std::atomic<bool> isBeyond{false}, isOrdered{false};
+    slowDump();
     Thread thread([] {
-        if (sigsetjmp(place, 0) < 2) readNull();
         id = ::gettid();
+        if (sigsetjmp(place, kIsDuringDump) < 2) readNull();
+        isBeyond = true;
         while (!isOrdered) ::usleep(100);
         ::usleep(1000);
         ::_exit(9);
     });
-    while (id == 0) ::usleep(100);
+    while (kIsDuringDump ? !report.isBegun : !isBeyond) ::usleep(100);
     thread.setWatchdogSeconds(1e-6);
     thread.checkHeartbeat();
     isOrdered = true;
@@ -186,35 +209,57 @@ void handle(int signal, void (*handler)(int))
     ::sigaction(signal, &action, nullptr);
 }
 
-void run(std::string_view way)
-{
-    const auto onWay = [=](std::string_view name, void (*function)()) {
-        if (way == name) function();
-    };
-#define KX_WAY(function) onWay(#function, function)
-    KX_WAY(readNull), KX_WAY(callNull), KX_WAY(divideByZero), KX_WAY(abortProgram), KX_WAY(stopInDebugger),
-        KX_WAY(throwError), KX_WAY(killItself), KX_WAY(overflowStack), KX_WAY(corruptHeap),
-        KX_WAY(faultInPrinting), KX_WAY(faultInReport), KX_WAY(exitDuringDump), KX_WAY(onTwoThreads),
-        KX_WAY(faultInChild), KX_WAY(hostHandler), KX_WAY(limitFiles), KX_WAY(killAfterJump);
+#define KX_WAY(function) #function, nullptr, function
+
+// The handler is there before that of the library.
+const struct Way {
+    std::string_view name;
+    void (*handlerBefore)(int);
+    void (*function)();
+} kWays[] = {
+    {KX_WAY(readNull)},
+    {KX_WAY(callNull)},
+    {KX_WAY(divideByZero)},
+    {KX_WAY(abortProgram)},
+    {KX_WAY(stopInDebugger)},
+    {KX_WAY(throwError)},
+    {KX_WAY(killItself)},
+    {KX_WAY(overflowStack)},
+    {KX_WAY(corruptHeap)},
+    {KX_WAY(faultInPrinting)},
+    {KX_WAY(faultInReport)},
+    {KX_WAY(exitDuringDump)},
+    {KX_WAY(onTwoThreads)},
+    {KX_WAY(faultInChild)},
+    {KX_WAY(limitFiles)},
 #if defined(__x86_64__)
-    KX_WAY(illegalInstruction), KX_WAY(privilegedInstruction), KX_WAY(readMisaligned),
-        KX_WAY(denormalOperand), KX_WAY(losePlace);
+    {KX_WAY(illegalInstruction)},
+    {KX_WAY(privilegedInstruction)},
+    {KX_WAY(readMisaligned)},
+    {KX_WAY(denormalOperand)},
+    {KX_WAY(losePlace)},
 #endif
-    onWay("exitWithHandler", exitDuringDump);
-    onWay("inDestructor", [] { destroyed.isArmed = true; });
-    onWay("onThread", [] { Thread(readNull).join(); });
-    onWay("overflowThread", [] { Thread(overflowStack).join(); });
-    onWay("throwInThreads", [] { Thread(throwError).join(), Thread(throwError).join(); });
-    onWay("throwAndFault", [] { Thread(throwError).join(), readNull(); });
-}
+    {"exitWithHandler", restoreDefault, exitDuringDump},
+    {"hostHandler", jump, hostHandler},
+    {"killAfterJump", jump, killJumping<false>},
+    {"killDuringDump", jump, killJumping<true>},
+    {"inDestructor", nullptr, [] { destroyed.isArmed = true; }},
+    {"onThread", nullptr, [] { Thread(readNull).join(); }},
+    {"overflowThread", nullptr, [] { Thread(overflowStack).join(); }},
+    {"throwInThreads", nullptr, [] { Thread(throwError).join(), Thread(throwError).join(); }},
+    {"throwAndFault", nullptr, [] { Thread(throwError).join(), readNull(); }},
+    {KX_WAY(faultAfterRemoval)},
+};
 
 }  // namespace kxCrasher
 
 int main(int, char** arguments)
 {
-    const std::string_view way = arguments[1];
-    if (way == "hostHandler" || way == "killAfterJump") kxCrasher::handle(SIGSEGV, kxCrasher::jump);
-    if (way == "exitWithHandler") kxCrasher::handle(SIGSEGV, kxCrasher::restoreDefault);
+    using kxCrasher::kWays;
+    const auto* const way = std::find_if(std::begin(kWays), std::end(kWays),
+                                         [=](const auto& row) { return row.name == arguments[1]; });
+    if (way == std::end(kWays)) return 91;
+    if (way->handlerBefore != nullptr) kxCrasher::handle(SIGSEGV, way->handlerBefore);
     if (!kxProgramExecution::install()) return 90;
-    kxCrasher::run(way);
+    way->function();
 }

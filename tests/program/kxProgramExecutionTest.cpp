@@ -1,3 +1,4 @@
+#include "kxbase/program/kxCrashText.h"
 #include "kxbase/program/kxExceptionFilter.h"
 #include "kxbase/program/kxSymbolSearchPath.h"
 #include "support/kxProcess.h"
@@ -174,6 +175,7 @@ TEST_F(kxCrashTest, FollowsTheSettings)
         {"no spelling of no", "readNull", "ROUTE", "none", kxKilledBy(SIGSEGV), 1},
         {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 2},
         {"a thread is killed after a jump", "killAfterJump", "ROUTE", "Yes", kxExited(0), 2, kKill},
+        {"or as soon as it has jumped", "killDuringDump", "ROUTE", "Yes", kxExited(0), 1, kKill},
         {"the handler before ours is spared", "hostHandler", "ROUTE", "no", kxExited(139), 1},
     };
     for (const auto& c : cases) {
@@ -222,6 +224,20 @@ TEST_F(kxCrashTest, ExceptionsOfThreadsBecomeLinesOfOneFile)
     ASSERT_TRUE(std::regex_search(mixed.file, match, std::regex(line))) << mixed.file;
     EXPECT_EQ(match.position(), 0);
     EXPECT_EQ(countDumps(match.suffix()), 1);
+
+    const Remains removed = crash("faultAfterRemoval");
+    EXPECT_EQ(countDumps(removed.file), 1);
+    EXPECT_THAT(removed.output, testing::EndsWith(noticeOf(removed.path)));
+}
+
+TEST(kxCrashText, CutsNamesButNotTheLine)
+{
+    const std::string name(5000, 'f');
+    char room[kxCrashText::kLineBytes];
+    kxCrashText text(room);
+    text.addLine(255, {name, -1, name, 7, name});
+    EXPECT_THAT(std::string(text.view()),
+                testing::MatchesRegex("255: In f+\\(\\+-1\\) file:f+ line:7 module:f+\r\n"));
 }
 
 TEST_F(kxCrashTest, HandlerDoesWithoutWhatCannotBeHad)

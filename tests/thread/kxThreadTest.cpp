@@ -137,7 +137,7 @@ TEST(kxThread, MayDestroyItselfWhileOthersWaitForIt)
         thread->start(turn % 4 != 1);
         if (turn % 4 == 0) thread->stop(true);
     }
-    while (left + kxThread::activeCount() != 0) kxThread::sleep(1);
+    while (left != 0 || kxThread::activeCount() != 0) kxThread::sleep(1);
 }
 
 TEST(kxThread, ARefusedStartChangesNothing)

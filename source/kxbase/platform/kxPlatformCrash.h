@@ -65,7 +65,7 @@ struct kxPlatformCrashActions {
 // the system would, and may return or jump; the next fault comes here first again, unless the handler itself has
 // changed that or was to be called once (SA_RESETHAND): when it leaves the default behind and returns to an instruction
 // that has faulted, or when there was no handler, the process ends. The terminal is given back first. A program that
-// ends by itself meanwhile waits for all of this.
+// ends by itself meanwhile waits for all of this, for the handler until a second after its call.
 //
 // Only the first call in a process installs; in a forked child one more call starts the dump thread that the
 // child does not have, and until then the handler does its work. False when the system refuses; another call tries

@@ -3,6 +3,7 @@
 #include "kxbase/platform/kxPlatformClock.h"
 #include "kxbase/platform/kxPlatformCrash.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformFile.h"
 
 namespace {
 
@@ -29,7 +30,6 @@ bool addTemporaryFolder(kxCrashText& path)
 
 }  // namespace
 
-// Answers whether there is such a folder and the path has fit.
 bool kxCrashFile::makePath(Folder folder, const kxCrashTime& time, kxCrashText& path)
 {
     path.clear();
@@ -44,30 +44,25 @@ kxCrashTime kxCrashFile::time()
     return kxCrashTime::at(kxPlatformWallSeconds(), kxPlatformUtcOffsetSeconds());
 }
 
+bool kxCrashFile::append(const char* path, std::string_view text)
+{
+    const kxPlatformFileHandle file = kxPlatformFileOpenWrite(path, KX_PLATFORM_APPEND).file;
+    if (file == KX_PLATFORM_NO_FILE) return false;
+    const kxPlatformError error = kxPlatformFileWriteWhole(file, text.data(), text.size());
+    return kxPlatformFileClose(file) == 0 && error == 0;
+}
+
 void kxCrashFile::write(std::string_view text)
 {
-    if (adapter_ != nullptr && append(text)) return;
+    if (!path_.isEmpty() && append(path_.text(), text)) return;
+    const kxCrashTime now = time();
     char room[kxCrashText::kLineBytes];
     kxCrashText path(room);
-    if (placeInFolder(time(), path, [&] { return open(path.view()) && append(text); })) return;
+    for (const Folder folder : kFolders) {
+        if (!makePath(folder, now, path) || !append(path.text(), text)) continue;
+        path_ = path.view();
+        return;
+    }
     close();
     kxPlatformCrashPrint(text.data(), text.size());
-}
-
-void kxCrashFile::close()
-{
-    adapter_ = nullptr;
-    path_ = kxString();
-}
-
-bool kxCrashFile::open(const kxString& path)
-{
-    adapter_ = kxMakeRef<kxSerializeAdapterFile>(path, KX_SERIALIZE_OUTPUT, true);
-    path_ = path;
-    return !adapter_->hasError();
-}
-
-bool kxCrashFile::append(std::string_view text)
-{
-    return adapter_->writeWhole(text.data(), static_cast<std::uint32_t>(text.size()));
 }

@@ -51,9 +51,9 @@ void kxCrashText::addHeader(const kxCrashTime& time)
 
 void kxCrashText::addLine(std::uint32_t number, const kxCrashLine& line)
 {
-    add(number), add(": In "), add(line.function);
-    add("(+"), add(line.offset), add(") file:"), add(line.file);
-    add(" line:"), add(line.line), add(" module:"), add(line.module);
+    add(number), add(": In "), addName(line.function);
+    add("(+"), add(line.offset), add(") file:"), addName(line.file);
+    add(" line:"), add(line.line), add(" module:"), addName(line.module);
     endLine();
 }
 

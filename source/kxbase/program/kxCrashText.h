@@ -1,7 +1,7 @@
 // The texts of a crash file, built in place: nothing is allocated or locked, so that a handler of faults may use it.
 //
 // Ownership: the room for the text is the caller's.
-// Errors:    what does not fit into a text is cut, its line end is not.
+// Errors:    what does not fit into a text is cut, its line end is not. In the line of a frame the names are cut.
 #pragma once
 
 #include <cstddef>
@@ -28,14 +28,16 @@ struct kxCrashLine {
 
 class kxCrashText {
 public:
-    // The bytes of a line, of which no part is very long, or of a path.
+    // The bytes of a line or a path, and of a name in the line of a frame.
     static constexpr std::size_t kLineBytes = 4096;
+    static constexpr std::size_t kNameBytes = 1024;
 
     constexpr explicit kxCrashText(std::span<char> room) noexcept : room_(room) {}
 
     // "2026_11_14__17_18_05_crash.txt"
     void addFileName(const kxCrashTime& time);
     void addHeader(const kxCrashTime& time);
+    // Fits into kLineBytes.
     void addLine(std::uint32_t number, const kxCrashLine& line);
     void add(std::string_view text);
     void add(std::int64_t number, std::size_t leastDigits = 1);
@@ -48,6 +50,7 @@ public:
     const char* text();
 
 private:
+    void addName(std::string_view name) { add(name.substr(0, kNameBytes)); }
     std::size_t mostBytes() const { return room_.size() - 1; }
     void endLine();
 

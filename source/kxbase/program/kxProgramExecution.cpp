@@ -46,7 +46,7 @@ constinit kxCrashText handlerPath{handlerPathRoom};
 char handlerTextRoom[kDumpBytes];
 constinit kxCrashText handlerText{handlerTextRoom};
 
-// On the dump thread. Messages wait until the file is complete: what the faulting thread has locked may hold them up.
+// Set on the dump thread. Messages wait until the file is complete: what the faulting thread has locked may hold them up.
 thread_local bool isHoldingBack = false;
 
 void sendError(const kxString& text)
@@ -89,15 +89,6 @@ void printMessages(const kxPlatformCrash& crash, std::string_view path)
     if (!path.empty()) printMessage({" Notice::", kNoticeTitle, ": ", kNoticeText, path});
 }
 
-// In one piece, so that processes that share a file do not mix. Answers whether all of it has been written.
-bool appendTo(const char* path, std::string_view text)
-{
-    const kxPlatformFileHandle file = kxPlatformFileOpenWrite(path, KX_PLATFORM_APPEND).file;
-    if (file == KX_PLATFORM_NO_FILE) return false;
-    const kxPlatformError error = kxPlatformFileWriteWhole(file, text.data(), text.size());
-    return kxPlatformFileClose(file) == 0 && error == 0;
-}
-
 void makeText(const kxPlatformCrash& crash, const kxCrashTime& time)
 {
     handlerText.clear();
@@ -111,17 +102,26 @@ void makeText(const kxPlatformCrash& crash, const kxCrashTime& time)
     }
 }
 
-// To the file that is open for an exception, else to a new one, else to standard error.
-void writeAddresses(const kxPlatformCrash& crash)
+bool appendToHandlerPath()
+{
+    return kxCrashFile::append(handlerPath.text(), handlerText.view());
+}
+
+// To the file that is open for an exception, else to a new one, else to standard error. Answers the path of the file.
+std::string_view writeAddresses(const kxPlatformCrash& crash)
 {
     const kxCrashTime time = kxCrashTime::at(kxPlatformWallSeconds(), utcOffsetSeconds.load());
     makeText(crash, time);
-    const auto append = [] { return appendTo(handlerPath.text(), handlerText.view()); };
+    handlerPath.clear();
     if (const OpenFile* const file = openFile.load()) {
         handlerPath.add(file->path.view());
-        if (append()) return;
+        if (appendToHandlerPath()) return handlerPath.view();
     }
-    if (!kxCrashFile::placeInFolder(time, handlerPath, append)) print(handlerText);
+    for (const kxCrashFile::Folder folder : kxCrashFile::kFolders)
+        if (kxCrashFile::makePath(folder, time, handlerPath) && appendToHandlerPath())
+            return handlerPath.view();
+    print(handlerText);
+    return {};
 }
 
 }  // namespace
@@ -148,19 +148,19 @@ struct kxProgramExecution::Crash {
 
     static bool dealInHandler(const kxPlatformCrash& crash)
     {
-        handlerPath.clear();
-        if (kxExceptionIsDumped()) writeAddresses(crash);
-        printMessages(crash, handlerPath.view());
+        printMessages(crash, kxExceptionIsDumped() ? writeAddresses(crash) : std::string_view());
         return kxExceptionRouting() == KX_EXCEPTION_HANDLED;
     }
 };
 
 // In a forked child the file may be locked by a thread that is not there, in the middle of a change: then the child
-// begins without one. Nobody waits for the mutex before a fork, since texts may be translated under it.
+// begins without one. The messages held back are those of the dump thread, which is not there either. Nobody waits for the mutex before a fork, since texts may be translated under it.
 struct kxProgramExecution::Fork {
     static void forgetInChild()
     {
         kxProgramExecution& execution = *made.load();
+        std::construct_at(&execution.heldBack_);
+        isHoldingBack = false;
         if (execution.mutex_.tryLock()) {
             execution.mutex_.unlock();
             return;

@@ -42,6 +42,8 @@ public:
     void exceptionLeftProcess(std::uint32_t threadId, const char* text) override;
 
 private:
+    // The functions that are called for a fault, and around a fork: static members of nested structs, since plain
+    // functions of the source file could not reach what is private.
     struct Crash;
     struct Fork;
     struct Message {

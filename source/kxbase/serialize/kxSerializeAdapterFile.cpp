@@ -118,17 +118,6 @@ void kxSerializeAdapterFile::writeBlock(const void* bytes, std::uint32_t count)
     }
 }
 
-bool kxSerializeAdapterFile::writeWhole(const void* bytes, std::uint32_t count)
-{
-    if (!mayWrite() || !flushQueue()) return false;
-    const kxPlatformError error = kxPlatformFileWriteWhole(file_, bytes, count);
-    if (error != 0)
-        fail(kCouldNotFlush, error);
-    else
-        remaining_ += count;
-    return error == 0;
-}
-
 std::uint32_t kxSerializeAdapterFile::flush()
 {
     return !isWriting() || flushQueue() ? 0 : 1;

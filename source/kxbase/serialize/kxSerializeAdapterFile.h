@@ -43,10 +43,6 @@ public:
     bool hasError() override;
     void writeBlock(const void* bytes, std::uint32_t count) override;
     void writeByte(std::uint8_t byte) override;
-    // For a file opened with append: adds the block at once, behind what is pending, or nothing of it when it cannot
-    // be written whole, without a Warning about the block. Answers whether it was written; else the error text says
-    // why not.
-    bool writeWhole(const void* bytes, std::uint32_t count);
     std::uint32_t readBlock(void* bytes, std::uint32_t count) override;
     // Answers 0 when nothing is left.
     std::uint8_t readByte() override;

@@ -2,6 +2,7 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixActionBefore.h"
+#include "kxbase/platform/posix/kxPosixCrashTimes.h"
 #include "kxbase/platform/posix/kxPosixDescriptor.h"
 #include "kxbase/platform/posix/kxPosixDumpThread.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
@@ -16,6 +17,7 @@
 #include <climits>
 #include <csetjmp>
 #include <cstdlib>
+#include <ctime>
 #include <iterator>
 
 #include <poll.h>
@@ -25,23 +27,19 @@
 
 namespace {
 
-// Time that a handler before ours has until the program may end by itself, and the process to end once that is settled.
-constexpr std::uint32_t kHandlerMilliseconds = 1000;
-constexpr std::uint32_t kEndMilliseconds = 10000;
-constexpr int kPrintMilliseconds = 1000;
-constexpr std::uint32_t kForEver = 0xFFFFFFFF;
-
-// Who deals with a fault: a thread by its id, or one of these.
+// Who deals with a fault: a thread by its id, nobody, or the handler before, which the thread has called.
 //
-//   kNobody, kPassedOn -> thread  the thread, when it faults or ends the process
-//   thread -> kNobody             the same thread, when that is all; it stays the owner of a process that is to end
-//   thread -> kPassedOn           the same thread, when it calls the handler before
-//   kPassedOn -> kNobody          a thread whose handler before has returned; one that jumps leaves kPassedOn behind
-//   any -> kNobody                a forked child
+//   kNobody, any passed on -> thread  the thread, when it faults or ends the process
+//   thread -> kNobody                 the same thread, when that is all; it stays the owner of a process that is to end
+//   thread -> its id, passed on       the same thread, when it calls the handler before
+//   its id, passed on -> kNobody      the same thread, when that has returned; a handler that jumps leaves it behind
+//   any -> kNobody                    a forked child
 constexpr std::uint32_t kNobody = 0;
-constexpr std::uint32_t kPassedOn = 0xFFFFFFFF;
+constexpr std::uint32_t kPassedOn = 0x80000000;  // joined with the id
 
 constinit std::atomic<std::uint32_t> owner{kNobody};
+// When a handler before was last called.
+constinit std::atomic<std::int64_t> passedOnAtMilliseconds{0};
 
 // Made before any fault.
 kxPlatformCrashActions actions;
@@ -57,6 +55,25 @@ std::uint32_t callingThread()
     return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
+std::int64_t nowMilliseconds()
+{
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+}
+
+// Of a time that began then.
+std::uint32_t millisecondsLeft(std::int64_t beginMilliseconds, std::uint32_t milliseconds)
+{
+    const std::int64_t left = beginMilliseconds + milliseconds - nowMilliseconds();
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0));
+}
+
+bool isPassedOn(std::uint32_t present)
+{
+    return (present & kPassedOn) != 0;
+}
+
 void changeOwner(std::uint32_t from, std::uint32_t to)
 {
     if (owner.compare_exchange_strong(from, to)) kxPlatformWakeAll(owner);
@@ -68,8 +85,8 @@ void becomeOwner(std::uint32_t thread)
     for (;;) {
         std::uint32_t present = owner.load();
         if (present == thread) return;
-        if (present != kNobody && present != kPassedOn)
-            kxPlatformWaitWhile(owner, present, kForEver);
+        if (present != kNobody && !isPassedOn(present))
+            kxPlatformWaitWhile(owner, present, kxPosixForEver);
         else if (owner.compare_exchange_strong(present, thread))
             return;
     }
@@ -91,7 +108,7 @@ private:
     sigset_t before_;
 };
 
-bool dealInHandler(const kxPlatformCrash& crash)
+bool dealWithoutThread(const kxPlatformCrash& crash)
 {
     const WritingInHandler writing;
     return actions.dealInHandler(crash);
@@ -100,13 +117,13 @@ bool dealInHandler(const kxPlatformCrash& crash)
 // Answers whether the fault is handled.
 bool dealOnThread(const kxPlatformCrash& crash)
 {
-    bool isHandled = false;
-    if (!kxPosixDump(isHandled)) return dealInHandler(crash);
+    const kxPosixDumpResult result = kxPosixDump();
+    if (result == KX_POSIX_DUMP_LOST) return dealWithoutThread(crash);
     if (!kxPosixTell()) {
         const WritingInHandler writing;
         actions.tellInHandler(crash);
     }
-    return isHandled;
+    return result == KX_POSIX_DUMP_HANDLED;
 }
 
 // An aligned access is all that a handler may count on.
@@ -156,15 +173,26 @@ void endByDefault(siginfo_t& info, void* context)
     kxPosixEndByDefault(info, context);
 }
 
+void callHandlerBefore(siginfo_t& info, void* context)
+{
+    const std::uint32_t thread = callingThread();
+    passedOnAtMilliseconds.store(nowMilliseconds());
+    changeOwner(thread, thread | kPassedOn);
+    if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
+    changeOwner(thread | kPassedOn, kNobody);
+}
+
 // To what was there before. A further fault goes on while another thread may own the next.
 void goOn(siginfo_t& info, void* context)
 {
-    const kxPosixNextStep step = kxPosixNextStepOf(info);
-    if (step == KX_POSIX_END_PROCESS) return endByDefault(info, context);
-    changeOwner(callingThread(), step == KX_POSIX_CALL_HANDLER ? kPassedOn : kNobody);
-    if (step != KX_POSIX_CALL_HANDLER) return;
-    if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
-    changeOwner(kPassedOn, kNobody);
+    switch (kxPosixNextStepOf(info)) {
+    case KX_POSIX_IGNORE:
+        return changeOwner(callingThread(), kNobody);
+    case KX_POSIX_CALL_HANDLER:
+        return callHandlerBefore(info, context);
+    case KX_POSIX_END_PROCESS:
+        return endByDefault(info, context);
+    }
 }
 
 [[noreturn]] void endHandled(int signal)
@@ -192,7 +220,7 @@ void onFirstFault(siginfo_t& info, void* context)
     kxPlatformCrash& crash = room != nullptr ? *room : crashForHandler;
     examine(info, context, crash);
     kxPosixTerminalMode::giveAllBack();
-    const bool isDone = room != nullptr ? dealOnThread(crash) : dealInHandler(crash);
+    const bool isDone = room != nullptr ? dealOnThread(crash) : dealWithoutThread(crash);
     if (isDone) endHandled(info.si_signo);
     goOn(info, context);
 }
@@ -212,17 +240,23 @@ void onFault(int, siginfo_t* info, void* context)
     errno = error;
 }
 
-// A program that ends by itself meanwhile waits for the dump, and for the end that the fault brings.
+// How long the end of the program may be put off. A handler before may have jumped, long since perhaps.
+std::uint32_t longestWait(std::uint32_t present)
+{
+    if (isPassedOn(present))
+        return millisecondsLeft(passedOnAtMilliseconds.load(), kxPosixHandlerMilliseconds);
+    return kxPosixDumpMilliseconds + kxPosixTellMilliseconds + kxPosixEndMilliseconds;
+}
+
+// A program that ends by itself meanwhile waits for the dump, and for the end that the fault brings. The dump thread is
+// waited for itself.
 void waitForOwner()
 {
-    constexpr std::uint32_t kLongestMilliseconds = kxPosixLongestDumpMilliseconds + kEndMilliseconds;
     const std::uint32_t own = callingThread();
+    if (kxPosixIsDumpThread(own)) return;
     std::uint32_t present = owner.load();
-    if (present == kPassedOn) return;  // perhaps long since
-    while (present != kNobody && present != own) {
-        const bool isPassedOn = present == kPassedOn;
-        if (!kxPlatformWaitWhile(owner, present, isPassedOn ? kHandlerMilliseconds : kLongestMilliseconds))
-            return;
+    while (present != kNobody && (present & ~kPassedOn) != own) {
+        if (!kxPlatformWaitWhile(owner, present, longestWait(present))) return;
         present = owner.load();
     }
 }
@@ -251,14 +285,16 @@ bool install(const kxPlatformCrashActions& wanted)
 
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {
-    // A pipe that is ready takes that much at least.
-    constexpr std::size_t kPieceBytes = PIPE_BUF;
-    const char* const end = text + sizeBytes;
-    while (text != end && (kxPosixWait(STDERR_FILENO, POLLOUT, kPrintMilliseconds) & POLLOUT) != 0) {
-        const std::size_t pieceBytes = std::min(static_cast<std::size_t>(end - text), kPieceBytes);
-        const ssize_t count = ::write(STDERR_FILENO, text, pieceBytes);
+    // What is ready takes that much without a wait: a pipe at least so, a terminal perhaps one byte only.
+    const std::size_t mostBytes = ::isatty(STDERR_FILENO) != 0 ? 1 : PIPE_BUF;
+    const std::int64_t begin = nowMilliseconds();
+    while (sizeBytes != 0) {
+        const std::uint32_t left = millisecondsLeft(begin, kxPosixPrintMilliseconds);
+        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, static_cast<int>(left)) & POLLOUT) == 0) return;
+        const ssize_t count = ::write(STDERR_FILENO, text, std::min(sizeBytes, mostBytes));
         if (count < 0) return;
         text += count;
+        sizeBytes -= static_cast<std::size_t>(count);
     }
 }
 

@@ -43,6 +43,12 @@ bool isDefault(int signal)
     return ::sigaction(signal, nullptr, &present) == 0 && present.sa_handler == SIG_DFL;
 }
 
+bool isPending(int signal)
+{
+    sigset_t pending;
+    return ::sigpending(&pending) == 0 && sigismember(&pending, signal) == 1;
+}
+
 // The system's own set of an interrupted context is shorter than a sigset_t, and may only be changed piecemeal.
 void blockAllBut(int signal, sigset_t& set)
 {
@@ -82,16 +88,14 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info)
     const void* const frame = __builtin_frame_address(0);
     const std::uintptr_t outerFrame = kxPosixIsWithinHandlerBefore(frame) ? frameOfCall : 0;
     frameOfCall = reinterpret_cast<std::uintptr_t>(frame);
-    const bool isToBeKilled = kxPosixTakePending(kxPosixThreadSignal());
+    if (isPending(kxPosixThreadSignal())) sigaddset(&mask, kxPosixThreadSignal());
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);
     if ((before.sa_flags & SA_SIGINFO) != 0)
         before.sa_sigaction(info.si_signo, &info, context);
     else
         before.sa_handler(info.si_signo);
     frameOfCall = outerFrame;
-    if (kxPosixFaultsAgain(info) && isDefault(info.si_signo)) return true;
-    if (isToBeKilled) ::raise(kxPosixThreadSignal());
-    return false;
+    return kxPosixFaultsAgain(info) && isDefault(info.si_signo);
 }
 
 bool kxPosixIsWithinHandlerBefore(const void* frame)

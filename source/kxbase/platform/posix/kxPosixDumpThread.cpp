@@ -2,6 +2,7 @@
 
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixCrashTimes.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
 
 #include <atomic>
@@ -11,11 +12,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr std::uint32_t kDumpMilliseconds = 10000;
-constexpr std::uint32_t kTellMilliseconds = 1000;
-static_assert(kDumpMilliseconds + kTellMilliseconds == kxPosixLongestDumpMilliseconds);
-constexpr std::uint32_t kForEver = 0xFFFFFFFF;
 
 // How far the dump thread is.
 //
@@ -37,7 +33,7 @@ constinit std::atomic<pid_t> process{0};
 
 // The dump thread's from ASKED until it is done, else the faulting thread's.
 kxPlatformCrash crash;
-bool isCrashHandled = false;
+kxPosixDumpResult result = KX_POSIX_DUMP_LOST;
 
 void setProgress(Progress step)
 {
@@ -61,7 +57,7 @@ void serve()
     sigemptyset(&faults);
     for (const int signal : kxPosixFaultSignals) sigaddset(&faults, signal);
     pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-    isCrashHandled = actions->dump(crash);
+    result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_GOES_ON;
     if (changeProgress(ASKED, DUMPED)) actions->tell();
     pthread_sigmask(SIG_BLOCK, &faults, nullptr);
     setProgress(IDLE);
@@ -76,7 +72,7 @@ void body(void*)
     threadId.store(kxPlatformThreadId());
     for (;;) {
         for (std::uint32_t step = progress.load(); step != ASKED; step = progress.load())
-            kxPlatformWaitWhile(progress, step, kForEver);
+            kxPlatformWaitWhile(progress, step, kxPosixForEver);
         serve();
     }
 }
@@ -122,7 +118,7 @@ bool kxPosixIsDumpThread(std::uint32_t thread)
 void kxPosixLoseDumpThread()
 {
     setProgress(LOST);
-    for (;;) kxPlatformWaitWhile(progress, LOST, kForEver);
+    for (;;) kxPlatformWaitWhile(progress, LOST, kxPosixForEver);
 }
 
 kxPlatformCrash* kxPosixDumpRoom()
@@ -130,16 +126,16 @@ kxPlatformCrash* kxPosixDumpRoom()
     return progress.load() == IDLE ? &crash : nullptr;
 }
 
-bool kxPosixDump(bool& isHandled)
+// The progress alone does not tell: it may be at LOST because of what has come after the dump.
+kxPosixDumpResult kxPosixDump()
 {
+    result = KX_POSIX_DUMP_LOST;
     setProgress(ASKED);
-    if (!kxPlatformWaitWhile(progress, ASKED, kDumpMilliseconds) && changeProgress(ASKED, LOST)) return false;
-    if (progress.load() == LOST) return false;
-    isHandled = isCrashHandled;
-    return true;
+    const bool isInTime = kxPlatformWaitWhile(progress, ASKED, kxPosixDumpMilliseconds);
+    return isInTime || !changeProgress(ASKED, LOST) ? result : KX_POSIX_DUMP_LOST;
 }
 
 bool kxPosixTell()
 {
-    return kxPlatformWaitWhile(progress, DUMPED, kTellMilliseconds) && progress.load() != LOST;
+    return kxPlatformWaitWhile(progress, DUMPED, kxPosixTellMilliseconds) && progress.load() != LOST;
 }

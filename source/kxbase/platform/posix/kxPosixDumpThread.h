@@ -18,9 +18,12 @@ bool kxPosixIsDumpThread(std::uint32_t thread);
 
 // Where the fault is to be filled in before the thread is to serve; null when it does not, or not yet again.
 kxPlatformCrash* kxPosixDumpRoom();
-// Waits for the `dump` of the actions, at most 10 seconds. Answers whether it has come to its end; then `isHandled`
-// is what it has answered.
-bool kxPosixDump(bool& isHandled);
-// Waits for the `tell` that follows, at most a second. Answers whether it has come to its end.
+enum kxPosixDumpResult {
+    KX_POSIX_DUMP_LOST,  // it has not come to its end
+    KX_POSIX_DUMP_GOES_ON,
+    KX_POSIX_DUMP_HANDLED,
+};
+// Waits for the `dump` of the actions, and answers what that does.
+kxPosixDumpResult kxPosixDump();
+// Waits for the `tell` that follows. Answers whether it has come to its end.
 bool kxPosixTell();
-constexpr std::uint32_t kxPosixLongestDumpMilliseconds = 11000;  // of both

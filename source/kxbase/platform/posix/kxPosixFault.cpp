@@ -54,8 +54,21 @@ constexpr ByteRange kPrivileged[] = {{0x6C, 0x6F}, {0xE4, 0xE7}, {0xEC, 0xEF}, {
 constexpr ByteRange kPrivileged0F[] = {{0x06, 0x09}, {0x20, 0x23}, {0x30, 0x30}, {0x32, 0x33}, {0x35, 0x35}};
 // Behind 0F 01, without memory: xsetbv; lmsw, swapgs.
 constexpr ByteRange kPrivileged0F01[] = {{0xD1, 0xD1}, {0xF0, 0xF8}};
-// Behind 0F 00 and 0F 01, by the middle bits of the byte that follows: lldt, ltr; lgdt, lidt, lmsw, invlpg.
-constexpr std::uint8_t kPrivilegedGroups[] = {0b00001100, 0b11001100};
+// Behind 0F, told apart by the digit in the byte that follows.
+constexpr struct {
+    std::uint8_t second, digit;
+} kPrivilegedDigits[] = {
+    {0x00, 2},  // lldt
+    {0x00, 3},  // ltr
+    {0x01, 2},  // lgdt
+    {0x01, 3},  // lidt
+    {0x01, 6},  // lmsw
+    {0x01, 7},  // invlpg
+    {0xC7, 3},  // xrstors
+    {0xC7, 5},  // xsaves
+};
+// Behind 0F 38: invpcid.
+constexpr ByteRange kPrivileged0F38[] = {{0x82, 0x82}};
 
 template <std::size_t kCount> bool isIn(const ByteRange (&ranges)[kCount], std::uint8_t byte)
 {
@@ -63,16 +76,19 @@ template <std::size_t kCount> bool isIn(const ByteRange (&ranges)[kCount], std::
                        [=](ByteRange range) { return range.first <= byte && byte <= range.last; });
 }
 
+// Reads no byte that the instruction does not have.
 bool isPrivileged(const std::uint8_t* code)
 {
     while (isIn(kPrefixes, *code)) ++code;
     if (*code != 0x0F) return isIn(kPrivileged, *code);
-    const std::uint8_t group = *++code;
-    if (group > 0x01) return isIn(kPrivileged0F, group);
-    const std::uint8_t operand = *++code;
-    const bool isInMemory = operand < 0xC0;
-    if (group == 0x01 && !isInMemory) return isIn(kPrivileged0F01, operand);
-    return (kPrivilegedGroups[group] >> (operand >> 3 & 7) & 1) != 0;
+    const std::uint8_t second = *++code;
+    const std::uint8_t* const operand = code + 1;
+    if (second == 0x38) return isIn(kPrivileged0F38, *operand);
+    if (second == 0x01 && *operand >= 0xC0) return isIn(kPrivileged0F01, *operand);
+    return isIn(kPrivileged0F, second) ||
+           std::any_of(std::begin(kPrivilegedDigits), std::end(kPrivilegedDigits), [=](const auto& row) {
+               return row.second == second && row.digit == (*operand >> 3 & 7);
+           });
 }
 
 // The processor tells of these in the way of a bad address, without one.
