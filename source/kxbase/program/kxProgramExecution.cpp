@@ -46,7 +46,8 @@ constinit kxCrashText handlerPath{handlerPathRoom};
 char handlerTextRoom[kDumpBytes];
 constinit kxCrashText handlerText{handlerTextRoom};
 
-// Set on the dump thread. Messages wait until the file is complete: what the faulting thread has locked may hold them up.
+// Set on the dump thread. Messages wait until the file is complete: what the faulting thread has locked may hold them
+// up.
 thread_local bool isHoldingBack = false;
 
 void sendError(const kxString& text)
@@ -154,7 +155,8 @@ struct kxProgramExecution::Crash {
 };
 
 // In a forked child the file may be locked by a thread that is not there, in the middle of a change: then the child
-// begins without one. The messages held back are those of the dump thread, which is not there either. Nobody waits for the mutex before a fork, since texts may be translated under it.
+// begins without one. The messages held back are those of the dump thread, which is not there either. Nobody waits for
+// the mutex before a fork, since texts may be translated under it.
 struct kxProgramExecution::Fork {
     static void forgetInChild()
     {

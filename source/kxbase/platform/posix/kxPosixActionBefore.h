@@ -20,9 +20,9 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info);
 
 // Calls the handler before as the system would, on the stack that is in use now. It may jump, or return: then the
 // answer is whether the process is to end, because the handler has left the default action behind and what faulted
-// will do so again. An order to kill the thread that has come before waits until the handler has returned, or has jumped
-// to where the signals are as they were; behind a jump that leaves them as they are, until the thread next allows to be
-// killed.
+// will do so again. An order to kill the thread that has come before waits until the handler has returned, or has
+// jumped to where the signals are as they were; behind a jump that leaves them as they are, until the thread next
+// allows to be killed.
 bool kxPosixCallHandlerBefore(siginfo_t& info, void* context);
 // Whether the handler with this frame interrupts one that kxPosixCallHandlerBefore has called on the same thread.
 // Should that have jumped, then the frame stands above the one that is remembered; without a stack for handlers that
