@@ -77,6 +77,16 @@ void moveJobToBackground(int)
     ::tcsetpgrp(STDIN_FILENO, ::getpid());
 }
 
+// The signals that move the job may interrupt the waiting.
+bool waitForJob(int& status)
+{
+    pid_t ended = -1;
+    do {
+        ended = ::waitpid(job, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    return ended == job;
+}
+
 // Reports the job's id and its wait status, and moves it on signals, until it is killed.
 void Launch::leadSession(int report, bool isBackground) const
 {
@@ -96,7 +106,7 @@ void Launch::leadSession(int report, bool isBackground) const
     std::signal(SIGUSR1, moveJobToForeground);
     std::signal(SIGUSR2, moveJobToBackground);
     int status = 0;
-    bool isTold = ::write(STDOUT_FILENO, &job, sizeof job) > 0 && ::waitpid(job, &status, 0) == job &&
+    bool isTold = ::write(STDOUT_FILENO, &job, sizeof job) > 0 && waitForJob(status) &&
                   ::write(STDOUT_FILENO, &status, sizeof status) > 0;
     while (isTold) ::pause();
     ::_exit(1);

@@ -5,6 +5,8 @@
 #include "support/kxTestTool.h"
 
 #include <csignal>
+#include <optional>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -13,7 +15,31 @@ namespace {
 constexpr std::uint16_t kDefaultPort = 45455;
 constexpr std::uint32_t kEverybodyHere = 0x7FFFFFFF;  // 127.255.255.255
 
-// Others may be at the default port at the same time, so everybody there is spoken to, by an own word.
+// Typed letters travel one by one and would mix with those of another run of this test on the machine. So only one
+// run at a time speaks there: the one that listens at the stream port of the same number.
+class kxTurnAtDefaultPort {
+public:
+    kxTurnAtDefaultPort()
+    {
+        kxAwait([this] { return hasComeUp(); });
+    }
+    bool isOurs() const { return listener_.has_value(); }
+
+private:
+    bool hasComeUp()
+    {
+        try {
+            listener_.emplace(kxTestSocket::listener(1, 0x7F000001, kDefaultPort));
+        } catch (const std::system_error&) {
+            return false;
+        }
+        return true;
+    }
+
+    std::optional<kxTestSocket> listener_;
+};
+
+// Others may be at the default port all the same, so everybody there is spoken to, by an own word.
 std::string ownWord(const std::string& word)
 {
     return word + "-" + std::to_string(::getpid());
@@ -23,6 +49,8 @@ std::string ownWord(const std::string& word)
 
 TEST(kxRelayNet, ShowsDatagramsAndSendsWhatIsTyped)
 {
+    const kxTurnAtDefaultPort turn;
+    ASSERT_TRUE(turn.isOurs());
     kxTestSocket other = kxTestSocket::datagram(kDefaultPort);
     kxPseudoTerminal terminal;
     kxProcess tool(KX_TEST_TOOL, {.terminal = &terminal});
