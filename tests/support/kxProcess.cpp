@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -55,6 +56,8 @@ struct Launch {
 
     [[noreturn]] void becomeProgram() const
     {
+        const rlimit none{};
+        ::setrlimit(RLIMIT_CORE, &none);
         for (int number = 0; number < 3; ++number) {
             if (standard[number] < 0) ::close(number);
             if (standard[number] >= 0) ::dup2(standard[number], number);

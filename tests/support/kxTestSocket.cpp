@@ -49,10 +49,10 @@ kxTestSocket kxTestSocket::datagram(std::uint16_t port)
     return made;
 }
 
-kxTestSocket kxTestSocket::listener(int backlog, std::uint32_t host, std::uint16_t port)
+kxTestSocket kxTestSocket::listener(int backlog, std::uint32_t host)
 {
     kxTestSocket made(checked(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
-    Address address(port, host);
+    Address address(0, host);
     checked(::bind(made.descriptor_, address.get(), address.size));
     checked(::listen(made.descriptor_, backlog));
     return made;

@@ -18,7 +18,7 @@ class kxTestSocket {
 public:
     // On a port of the system's choice; on a given one it hears what everybody is sent, beside others.
     static kxTestSocket datagram(std::uint16_t port = 0);
-    static kxTestSocket listener(int backlog = 16, std::uint32_t host = 0x7F000001, std::uint16_t port = 0);
+    static kxTestSocket listener(int backlog = 16, std::uint32_t host = 0x7F000001);
     static kxTestSocket connectedTo(std::uint16_t port);
 
     kxTestSocket(kxTestSocket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}

@@ -5,9 +5,10 @@
 #include "support/kxTestTool.h"
 
 #include <csignal>
-#include <optional>
-#include <system_error>
+#include <cstring>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -16,27 +17,22 @@ constexpr std::uint16_t kDefaultPort = 45455;
 constexpr std::uint32_t kEverybodyHere = 0x7FFFFFFF;  // 127.255.255.255
 
 // Typed letters travel one by one and would mix with those of another run of this test on the machine. So only one
-// run at a time speaks there: the one that listens at the stream port of the same number.
+// run at a time speaks there: the one that holds a name which the system frees with its owner.
 class kxTurnAtDefaultPort {
 public:
     kxTurnAtDefaultPort()
     {
-        kxAwait([this] { return hasComeUp(); });
+        sockaddr_un name{AF_UNIX, {}};
+        std::strcpy(name.sun_path + 1, "kxtest-45455");  // behind the zero of a name without a file
+        isOurs_ = kxAwait(
+            [&] { return ::bind(descriptor_, reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0; });
     }
-    bool isOurs() const { return listener_.has_value(); }
+    ~kxTurnAtDefaultPort() { ::close(descriptor_); }
+    bool isOurs() const { return isOurs_; }
 
 private:
-    bool hasComeUp()
-    {
-        try {
-            listener_.emplace(kxTestSocket::listener(1, 0x7F000001, kDefaultPort));
-        } catch (const std::system_error&) {
-            return false;
-        }
-        return true;
-    }
-
-    std::optional<kxTestSocket> listener_;
+    const int descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    bool isOurs_ = false;
 };
 
 // Others may be at the default port all the same, so everybody there is spoken to, by an own word.
