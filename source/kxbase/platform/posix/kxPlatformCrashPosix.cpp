@@ -10,6 +10,7 @@
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,7 +18,6 @@
 #include <climits>
 #include <csetjmp>
 #include <cstdlib>
-#include <ctime>
 #include <iterator>
 
 #include <poll.h>
@@ -55,17 +55,10 @@ std::uint32_t callingThread()
     return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
-std::int64_t nowMilliseconds()
-{
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
-}
-
 // Of a time that began then.
 std::uint32_t millisecondsLeft(std::int64_t beginMilliseconds, std::uint32_t milliseconds)
 {
-    const std::int64_t left = beginMilliseconds + milliseconds - nowMilliseconds();
+    const std::int64_t left = beginMilliseconds + milliseconds - kxPosixMonotonicMilliseconds();
     return static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0));
 }
 
@@ -176,7 +169,7 @@ void endByDefault(siginfo_t& info, void* context)
 void callHandlerBefore(siginfo_t& info, void* context)
 {
     const std::uint32_t thread = callingThread();
-    passedOnAtMilliseconds.store(nowMilliseconds());
+    passedOnAtMilliseconds.store(kxPosixMonotonicMilliseconds());
     changeOwner(thread, thread | kPassedOn);
     if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
     changeOwner(thread | kPassedOn, kNobody);
@@ -287,7 +280,7 @@ void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {
     // What is ready takes that much without a wait: a pipe at least so, a terminal perhaps one byte only.
     const std::size_t mostBytes = ::isatty(STDERR_FILENO) != 0 ? 1 : PIPE_BUF;
-    const std::int64_t begin = nowMilliseconds();
+    const std::int64_t begin = kxPosixMonotonicMilliseconds();
     while (sizeBytes != 0) {
         const std::uint32_t left = millisecondsLeft(begin, kxPosixPrintMilliseconds);
         if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, static_cast<int>(left)) & POLLOUT) == 0) return;

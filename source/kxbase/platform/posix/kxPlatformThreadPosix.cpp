@@ -1,4 +1,5 @@
 #include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <atomic>
 #include <cerrno>
@@ -71,7 +72,7 @@ bool kxPlatformThreadAllowCancel(bool isAllowed)
 
 void kxPlatformSleep(std::uint32_t milliseconds)
 {
-    timespec left{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
+    timespec left = kxPosixTimespecOf(milliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND);
     while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
     }
 }

@@ -1,6 +1,7 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <algorithm>
 #include <atomic>
@@ -39,21 +40,12 @@ struct kxPlatformThread {
 namespace {
 
 constexpr int kNicePerStep = -5;
-constexpr std::int64_t kNanosecondsPerMillisecond = 1000000;
-constexpr std::int64_t kNanosecondsPerSecond = 1000000000;
 constexpr long kShortestPauseNanoseconds = 50000;
 constexpr long kLongestPauseNanoseconds = 1000000;
 
 // The calling thread's own, as long as it may be killed. Also read by the handler.
 thread_local kxPlatformThread* volatile current = nullptr;
 thread_local volatile int killDelays = 0;
-
-std::int64_t nowNanoseconds()
-{
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return std::int64_t{time.tv_sec} * kNanosecondsPerSecond + time.tv_nsec;
-}
 
 void release(kxPlatformThread* thread)
 {
@@ -200,12 +192,13 @@ bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMillis
 {
     if (join(thread)) return true;
     if (waitMilliseconds == 0) return false;
-    const std::int64_t deadline = nowNanoseconds() + waitMilliseconds * kNanosecondsPerMillisecond;
+    const std::int64_t deadline =
+        kxPosixMonotonicNanoseconds() + waitMilliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND;
     kxPlatformWaitWhile(thread.isOver, 0, waitMilliseconds);
     // What is left to the thread, its thread-local objects, is done in no time as a rule.
     timespec pause{0, kShortestPauseNanoseconds};
     while (!join(thread)) {
-        if (nowNanoseconds() >= deadline) return false;
+        if (kxPosixMonotonicNanoseconds() >= deadline) return false;
         ::clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
         pause.tv_nsec = std::min(pause.tv_nsec * 2, kLongestPauseNanoseconds);
     }

@@ -1,8 +1,8 @@
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <cerrno>
 #include <climits>
-#include <ctime>
 
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -13,19 +13,10 @@ namespace {
 static_assert(sizeof(std::atomic<std::uint32_t>) == 4 && std::atomic<std::uint32_t>::is_always_lock_free,
               "the kernel sleeps on the number itself");
 
-constexpr long kNanosecondsPerSecond = 1000000000;
-
 timespec timeAfter(std::uint32_t milliseconds)
 {
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    time.tv_sec += static_cast<time_t>(milliseconds / 1000);
-    time.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
-    if (time.tv_nsec >= kNanosecondsPerSecond) {
-        time.tv_nsec -= kNanosecondsPerSecond;
-        ++time.tv_sec;
-    }
-    return time;
+    return kxPosixTimespecOf(kxPosixMonotonicNanoseconds() +
+                             milliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND);
 }
 
 }  // namespace
