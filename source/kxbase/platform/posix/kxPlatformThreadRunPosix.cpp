@@ -1,5 +1,6 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 #include "kxbase/platform/posix/kxPosixTime.h"
 
@@ -30,7 +31,7 @@ struct kxPlatformThread {
     std::atomic<std::uint32_t> holders{BOTH};
     std::atomic<bool> isKilled{false};
     std::atomic<std::uint32_t> isOver{0};  // the body has returned or was killed; those who wait sleep on it
-    char handlerStack[64 * 1024];
+    kxPosixHandlerStack handlerStack;
 
     kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument)
         : body(threadBody), argument(bodyArgument)
@@ -87,30 +88,21 @@ void unblockThreadSignal()
 }
 
 // Gives the thread a stack for handlers, unless something else did already, and takes it back.
-class HandlerStack {
+class HandlerStackScope {
 public:
-    explicit HandlerStack(kxPlatformThread& thread)
+    explicit HandlerStackScope(kxPosixHandlerStack& stack) : isGiven_(kxPosixHandlerStack::isMissing())
     {
-        stack_t present{};
-        ::sigaltstack(nullptr, &present);
-        isOwn_ = (present.ss_flags & SS_DISABLE) != 0;
-        if (!isOwn_) return;
-        stack_t own{};
-        own.ss_sp = thread.handlerStack;
-        own.ss_size = sizeof(thread.handlerStack);
-        ::sigaltstack(&own, nullptr);
+        if (isGiven_) stack.give();
     }
-    ~HandlerStack()
+    ~HandlerStackScope()
     {
-        stack_t none{};
-        none.ss_flags = SS_DISABLE;
-        if (isOwn_) ::sigaltstack(&none, nullptr);
+        if (isGiven_) kxPosixHandlerStack::takeAway();
     }
-    HandlerStack(const HandlerStack&) = delete;
-    HandlerStack& operator=(const HandlerStack&) = delete;
+    HandlerStackScope(const HandlerStackScope&) = delete;
+    HandlerStackScope& operator=(const HandlerStackScope&) = delete;
 
 private:
-    bool isOwn_;
+    const bool isGiven_;
 };
 
 // The thread's side, also when the body ends the thread by unwinding.
@@ -139,7 +131,7 @@ void* run(void* argument)
 {
     kxPlatformThread* const thread = static_cast<kxPlatformThread*>(argument);
     const Running running(thread);
-    const HandlerStack stack(*thread);
+    const HandlerStackScope stack(thread->handlerStack);
     thread->body(thread->argument);
     return nullptr;
 }

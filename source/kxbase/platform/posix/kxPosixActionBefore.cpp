@@ -1,6 +1,7 @@
 #include "kxbase/platform/posix/kxPosixActionBefore.h"
 
 #include "kxbase/platform/posix/kxPosixFault.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
@@ -28,13 +29,6 @@ const struct sigaction& actionBefore(int signal)
 {
     return actionsBefore[std::find(std::begin(kxPosixFaultSignals), std::end(kxPosixFaultSignals), signal) -
                          std::begin(kxPosixFaultSignals)];
-}
-
-void restoreDefault(int signal)
-{
-    struct sigaction action {};
-    action.sa_handler = SIG_DFL;
-    ::sigaction(signal, &action, nullptr);
 }
 
 bool isDefault(int signal)
@@ -81,7 +75,7 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info)
 [[gnu::noinline]] bool kxPosixCallHandlerBefore(siginfo_t& info, void* context)
 {
     const struct sigaction& before = actionBefore(info.si_signo);
-    if ((before.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) restoreDefault(info.si_signo);
+    if ((before.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) kxPosixRestoreDefaultAction(info.si_signo);
     sigset_t mask;
     sigorset(&mask, &before.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
     if ((before.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
@@ -107,11 +101,9 @@ bool kxPosixIsWithinHandlerBefore(const void* frame)
 
 void kxPosixEndByDefault(siginfo_t& info, void* context)
 {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    kxPosixBlockAllSignals();
     kxPosixTerminalMode::giveAllBackForGood();
-    restoreDefault(info.si_signo);
+    kxPosixRestoreDefaultAction(info.si_signo);
     if (::getpid() == kFirstProcess && !kxPosixFaultsAgain(info))
         ::_exit(kxPosixStatusOfSignal + info.si_signo);
     blockAllBut(info.si_signo, static_cast<ucontext_t*>(context)->uc_sigmask);

@@ -4,6 +4,7 @@
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -80,12 +81,9 @@ void body(void*)
 // Serves until the process ends; nobody closes it.
 kxPlatformThread* start()
 {
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const kxPosixSignalsBlocked blocked;  // in the thread as well, which begins with the signals of this one
     static kxPlatformThread* thread;
     thread = kxPlatformThreadStart(body, nullptr);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return thread;
 }
 
