@@ -141,7 +141,7 @@ int socketOf(kxSocketFamily family, kxSocketKind kind)
 }
 
 // What the contract promises of every socket; a system that refuses one of these behaves so by itself.
-void settle(int descriptor, kxSocketKind kind)
+void setDefaults(int descriptor, kxSocketKind kind)
 {
     if (kind != KX_SOCKET_DATAGRAM) {
         (void)setOption(descriptor, SOL_SOCKET, SO_OOBINLINE, 1);
@@ -212,7 +212,7 @@ kxPlatformSocketOpened kxPlatformSocketOpen(kxSocketFamily family, kxSocketKind 
         return {KX_PLATFORM_NO_SOCKET, KX_SOCKET_BAD_ADDRESS_FAMILY};
     const int descriptor = kxPosixAboveStandardStreams(socketOf(family, kind));
     if (descriptor < 0) return {KX_PLATFORM_NO_SOCKET, codeOf(errno)};
-    settle(descriptor, kind);
+    setDefaults(descriptor, kind);
     return {descriptor, KX_SOCKET_OK};
 }
 

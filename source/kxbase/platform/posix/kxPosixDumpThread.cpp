@@ -56,9 +56,9 @@ void serve()
 {
     sigset_t faults;
     sigemptyset(&faults);
-    for (const int signal : kxPosixFaultSignals) sigaddset(&faults, signal);
+    for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&faults, signal);
     pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-    result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_GOES_ON;
+    result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_PASSED_ON;
     if (changeProgress(ASKED, DUMPED)) actions->tell();
     pthread_sigmask(SIG_BLOCK, &faults, nullptr);
     setProgress(IDLE);
@@ -129,11 +129,11 @@ kxPosixDumpResult kxPosixDump()
 {
     result = KX_POSIX_DUMP_LOST;
     setProgress(ASKED);
-    const bool isInTime = kxPlatformWaitWhile(progress, ASKED, kxPosixDumpMilliseconds);
+    const bool isInTime = kxPlatformWaitWhile(progress, ASKED, KX_POSIX_DUMP_MILLISECONDS);
     return isInTime || !changeProgress(ASKED, LOST) ? result : KX_POSIX_DUMP_LOST;
 }
 
 bool kxPosixTell()
 {
-    return kxPlatformWaitWhile(progress, DUMPED, kxPosixTellMilliseconds) && progress.load() != LOST;
+    return kxPlatformWaitWhile(progress, DUMPED, KX_POSIX_TELL_MILLISECONDS) && progress.load() != LOST;
 }
