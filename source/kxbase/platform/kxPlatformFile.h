@@ -5,6 +5,7 @@
 #pragma once
 
 #include "kxbase/platform/kxPlatformIo.h"
+#include "kxbase/platform/kxPlatformWait.h"
 
 using kxPlatformFileHandle = std::intptr_t;
 constexpr kxPlatformFileHandle KX_PLATFORM_NO_FILE = -1;
@@ -50,7 +51,7 @@ kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* by
 // back, unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written. Safe in a
 // handler of faults, as opening, writing and closing are.
 kxPlatformError kxPlatformFileWriteWhole(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
-// Looks for input, waiting at most the given time for the first byte.
+// Looks for input, waiting at most the given time or KX_PLATFORM_WAIT_FOREVER for the first byte.
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds);
 // Some systems report a failed write only here.
 kxPlatformError kxPlatformFileClose(kxPlatformFileHandle file);

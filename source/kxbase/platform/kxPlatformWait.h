@@ -6,7 +6,11 @@
 #include <atomic>
 #include <cstdint>
 
-// Sleeps while the word holds the value, at most the given time. Answers whether the word holds another value.
+// A time that never passes, for the functions that say so.
+constexpr std::uint32_t KX_PLATFORM_WAIT_FOREVER = 0xFFFFFFFFU;
+
+// Sleeps while the word holds the value, at most the given time or KX_PLATFORM_WAIT_FOREVER. Answers whether the word
+// holds another value.
 bool kxPlatformWaitWhile(const std::atomic<std::uint32_t>& word, std::uint32_t value,
                          std::uint32_t milliseconds);
 // Wakes everybody who sleeps on the word.

@@ -79,7 +79,7 @@ void becomeOwner(std::uint32_t thread)
         std::uint32_t present = owner.load();
         if (present == thread) return;
         if (present != kNobody && !isPassedOn(present))
-            kxPlatformWaitWhile(owner, present, kxPosixForEver);
+            kxPlatformWaitWhile(owner, present, KX_PLATFORM_WAIT_FOREVER);
         else if (owner.compare_exchange_strong(present, thread))
             return;
     }
@@ -283,7 +283,7 @@ void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
     const std::int64_t begin = kxPosixMonotonicMilliseconds();
     while (sizeBytes != 0) {
         const std::uint32_t left = millisecondsLeft(begin, KX_POSIX_PRINT_MILLISECONDS);
-        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, static_cast<int>(left)) & POLLOUT) == 0) return;
+        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, left) & POLLOUT) == 0) return;
         const ssize_t count = ::write(STDERR_FILENO, text, std::min(sizeBytes, mostBytes));
         if (count < 0) return;
         text += count;

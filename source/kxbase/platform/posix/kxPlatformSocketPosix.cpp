@@ -160,7 +160,7 @@ const sockaddr* systemAddress(const std::uint8_t* address)
 int pollUntilDone(pollfd* wanted, nfds_t count, std::uint32_t milliseconds)
 {
     const bool isForever = milliseconds == KX_PLATFORM_WAIT_FOREVER;
-    const auto time = static_cast<int>(isForever ? -1 : std::min<std::int64_t>(milliseconds, INT_MAX));
+    const int time = kxPosixPollTime(milliseconds);
     const std::int64_t end = time > 0 ? kxPosixMonotonicMilliseconds() + time : 0;
     int found = ::poll(wanted, count, time);
     while (found < 0 && errno == EINTR) {

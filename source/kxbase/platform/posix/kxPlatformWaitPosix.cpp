@@ -24,9 +24,10 @@ timespec timeAfter(std::uint32_t milliseconds)
 bool kxPlatformWaitWhile(const std::atomic<std::uint32_t>& word, std::uint32_t value,
                          std::uint32_t milliseconds)
 {
-    const timespec deadline = timeAfter(milliseconds);
+    const timespec end = timeAfter(milliseconds);
+    const timespec* const deadline = milliseconds != KX_PLATFORM_WAIT_FOREVER ? &end : nullptr;
     while (word.load(std::memory_order_acquire) == value) {
-        const long result = ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, value, &deadline, nullptr,
+        const long result = ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, value, deadline, nullptr,
                                       FUTEX_BITSET_MATCH_ANY);
         if (result != 0 && errno == ETIMEDOUT) return word.load(std::memory_order_acquire) != value;
     }

@@ -10,4 +10,3 @@ inline constexpr std::uint32_t KX_POSIX_PRINT_MILLISECONDS = 1000;  // standard 
 // A previous handler, until the program may end.
 inline constexpr std::uint32_t KX_POSIX_PREVIOUS_HANDLER_MILLISECONDS = 1000;
 inline constexpr std::uint32_t KX_POSIX_END_MILLISECONDS = 10000;  // the process, to end once that is settled
-inline constexpr std::uint32_t kxPosixForEver = 0xFFFFFFFF;

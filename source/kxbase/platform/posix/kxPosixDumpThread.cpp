@@ -73,7 +73,7 @@ void body(void*)
     threadId.store(kxPlatformThreadId());
     for (;;) {
         for (std::uint32_t step = progress.load(); step != ASKED; step = progress.load())
-            kxPlatformWaitWhile(progress, step, kxPosixForEver);
+            kxPlatformWaitWhile(progress, step, KX_PLATFORM_WAIT_FOREVER);
         serve();
     }
 }
@@ -116,7 +116,7 @@ bool kxPosixIsDumpThread(std::uint32_t thread)
 void kxPosixLoseDumpThread()
 {
     setProgress(LOST);
-    for (;;) kxPlatformWaitWhile(progress, LOST, kxPosixForEver);
+    for (;;) kxPlatformWaitWhile(progress, LOST, KX_PLATFORM_WAIT_FOREVER);
 }
 
 kxPlatformCrash* kxPosixDumpRoom()
