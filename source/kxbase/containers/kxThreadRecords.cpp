@@ -4,6 +4,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/object/kxReleaseAll.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
 #include <exception>

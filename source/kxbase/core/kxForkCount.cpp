@@ -1,6 +1,6 @@
 #include "kxbase/core/kxForkCount.h"
 
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 
 namespace {
 

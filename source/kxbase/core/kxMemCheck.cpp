@@ -6,6 +6,7 @@
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformEnd.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/platform/kxPlatformMemory.h"
 #include "kxbase/platform/kxPlatformThread.h"
 

@@ -6,7 +6,7 @@
 
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/core/kxUndestroyed.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 
 template <typename Name> kxMutex& kxProcessMutex()
 {

@@ -11,7 +11,7 @@
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/message/kxMessageSilence.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"

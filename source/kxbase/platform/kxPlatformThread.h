@@ -7,25 +7,6 @@
 // right in a forked child as well.
 std::uint32_t kxPlatformThreadId();
 
-// Sleeps at least the given time; signals do not cut it short.
-void kxPlatformSleep(std::uint32_t milliseconds);
-
-// What a process-wide object does around a fork, in whose child only the thread that forks goes on: `before` takes
-// the object's locks, so that no other thread is in the middle of a change, and `after` gives them back, in the
-// parent and in the child; where the child needs something else, `afterInChild` says what. All run in the thread
-// that forks, which keeps its id until all have run.
-struct kxPlatformForkGuard {
-    void (*before)();
-    void (*after)();
-    void (*afterInChild)() = after;
-    // Its locks may be taken while those of others are held: they come after all others.
-    bool isInnermost = false;
-    kxPlatformForkGuard* next = nullptr;  // the platform's own
-};
-// Puts the guard in force until the process ends. The locks of different guards must never be held
-// together, unless the inner ones are of guards that say so.
-void kxPlatformAddForkGuard(kxPlatformForkGuard& guard);
-
 // A thread that was started, until it is closed. Each function that takes one may be called from any thread
 // but itself, several at a time except closing.
 struct kxPlatformThread;

@@ -1,10 +1,13 @@
-// Sleeping on a number until somebody changes it.
+// Sleeping: for a time, or on a number until somebody changes it.
 //
 // Holds no state besides the number itself: a thread that is killed while it waits leaves nothing behind.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
+
+// Sleeps at least the given time; signals do not cut it short.
+void kxPlatformSleep(std::uint32_t milliseconds);
 
 // A time that never passes, for the functions that say so.
 constexpr std::uint32_t KX_PLATFORM_WAIT_FOREVER = 0xFFFFFFFFU;

@@ -2,7 +2,7 @@
 
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 

@@ -3,7 +3,7 @@
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxUndestroyed.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/string/kxString.h"
 
 #include <new>

@@ -1,4 +1,5 @@
 #include "kxbase/platform/kxPlatformCrash.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
@@ -9,7 +10,7 @@
 #include "kxbase/platform/posix/kxPosixPreviousAction.h"
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 #include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <algorithm>
@@ -275,6 +276,12 @@ bool install(const kxPlatformCrashActions& wanted)
 }
 
 }  // namespace
+
+std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity)
+{
+    void* const caller = __builtin_extract_return_addr(__builtin_return_address(0));
+    return kxPosixWalkFrom(reinterpret_cast<std::uintptr_t>(caller), frames, capacity);
+}
 
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {

@@ -21,6 +21,13 @@ timespec timeAfter(std::uint32_t milliseconds)
 
 }  // namespace
 
+void kxPlatformSleep(std::uint32_t milliseconds)
+{
+    timespec left = kxPosixTimespecOf(milliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND);
+    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
 bool kxPlatformWaitWhile(const std::atomic<std::uint32_t>& word, std::uint32_t value,
                          std::uint32_t milliseconds)
 {

@@ -3,7 +3,7 @@
 #include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixSignals.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <algorithm>
 #include <cstdint>

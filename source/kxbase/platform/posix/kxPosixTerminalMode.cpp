@@ -2,7 +2,7 @@
 
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixSignals.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <algorithm>
 #include <cerrno>
