@@ -1,4 +1,7 @@
 // What process-wide objects do around a fork, in whose child only the thread that forks goes on.
+//
+// Ownership: a guard is the caller's; it is added once and must stay until the process ends.
+// Threads:   any, also before main and after it.
 #pragma once
 
 // `before` takes the object's locks, so that no other thread is in the middle of a change, and `after` gives them back,

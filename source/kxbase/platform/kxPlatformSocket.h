@@ -1,5 +1,9 @@
 // Sockets of the internet protocols.
 //
+// Ownership: a handle is the caller's until it is closed.
+// Threads:   any. One handle may be used by several threads, closing excepted.
+// Errors:    as kxSocketError; nothing is thrown.
+//
 // Addresses are opaque bytes in the system's form, made and read by the functions at the end. Calls that a
 // signal interrupts are repeated, and waits go on for what is left of their time. Sockets are not inherited by
 // child processes and are never one of the standard streams. A peer that has gone is an error of the call, never

@@ -1,4 +1,8 @@
 // Threads of the system: their ids, and threads that the library starts.
+//
+// Ownership: a kxPlatformThread is the caller's from its start until it is closed.
+// Threads:   any, also before main and after it. Functions that take a kxPlatformThread may be called from any thread
+//            but itself, several at a time except closing. kxPlatformThreadKillCaller is safe in a signal handler.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +11,7 @@
 // right in a forked child as well.
 std::uint32_t kxPlatformThreadId();
 
-// A thread that was started, until it is closed. Each function that takes one may be called from any thread
-// but itself, several at a time except closing.
+// A thread that was started, until it is closed.
 struct kxPlatformThread;
 using kxPlatformThreadBody = void (*)(void* argument);
 
@@ -26,7 +29,7 @@ bool kxPlatformThreadKill(kxPlatformThread& thread);
 // its stack behind.
 void kxPlatformThreadClose(kxPlatformThread* thread);
 // Ends the calling thread as kxPlatformThreadKill does; does nothing unless it was started by
-// kxPlatformThreadStart. May be called from a signal handler.
+// kxPlatformThreadStart.
 void kxPlatformThreadKillCaller();
 // Puts off that another thread kills the calling one, until that is allowed as many times.
 void kxPlatformThreadDelayKill();

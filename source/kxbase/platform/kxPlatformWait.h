@@ -1,6 +1,9 @@
-// Sleeping: for a time, or on a number until somebody changes it.
+// Sleeping: for a time, or on a word, which is a number, until somebody changes it.
 //
-// Holds no state besides the number itself: a thread that is killed while it waits leaves nothing behind.
+// Ownership: the word is the caller's and must outlive each call with it.
+// Threads:   any, also before main and after it. Safe in a signal handler. No state is held besides the word itself: a
+//            thread that is killed while it waits leaves nothing behind.
+// Errors:    none.
 #pragma once
 
 #include <atomic>
