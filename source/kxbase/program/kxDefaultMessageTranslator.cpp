@@ -3,7 +3,7 @@
 #include "kxbase/core/kxClock.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformFile.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxAdapterSilence.h"

@@ -7,7 +7,7 @@
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/platform/kxPlatformClock.h"
 #include "kxbase/platform/kxPlatformCrash.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/program/kxExceptionFilter.h"
 #include "kxbase/thread/kxThread.h"
 
