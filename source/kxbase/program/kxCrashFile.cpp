@@ -7,25 +7,14 @@
 
 namespace {
 
-bool addCurrentFolder(kxCrashText& path)
+bool addFolder(kxCrashFile::Folder folder, kxCrashText& path)
 {
-    char folder[kxCrashText::kLineBytes];
-    const bool isKnown = kxPlatformCurrentDirectory(folder, sizeof(folder));
-    if (isKnown) path.add(folder);
+    char name[kxCrashText::kLineBytes];
+    const auto lookUp =
+        folder == kxCrashFile::CURRENT ? kxPlatformCurrentDirectory : kxPlatformTemporaryDirectory;
+    const bool isKnown = lookUp(name, sizeof(name));
+    if (isKnown) path.add(name);
     return isKnown;
-}
-
-bool addTemporaryFolder(kxCrashText& path)
-{
-    const char* const given = kxPlatformEnvironment("TMPDIR");
-    const std::string_view folder = given != nullptr ? given : "";
-    if (folder.empty()) return false;
-    if (!folder.starts_with('/')) {
-        if (!addCurrentFolder(path)) return false;
-        path.add("/");
-    }
-    path.add(folder);
-    return true;
 }
 
 }  // namespace
@@ -33,7 +22,7 @@ bool addTemporaryFolder(kxCrashText& path)
 bool kxCrashFile::makePath(Folder folder, const kxCrashTime& time, kxCrashText& path)
 {
     path.clear();
-    if (!(folder == CURRENT ? addCurrentFolder(path) : addTemporaryFolder(path))) return false;
+    if (!addFolder(folder, path)) return false;
     if (!path.view().ends_with('/')) path.add("/");
     path.addFileName(time);
     return !path.isFull();
