@@ -19,7 +19,7 @@ bool addFolder(kxCrashFile::Folder folder, kxCrashText& path)
 
 }  // namespace
 
-bool kxCrashFile::makePath(Folder folder, const kxCrashTime& time, kxCrashText& path)
+bool kxCrashFile::makePath(Folder folder, const kxCivilTime& time, kxCrashText& path)
 {
     path.clear();
     if (!addFolder(folder, path)) return false;
@@ -28,9 +28,15 @@ bool kxCrashFile::makePath(Folder folder, const kxCrashTime& time, kxCrashText& 
     return !path.isFull();
 }
 
-kxCrashTime kxCrashFile::time()
+kxCivilTime kxCrashFile::now()
 {
-    return kxCrashTime::at(kxPlatformWallSeconds(), kxPlatformUtcOffsetSeconds());
+    return now(kxPlatformUtcOffsetSeconds());
+}
+
+kxCivilTime kxCrashFile::now(std::int32_t utcOffsetSeconds)
+{
+    const std::int64_t seconds = static_cast<std::int64_t>(kxPlatformWallSeconds()) + utcOffsetSeconds;
+    return kxCivilTime::at(seconds * 1000);
 }
 
 bool kxCrashFile::append(const char* path, std::string_view text)
@@ -44,11 +50,11 @@ bool kxCrashFile::append(const char* path, std::string_view text)
 void kxCrashFile::write(std::string_view text)
 {
     if (!path_.isEmpty() && append(path_.text(), text)) return;
-    const kxCrashTime now = time();
+    const kxCivilTime time = now();
     char room[kxCrashText::kLineBytes];
     kxCrashText path(room);
     for (const Folder folder : kFolders) {
-        if (!makePath(folder, now, path) || !append(path.text(), text)) continue;
+        if (!makePath(folder, time, path) || !append(path.text(), text)) continue;
         path_ = path.view();
         return;
     }

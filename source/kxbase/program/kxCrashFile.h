@@ -18,12 +18,13 @@ public:
 
     // The file's absolute path. Answers whether there is such a folder and the path has fit. Safe in a handler of
     // faults.
-    static bool makePath(Folder folder, const kxCrashTime& time, kxCrashText& path);
+    static bool makePath(Folder folder, const kxCivilTime& time, kxCrashText& path);
     // In one piece, so that processes that share a file do not mix. Answers whether all of it has been written; else
     // nothing has. Safe in a handler of faults.
     static bool append(const char* path, std::string_view text);
-    // Now.
-    static kxCrashTime time();
+    // The local time. Safe in a handler of faults with the offset given: looking it up takes a lock.
+    static kxCivilTime now();
+    static kxCivilTime now(std::int32_t utcOffsetSeconds);
 
     // Adds the text to the open file, or to a new one when none is open. All of it is with the system when this returns.
     void write(std::string_view text);

@@ -90,7 +90,7 @@ void printMessages(const kxPlatformCrash& crash, std::string_view path)
     if (!path.empty()) printMessage({" Notice::", kNoticeTitle, ": ", kNoticeText, path});
 }
 
-void makeText(const kxPlatformCrash& crash, const kxCrashTime& time)
+void makeText(const kxPlatformCrash& crash, const kxCivilTime& time)
 {
     handlerText.clear();
     handlerText.addHeader(time);
@@ -111,7 +111,7 @@ bool appendToHandlerPath()
 // To the file that is open for an exception, else to a new one, else to standard error. Answers the path of the file.
 std::string_view writeAddresses(const kxPlatformCrash& crash)
 {
-    const kxCrashTime time = kxCrashTime::at(kxPlatformWallSeconds(), utcOffsetSeconds.load());
+    const kxCivilTime time = kxCrashFile::now(utcOffsetSeconds.load());
     makeText(crash, time);
     handlerPath.clear();
     if (const OpenFile* const file = openFile.load()) {
@@ -204,7 +204,7 @@ void kxProgramExecution::writeDump(const std::vector<kxStackItem>& items)
 {
     char room[kLineBytes];
     kxCrashText line(room);
-    line.addHeader(kxCrashFile::time());
+    line.addHeader(kxCrashFile::now());
     std::string text(line.view());
     std::uint32_t number = 0;
     for (const kxStackItem& item : items) {
