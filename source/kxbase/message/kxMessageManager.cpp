@@ -233,7 +233,7 @@ void kxMessageManager::addDefaultReceiver()
     DefaultMessageReceiver& receiver = defaultReceiver();
     const kxBodyWriteGuard writing(receiversLock_);
     if (receivers_.empty()) receivers_.push_back(&receiver);
-    kxMessageFilter::setOpen(false);
+    kxMessageFilter::setHasNoReceiver(false);
 }
 
 void kxMessageManager::setSender(const kxString& sender)
@@ -272,5 +272,5 @@ void kxMessageManager::apply(Change& change)
         receivers_.push_back(change.receiver);
     else if (change.kind == Change::REMOVE && place != receivers_.end())
         receivers_.erase(place);
-    kxMessageFilter::setOpen(receivers_.empty());
+    kxMessageFilter::setHasNoReceiver(receivers_.empty());
 }
