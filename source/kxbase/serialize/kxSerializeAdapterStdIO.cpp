@@ -120,9 +120,12 @@ std::uint8_t kxSerializeAdapterStdIO::readByte()
 
 bool kxSerializeAdapterStdIO::isKeyWaiting()
 {
-    if (mayLook()) return input_.look(kKeyWaitMilliseconds) != 0;
-    kxPlatformSleep(kKeyWaitMilliseconds);
-    return false;
+    if (!mayLook()) {
+        kxPlatformSleep(kKeyWaitMilliseconds);
+        return false;
+    }
+    // The terminal may have become somebody else's, or a dialog's, during the wait.
+    return input_.look(kKeyWaitMilliseconds) != 0 && mayLook() && input_.look(0) != 0;
 }
 
 void kxSerializeAdapterStdIO::mapEraseKey(std::uint8_t* bytes, std::uint32_t count)
