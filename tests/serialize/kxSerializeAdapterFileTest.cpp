@@ -30,6 +30,16 @@ protected:
 };
 
 void expectEnd(kxSerializeAdapter& adapter)
+// Translates every text into a format that shows nothing.
+class EmptyTranslator : private kxMessageTranslatorInterface {
+public:
+    EmptyTranslator() { kxMessageManager::instance().setTranslator(this); }
+    ~EmptyTranslator() override { kxMessageManager::instance().setTranslator(nullptr); }
+
+private:
+    kxString translate(std::string_view, const kxString&, std::uint32_t) override { return "%3$s"; }
+};
+
 {
     EXPECT_TRUE(adapter.hasError());
     EXPECT_EQ(adapter.getError(), "End of file");
@@ -113,6 +123,9 @@ TEST_F(kxSerializeAdapterFileTest, SaysWhyItCouldNotOpen)
                   "Could not open '" + name + "' for " + purpose + " (" + reason + ")");
         EXPECT_EQ(file->readByte() + file->length(), 0U);
     }
+        const EmptyTranslator translator;
+        const File other(new kxSerializeAdapterFile(kxString(std::string_view(name)), mode, false));
+        EXPECT_EQ(other->getError(), file->getError()) << "a translation of nothing is none";
     const kxMessageRecorder messages;
     {
         const File file(new kxSerializeAdapterFile("/no/file", KX_SERIALIZE_OUTPUT, false));

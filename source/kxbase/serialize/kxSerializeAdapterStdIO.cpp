@@ -5,6 +5,7 @@
 #include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxSystemError.h"
 
 #include <algorithm>
@@ -69,7 +70,7 @@ void kxSerializeAdapterStdIO::writeOut(const void* bytes, std::uint32_t count)
     if (count == 0) return;
     const kxPlatformIoResult written = kxPlatformFileWrite(kxPlatformConsoleOutput(), bytes, count);
     if (written.error == 0) return;
-    setError(kxWithSystemError(kxTranslate("Could not write to the console"), written.error));
+    setError(kxErrorText("Could not write to the console (%s)", kxSystemErrorText(written.error)));
     if (std::exchange(writeHasFailed_, true)) return;
     kxMessage(KX_MESSAGE_WARNING, "%s", getError());
     // The message itself may have gone to the same place.
@@ -143,7 +144,7 @@ bool kxSerializeAdapterStdIO::hasError()
         setError(kxTranslate("End of file"));
         return true;
     }
-    setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
+    setError(kxErrorText("Could not read from the console (%s)", kxSystemErrorText(input_.error())));
     kxAdapterMessage(KX_MESSAGE_WARNING, "%s", getError());
     return true;
 }
