@@ -1,4 +1,5 @@
 #include "kxbase/serialize/kxSerializeAdapterFile.h"
+#include "support/kxPseudoTerminal.h"
 #include "support/kxTest.h"
 
 #include <filesystem>
@@ -27,6 +28,16 @@ protected:
     std::string content() { return directory.read(kFileName); }
 
     kxTempDirectory directory;
+};
+
+// Translates every text into a format that shows nothing.
+class EmptyTranslator : private kxMessageTranslatorInterface {
+public:
+    EmptyTranslator() { kxMessageManager::instance().setTranslator(this); }
+    ~EmptyTranslator() override { kxMessageManager::instance().setTranslator(nullptr); }
+
+private:
+    kxString translate(std::string_view, const kxString&, std::uint32_t) override { return "%3$s"; }
 };
 
 void expectEnd(kxSerializeAdapter& adapter)
@@ -112,6 +123,9 @@ TEST_F(kxSerializeAdapterFileTest, SaysWhyItCouldNotOpen)
         EXPECT_EQ(file->getError().view(),
                   "Could not open '" + name + "' for " + purpose + " (" + reason + ")");
         EXPECT_EQ(file->readByte() + file->length(), 0U);
+        const EmptyTranslator translator;
+        const File other(new kxSerializeAdapterFile(kxString(std::string_view(name)), mode, false));
+        EXPECT_EQ(other->getError(), file->getError()) << "a translation of nothing is none";
     }
     const kxMessageRecorder messages;
     {
@@ -199,4 +213,14 @@ TEST_F(kxSerializeAdapterFileTest, ReadsANamedPipeAsItFillsAndEndsWithItsWriter)
     ::close(writer);
     EXPECT_EQ(kxTestRead(*pipe), "bc");
     expectEnd(*pipe);
+}
+
+TEST_F(kxSerializeAdapterFileTest, ATerminalThatReadsLinesEndsByItsKey)
+{
+    kxPseudoTerminal terminal;
+    const std::string path = "/dev/fd/" + std::to_string(terminal.slave());
+    const File lines(new kxSerializeAdapterFile(path.c_str(), KX_SERIALIZE_INPUT, false));
+    ASSERT_TRUE(terminal.send("ab\r\x04"));
+    EXPECT_EQ(kxTestRead(*lines), "ab\n");
+    expectEnd(*lines);
 }

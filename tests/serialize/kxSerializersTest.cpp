@@ -7,6 +7,9 @@
 #include "support/kxScriptedAdapter.h"
 #include "support/kxTest.h"
 
+// A terminator in front of its switch would be taken for the switch.
+static_assert(!std::is_constructible_v<kxSerializeString, const char*, char, bool>);
+
 namespace {
 
 std::string hexOf(const std::string& bytes)

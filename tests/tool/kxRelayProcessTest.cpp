@@ -219,8 +219,8 @@ TEST_F(kxRelayTerminalTest, KeysArriveAtOnceUnechoedAndUnmapped)
 {
     kxProcess tool(KX_TEST_TOOL, onTerminal(kxArgumentsOf("con:", "file:out")));
     waitForRaw();
-    ASSERT_TRUE(terminal.send("a\r\x7F\x04\xC3\xA9"));
-    EXPECT_TRUE(waitForOutput(kxNoticeOf("con:", "file:out") + "a\r\b\x04\xC3\xA9"));
+    ASSERT_TRUE(terminal.send("a\r\x7F\x04\x13\x11\xC3\xA9"));
+    EXPECT_TRUE(waitForOutput(kxNoticeOf("con:", "file:out") + "a\r\b\x04\x13\x11\xC3\xA9"));
     EXPECT_EQ(terminal.screen(), "");
     ASSERT_TRUE(terminal.send("\x03"));
     EXPECT_EQ(tool.wait(), kxKilledBy(SIGINT));

@@ -1,8 +1,8 @@
 #include "kxbase/factory/PurlURLManagerInterface.h"
 
-#include "kxbase/core/kxMessage.h"
 #include "kxbase/factory/kxForeignAdapter.h"
 #include "kxbase/factory/kxUrlPieces.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxShortName.h"
 
@@ -18,8 +18,8 @@ kxRefPointer<kxSerializeAdapter> PurlURLManagerInterface::create(const kxString&
 {
     kxUrlPieces pieces;
     if (!pieces.read(url, kPattern)) {
-        return kxFailedAdapter(kxString::format(
-            kxTranslate("Wrong syntax in (purl:name,url) adapter arguments (%s)"), kxShortName(url)));
+        return kxFailedAdapter(
+            kxErrorText("Wrong syntax in (purl:name,url) adapter arguments (%s)", kxShortName(url)));
     }
     kxString reason;
     const auto adapter =

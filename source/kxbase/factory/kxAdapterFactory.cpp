@@ -6,6 +6,7 @@
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 #include "kxbase/platform/kxPlatformMemory.h"
 #include "kxbase/protocol/kxSerializeAdapterHttp.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxFailedAdapter.h"
 #include "kxbase/serialize/kxLayeredAdapter.h"
 #include "kxbase/serialize/kxLivingAdapters.h"
@@ -56,7 +57,7 @@ struct Request {
     void refuse(std::uint32_t level, std::string_view format, const Arguments&... arguments) const
     {
         warn(level, format, arguments...);
-        if (errorOut != nullptr) *errorOut = kxString::format(kxTranslate(format), arguments...);
+        if (errorOut != nullptr) *errorOut = kxErrorText(format, arguments...);
     }
 
     const kxString& written;  // as the caller wrote it, for texts

@@ -23,10 +23,10 @@
 // Errors:  once everything has been read and no more can come, hasError() sets the text "IP connection closed".
 #pragma once
 
-#include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/net/kxNetQueue.h"
 #include "kxbase/net/kxSocket.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxIdlePace.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
@@ -73,7 +73,7 @@ protected:
     // Makes the translated format the error text; answers false.
     template <typename... Arguments> bool fail(std::string_view format, const Arguments&... arguments)
     {
-        setError(kxString::format(kxTranslate(format), arguments...));
+        setError(kxErrorText(format, arguments...));
         return false;
     }
 

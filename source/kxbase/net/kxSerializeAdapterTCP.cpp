@@ -28,7 +28,7 @@ constexpr std::uint32_t kWriteWaitMilliseconds = 1000;
 kxSerializeAdapterTCP::kxSerializeAdapterTCP(const kxString& url, kxString* errorOut)
 {
     if (url.isEmpty() || open(url) || errorOut == nullptr) return;
-    *errorOut = kxString::format(kxTranslate("Failed to open TCP url '%s'"), url);
+    *errorOut = kxErrorText("Failed to open TCP url '%s'", url);
 }
 
 kxSerializeAdapterTCP::~kxSerializeAdapterTCP() noexcept(false)

@@ -2,7 +2,6 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
-#include "kxbase/core/kxMessage.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
@@ -31,7 +30,7 @@ kxSerializeAdapterUDP::kxSerializeAdapterUDP(const kxString& url, kxString* erro
 {
     if (url.isEmpty()) return;
     if (!open(url) && errorOut != nullptr) {
-        *errorOut = kxString::format(kxTranslate("Failed to open UDP url '%s'"), url);
+        *errorOut = kxErrorText("Failed to open UDP url '%s'", url);
     }
     const kxBodyGuard guard(lock_);
     receivePending();

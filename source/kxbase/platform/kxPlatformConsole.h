@@ -21,7 +21,8 @@ bool kxPlatformConsoleIsTerminal(kxPlatformFileHandle stream);
 // Makes keys arrive at once, unechoed and unmapped; signals of the terminal stay on. Answers whether standard
 // input may be read now: not while the process is in the background of that terminal, or a dialog is open. Ask
 // before each look at a terminal, since a stop or a shell may have taken it away. A terminal that hung up may be
-// read, which tells its end.
+// read, which tells its end. Once the process has begun to end, the terminal stays as it was found and is read in
+// lines.
 bool kxPlatformConsoleTakeRaw();
 // Gives the terminal back as it was found.
 void kxPlatformConsoleRestore();

@@ -23,7 +23,8 @@ struct kxPlatformFileOpened {
     bool hasSize;
 };
 
-// What a reader finds without waiting.
+// What a reader finds without waiting. Where somebody else reads the same stream, his read may come in between, and
+// then that of the caller waits for what comes next.
 enum kxPlatformReadiness : std::uint8_t {
     KX_PLATFORM_NOTHING_READY,
     KX_PLATFORM_BYTES_READY,   // `count` of them

@@ -5,6 +5,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
+#include "kxbase/serialize/kxErrorText.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -42,7 +43,7 @@ std::uint32_t millisecondsOf(double seconds)
 kxSerializeAdapterHttp::kxSerializeAdapterHttp(const kxString& url, kxString* errorOut)
 {
     if (url.isEmpty() || open(url) || errorOut == nullptr) return;
-    *errorOut = kxString::format(kxTranslate("Failed to open HTTP url '%s'"), url);
+    *errorOut = kxErrorText("Failed to open HTTP url '%s'", url);
 }
 
 kxSerializeAdapterHttp::~kxSerializeAdapterHttp() noexcept(false) = default;
@@ -412,7 +413,7 @@ bool kxSerializeAdapterHttp::awaitHead()
 // Nothing came in time.
 void kxSerializeAdapterHttp::giveUp()
 {
-    const kxString text = kxString::format(kxTranslate(kTimedOut), getName());
+    const kxString text = kxErrorText(kTimedOut, getName());
     {
         const kxBodyGuard guard(lock_);
         if (isOver()) return;

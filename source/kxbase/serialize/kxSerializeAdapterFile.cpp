@@ -3,6 +3,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxSystemError.h"
 
@@ -14,7 +15,8 @@ namespace {
 
 // The one threshold of both directions.
 constexpr std::uint32_t kBlockBytes = 1000000;
-constexpr std::string_view kCouldNotFlush = "Could not flush to file '%s' (%s)";
+constexpr std::string_view kCouldNotFlush = "Could not flush to file '%s'";
+constexpr std::string_view kCouldNotFlushBecause = "Could not flush to file '%s' (%s)";
 
 }  // namespace
 
@@ -61,7 +63,7 @@ void kxSerializeAdapterFile::open()
 
 void kxSerializeAdapterFile::fail(std::string_view format, kxPlatformError error)
 {
-    setError(kxString::format(kxTranslate(format), kxShortName(fileName_), kxSystemErrorText(error)));
+    setError(kxErrorText(format, kxShortName(fileName_), kxSystemErrorText(error)));
 }
 
 void kxSerializeAdapterFile::setBlockReading(bool reads)
@@ -134,7 +136,7 @@ bool kxSerializeAdapterFile::makeRoom()
 bool kxSerializeAdapterFile::flushQueue()
 {
     if (!isOpen()) {
-        setError(kxString::format(kxTranslate("Could not flush to file '%s'"), kxShortName(fileName_)));
+        setError(kxErrorText(kCouldNotFlush, kxShortName(fileName_)));
         return false;
     }
     if (!queue_.isEmpty()) queue_.drop(writeOut(queue_.data(), queue_.length()));
@@ -153,7 +155,7 @@ std::uint32_t kxSerializeAdapterFile::writeOut(const std::uint8_t* bytes, std::u
 
 void kxSerializeAdapterFile::couldNotWrite(kxPlatformError error)
 {
-    fail(kCouldNotFlush, error);
+    fail(kCouldNotFlushBecause, error);
     if (!std::exchange(writeHasFailed_, true)) kxMessage(KX_MESSAGE_WARNING, "%s", getError());
 }
 

@@ -3,6 +3,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxMoveBytes.h"
 #include "kxbase/object/kxTypeTable.h"
+
 namespace {
 
 constexpr const char* kWrittenBeyondEnd = "Memory Adapter written beyond end";

@@ -5,6 +5,7 @@
 #include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxSystemError.h"
 
 #include <algorithm>
@@ -69,7 +70,7 @@ void kxSerializeAdapterStdIO::writeOut(const void* bytes, std::uint32_t count)
     if (count == 0) return;
     const kxPlatformIoResult written = kxPlatformFileWrite(kxPlatformConsoleOutput(), bytes, count);
     if (written.error == 0) return;
-    setError(kxWithSystemError(kxTranslate("Could not write to the console"), written.error));
+    setError(kxErrorText("Could not write to the console (%s)", kxSystemErrorText(written.error)));
     if (std::exchange(writeHasFailed_, true)) return;
     kxMessage(KX_MESSAGE_WARNING, "%s", getError());
     // The message itself may have gone to the same place.
@@ -120,9 +121,12 @@ std::uint8_t kxSerializeAdapterStdIO::readByte()
 
 bool kxSerializeAdapterStdIO::isKeyWaiting()
 {
-    if (mayLook()) return input_.look(kKeyWaitMilliseconds) != 0;
-    kxPlatformSleep(kKeyWaitMilliseconds);
-    return false;
+    if (!mayLook()) {
+        kxPlatformSleep(kKeyWaitMilliseconds);
+        return false;
+    }
+    // The terminal may have become somebody else's, or a dialog's, during the wait.
+    return input_.look(kKeyWaitMilliseconds) != 0 && mayLook() && input_.look(0) != 0;
 }
 
 void kxSerializeAdapterStdIO::mapEraseKey(std::uint8_t* bytes, std::uint32_t count)
@@ -140,7 +144,7 @@ bool kxSerializeAdapterStdIO::hasError()
         setError(kxTranslate("End of file"));
         return true;
     }
-    setError(kxWithSystemError(kxTranslate("Could not read from the console"), input_.error()));
+    setError(kxErrorText("Could not read from the console (%s)", kxSystemErrorText(input_.error())));
     kxAdapterMessage(KX_MESSAGE_WARNING, "%s", getError());
     return true;
 }

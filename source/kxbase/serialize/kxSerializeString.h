@@ -15,6 +15,8 @@
 class kxSerializeString : public kxSerializeData {
 public:
     explicit kxSerializeString(const kxString& text = {}, bool usesTerminator = true, char terminator = 0);
+    // The terminator stands behind its switch; the other way round, both would convert silently.
+    kxSerializeString(const kxString& text, char terminator, bool usesTerminator) = delete;
 
     void write(kxSerializeAdapter& adapter) const override;
     void read(kxSerializeAdapter& adapter) override;

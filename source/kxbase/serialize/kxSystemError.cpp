@@ -6,8 +6,3 @@ kxString kxSystemErrorText(kxPlatformError error)
     kxPlatformErrorText(error, description, sizeof(description));
     return description;
 }
-
-kxString kxWithSystemError(std::string_view text, kxPlatformError error)
-{
-    return kxString::format("%s (%s)", text, kxSystemErrorText(error));
-}

@@ -29,10 +29,10 @@ bool kxPlatformConsoleIsTerminal(kxPlatformFileHandle stream)
     return ::isatty(static_cast<int>(stream)) == 1;
 }
 
-// What is typed while the dialog is open is its answer.
 bool kxPlatformConsoleTakeRaw()
 {
-    return !kxPosixDialogMode.isTaken() && kxPosixConsoleMode.take(STDIN_FILENO);
+    if (kxPosixTerminalMode::isGivenBackForGood()) return kxPosixTerminalMode::isInForegroundOf(STDIN_FILENO);
+    return kxPosixConsoleMode.take(STDIN_FILENO);
 }
 
 void kxPlatformConsoleRestore()

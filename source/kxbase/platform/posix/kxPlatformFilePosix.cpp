@@ -9,6 +9,7 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -80,6 +81,15 @@ std::uint32_t readyBytes(int descriptor)
 {
     int count = 0;
     return ::ioctl(descriptor, FIONREAD, &count) == 0 && count > 0 ? static_cast<std::uint32_t>(count) : 0;
+}
+
+// Whether a read of what was readable a moment ago returns at once although the system counts no bytes.
+bool isReadToKnow(int descriptor, short events)
+{
+    termios mode{};
+    if ((events & (POLLHUP | POLLERR)) != 0 || ::tcgetattr(descriptor, &mode) != 0) return true;
+    // Somebody else has taken what was typed, unless it is the key that ends the input where lines are read.
+    return (mode.c_lflag & ICANON) != 0 && kxPosixWait(descriptor, POLLIN, 0) != 0;
 }
 
 }  // namespace
@@ -155,11 +165,10 @@ kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t wait
 {
     const int descriptor = descriptorOf(file);
     if (const std::uint32_t count = readyBytes(descriptor)) return {KX_PLATFORM_BYTES_READY, count};
-    if (kxPosixWait(descriptor, POLLIN, waitMilliseconds) == 0) {
-        return {KX_PLATFORM_NOTHING_READY, 0};
-    }
+    const short events = kxPosixWait(descriptor, POLLIN, waitMilliseconds);
+    if (events == 0) return {KX_PLATFORM_NOTHING_READY, 0};
     if (const std::uint32_t count = readyBytes(descriptor)) return {KX_PLATFORM_BYTES_READY, count};
-    return {KX_PLATFORM_READ_TO_KNOW, 0};
+    return {isReadToKnow(descriptor, events) ? KX_PLATFORM_READ_TO_KNOW : KX_PLATFORM_NOTHING_READY, 0};
 }
 
 kxPlatformError kxPlatformFileClose(kxPlatformFileHandle file)

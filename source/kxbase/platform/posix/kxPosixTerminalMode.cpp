@@ -48,14 +48,6 @@ private:
     static constinit inline std::atomic<pid_t> holder_{0};
 };
 
-// A terminal that does not control the process has no background, and one that hung up is nobody's: then the
-// question fails.
-bool isInForegroundOf(int terminal)
-{
-    const pid_t foreground = ::tcgetpgrp(terminal);
-    return foreground < 0 || foreground == ::getpgrp();
-}
-
 // Ends the process by the same signal: it is pending until the handler returns. A fault that was not sent
 // happens again by itself.
 void onEndingSignal(int signal)
@@ -96,23 +88,36 @@ void onStop(int signal)
 void changeForConsole(termios& mode)
 {
     mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | IEXTEN);
-    mode.c_iflag &= ~static_cast<tcflag_t>(ICRNL | INLCR | IGNCR);
+    mode.c_iflag &= ~static_cast<tcflag_t>(ICRNL | INLCR | IGNCR | IXON | IXANY);
 }
 
+// An output that was stopped goes on as well, so that the question is seen.
 void changeForDialog(termios& mode)
 {
     mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHONL | ISIG | IEXTEN);
+    mode.c_iflag &= ~static_cast<tcflag_t>(IXON | IXANY);
 }
 
 }  // namespace
 
-constinit kxPosixTerminalMode kxPosixConsoleMode{changeForConsole};
+constinit kxPosixTerminalMode kxPosixConsoleMode{changeForConsole, &kxPosixDialogMode};
 constinit kxPosixTerminalMode kxPosixDialogMode{changeForDialog};
+
+// The question fails for a terminal that does not control the process, and for one that hung up.
+bool kxPosixTerminalMode::isInForegroundOf(int terminal)
+{
+    const pid_t foreground = ::tcgetpgrp(terminal);
+    return foreground < 0 || foreground == ::getpgrp();
+}
+
+bool kxPosixTerminalMode::mayBeTaken(int terminal) const
+{
+    return !isEnding.load() && (above_ == nullptr || !above_->isTaken()) && isInForegroundOf(terminal);
+}
 
 bool kxPosixTerminalMode::take(int terminal)
 {
-    if (isEnding.load()) return false;
-    if (!isInForegroundOf(terminal)) {
+    if (!mayBeTaken(terminal)) {
         isToBeTakenAgain_.store(true);
         return false;
     }
@@ -121,7 +126,8 @@ bool kxPosixTerminalMode::take(int terminal)
     (void)handlersInstalled;
 
     const ChangeLock lock;
-    if (isEnding.load() || !isInForegroundOf(terminal)) return false;
+    // What is saved here must be the terminal's own mode, not that of a dialog that has just opened.
+    if (!mayBeTaken(terminal)) return false;
     // While the mode is still ours, what was found before it holds; else it is found anew.
     if (!isTaken() && ::tcgetattr(terminal, &before_) != 0) return true;  // it hung up
     isToBeTakenAgain_.store(false);
@@ -165,6 +171,11 @@ void kxPosixTerminalMode::giveAllBackForGood()
 {
     isEnding.store(true);
     giveAllBack();
+}
+
+bool kxPosixTerminalMode::isGivenBackForGood()
+{
+    return isEnding.load();
 }
 
 bool kxPosixTerminalMode::isEndingBy(void (*handler)(int))
