@@ -45,7 +45,7 @@ bool kxPlatformThreadKill(kxPlatformThread& thread);
 // its stack behind.
 void kxPlatformThreadClose(kxPlatformThread* thread);
 // Ends the calling thread as kxPlatformThreadKill does; does nothing unless it was started by
-// kxPlatformThreadStart. May be called from a signal handler.
+// kxPlatformThreadStart in this process: in a forked child the thread is the process. May be called from a signal handler.
 void kxPlatformThreadKillCaller();
 // Puts off that another thread kills the calling one, until that is allowed as many times.
 void kxPlatformThreadDelayKill();

@@ -23,6 +23,7 @@ struct kxPlatformThread {
 
     const kxPlatformThreadBody body;
     void* const argument;
+    const pid_t process = ::getpid();
     pthread_t handle{};
     std::atomic<std::uint32_t> id{0};
     std::atomic<std::uint32_t> joining{IDLE};
@@ -232,9 +233,10 @@ void kxPlatformThreadClose(kxPlatformThread* thread)
     delete thread;
 }
 
+// In the child of a fork the thread is the process.
 bool kxPosixMayKillCaller()
 {
-    return current != nullptr;
+    return current != nullptr && current->process == ::getpid();
 }
 
 void kxPlatformThreadKillCaller()

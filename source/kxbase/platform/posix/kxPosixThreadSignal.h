@@ -13,5 +13,6 @@ inline int kxPosixThreadSignal()
 #endif
 }
 
-// Whether kxPlatformThreadKillCaller would end the calling thread. May be called from a signal handler.
+// Whether kxPlatformThreadKillCaller would end the calling thread: one of kxPlatformThreadStart, in the process that
+// has started it. May be called from a signal handler.
 bool kxPosixMayKillCaller();
