@@ -9,10 +9,7 @@ namespace {
 
 bool addCurrentFolder(kxCrashText& path)
 {
-    char folder[kxCrashText::kLineBytes];
-    const bool isKnown = kxPlatformCurrentDirectory(folder, sizeof(folder));
-    if (isKnown) path.add(folder);
-    return isKnown;
+    return path.addFrom(kxPlatformCurrentDirectory);
 }
 
 bool addTemporaryFolder(kxCrashText& path)
@@ -46,7 +43,7 @@ kxCrashTime kxCrashFile::time()
 
 bool kxCrashFile::append(const char* path, std::string_view text)
 {
-    const kxPlatformFileHandle file = kxPlatformFileOpenWrite(path, KX_PLATFORM_APPEND).file;
+    const kxPlatformFileHandle file = kxPlatformFileOpenRegular(path).file;
     if (file == KX_PLATFORM_NO_FILE) return false;
     const kxPlatformError error = kxPlatformFileWriteWhole(file, text.data(), text.size());
     return kxPlatformFileClose(file) == 0 && error == 0;

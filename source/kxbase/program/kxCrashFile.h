@@ -1,4 +1,5 @@
 // The crash file: named from the local time at which it is opened, in the current directory, else in that of TMPDIR.
+// Where something else than a file has that name, as a link or a pipe that somebody has laid there, comes the next place.
 // A text stands whole in one place: where neither folder takes all of it, none of it, and it goes to standard error.
 // A file that could be made but not written stays behind empty, since others may have it open. Each text goes to the
 // file that has the name then: one that somebody has removed is made again.
