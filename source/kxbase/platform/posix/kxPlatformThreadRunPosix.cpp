@@ -1,5 +1,6 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
 #include <algorithm>
@@ -23,6 +24,7 @@ struct kxPlatformThread {
 
     const kxPlatformThreadBody body;
     void* const argument;
+    const bool takesFaults;
     const pid_t process = ::getpid();
     pthread_t handle{};
     std::atomic<std::uint32_t> id{0};
@@ -32,8 +34,8 @@ struct kxPlatformThread {
     std::atomic<std::uint32_t> isOver{0};  // the body has returned or was killed; those who wait sleep on it
     char handlerStack[64 * 1024];
 
-    kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument)
-        : body(threadBody), argument(bodyArgument)
+    kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument, bool threadTakesFaults)
+        : body(threadBody), argument(bodyArgument), takesFaults(threadTakesFaults)
     {}
 };
 
@@ -86,12 +88,14 @@ bool installThreadSignal()
     return ::sigaction(kxPosixThreadSignal(), &action, nullptr) == 0;
 }
 
-// The starting thread may have blocked the signal.
-void unblockThreadSignal()
+// The starting thread may have blocked the signals. A fault whose signal is blocked ends the process at once.
+void unblockSignals(bool areFaultsMeant)
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, kxPosixThreadSignal());
+    if (areFaultsMeant)
+        for (const int signal : kxPosixFaultSignals) sigaddset(&signals, signal);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
@@ -128,7 +132,7 @@ public:
     explicit Running(kxPlatformThread* thread) : thread_(thread)
     {
         thread->id.store(kxPlatformThreadId());
-        unblockThreadSignal();
+        unblockSignals(thread->takesFaults);
         current = thread;
     }
     ~Running()
@@ -185,16 +189,27 @@ bool join(kxPlatformThread& thread)
     return state == kxPlatformThread::DONE;
 }
 
+kxPlatformThread* start(kxPlatformThreadBody body, void* argument, bool takesFaults)
+{
+    static const bool isInstalled = installThreadSignal();
+    if (!isInstalled) return nullptr;
+    std::unique_ptr<kxPlatformThread> thread(new (std::nothrow)
+                                                 kxPlatformThread(body, argument, takesFaults));
+    if (thread == nullptr || ::pthread_create(&thread->handle, nullptr, run, thread.get()) != 0)
+        return nullptr;
+    return thread.release();
+}
+
 }  // namespace
 
 kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument)
 {
-    static const bool isInstalled = installThreadSignal();
-    std::unique_ptr<kxPlatformThread> thread(isInstalled ? new (std::nothrow) kxPlatformThread(body, argument)
-                                                         : nullptr);
-    if (thread == nullptr || ::pthread_create(&thread->handle, nullptr, run, thread.get()) != 0)
-        return nullptr;
-    return thread.release();
+    return start(body, argument, true);
+}
+
+kxPlatformThread* kxPosixStartThreadWithoutFaults(kxPlatformThreadBody body, void* argument)
+{
+    return start(body, argument, false);
 }
 
 bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMilliseconds)

@@ -2,6 +2,8 @@
 // real-time signal would not do, since it is refused when the queue of signals is full.
 #pragma once
 
+#include "kxbase/platform/kxPlatformThread.h"
+
 #include <csignal>
 
 inline int kxPosixThreadSignal()
@@ -16,3 +18,6 @@ inline int kxPosixThreadSignal()
 // Whether kxPlatformThreadKillCaller would end the calling thread: one of kxPlatformThreadStart, in the process that
 // has started it. May be called from a signal handler.
 bool kxPosixMayKillCaller();
+
+// As kxPlatformThreadStart, but the signals of faults stay blocked in the thread if they are in the calling one.
+kxPlatformThread* kxPosixStartThreadWithoutFaults(kxPlatformThreadBody body, void* argument);
