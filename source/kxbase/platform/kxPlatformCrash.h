@@ -43,7 +43,7 @@ struct kxPlatformCrash {
 };
 
 // What the program does about a fault. Those for the handler must neither allocate nor take a lock, and run on one
-// thread at a time.
+// thread at a time. Those for the dump thread that throw have not come to their end.
 struct kxPlatformCrashActions {
     // On the dump thread: writes everything down. Answers whether the fault is handled. When it comes to its end too
     // late, dealInHandler may run at the same time, and what dump has found to tell is not told.
@@ -75,7 +75,8 @@ bool kxPlatformCrashInstall(const kxPlatformCrashActions& actions);
 // Fills in the frames of the calling thread, the caller's first. Safe in a signal handler.
 std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity);
 
-// Writes to standard error, in the handler as well. What that does not take within a second is dropped.
+// Writes to standard error, in the handler as well. What that does not take within a second is dropped. No signal comes
+// of it.
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes);
 
 // Where an address stands. Texts are cut to fit, and empty where nothing is known.

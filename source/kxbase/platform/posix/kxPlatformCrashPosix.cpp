@@ -10,6 +10,7 @@
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixWriteSignals.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,8 +20,10 @@
 #include <cstdlib>
 #include <ctime>
 #include <iterator>
+#include <span>
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -29,10 +32,11 @@ namespace {
 
 // Who deals with a fault: a thread by its id, nobody, or the handler before, which the thread has called.
 //
-//   kNobody, any passed on -> thread  the thread, when it faults or ends the process
+//   kNobody, any passed on -> thread  the thread, when it faults or ends the process; so from an owner that is gone
 //   thread -> kNobody                 the same thread, when that is all; it stays the owner of a process that is to end
 //   thread -> its id, passed on       the same thread, when it calls the handler before
-//   its id, passed on -> kNobody      the same thread, when that has returned; a handler that jumps leaves it behind
+//   its id, passed on -> kNobody      the same thread, when that has returned and was called from no other one;
+//                                     a handler that jumps leaves it behind
 //   any -> kNobody                    a forked child
 constexpr std::uint32_t kNobody = 0;
 constexpr std::uint32_t kPassedOn = 0x80000000;  // joined with the id
@@ -79,50 +83,32 @@ void changeOwner(std::uint32_t from, std::uint32_t to)
     if (owner.compare_exchange_strong(from, to)) kxPlatformWakeAll(owner);
 }
 
+// As the child of a vfork, whose thread was none of this process.
+bool isGone(std::uint32_t thread)
+{
+    return ::syscall(SYS_tgkill, ::getpid(), static_cast<pid_t>(thread), 0) != 0 && errno == ESRCH;
+}
+
 // Those that fault meanwhile wait in their handlers.
 void becomeOwner(std::uint32_t thread)
 {
     for (;;) {
         std::uint32_t present = owner.load();
         if (present == thread) return;
-        if (present != kNobody && !isPassedOn(present))
-            kxPlatformWaitWhile(owner, present, kxPosixForEver);
+        const bool isFree = present == kNobody || isPassedOn(present) || isGone(present);
+        if (!isFree)
+            kxPlatformWaitWhile(owner, present, kxPosixOwnerMilliseconds);
         else if (owner.compare_exchange_strong(present, thread))
             return;
     }
-}
-
-// Writing may send signals of its own to the thread, which would come before the fault goes on.
-class WritingInHandler {
-public:
-    WritingInHandler() { ::sigpending(&before_); }
-    ~WritingInHandler()
-    {
-        for (const int signal : {SIGPIPE, SIGXFSZ})
-            if (sigismember(&before_, signal) == 0) kxPosixTakePending(signal);
-    }
-    WritingInHandler(const WritingInHandler&) = delete;
-    WritingInHandler& operator=(const WritingInHandler&) = delete;
-
-private:
-    sigset_t before_;
-};
-
-bool dealWithoutThread(const kxPlatformCrash& crash)
-{
-    const WritingInHandler writing;
-    return actions.dealInHandler(crash);
 }
 
 // Answers whether the fault is handled.
 bool dealOnThread(const kxPlatformCrash& crash)
 {
     const kxPosixDumpResult result = kxPosixDump();
-    if (result == KX_POSIX_DUMP_LOST) return dealWithoutThread(crash);
-    if (!kxPosixTell()) {
-        const WritingInHandler writing;
-        actions.tellInHandler(crash);
-    }
+    if (result == KX_POSIX_DUMP_LOST) return actions.dealInHandler(crash);
+    if (!kxPosixTell()) actions.tellInHandler(crash);
     return result == KX_POSIX_DUMP_HANDLED;
 }
 
@@ -135,9 +121,28 @@ void allowMisalignment()
 #endif
 }
 
+// A handler that hands its signal on to this one may have it blocked.
+class FaultsUnblocked {
+public:
+    FaultsUnblocked()
+    {
+        sigset_t faults;
+        sigemptyset(&faults);
+        for (const int signal : kxPosixFaultSignals) sigaddset(&faults, signal);
+        pthread_sigmask(SIG_UNBLOCK, &faults, &before_);
+    }
+    ~FaultsUnblocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    FaultsUnblocked(const FaultsUnblocked&) = delete;
+    FaultsUnblocked& operator=(const FaultsUnblocked&) = delete;
+
+private:
+    sigset_t before_;
+};
+
 // For steps that read memory which may be in disorder: a fault ends the step, and what was done until then counts.
 template <typename Step> void guarded(Step step)
 {
+    const FaultsUnblocked unblocked;
     if (sigsetjmp(guardStart, 1) == 0) {
         isGuarded.store(true);
         step();
@@ -173,23 +178,24 @@ void endByDefault(siginfo_t& info, void* context)
     kxPosixEndByDefault(info, context);
 }
 
-void callHandlerBefore(siginfo_t& info, void* context)
+void callHandlerBefore(siginfo_t& info, void* context, bool isNested)
 {
     const std::uint32_t thread = callingThread();
     passedOnAtMilliseconds.store(nowMilliseconds());
     changeOwner(thread, thread | kPassedOn);
     if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
-    changeOwner(thread | kPassedOn, kNobody);
+    if (!isNested) changeOwner(thread | kPassedOn, kNobody);
 }
 
-// To what was there before. A further fault goes on while another thread may own the next.
-void goOn(siginfo_t& info, void* context)
+// To what was there before. A further fault goes on while another thread may own the next; a nested one has happened
+// in a handler before.
+void goOn(siginfo_t& info, void* context, bool isNested = false)
 {
     switch (kxPosixNextStepOf(info)) {
     case KX_POSIX_IGNORE:
-        return changeOwner(callingThread(), kNobody);
+        return changeOwner(callingThread(), isNested ? callingThread() | kPassedOn : kNobody);
     case KX_POSIX_CALL_HANDLER:
-        return callHandlerBefore(info, context);
+        return callHandlerBefore(info, context, isNested);
     case KX_POSIX_END_PROCESS:
         return endByDefault(info, context);
     }
@@ -205,24 +211,40 @@ void goOn(siginfo_t& info, void* context)
     ::_exit(kxPosixStatusOfSignal + signal);
 }
 
+// Whether the thread has sent it itself, by what it did or as `raise` and `abort` do.
+bool isOwn(const siginfo_t& info)
+{
+    return info.si_code > 0 || (info.si_code == SI_TKILL && info.si_pid == ::getpid());
+}
+
 // A fault in the middle of dealing with one; the unwinder aborts where it is at a loss. What somebody sends meanwhile
 // comes too late.
 void onFurtherFault(siginfo_t& info, void* context)
 {
-    if (isGuarded.load() && (info.si_code > 0 || info.si_signo == SIGABRT)) siglongjmp(guardStart, 1);
+    if (isGuarded.load() && isOwn(info)) siglongjmp(guardStart, 1);
     if (info.si_code > 0) goOn(info, context);
 }
 
 void onFirstFault(siginfo_t& info, void* context)
 {
     becomeOwner(callingThread());
-    kxPlatformCrash* const room = kxPosixDumpRoom();
-    kxPlatformCrash& crash = room != nullptr ? *room : crashForHandler;
+    const bool isOnThread = kxPosixMayDump();
+    kxPlatformCrash& crash = isOnThread ? kxPosixDumpRoom() : crashForHandler;
     examine(info, context, crash);
+    const bool isNested = kxPosixIsWithinHandlerBefore(std::span(crash.frames, crash.frameCount));
+    // A handler that aborts ends in this way what was a fault.
+    if (isNested && info.si_signo == SIGABRT) return goOn(info, context, isNested);
     kxPosixTerminalMode::giveAllBack();
-    const bool isDone = room != nullptr ? dealOnThread(crash) : dealWithoutThread(crash);
+    const bool isDone = isOnThread ? dealOnThread(crash) : actions.dealInHandler(crash);
     if (isDone) endHandled(info.si_signo);
-    goOn(info, context);
+    goOn(info, context, isNested);
+}
+
+// What others send is for the threads of the program.
+void onDumpThread(siginfo_t& info, void* context)
+{
+    if (isOwn(info)) kxPosixLoseDumpThread();
+    kxPosixSendToProcess(info, context);
 }
 
 void onFault(int, siginfo_t* info, void* context)
@@ -230,11 +252,10 @@ void onFault(int, siginfo_t* info, void* context)
     allowMisalignment();
     const int error = errno;
     const std::uint32_t thread = callingThread();
-    if (kxPosixIsDumpThread(thread)) kxPosixLoseDumpThread();
-    if (owner.load() == thread)
+    if (kxPosixIsDumpThread(thread))
+        onDumpThread(*info, context);
+    else if (owner.load() == thread)
         onFurtherFault(*info, context);
-    else if (info->si_signo == SIGABRT && kxPosixIsWithinHandlerBefore(__builtin_frame_address(0)))
-        goOn(*info, context);  // it ends in this way what was a fault
     else
         onFirstFault(*info, context);
     errno = error;
@@ -255,7 +276,7 @@ void waitForOwner()
     const std::uint32_t own = callingThread();
     if (kxPosixIsDumpThread(own)) return;
     std::uint32_t present = owner.load();
-    while (present != kNobody && (present & ~kPassedOn) != own) {
+    while (present != kNobody && (present & ~kPassedOn) != own && !isGone(present & ~kPassedOn)) {
         if (!kxPlatformWaitWhile(owner, present, longestWait(present))) return;
         present = owner.load();
     }
@@ -267,9 +288,20 @@ void forgetInChild()
     kxPosixForgetDumpThread();
 }
 
+// What these steps learn and what the loader binds when they are first taken needs more room than a handler may have.
+void rehearse()
+{
+    kxPlatformFrame frames[KX_PLATFORM_MOST_FRAMES];
+    const std::span taken(frames, kxPlatformCrashFrames(frames, KX_PLATFORM_MOST_FRAMES));
+    kxPlatformModule module{};
+    for (const kxPlatformFrame& frame : taken) kxPlatformCrashModule(frame.address, module);
+    kxPosixIsWithinHandlerBefore(taken);
+}
+
 bool install(const kxPlatformCrashActions& wanted)
 {
     actions = wanted;
+    rehearse();
     kxPosixInstallHandlerStack();
     static constinit kxPlatformForkGuard guard{[] {}, [] {}, forgetInChild};
     kxPlatformAddForkGuard(guard);
@@ -287,6 +319,7 @@ void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {
     // What is ready takes that much without a wait: a pipe at least so, a terminal perhaps one byte only.
     const std::size_t mostBytes = ::isatty(STDERR_FILENO) != 0 ? 1 : PIPE_BUF;
+    const kxPosixWriteSignals held;
     const std::int64_t begin = nowMilliseconds();
     while (sizeBytes != 0) {
         const std::uint32_t left = millisecondsLeft(begin, kxPosixPrintMilliseconds);

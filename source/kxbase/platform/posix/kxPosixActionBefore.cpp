@@ -5,14 +5,13 @@
 #include "kxbase/platform/posix/kxPosixThreadSignal.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <ctime>
 #include <iterator>
 
 #include <pthread.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
+#include <unwind.h>
 
 namespace {
 
@@ -20,9 +19,6 @@ namespace {
 constexpr pid_t kFirstProcess = 1;
 
 struct sigaction actionsBefore[std::size(kxPosixFaultSignals)];
-
-// The calling thread's frame of kxPosixCallHandlerBefore; where that handler has jumped, of the last one.
-constinit thread_local volatile std::uintptr_t frameOfCall = 0;
 
 const struct sigaction& actionBefore(int signal)
 {
@@ -85,24 +81,21 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info)
     sigset_t mask;
     sigorset(&mask, &before.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
     if ((before.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
-    const void* const frame = __builtin_frame_address(0);
-    const std::uintptr_t outerFrame = kxPosixIsWithinHandlerBefore(frame) ? frameOfCall : 0;
-    frameOfCall = reinterpret_cast<std::uintptr_t>(frame);
     if (isPending(kxPosixThreadSignal())) sigaddset(&mask, kxPosixThreadSignal());
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);
     if ((before.sa_flags & SA_SIGINFO) != 0)
         before.sa_sigaction(info.si_signo, &info, context);
     else
         before.sa_handler(info.si_signo);
-    frameOfCall = outerFrame;
     return kxPosixFaultsAgain(info) && isDefault(info.si_signo);
 }
 
-bool kxPosixIsWithinHandlerBefore(const void* frame)
+bool kxPosixIsWithinHandlerBefore(std::span<const kxPlatformFrame> frames)
 {
-    stack_t stack{};
-    return frameOfCall != 0 && ::sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_ONSTACK) != 0 &&
-           reinterpret_cast<std::uintptr_t>(frame) < frameOfCall;
+    return std::any_of(frames.begin(), frames.end(), [](const kxPlatformFrame& frame) {
+        void* const place = reinterpret_cast<void*>(frame.address);
+        return ::_Unwind_FindEnclosingFunction(place) == reinterpret_cast<void*>(kxPosixCallHandlerBefore);
+    });
 }
 
 void kxPosixEndByDefault(siginfo_t& info, void* context)
@@ -118,11 +111,12 @@ void kxPosixEndByDefault(siginfo_t& info, void* context)
     ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::syscall(SYS_gettid), info.si_signo, &info);
 }
 
-bool kxPosixTakePending(int signal)
+void kxPosixSendToProcess(siginfo_t& info, void* context)
 {
-    constexpr timespec kNoTime{};
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, signal);
-    return ::sigtimedwait(&set, nullptr, &kNoTime) == signal;
+    sigset_t own;
+    sigemptyset(&own);
+    sigaddset(&own, info.si_signo);
+    pthread_sigmask(SIG_BLOCK, &own, nullptr);
+    sigaddset(&static_cast<ucontext_t*>(context)->uc_sigmask, info.si_signo);
+    ::syscall(SYS_rt_sigqueueinfo, ::getpid(), info.si_signo, &info);
 }
