@@ -58,7 +58,8 @@ struct kxPlatformCrashActions {
 
 // Catches faults from now on, stack overflows included on those threads that have a stack for handlers: those of
 // kxPlatformThreadStart and the one that makes the first call, which therefore should be the main thread. On others
-// a stack overflow ends the process. The first fault wins, others wait until it has been dealt with.
+// a stack overflow ends the process. A stack for handlers that the program itself gives to a thread has to have 16 KiB, or
+// what the system advises if that is more. The first fault wins, others wait until it has been dealt with.
 //
 // A fault that is handled ends its thread when that was started by kxPlatformThreadStart, else the process, with
 // the status that a shell gives for such an end. Any other goes on to what was there before. A handler is called as
