@@ -47,7 +47,7 @@ std::string find(const std::string& bytes, std::string_view english, std::string
     kxTranslations translations;
     kxLanguageFileParser parser(translations);
     for (std::size_t at = 0; at < bytes.size(); at += pieceBytes) {
-        parser.read(reinterpret_cast<const std::uint8_t*>(bytes.data()) + at,
+        parser.feed(reinterpret_cast<const std::uint8_t*>(bytes.data()) + at,
                     std::min(pieceBytes, bytes.size() - at));
     }
     parser.finish();

@@ -10,3 +10,6 @@ const char* kxPlatformEnvironment(const char* name);
 // its terminating zero do not fit.
 bool kxPlatformCurrentDirectory(char* path, std::size_t sizeBytes);
 bool kxPlatformProgramFile(char* path, std::size_t sizeBytes);
+// The directory for temporary files that the environment names; false when it names none. An absolute path as well, but
+// with "/" at the end if it is named so.
+bool kxPlatformTemporaryDirectory(char* path, std::size_t sizeBytes);

@@ -1,6 +1,7 @@
 #include "kxbase/platform/kxPlatformEnvironment.h"
 
 #include <cstdlib>
+#include <cstring>
 
 #include <unistd.h>
 
@@ -20,5 +21,21 @@ bool kxPlatformProgramFile(char* path, std::size_t sizeBytes)
     const ssize_t length = ::readlink("/proc/self/exe", path, sizeBytes);
     if (length <= 0 || static_cast<std::size_t>(length) >= sizeBytes) return false;
     path[length] = '\0';
+    return true;
+}
+
+bool kxPlatformTemporaryDirectory(char* path, std::size_t sizeBytes)
+{
+    const char* const folder = std::getenv("TMPDIR");
+    if (folder == nullptr || folder[0] == '\0') return false;
+    std::size_t length = 0;  // of what comes before it
+    if (folder[0] != '/') {
+        if (!kxPlatformCurrentDirectory(path, sizeBytes)) return false;
+        length = std::strlen(path);
+        path[length++] = '/';
+    }
+    const std::size_t folderBytes = std::strlen(folder) + 1;
+    if (folderBytes > sizeBytes - length) return false;
+    std::memcpy(path + length, folder, folderBytes);
     return true;
 }
