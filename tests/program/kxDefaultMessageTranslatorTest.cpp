@@ -2,7 +2,7 @@
 
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxSerializeAdapterQueue.h"

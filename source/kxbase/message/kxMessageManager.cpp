@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
@@ -11,7 +12,6 @@
 #include "kxbase/message/kxMessagePrefix.h"
 #include "kxbase/message/kxMessageSilence.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
-#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
@@ -152,9 +152,8 @@ kxMessageManager& kxMessageManager::instance()
         const kxUntrackedScope scope;
         return new kxMessageManager;
     };
-    static constinit kxPlatformForkGuard guard{Fork::before, Fork::after, Fork::afterInChild};
     static kxMessageManager* const manager = make();
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({Fork::before, Fork::after, Fork::afterInChild});
     return *manager;
 }
 

@@ -1,4 +1,6 @@
-// The environment of the process, and where it stands. Safe in a signal handler.
+// Environment variables, the current directory and the program's own file.
+//
+// Threads: any, also before main and after it, while none changes the environment. Safe in a signal handler.
 #pragma once
 
 #include <cstddef>

@@ -5,7 +5,7 @@
 #include "kxbase/message/kxMessageManager.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformFile.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxAdapterSilence.h"

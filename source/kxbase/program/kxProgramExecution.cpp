@@ -5,7 +5,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformCrash.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/program/kxCrashHandler.h"
 #include "kxbase/program/kxExceptionFilter.h"
 #include "kxbase/thread/kxThread.h"

@@ -1,16 +1,19 @@
 #include "kxbase/platform/kxPlatformCrash.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
-#include "kxbase/platform/posix/kxPosixActionBefore.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
 #include "kxbase/platform/posix/kxPosixDescriptor.h"
 #include "kxbase/platform/posix/kxPosixDumpThread.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
+#include "kxbase/platform/posix/kxPosixPreviousAction.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
-#include "kxbase/platform/posix/kxPosixWriteSignals.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
+#include "kxbase/platform/posix/kxPosixWriteSignalsBlocked.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,23 +21,21 @@
 #include <climits>
 #include <csetjmp>
 #include <cstdlib>
-#include <ctime>
 #include <iterator>
 #include <span>
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
 
 namespace {
 
-// Who deals with a fault: a thread by its id, nobody, or the handler before, which the thread has called.
+// Who deals with a fault: a thread by its id, nobody, or the previous handler, which the thread has called.
 //
 //   kNobody, any passed on -> thread  the thread, when it faults or ends the process; so from an owner that is gone
 //   thread -> kNobody                 the same thread, when that is all; it stays the owner of a process that is to end
-//   thread -> its id, passed on       the same thread, when it calls the handler before
+//   thread -> its id, passed on       the same thread, when it calls the previous handler
 //   its id, passed on -> kNobody      the same thread, when that has returned and was called from no other one;
 //                                     a handler that jumps leaves it behind
 //   any -> kNobody                    a forked child
@@ -42,7 +43,7 @@ constexpr std::uint32_t kNobody = 0;
 constexpr std::uint32_t kPassedOn = 0x80000000;  // joined with the id
 
 constinit std::atomic<std::uint32_t> owner{kNobody};
-// When a handler before was last called.
+// When a previous handler was last called.
 constinit std::atomic<std::int64_t> passedOnAtMilliseconds{0};
 
 // Made before any fault.
@@ -59,17 +60,10 @@ std::uint32_t callingThread()
     return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
-std::int64_t nowMilliseconds()
-{
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
-}
-
 // Of a time that began then.
 std::uint32_t millisecondsLeft(std::int64_t beginMilliseconds, std::uint32_t milliseconds)
 {
-    const std::int64_t left = beginMilliseconds + milliseconds - nowMilliseconds();
+    const std::int64_t left = beginMilliseconds + milliseconds - kxPosixMonotonicMilliseconds();
     return static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0));
 }
 
@@ -97,7 +91,7 @@ void becomeOwner(std::uint32_t thread)
         if (present == thread) return;
         const bool isFree = present == kNobody || isPassedOn(present) || isGone(present);
         if (!isFree)
-            kxPlatformWaitWhile(owner, present, kxPosixOwnerMilliseconds);
+            kxPlatformWaitWhile(owner, present, KX_POSIX_OWNER_MILLISECONDS);
         else if (owner.compare_exchange_strong(present, thread))
             return;
     }
@@ -121,28 +115,11 @@ void allowMisalignment()
 #endif
 }
 
-// A handler that hands its signal on to this one may have it blocked.
-class FaultsUnblocked {
-public:
-    FaultsUnblocked()
-    {
-        sigset_t faults;
-        sigemptyset(&faults);
-        for (const int signal : kxPosixFaultSignals) sigaddset(&faults, signal);
-        pthread_sigmask(SIG_UNBLOCK, &faults, &before_);
-    }
-    ~FaultsUnblocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    FaultsUnblocked(const FaultsUnblocked&) = delete;
-    FaultsUnblocked& operator=(const FaultsUnblocked&) = delete;
-
-private:
-    sigset_t before_;
-};
-
 // For steps that read memory which may be in disorder: a fault ends the step, and what was done until then counts.
 template <typename Step> void guarded(Step step)
 {
-    const FaultsUnblocked unblocked;
+    const kxPosixFaultsUnblocked
+        unblocked;  // a handler that hands its signal on to this one may have it blocked
     if (sigsetjmp(guardStart, 1) == 0) {
         isGuarded.store(true);
         step();
@@ -178,24 +155,24 @@ void endByDefault(siginfo_t& info, void* context)
     kxPosixEndByDefault(info, context);
 }
 
-void callHandlerBefore(siginfo_t& info, void* context, bool isNested)
+void callPreviousHandler(siginfo_t& info, void* context, bool isNested)
 {
     const std::uint32_t thread = callingThread();
-    passedOnAtMilliseconds.store(nowMilliseconds());
+    passedOnAtMilliseconds.store(kxPosixMonotonicMilliseconds());
     changeOwner(thread, thread | kPassedOn);
-    if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
+    if (kxPosixCallPreviousHandler(info, context)) return endByDefault(info, context);
     if (!isNested) changeOwner(thread | kPassedOn, kNobody);
 }
 
-// To what was there before. A further fault goes on while another thread may own the next; a nested one has happened
-// in a handler before.
-void goOn(siginfo_t& info, void* context, bool isNested = false)
+// To the previous action. A further fault goes on while another thread may own the next; a nested one has happened
+// in a previous handler.
+void passOn(siginfo_t& info, void* context, bool isNested = false)
 {
     switch (kxPosixNextStepOf(info)) {
     case KX_POSIX_IGNORE:
         return changeOwner(callingThread(), isNested ? callingThread() | kPassedOn : kNobody);
     case KX_POSIX_CALL_HANDLER:
-        return callHandlerBefore(info, context, isNested);
+        return callPreviousHandler(info, context, isNested);
     case KX_POSIX_END_PROCESS:
         return endByDefault(info, context);
     }
@@ -208,7 +185,7 @@ void goOn(siginfo_t& info, void* context, bool isNested = false)
         kxPlatformThreadKillCaller();
     }
     kxPosixTerminalMode::giveAllBackForGood();
-    ::_exit(kxPosixStatusOfSignal + signal);
+    ::_exit(KX_POSIX_STATUS_OF_SIGNAL + signal);
 }
 
 // Whether the thread has sent it itself, by what it did or as `raise` and `abort` do.
@@ -222,7 +199,7 @@ bool isOwn(const siginfo_t& info)
 void onFurtherFault(siginfo_t& info, void* context)
 {
     if (isGuarded.load() && isOwn(info)) siglongjmp(guardStart, 1);
-    if (info.si_code > 0) goOn(info, context);
+    if (info.si_code > 0) passOn(info, context);
 }
 
 void onFirstFault(siginfo_t& info, void* context)
@@ -231,13 +208,13 @@ void onFirstFault(siginfo_t& info, void* context)
     const bool isOnThread = kxPosixMayDump();
     kxPlatformCrash& crash = isOnThread ? kxPosixDumpRoom() : crashForHandler;
     examine(info, context, crash);
-    const bool isNested = kxPosixIsWithinHandlerBefore(std::span(crash.frames, crash.frameCount));
+    const bool isNested = kxPosixIsInPreviousHandler(std::span(crash.frames, crash.frameCount));
     // A handler that aborts ends in this way what was a fault.
-    if (isNested && info.si_signo == SIGABRT) return goOn(info, context, isNested);
+    if (isNested && info.si_signo == SIGABRT) return passOn(info, context, isNested);
     kxPosixTerminalMode::giveAllBack();
     const bool isDone = isOnThread ? dealOnThread(crash) : actions.dealInHandler(crash);
     if (isDone) endHandled(info.si_signo);
-    goOn(info, context, isNested);
+    passOn(info, context, isNested);
 }
 
 // What others send is for the threads of the program.
@@ -261,12 +238,12 @@ void onFault(int, siginfo_t* info, void* context)
     errno = error;
 }
 
-// How long the end of the program may be put off. A handler before may have jumped, long since perhaps.
+// How long the end of the program may be put off. A previous handler may have jumped, long since perhaps.
 std::uint32_t longestWait(std::uint32_t present)
 {
     if (isPassedOn(present))
-        return millisecondsLeft(passedOnAtMilliseconds.load(), kxPosixHandlerMilliseconds);
-    return kxPosixDumpMilliseconds + kxPosixTellMilliseconds + kxPosixEndMilliseconds;
+        return millisecondsLeft(passedOnAtMilliseconds.load(), KX_POSIX_PREVIOUS_HANDLER_MILLISECONDS);
+    return KX_POSIX_DUMP_MILLISECONDS + KX_POSIX_TELL_MILLISECONDS + KX_POSIX_END_MILLISECONDS;
 }
 
 // A program that ends by itself meanwhile waits for the dump, and for the end that the fault brings. The dump thread is
@@ -295,7 +272,7 @@ void rehearse()
     const std::span taken(frames, kxPlatformCrashFrames(frames, KX_PLATFORM_MOST_FRAMES));
     kxPlatformModule module{};
     for (const kxPlatformFrame& frame : taken) kxPlatformCrashModule(frame.address, module);
-    kxPosixIsWithinHandlerBefore(taken);
+    kxPosixIsInPreviousHandler(taken);
 }
 
 bool install(const kxPlatformCrashActions& wanted)
@@ -308,22 +285,28 @@ bool install(const kxPlatformCrashActions& wanted)
     std::atexit(waitForOwner);
     std::at_quick_exit(waitForOwner);
     bool isInstalled = true;
-    for (std::size_t index = 0; index < std::size(kxPosixFaultSignals); ++index)
+    for (std::size_t index = 0; index < std::size(KX_POSIX_FAULT_SIGNALS); ++index)
         isInstalled = kxPosixCatchFault(index, onFault) && isInstalled;
     return isInstalled;
 }
 
 }  // namespace
 
+std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity)
+{
+    void* const caller = __builtin_extract_return_addr(__builtin_return_address(0));
+    return kxPosixWalkFrom(reinterpret_cast<std::uintptr_t>(caller), frames, capacity);
+}
+
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {
     // What is ready takes that much without a wait: a pipe at least so, a terminal perhaps one byte only.
     const std::size_t mostBytes = ::isatty(STDERR_FILENO) != 0 ? 1 : PIPE_BUF;
-    const kxPosixWriteSignals held;
-    const std::int64_t begin = nowMilliseconds();
+    const kxPosixWriteSignalsBlocked blocked;
+    const std::int64_t begin = kxPosixMonotonicMilliseconds();
     while (sizeBytes != 0) {
-        const std::uint32_t left = millisecondsLeft(begin, kxPosixPrintMilliseconds);
-        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, static_cast<int>(left)) & POLLOUT) == 0) return;
+        const std::uint32_t left = millisecondsLeft(begin, KX_POSIX_PRINT_MILLISECONDS);
+        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, left) & POLLOUT) == 0) return;
         const ssize_t count = ::write(STDERR_FILENO, text, std::min(sizeBytes, mostBytes));
         if (count < 0) return;
         text += count;

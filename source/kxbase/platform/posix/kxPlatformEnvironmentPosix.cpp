@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 const char* kxPlatformEnvironment(const char* name)
@@ -12,8 +13,9 @@ const char* kxPlatformEnvironment(const char* name)
 
 bool kxPlatformCurrentDirectory(char* path, std::size_t sizeBytes)
 {
-    // One that cannot be reached is named without a "/" in front.
-    return ::getcwd(path, sizeBytes) != nullptr && path[0] == '/';
+    // The C library would look for a path that is too long for the system by other ways, and allocate. A directory that
+    // cannot be reached is named without a "/" in front.
+    return ::syscall(SYS_getcwd, path, sizeBytes) > 0 && path[0] == '/';
 }
 
 bool kxPlatformProgramFile(char* path, std::size_t sizeBytes)

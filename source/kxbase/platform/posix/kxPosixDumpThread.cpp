@@ -3,13 +3,12 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
-#include "kxbase/platform/posix/kxPosixFault.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <atomic>
 #include <cstdlib>
 
-#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -55,7 +54,7 @@ bool changeProgress(std::uint32_t from, Progress to)
 void dumpAndTell()
 {
     try {
-        result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_GOES_ON;
+        result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_PASSED_ON;
         if (!changeProgress(ASKED, DUMPED)) return;
         actions->tell();
         isTold = true;
@@ -67,12 +66,10 @@ void dumpAndTell()
 // What it does itself may fault.
 void serve()
 {
-    sigset_t faults;
-    sigemptyset(&faults);
-    for (const int signal : kxPosixFaultSignals) sigaddset(&faults, signal);
-    pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-    dumpAndTell();
-    pthread_sigmask(SIG_BLOCK, &faults, nullptr);
+    {
+        const kxPosixFaultsUnblocked unblocked;
+        dumpAndTell();
+    }
     setProgress(IDLE);
 }
 
@@ -85,7 +82,7 @@ void body(void*)
     threadId.store(kxPlatformThreadId());
     for (;;) {
         for (std::uint32_t step = progress.load(); step != ASKED; step = progress.load())
-            kxPlatformWaitWhile(progress, step, kxPosixForEver);
+            kxPlatformWaitWhile(progress, step, KX_PLATFORM_WAIT_FOREVER);
         serve();
     }
 }
@@ -93,12 +90,9 @@ void body(void*)
 // Serves until the process ends; nobody closes it.
 kxPlatformThread* start()
 {
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const kxPosixSignalsBlocked blocked;  // in the thread as well, which begins with the signals of this one
     static kxPlatformThread* thread;
     thread = kxPosixStartThreadWithoutFaults(body, nullptr);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return thread;
 }
 
@@ -131,7 +125,7 @@ bool kxPosixIsDumpThread(std::uint32_t thread)
 void kxPosixLoseDumpThread()
 {
     setProgress(NONE);
-    for (;;) kxPlatformWaitWhile(progress, NONE, kxPosixForEver);
+    for (;;) kxPlatformWaitWhile(progress, NONE, KX_PLATFORM_WAIT_FOREVER);
 }
 
 bool kxPosixMayDump()
@@ -149,7 +143,7 @@ kxPosixDumpResult kxPosixDump()
     result = KX_POSIX_DUMP_LOST;
     isTold = false;
     setProgress(ASKED);
-    kxPlatformWaitWhile(progress, ASKED, kxPosixDumpMilliseconds);
+    kxPlatformWaitWhile(progress, ASKED, KX_POSIX_DUMP_MILLISECONDS);
     // The result of one that is late stays with the dump thread.
     if (changeProgress(ASKED, LATE)) return KX_POSIX_DUMP_LOST;
     return result;
@@ -157,5 +151,5 @@ kxPosixDumpResult kxPosixDump()
 
 bool kxPosixTell()
 {
-    return kxPlatformWaitWhile(progress, DUMPED, kxPosixTellMilliseconds) && isTold;
+    return kxPlatformWaitWhile(progress, DUMPED, KX_POSIX_TELL_MILLISECONDS) && isTold;
 }

@@ -1,4 +1,4 @@
-#include "kxbase/platform/posix/kxPosixWriteSignals.h"
+#include "kxbase/platform/posix/kxPosixWriteSignalsBlocked.h"
 
 #include <ctime>
 
@@ -10,7 +10,7 @@ constexpr int kSignals[] = {SIGPIPE, SIGXFSZ};
 
 }  // namespace
 
-kxPosixWriteSignals::kxPosixWriteSignals()
+kxPosixWriteSignalsBlocked::kxPosixWriteSignalsBlocked()
 {
     sigset_t signals;
     sigemptyset(&signals);
@@ -19,7 +19,7 @@ kxPosixWriteSignals::kxPosixWriteSignals()
     ::sigpending(&pending_);
 }
 
-kxPosixWriteSignals::~kxPosixWriteSignals()
+kxPosixWriteSignalsBlocked::~kxPosixWriteSignalsBlocked()
 {
     constexpr timespec kNoTime{};
     sigset_t signals;

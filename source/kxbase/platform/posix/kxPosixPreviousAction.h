@@ -1,4 +1,5 @@
-// What the program did about a signal of kxPosixFaultSignals before it was caught: the action that comes next.
+// What the program did about a signal of KX_POSIX_FAULT_SIGNALS before it was caught: the previous action, which may
+// be to call a handler.
 //
 // Threads: signals are caught once, before any fault; everything else is for handlers.
 #pragma once
@@ -21,15 +22,15 @@ enum kxPosixNextStep {
 // not sent cannot be ignored.
 kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info);
 
-// Calls the handler before as the system would, on the stack that is in use now. It may jump, or return: then the
+// Calls the previous handler as the system would, on the stack that is in use now. It may jump, or return: then the
 // answer is whether the process is to end, because the handler has left the default action behind and what faulted
 // will do so again. An order to kill the thread that has come before waits until the handler has returned, or has
 // jumped to where the signals are as they were; behind a jump that leaves them as they are, until the thread next
 // allows to be killed.
-bool kxPosixCallHandlerBefore(siginfo_t& info, void* context);
-// Whether the frames are those of a handler that kxPosixCallHandlerBefore has called and that has neither returned nor
+bool kxPosixCallPreviousHandler(siginfo_t& info, void* context);
+// Whether the frames are those of a handler that kxPosixCallPreviousHandler has called and that has neither returned nor
 // jumped, or of what it has called.
-bool kxPosixIsWithinHandlerBefore(std::span<const kxPlatformFrame> frames);
+bool kxPosixIsInPreviousHandler(std::span<const kxPlatformFrame> frames);
 
 // Makes the process end by the signal as soon as the handler that was given the context returns, with the registers
 // of the fault and before anything else can happen on the thread.

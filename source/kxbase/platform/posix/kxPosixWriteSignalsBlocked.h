@@ -5,12 +5,12 @@
 
 // Keeps them from the calling thread while it lives, so that a write that fails only says so. Those that waited before
 // go on waiting. Safe in a signal handler.
-class kxPosixWriteSignals {
+class kxPosixWriteSignalsBlocked {
 public:
-    kxPosixWriteSignals();
-    ~kxPosixWriteSignals();
-    kxPosixWriteSignals(const kxPosixWriteSignals&) = delete;
-    kxPosixWriteSignals& operator=(const kxPosixWriteSignals&) = delete;
+    kxPosixWriteSignalsBlocked();
+    ~kxPosixWriteSignalsBlocked();
+    kxPosixWriteSignalsBlocked(const kxPosixWriteSignalsBlocked&) = delete;
+    kxPosixWriteSignalsBlocked& operator=(const kxPosixWriteSignalsBlocked&) = delete;
 
 private:
     sigset_t mask_, pending_;  // as they were
