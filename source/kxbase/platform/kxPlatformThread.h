@@ -16,8 +16,7 @@ struct kxPlatformThread;
 using kxPlatformThreadBody = void (*)(void* argument);
 
 // Starts a thread that calls the body, with an alternate stack for handlers of crashes, whose signals are not blocked
-// whatever the calling thread blocks. Null when the system
-// refuses. What the body throws ends the process.
+// whatever the calling thread blocks. Null when the system refuses. What the body throws ends the process.
 kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument);
 // Answers whether the thread has ended, its thread-local objects destroyed, waiting for that at most the given
 // time. A caller that is killed meanwhile leaves nothing behind.
