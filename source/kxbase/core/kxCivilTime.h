@@ -1,5 +1,5 @@
-// A moment as date and time of day in the proleptic Gregorian calendar. Neither allocates nor locks, so that a handler of
-// faults may use it.
+// A moment as date and time of day in the proleptic Gregorian calendar. Neither allocates nor locks, so that a handler
+// of faults may use it.
 //
 // Units: milliseconds since the start of 1970, in UTC or in the local time that is wanted.
 #pragma once

@@ -26,7 +26,8 @@ public:
     static kxCivilTime now();
     static kxCivilTime now(std::int32_t utcOffsetSeconds);
 
-    // Adds the text to the open file, or to a new one when none is open. All of it is with the system when this returns.
+    // Adds the text to the open file, or to a new one when none is open. All of it is with the system when this
+    // returns.
     void write(std::string_view text);
     void close() { path_ = kxString(); }
     // The open file's absolute path; empty when none is open.

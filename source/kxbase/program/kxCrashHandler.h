@@ -1,5 +1,6 @@
-// What is done about a fault in the signal handler itself, when the dump thread does not come to its end: no allocation,
-// no lock. So messages are printed untranslated, and frames are written with addresses in place of functions.
+// What is done about a fault in the signal handler itself, when the dump thread does not come to its end: no
+// allocation, no lock. So messages are printed untranslated, and frames are written with addresses in place of
+// functions.
 //
 // Ownership: keeps the path of each file that has been open, since the handler may be reading it.
 // Threads:   deal() and tell() run in the handler, one at a time; the others must not be called there.
