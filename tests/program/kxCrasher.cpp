@@ -117,17 +117,10 @@ struct Report : kxExceptionReportInterface {
 };
 Report report;
 
-void faultInReport()
-{
-    report.fault = readNull;
-    kxProgramExecution::instance().setReport(&report);
-    callNull();
-}
-
-void throwInReport()
+template <void (*kFault)()> void failInReport()
 {
     std::set_terminate([] { ::_exit(92); });
-    report.fault = throwError;
+    report.fault = kFault;
     kxProgramExecution::instance().setReport(&report);
     callNull();
 }
@@ -224,6 +217,14 @@ void faultInChildOfThread()
     }).join();
 }
 
+void handle(int signal, void (*handler)(int))
+{
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_NODEFER | SA_ONSTACK;
+    ::sigaction(signal, &action, nullptr);
+}
+
 void jump(int)
 {
     siglongjmp(place, ++jumps);
@@ -242,10 +243,7 @@ void abortOn(int)
 
 void abortAfterJump()
 {
-    struct sigaction action {};
-    action.sa_handler = abortOn;
-    action.sa_flags = SA_ONSTACK;
-    ::sigaction(SIGUSR1, &action, nullptr);
+    handle(SIGUSR1, abortOn);
     if (sigsetjmp(place, 1) == 0) readNull();
     std::raise(SIGUSR1);
 }
@@ -276,14 +274,6 @@ void restoreDefault(int signal)
     std::signal(signal, SIG_DFL);
 }
 
-void handle(int signal, void (*handler)(int))
-{
-    struct sigaction action {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_NODEFER;
-    ::sigaction(signal, &action, nullptr);
-}
-
 #define KX_WAY(function) #function, nullptr, function
 
 // The handler is there before that of the library.
@@ -302,13 +292,13 @@ const struct Way {
     {KX_WAY(overflowStack)},
     {KX_WAY(corruptHeap)},
     {KX_WAY(faultInPrinting)},
-    {KX_WAY(faultInReport)},
+    {"faultInReport", nullptr, failInReport<readNull>},
     {KX_WAY(exitDuringDump)},
     {KX_WAY(onTwoThreads)},
     {KX_WAY(faultInChild)},
     {KX_WAY(faultAmongPipes)},
     {KX_WAY(faultInChildOfThread)},
-    {KX_WAY(throwInReport)},
+    {"throwInReport", nullptr, failInReport<throwError>},
     {KX_WAY(abortPending)},
 #if defined(__x86_64__)
     {KX_WAY(illegalInstruction)},

@@ -118,8 +118,8 @@ void allowMisalignment()
 // For steps that read memory which may be in disorder: a fault ends the step, and what was done until then counts.
 template <typename Step> void guarded(Step step)
 {
-    const kxPosixFaultsUnblocked
-        unblocked;  // a handler that hands its signal on to this one may have it blocked
+    // A handler that hands its signal on to this one may have it blocked.
+    const kxPosixFaultsUnblocked unblocked;
     if (sigsetjmp(guardStart, 1) == 0) {
         isGuarded.store(true);
         step();
@@ -205,14 +205,14 @@ void onFurtherFault(siginfo_t& info, void* context)
 void onFirstFault(siginfo_t& info, void* context)
 {
     becomeOwner(callingThread());
-    const bool isOnThread = kxPosixMayDump();
-    kxPlatformCrash& crash = isOnThread ? kxPosixDumpRoom() : crashForHandler;
+    const bool isThreadFree = kxPosixMayDump();
+    kxPlatformCrash& crash = isThreadFree ? kxPosixDumpRoom() : crashForHandler;
     examine(info, context, crash);
     const bool isNested = kxPosixIsInPreviousHandler(std::span(crash.frames, crash.frameCount));
     // A handler that aborts ends in this way what was a fault.
-    if (isNested && info.si_signo == SIGABRT) return passOn(info, context, isNested);
+    if (isNested && info.si_signo == SIGABRT && isOwn(info)) return passOn(info, context, isNested);
     kxPosixTerminalMode::giveAllBack();
-    const bool isDone = isOnThread ? dealOnThread(crash) : actions.dealInHandler(crash);
+    const bool isDone = isThreadFree ? dealOnThread(crash) : actions.dealInHandler(crash);
     if (isDone) endHandled(info.si_signo);
     passOn(info, context, isNested);
 }
