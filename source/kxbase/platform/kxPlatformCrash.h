@@ -61,8 +61,8 @@ struct kxPlatformCrashActions {
 
 // Catches faults from now on. Stack overflows are caught on threads that have a stack for handlers: those of
 // kxPlatformThreadStart and the one that makes the first call (make it on the main thread). Elsewhere they end the
-// process. A stack for handlers that the program itself gives to a thread has to have 16 KiB, or what the system advises
-// if that is more.
+// process. A stack for handlers that the program itself gives to a thread has to have 16 KiB, or what the system
+// advises if that is more.
 //
 // 1. The first fault wins; other threads that fault wait until it has been dealt with or has come to the handler of 4.
 // 2. The terminal is given back. Then dump and tell run on the dump thread, or dealInHandler in the handler; see

@@ -137,8 +137,8 @@ void takeFunction(void* argument, std::uintptr_t, const char* name, std::uintptr
     copyFunction(lookup.symbols[lookup.count - 1], name);
 }
 
-// Answers where the function begins, 0 when that is not known. As long as the loader knows no more, it is not asked: the
-// thread that faulted may hold its lock.
+// Answers where the function begins, 0 when that is not known. As long as the loader knows no more, it is not asked:
+// the thread that faulted may hold its lock.
 std::uintptr_t readSymbols(std::uintptr_t place, Lookup& lookup)
 {
     static const unsigned long long knownLoads = countLoads();

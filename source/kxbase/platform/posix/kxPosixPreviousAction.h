@@ -28,8 +28,8 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info);
 // jumped to where the signals are as they were; behind a jump that leaves them as they are, until the thread next
 // allows to be killed.
 bool kxPosixCallPreviousHandler(siginfo_t& info, void* context);
-// Whether the frames are those of a handler that kxPosixCallPreviousHandler has called and that has neither returned nor
-// jumped, or of what it has called.
+// Whether the frames are those of a handler that kxPosixCallPreviousHandler has called and that has neither returned
+// nor jumped, or of what it has called.
 bool kxPosixIsInPreviousHandler(std::span<const kxPlatformFrame> frames);
 
 // Makes the process end by the signal as soon as the handler that was given the context returns, with the registers
