@@ -199,8 +199,8 @@ TEST_F(kxDefaultMessageTranslatorTest, SaysNothingOfAFileThatCannotBeRead)
     });
     const kxMessageRecorder messages(KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL);
     for (const std::string& url :
-         {"file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
-          std::string("file:/dev/zero"), std::string("file:/proc/self/mem"), server.url("http:"),
+         {server.url("http:"), "file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
+          std::string("file:/dev/zero"), std::string("file:/proc/self/mem"),
           "file:" + directory.write("bytes", "\xFF\"\"\xFF\xFE\n\n\"")}) {
         ::setenv("KORVEX_LANGUAGE_FILE", url.c_str(), 1);
         kxDefaultMessageTranslator own;

@@ -1,19 +1,19 @@
 #include "kxbase/core/kxMessage.h"
 
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/kxMessageManager.h"
 
 #include <new>
 #include <string>
 
-#include <cxxabi.h>
-
 // Definitions of the calls that every folder may make.
 
 namespace {
 
-thread_local bool isReportingBadAlloc = false;
+class BadAllocReport : public kxThreadScope<BadAllocReport> {};
 
 kxFatalError fatalError(std::string_view prefix, std::string_view format, kxArgumentView arguments)
 {
@@ -56,17 +56,11 @@ void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments)
 
 void kxThrowBadAlloc(const char* file, std::uint32_t line)
 {
-    if (isReportingBadAlloc) throw std::bad_alloc();
-    isReportingBadAlloc = true;
-    try {
-        reportBadAlloc(file, line);
-    } catch (const abi::__forced_unwind&) {
-        isReportingBadAlloc = false;  // the thread is ended from inside a receiver
-        throw;
-    } catch (...) {
+    if (!BadAllocReport::isInside()) {
+        const BadAllocReport scope;
         // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
+        kxDropExceptions([=] { reportBadAlloc(file, line); });
     }
-    isReportingBadAlloc = false;
     throw std::bad_alloc();
 }
 

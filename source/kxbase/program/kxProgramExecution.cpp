@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxModule.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformCrash.h"
 #include "kxbase/platform/kxPlatformFork.h"
