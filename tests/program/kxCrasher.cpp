@@ -10,12 +10,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <exception>
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -54,6 +57,7 @@ KX_CRASH_SITE(readMisaligned, asm volatile("pushfq; orq $0x40000, (%%rsp); popfq
                                            :
                                            :
                                            : "eax", "memory", "cc"))
+KX_CRASH_SITE(loseStack, asm volatile("mov $16, %%rsp; mov $16, %%rbp; mov 0, %%eax" : : : "memory"))
 // A handler returns to where nothing can be, not even an address.
 KX_CRASH_SITE(
     losePlace, struct sigaction action{}; action.sa_flags = SA_SIGINFO;
@@ -102,29 +106,66 @@ struct Report : kxExceptionReportInterface {
     }
     void writeDump(const std::vector<kxStackItem>& items) override
     {
-        if (isFaulting) readNull();
+        if (fault != nullptr) fault();
         ::usleep(delayMicroseconds);
         kxProgramExecution::instance().writeDump(items);
     }
 
     std::atomic<bool> isBegun{false};
-    bool isFaulting = false;
+    void (*fault)() = nullptr;
     useconds_t delayMicroseconds = 0;
 };
 Report report;
 
-void faultInReport()
+template <void (*kFault)()> void failInReport()
 {
-    report.isFaulting = true;
+    std::set_terminate([] { ::_exit(92); });
+    report.fault = kFault;
     kxProgramExecution::instance().setReport(&report);
     callNull();
 }
 
-void limitFiles()
+template <rlim_t kBytes> void limitFiles()
 {
-    const rlimit limit{1000, 1000};
+    const rlimit limit{kBytes, kBytes};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    overflowStack();
+}
+
+// Under the names that the file may have in the next minute.
+void faultAmongPipes()
+{
+    const std::time_t now = std::time(nullptr);
+    for (std::time_t second = now; second < now + 60; ++second) {
+        std::tm local{};
+        char name[64];
+        std::strftime(name, sizeof(name), "%Y_%m_%d__%H_%M_%S_crash.txt", ::localtime_r(&second, &local));
+        ::mkfifo(name, 0600);
+    }
+    readNull();
+}
+
+// It waits for whoever lets it through first, which the program does not.
+void abortPending()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGABRT);
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    ::kill(::getpid(), SIGABRT);
+    readNull();
+}
+
+struct sigaction handedTo;
+
+// The handler is there after that of the library, and hands on.
+void handOn()
+{
+    struct sigaction action {};
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    action.sa_sigaction = [](int signal, siginfo_t* info, void* context) {
+        handedTo.sa_sigaction(signal, info, context);
+    };
+    ::sigaction(SIGSEGV, &action, &handedTo);
 }
 
 void slowDump()
@@ -164,6 +205,26 @@ void faultInChild()
     ::waitpid(child, nullptr, 0);
 }
 
+// The child ends as one of the thread would that is all of it.
+void faultInChildOfThread()
+{
+    Thread([] {
+        const pid_t child = ::fork();
+        if (child == 0) kxProgramExecution::install(), readNull();
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ::_exit(WEXITSTATUS(status));
+    }).join();
+}
+
+void handle(int signal, void (*handler)(int))
+{
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_NODEFER | SA_ONSTACK;
+    ::sigaction(signal, &action, nullptr);
+}
+
 void jump(int)
 {
     siglongjmp(place, ++jumps);
@@ -173,6 +234,18 @@ void hostHandler()
 {
     if (sigsetjmp(place, 1) < 2) readNull();
     ::_exit(7);
+}
+
+void abortOn(int)
+{
+    std::abort();
+}
+
+void abortAfterJump()
+{
+    handle(SIGUSR1, abortOn);
+    if (sigsetjmp(place, 1) == 0) readNull();
+    std::raise(SIGUSR1);
 }
 
 // The order to kill a thread is obeyed after a jump: the thread is gone before it can end the process.
@@ -201,14 +274,6 @@ void restoreDefault(int signal)
     std::signal(signal, SIG_DFL);
 }
 
-void handle(int signal, void (*handler)(int))
-{
-    struct sigaction action {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_NODEFER;
-    ::sigaction(signal, &action, nullptr);
-}
-
 #define KX_WAY(function) #function, nullptr, function
 
 // The handler is there before that of the library.
@@ -227,26 +292,34 @@ const struct Way {
     {KX_WAY(overflowStack)},
     {KX_WAY(corruptHeap)},
     {KX_WAY(faultInPrinting)},
-    {KX_WAY(faultInReport)},
+    {"faultInReport", nullptr, failInReport<readNull>},
     {KX_WAY(exitDuringDump)},
     {KX_WAY(onTwoThreads)},
     {KX_WAY(faultInChild)},
-    {KX_WAY(limitFiles)},
+    {KX_WAY(faultAmongPipes)},
+    {KX_WAY(faultInChildOfThread)},
+    {"throwInReport", nullptr, failInReport<throwError>},
+    {KX_WAY(abortPending)},
 #if defined(__x86_64__)
     {KX_WAY(illegalInstruction)},
     {KX_WAY(privilegedInstruction)},
     {KX_WAY(readMisaligned)},
     {KX_WAY(denormalOperand)},
     {KX_WAY(losePlace)},
+    {"loseStackHandedOn", nullptr, [] { handOn(), loseStack(); }},
 #endif
     {"exitWithHandler", restoreDefault, exitDuringDump},
     {"hostHandler", jump, hostHandler},
+    {"abortInHandler", abortOn, readNull},
+    {"abortAfterJump", jump, abortAfterJump},
     {"killAfterJump", jump, killJumping<false>},
     {"killDuringDump", jump, killJumping<true>},
     {"inDestructor", nullptr, [] { destroyed.isArmed = true; }},
     {"onThread", nullptr, [] { Thread(readNull).join(); }},
     {"overflowThread", nullptr, [] { Thread(overflowStack).join(); }},
     {"throwInThreads", nullptr, [] { Thread(throwError).join(), Thread(throwError).join(); }},
+    {"overflowAtLimit", nullptr, [] { limitFiles<1000>(), overflowStack(); }},
+    {"throwAtLimit", nullptr, [] { limitFiles<10>(), Thread(throwError).join(); }},
     {"throwAndFault", nullptr, [] { Thread(throwError).join(), readNull(); }},
     {KX_WAY(faultAfterRemoval)},
 };

@@ -86,6 +86,7 @@ struct Skipped {
 constexpr Skipped kOwnHeap{"sanitizers have a heap of their own"};
 constexpr Skipped kOwnHandler{"the sanitizer's own handler does not get through", true};
 constexpr Skipped kKill{"the sanitizer waits for killed threads", true};
+constexpr Skipped kThreadInChild{"the sanitizer starts no threads in forked children", true};
 
 bool isSkipped(const Skipped& skipped)
 {
@@ -129,6 +130,8 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         {"onTwoThreads", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"exitDuringDump", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"exitWithHandler", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
+        {"abortInHandler", SIGABRT, "ACCESS_VIOLATION", "readNull"},
+        {"abortPending", SIGSEGV, "ACCESS_VIOLATION", "readNull"},
         {"abortProgram", SIGABRT, "NONCONTINUABLE_EXCEPTION"},
         {"throwError", SIGABRT, "NONCONTINUABLE_EXCEPTION"},
         {"corruptHeap", SIGABRT, "NONCONTINUABLE_EXCEPTION", "corruptHeap", kOwnHeap},
@@ -140,6 +143,7 @@ TEST_F(kxCrashTest, EveryFaultLeavesACompleteFileAndEndsTheProcess)
         {"denormalOperand", SIGFPE, "FLT_DENORMAL_OPERAND"},
         {"readMisaligned", SIGBUS, "DATATYPE_MISALIGNMENT", "readMisaligned", kOwnHandler},
         {"losePlace", SIGSEGV, "ACCESS_VIOLATION", "", kOwnHandler},
+        {"loseStackHandedOn", SIGSEGV, "ACCESS_VIOLATION", "loseStack", kOwnHandler},
 #endif
     };
     for (const auto& c : cases) {
@@ -174,6 +178,9 @@ TEST_F(kxCrashTest, FollowsTheSettings)
         {"the second fault gets its turn", "onTwoThreads", "ROUTE", "0", kxExited(0), 2, kKill},
         {"no spelling of no", "readNull", "ROUTE", "none", kxKilledBy(SIGSEGV), 1},
         {"the handler before ours comes next", "hostHandler", "ROUTE", "Yes", kxExited(7), 2},
+        {"a later abort is no part of it", "abortAfterJump", "ROUTE", "Yes", kxKilledBy(SIGABRT), 2},
+        {"the thread is all of a child", "faultInChildOfThread", "ROUTE", "No", kxExited(139), 1,
+         kThreadInChild},
         {"a thread is killed after a jump", "killAfterJump", "ROUTE", "Yes", kxExited(0), 2, kKill},
         {"or as soon as it has jumped", "killDuringDump", "ROUTE", "Yes", kxExited(0), 1, kKill},
         {"the handler before ours is spared", "hostHandler", "ROUTE", "no", kxExited(139), 1},
@@ -202,7 +209,11 @@ TEST_F(kxCrashTest, PutsTheFileWhereItCan)
     EXPECT_EQ(countDumps(nowhere.error), 1);
     EXPECT_EQ(nowhere.output, "\rKorvexSDK Fatal::EXCEPTION_ACCESS_VIOLATION\n");
 
-    const Remains noRoom = crash("limitFiles", {{"TMPDIR", directory.path()}});
+    kxTempDirectory withPipes;
+    const Remains amongPipes = crash("faultAmongPipes", {{"TMPDIR", directory.path()}}, withPipes.path());
+    EXPECT_EQ(countDumps(amongPipes.file), 1);
+
+    const Remains noRoom = crash("overflowAtLimit", {{"TMPDIR", directory.path()}});
     EXPECT_EQ(noRoom.file, "");
     EXPECT_EQ(countDumps(noRoom.error), 1);
     EXPECT_EQ(noRoom.output, nowhere.output);
@@ -217,6 +228,11 @@ TEST_F(kxCrashTest, ExceptionsOfThreadsBecomeLinesOfOneFile)
     EXPECT_TRUE(std::regex_match(lines.file, std::regex(line + line))) << lines.file;
     EXPECT_THAT(lines.output, testing::StartsWith("\r" + noticeOf(lines.path)));
     EXPECT_THAT(lines.output, testing::Not(HasSubstr("Lost mem")));
+
+    const Remains atLimit = crash("throwAtLimit");
+    EXPECT_EQ(atLimit.end, kxExited(0));
+    EXPECT_EQ(atLimit.file, "");
+    EXPECT_TRUE(std::regex_match(atLimit.error, std::regex(line))) << atLimit.error;
 
     const Remains mixed = crash("throwAndFault");
     EXPECT_EQ(mixed.end, kxKilledBy(SIGSEGV));
@@ -250,7 +266,9 @@ TEST_F(kxCrashTest, HandlerDoesWithoutWhatCannotBeHad)
     const struct {
         std::string way;
         kxProcessEnd end;
-    } cases[] = {{"faultInChild", kxExited(0)}, {"faultInReport", kxKilledBy(SIGSEGV)}};
+    } cases[] = {{"faultInChild", kxExited(0)},
+                 {"faultInReport", kxKilledBy(SIGSEGV)},
+                 {"throwInReport", kxKilledBy(SIGSEGV)}};
     for (const auto& c : cases) {
         const Remains remains = crash(c.way);
         EXPECT_EQ(remains.end, c.end);

@@ -46,7 +46,7 @@ struct kxPlatformCrash {
 };
 
 // What the program does about a fault. Those for the handler must neither allocate nor take a lock, and run on one
-// thread at a time.
+// thread at a time. Those for the dump thread that throw have not come to their end.
 struct kxPlatformCrashActions {
     // On the dump thread: writes everything down. Answers whether the fault is handled. When it comes to its end too
     // late, dealInHandler may run at the same time, and what dump has found to tell is not told.
@@ -61,7 +61,8 @@ struct kxPlatformCrashActions {
 
 // Catches faults from now on. Stack overflows are caught on threads that have a stack for handlers: those of
 // kxPlatformThreadStart and the one that makes the first call (make it on the main thread). Elsewhere they end the
-// process.
+// process. A stack for handlers that the program itself gives to a thread has to have 16 KiB, or what the system
+// advises if that is more.
 //
 // 1. The first fault wins; other threads that fault wait until it has been dealt with or has come to the handler of 4.
 // 2. The terminal is given back. Then dump and tell run on the dump thread, or dealInHandler in the handler; see
@@ -72,7 +73,7 @@ struct kxPlatformCrashActions {
 //    the signal; a signal that was sent and had been ignored is ignored.
 // 5. That handler may return or jump; the next fault begins at 1, unless the handler has changed the action or was
 //    installed for one call. If it leaves the default action and returns to an instruction that has faulted, the
-//    process ends. If it calls abort() on a thread that has a stack for handlers, that is the end of the same fault.
+//    process ends. If it calls abort(), that is the end of the same fault.
 //
 // A program that exits meanwhile waits for 1 to 4, for the handler of 4 until a second after its call.
 //
@@ -84,7 +85,7 @@ bool kxPlatformCrashInstall(const kxPlatformCrashActions& actions);
 // Fills in the frames of the calling thread, the caller's first; answers how many.
 std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity);
 
-// Writes to standard error. What that does not take within a second is dropped.
+// Writes to standard error. What that does not take within a second is dropped. No signal comes of it.
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes);
 
 // Where an address stands. Texts are cut to fit, and empty where nothing is known.

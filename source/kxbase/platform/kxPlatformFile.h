@@ -44,6 +44,9 @@ bool kxPlatformFileIsSpecial(const char* path);
 kxPlatformFileOpened kxPlatformFileOpenRead(const char* path);
 // Makes the file when there is none. Every write goes to the end of the file as it then is.
 kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMode mode);
+// The same for appending, to a regular file only: pipes, devices and links, which others may have laid in a shared
+// folder, are refused. Never waits.
+kxPlatformFileOpened kxPlatformFileOpenRegular(const char* path);
 
 // Bytes between the position of a file that has a size and its end; KX_PLATFORM_UNKNOWN_SIZE for a stream.
 constexpr std::uint64_t KX_PLATFORM_UNKNOWN_SIZE = ~std::uint64_t{0};
@@ -54,7 +57,8 @@ kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, st
 // says why it stopped.
 kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
 // Adds all of the bytes to a file that was opened for appending, or none: what a failure has left of them is taken
-// back, unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written.
+// back, unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written. No
+// signal comes of it.
 kxPlatformError kxPlatformFileWriteWhole(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
 // Looks for input, waiting at most the given time or KX_PLATFORM_WAIT_FOREVER for the first byte.
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds);

@@ -15,8 +15,8 @@ std::uint32_t kxPlatformThreadId();
 struct kxPlatformThread;
 using kxPlatformThreadBody = void (*)(void* argument);
 
-// Starts a thread that calls the body, with an alternate stack for handlers of crashes. Null when the system
-// refuses. What the body throws ends the process.
+// Starts a thread that calls the body, with an alternate stack for handlers of crashes, whose signals are not blocked
+// whatever the calling thread blocks. Null when the system refuses. What the body throws ends the process.
 kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument);
 // Answers whether the thread has ended, its thread-local objects destroyed, waiting for that at most the given
 // time. A caller that is killed meanwhile leaves nothing behind.
@@ -29,7 +29,7 @@ bool kxPlatformThreadKill(kxPlatformThread& thread);
 // its stack behind.
 void kxPlatformThreadClose(kxPlatformThread* thread);
 // Ends the calling thread as kxPlatformThreadKill does; does nothing unless it was started by
-// kxPlatformThreadStart.
+// kxPlatformThreadStart in this process: in a forked child the thread is the process.
 void kxPlatformThreadKillCaller();
 // Puts off that another thread kills the calling one, until that is allowed as many times.
 void kxPlatformThreadDelayKill();

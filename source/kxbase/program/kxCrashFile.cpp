@@ -9,12 +9,8 @@ namespace {
 
 bool addFolder(kxCrashFile::Folder folder, kxCrashText& path)
 {
-    char name[kxCrashText::kLineBytes];
-    const auto lookUp =
-        folder == kxCrashFile::CURRENT ? kxPlatformCurrentDirectory : kxPlatformTemporaryDirectory;
-    const bool isKnown = lookUp(name, sizeof(name));
-    if (isKnown) path.add(name);
-    return isKnown;
+    return path.addFrom(folder == kxCrashFile::CURRENT ? kxPlatformCurrentDirectory
+                                                       : kxPlatformTemporaryDirectory);
 }
 
 }  // namespace
@@ -41,7 +37,7 @@ kxCivilTime kxCrashFile::now(std::int32_t utcOffsetSeconds)
 
 bool kxCrashFile::append(const char* path, std::string_view text)
 {
-    const kxPlatformFileHandle file = kxPlatformFileOpenWrite(path, KX_PLATFORM_APPEND).file;
+    const kxPlatformFileHandle file = kxPlatformFileOpenRegular(path).file;
     if (file == KX_PLATFORM_NO_FILE) return false;
     const kxPlatformError error = kxPlatformFileWriteWhole(file, text.data(), text.size());
     return kxPlatformFileClose(file) == 0 && error == 0;

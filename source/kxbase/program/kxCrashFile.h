@@ -1,6 +1,6 @@
 // The crash file: named from the local time at which it is opened, in the current directory, else in that for temporary
 // files. A text stands whole in one place. Each goes to the file that has the name then: one that somebody has removed
-// is made again.
+// is made again; a link, a pipe or a device, which others may have laid there, is none.
 //
 // Threads: takes no lock.
 // Errors:  a text that neither folder takes whole goes to standard error. A file that could be made but not written

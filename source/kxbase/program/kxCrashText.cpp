@@ -71,6 +71,14 @@ void kxCrashText::add(std::int64_t number, std::size_t leastDigits)
     add(written);
 }
 
+bool kxCrashText::addFrom(bool (*function)(char* text, std::size_t sizeBytes))
+{
+    char* const end = room_.data() + length_;
+    const bool isAdded = function(end, room_.size() - length_);
+    if (isAdded) length_ += std::strlen(end);
+    return isAdded;
+}
+
 void kxCrashText::addTwoDigits(std::string_view separator, unsigned number)
 {
     add(separator);

@@ -35,6 +35,9 @@ public:
     void addLine(std::uint32_t number, const kxCrashLine& line);
     void add(std::string_view text);
     void add(std::int64_t number, std::size_t leastDigits = 1);
+    // What the function puts, with a zero at its end, into the room that is left. Answers what the function does:
+    // whether it has.
+    bool addFrom(bool (*function)(char* text, std::size_t sizeBytes));
     void clear() { length_ = 0; }
 
     std::string_view view() const { return {room_.data(), length_}; }

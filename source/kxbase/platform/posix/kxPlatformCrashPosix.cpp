@@ -8,10 +8,12 @@
 #include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixPreviousAction.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 #include "kxbase/platform/posix/kxPosixThread.h"
 #include "kxbase/platform/posix/kxPosixTime.h"
+#include "kxbase/platform/posix/kxPosixWriteSignalsBlocked.h"
 
 #include <algorithm>
 #include <atomic>
@@ -20,6 +22,7 @@
 #include <csetjmp>
 #include <cstdlib>
 #include <iterator>
+#include <span>
 
 #include <poll.h>
 #include <sys/syscall.h>
@@ -30,10 +33,11 @@ namespace {
 
 // Who deals with a fault: a thread by its id, nobody, or the previous handler, which the thread has called.
 //
-//   kNobody, any passed on -> thread  the thread, when it faults or ends the process
+//   kNobody, any passed on -> thread  the thread, when it faults or ends the process; so from an owner that is gone
 //   thread -> kNobody                 the same thread, when that is all; it stays the owner of a process that is to end
 //   thread -> its id, passed on       the same thread, when it calls the previous handler
-//   its id, passed on -> kNobody      the same thread, when that has returned; a handler that jumps leaves it behind
+//   its id, passed on -> kNobody      the same thread, when that has returned and was called from no other one;
+//                                     a handler that jumps leaves it behind
 //   any -> kNobody                    a forked child
 constexpr std::uint32_t kNobody = 0;
 constexpr std::uint32_t kPassedOn = 0x80000000;  // joined with the id
@@ -73,50 +77,32 @@ void changeOwner(std::uint32_t from, std::uint32_t to)
     if (owner.compare_exchange_strong(from, to)) kxPlatformWakeAll(owner);
 }
 
+// As the child of a vfork, whose thread was none of this process.
+bool isGone(std::uint32_t thread)
+{
+    return ::syscall(SYS_tgkill, ::getpid(), static_cast<pid_t>(thread), 0) != 0 && errno == ESRCH;
+}
+
 // Those that fault meanwhile wait in their handlers.
 void becomeOwner(std::uint32_t thread)
 {
     for (;;) {
         std::uint32_t present = owner.load();
         if (present == thread) return;
-        if (present != kNobody && !isPassedOn(present))
-            kxPlatformWaitWhile(owner, present, KX_PLATFORM_WAIT_FOREVER);
+        const bool isFree = present == kNobody || isPassedOn(present) || isGone(present);
+        if (!isFree)
+            kxPlatformWaitWhile(owner, present, KX_POSIX_OWNER_MILLISECONDS);
         else if (owner.compare_exchange_strong(present, thread))
             return;
     }
-}
-
-// Writing may send signals of its own to the thread, which would come before the fault goes on.
-class WritingInHandler {
-public:
-    WritingInHandler() { ::sigpending(&before_); }
-    ~WritingInHandler()
-    {
-        for (const int signal : {SIGPIPE, SIGXFSZ})
-            if (sigismember(&before_, signal) == 0) kxPosixTakePending(signal);
-    }
-    WritingInHandler(const WritingInHandler&) = delete;
-    WritingInHandler& operator=(const WritingInHandler&) = delete;
-
-private:
-    sigset_t before_;
-};
-
-bool dealWithoutThread(const kxPlatformCrash& crash)
-{
-    const WritingInHandler writing;
-    return actions.dealInHandler(crash);
 }
 
 // Answers whether the fault is handled.
 bool dealOnThread(const kxPlatformCrash& crash)
 {
     const kxPosixDumpResult result = kxPosixDump();
-    if (result == KX_POSIX_DUMP_LOST) return dealWithoutThread(crash);
-    if (!kxPosixTell()) {
-        const WritingInHandler writing;
-        actions.tellInHandler(crash);
-    }
+    if (result == KX_POSIX_DUMP_LOST) return actions.dealInHandler(crash);
+    if (!kxPosixTell()) actions.tellInHandler(crash);
     return result == KX_POSIX_DUMP_HANDLED;
 }
 
@@ -132,6 +118,8 @@ void allowMisalignment()
 // For steps that read memory which may be in disorder: a fault ends the step, and what was done until then counts.
 template <typename Step> void guarded(Step step)
 {
+    // A handler that hands its signal on to this one may have it blocked.
+    const kxPosixFaultsUnblocked unblocked;
     if (sigsetjmp(guardStart, 1) == 0) {
         isGuarded.store(true);
         step();
@@ -167,23 +155,24 @@ void endByDefault(siginfo_t& info, void* context)
     kxPosixEndByDefault(info, context);
 }
 
-void callPreviousHandler(siginfo_t& info, void* context)
+void callPreviousHandler(siginfo_t& info, void* context, bool isNested)
 {
     const std::uint32_t thread = callingThread();
     passedOnAtMilliseconds.store(kxPosixMonotonicMilliseconds());
     changeOwner(thread, thread | kPassedOn);
     if (kxPosixCallPreviousHandler(info, context)) return endByDefault(info, context);
-    changeOwner(thread | kPassedOn, kNobody);
+    if (!isNested) changeOwner(thread | kPassedOn, kNobody);
 }
 
-// To the previous action. That of a further fault goes on while another thread may own the next.
-void passOn(siginfo_t& info, void* context)
+// To the previous action. A further fault goes on while another thread may own the next; a nested one has happened
+// in a previous handler.
+void passOn(siginfo_t& info, void* context, bool isNested = false)
 {
     switch (kxPosixNextStepOf(info)) {
     case KX_POSIX_IGNORE:
-        return changeOwner(callingThread(), kNobody);
+        return changeOwner(callingThread(), isNested ? callingThread() | kPassedOn : kNobody);
     case KX_POSIX_CALL_HANDLER:
-        return callPreviousHandler(info, context);
+        return callPreviousHandler(info, context, isNested);
     case KX_POSIX_END_PROCESS:
         return endByDefault(info, context);
     }
@@ -199,24 +188,40 @@ void passOn(siginfo_t& info, void* context)
     ::_exit(KX_POSIX_STATUS_OF_SIGNAL + signal);
 }
 
+// Whether the thread has sent it itself, by what it did or as `raise` and `abort` do.
+bool isOwn(const siginfo_t& info)
+{
+    return info.si_code > 0 || (info.si_code == SI_TKILL && info.si_pid == ::getpid());
+}
+
 // A fault in the middle of dealing with one; the unwinder aborts where it is at a loss. What somebody sends meanwhile
 // comes too late.
 void onFurtherFault(siginfo_t& info, void* context)
 {
-    if (isGuarded.load() && (info.si_code > 0 || info.si_signo == SIGABRT)) siglongjmp(guardStart, 1);
+    if (isGuarded.load() && isOwn(info)) siglongjmp(guardStart, 1);
     if (info.si_code > 0) passOn(info, context);
 }
 
 void onFirstFault(siginfo_t& info, void* context)
 {
     becomeOwner(callingThread());
-    kxPlatformCrash* const room = kxPosixDumpRoom();
-    kxPlatformCrash& crash = room != nullptr ? *room : crashForHandler;
+    const bool isThreadFree = kxPosixMayDump();
+    kxPlatformCrash& crash = isThreadFree ? kxPosixDumpRoom() : crashForHandler;
     examine(info, context, crash);
+    const bool isNested = kxPosixIsInPreviousHandler(std::span(crash.frames, crash.frameCount));
+    // A handler that aborts ends in this way what was a fault.
+    if (isNested && info.si_signo == SIGABRT && isOwn(info)) return passOn(info, context, isNested);
     kxPosixTerminalMode::giveAllBack();
-    const bool isDone = room != nullptr ? dealOnThread(crash) : dealWithoutThread(crash);
+    const bool isDone = isThreadFree ? dealOnThread(crash) : actions.dealInHandler(crash);
     if (isDone) endHandled(info.si_signo);
-    passOn(info, context);
+    passOn(info, context, isNested);
+}
+
+// What others send is for the threads of the program.
+void onDumpThread(siginfo_t& info, void* context)
+{
+    if (isOwn(info)) kxPosixLoseDumpThread();
+    kxPosixSendToProcess(info, context);
 }
 
 void onFault(int, siginfo_t* info, void* context)
@@ -224,11 +229,10 @@ void onFault(int, siginfo_t* info, void* context)
     allowMisalignment();
     const int error = errno;
     const std::uint32_t thread = callingThread();
-    if (kxPosixIsDumpThread(thread)) kxPosixLoseDumpThread();
-    if (owner.load() == thread)
+    if (kxPosixIsDumpThread(thread))
+        onDumpThread(*info, context);
+    else if (owner.load() == thread)
         onFurtherFault(*info, context);
-    else if (info->si_signo == SIGABRT && kxPosixIsInPreviousHandler(__builtin_frame_address(0)))
-        passOn(*info, context);  // it ends in this way what was a fault
     else
         onFirstFault(*info, context);
     errno = error;
@@ -249,7 +253,7 @@ void waitForOwner()
     const std::uint32_t own = callingThread();
     if (kxPosixIsDumpThread(own)) return;
     std::uint32_t present = owner.load();
-    while (present != kNobody && (present & ~kPassedOn) != own) {
+    while (present != kNobody && (present & ~kPassedOn) != own && !isGone(present & ~kPassedOn)) {
         if (!kxPlatformWaitWhile(owner, present, longestWait(present))) return;
         present = owner.load();
     }
@@ -261,9 +265,20 @@ void forgetInChild()
     kxPosixForgetDumpThread();
 }
 
+// What these steps learn and what the loader binds when they are first taken needs more room than a handler may have.
+void rehearse()
+{
+    kxPlatformFrame frames[KX_PLATFORM_MOST_FRAMES];
+    const std::span taken(frames, kxPlatformCrashFrames(frames, KX_PLATFORM_MOST_FRAMES));
+    kxPlatformModule module{};
+    for (const kxPlatformFrame& frame : taken) kxPlatformCrashModule(frame.address, module);
+    kxPosixIsInPreviousHandler(taken);
+}
+
 bool install(const kxPlatformCrashActions& wanted)
 {
     actions = wanted;
+    rehearse();
     kxPosixInstallHandlerStack();
     static constinit kxPlatformForkGuard guard{[] {}, [] {}, forgetInChild};
     kxPlatformAddForkGuard(guard);
@@ -287,6 +302,7 @@ void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {
     // What is ready takes that much without a wait: a pipe at least so, a terminal perhaps one byte only.
     const std::size_t mostBytes = ::isatty(STDERR_FILENO) != 0 ? 1 : PIPE_BUF;
+    const kxPosixWriteSignalsBlocked blocked;
     const std::int64_t begin = kxPosixMonotonicMilliseconds();
     while (sizeBytes != 0) {
         const std::uint32_t left = millisecondsLeft(begin, KX_POSIX_PRINT_MILLISECONDS);

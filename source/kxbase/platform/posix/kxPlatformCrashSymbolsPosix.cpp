@@ -29,12 +29,27 @@ std::string_view fileName(std::string_view path)
     return path.substr(path.rfind('/') + 1);
 }
 
+struct ProgramName {
+    char text[sizeof(kxPlatformModule::name)] = {};
+
+    ProgramName()
+    {
+        char path[4096];
+        if (kxPlatformProgramFile(path, sizeof(path))) copyText(text, fileName(path));
+    }
+};
+
+// Learned at installation, since the stack of a handler may be short of room for a path.
+std::string_view programName()
+{
+    static const ProgramName name;
+    return name.text;
+}
+
 // The system leaves the name of the program itself empty.
 void copyModuleName(kxPlatformModule& module, const char* path)
 {
-    char program[4096];
-    const bool isProgram = path[0] == '\0' && kxPlatformProgramFile(program, sizeof(program));
-    copyText(module.name, fileName(isProgram ? program : path));
+    copyText(module.name, path[0] == '\0' ? programName() : fileName(path));
 }
 
 // The demangler takes a name of C for a type: "f" for float.
@@ -78,6 +93,21 @@ struct Lookup {
 // Missing symbols are no error here.
 void ignoreError(void*, const char*, int) {}
 
+int takeLoads(dl_phdr_info* module, std::size_t, void* argument)
+{
+    *static_cast<unsigned long long*>(argument) = module->dlpi_adds;
+    return 1;
+}
+
+// Modules that the program has loaded since it was started.
+unsigned long long countLoads()
+{
+    unsigned long long count = 0;
+    ::dl_iterate_phdr(takeLoads, &count);
+    return count;
+}
+
+// The reader knows the modules that are there when it is made.
 backtrace_state* symbolReader()
 {
     constexpr int kThreaded = 1;
@@ -107,15 +137,18 @@ void takeFunction(void* argument, std::uintptr_t, const char* name, std::uintptr
     copyFunction(lookup.symbols[lookup.count - 1], name);
 }
 
-// Answers where the function begins, 0 when that is not known. The loader is not asked: the thread that faulted may
-// hold its lock, and it knows no more.
+// Answers where the function begins, 0 when that is not known. As long as the loader knows no more, it is not asked:
+// the thread that faulted may hold its lock.
 std::uintptr_t readSymbols(std::uintptr_t place, Lookup& lookup)
 {
+    static const unsigned long long knownLoads = countLoads();
     backtrace_state* const reader = symbolReader();
     if (reader != nullptr) backtrace_pcinfo(reader, place, takeLine, ignoreError, &lookup);
     if (lookup.count == 0) lookup.symbols[lookup.count++] = {};
     if (reader == nullptr) return exportedFunction(place, lookup.symbols[0]);
     backtrace_syminfo(reader, place, takeFunction, ignoreError, &lookup);
+    if (lookup.symbols[0].function[0] == '\0' && countLoads() != knownLoads)
+        return exportedFunction(place, lookup.symbols[0]);
     return lookup.functionStart;
 }
 

@@ -1,5 +1,6 @@
 #include "kxbase/platform/kxPlatformFile.h"
 #include "kxbase/platform/posix/kxPosixDescriptor.h"
+#include "kxbase/platform/posix/kxPosixWriteSignalsBlocked.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -43,6 +44,12 @@ bool isOnStorage(int descriptor)
 {
     struct statvfs system {};
     return ::fstatvfs(descriptor, &system) != 0 || system.f_blocks != 0;
+}
+
+bool isRegular(int descriptor)
+{
+    struct stat status {};
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 bool hasSize(int descriptor, const struct stat& status)
@@ -110,6 +117,15 @@ kxPlatformFileOpened kxPlatformFileOpenWrite(const char* path, kxPlatformWriteMo
     return openFile(path, O_WRONLY | O_CREAT | O_APPEND | (mode == KX_PLATFORM_TRUNCATE ? O_TRUNC : 0));
 }
 
+kxPlatformFileOpened kxPlatformFileOpenRegular(const char* path)
+{
+    const kxPlatformFileOpened opened =
+        openFile(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK);
+    if (opened.file == KX_PLATFORM_NO_FILE || isRegular(descriptorOf(opened.file))) return opened;
+    kxPlatformFileClose(opened.file);
+    return failed(EINVAL);
+}
+
 std::uint64_t kxPlatformFileBytesLeft(kxPlatformFileHandle file)
 {
     const int descriptor = descriptorOf(file);
@@ -150,6 +166,7 @@ kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* by
 
 kxPlatformError kxPlatformFileWriteWhole(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes)
 {
+    const kxPosixWriteSignalsBlocked blocked;
     const kxPlatformIoResult result = kxPlatformFileWrite(file, bytes, sizeBytes);
     if (result.error == 0 || result.count == 0) return result.error;
     const int descriptor = descriptorOf(file);

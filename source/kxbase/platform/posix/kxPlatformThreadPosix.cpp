@@ -1,5 +1,6 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixFork.h"
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
 #include "kxbase/platform/posix/kxPosixThread.h"
@@ -26,6 +27,8 @@ struct kxPlatformThread {
 
     const kxPlatformThreadBody body;
     void* const argument;
+    const bool takesFaults;
+    const pid_t process = ::getpid();
     pthread_t handle{};
     std::atomic<std::uint32_t> id{0};
     std::atomic<std::uint32_t> joining{IDLE};
@@ -34,8 +37,8 @@ struct kxPlatformThread {
     std::atomic<std::uint32_t> isOver{0};  // the body has returned or was killed; those who wait sleep on it
     kxPosixHandlerStack handlerStack;
 
-    kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument)
-        : body(threadBody), argument(bodyArgument)
+    kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument, bool threadTakesFaults)
+        : body(threadBody), argument(bodyArgument), takesFaults(threadTakesFaults)
     {}
 };
 
@@ -81,12 +84,14 @@ bool installThreadSignal()
     return ::sigaction(kxPosixThreadSignal(), &action, nullptr) == 0;
 }
 
-// The starting thread may have blocked the signal.
-void unblockThreadSignal()
+// The starting thread may have blocked the signals. A fault whose signal is blocked ends the process at once.
+void unblockSignals(bool areFaultsMeant)
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, kxPosixThreadSignal());
+    if (areFaultsMeant)
+        for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&signals, signal);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
@@ -114,7 +119,7 @@ public:
     explicit Running(kxPlatformThread* thread) : thread_(thread)
     {
         thread->id.store(kxPlatformThreadId());
-        unblockThreadSignal();
+        unblockSignals(thread->takesFaults);
         current = thread;
     }
     ~Running()
@@ -171,6 +176,17 @@ bool join(kxPlatformThread& thread)
     return state == kxPlatformThread::DONE;
 }
 
+kxPlatformThread* start(kxPlatformThreadBody body, void* argument, bool takesFaults)
+{
+    static const bool isInstalled = installThreadSignal();
+    if (!isInstalled) return nullptr;
+    std::unique_ptr<kxPlatformThread> thread(new (std::nothrow)
+                                                 kxPlatformThread(body, argument, takesFaults));
+    if (thread == nullptr || ::pthread_create(&thread->handle, nullptr, run, thread.get()) != 0)
+        return nullptr;
+    return thread.release();
+}
+
 }  // namespace
 
 std::uint32_t kxPlatformThreadId()
@@ -185,12 +201,12 @@ std::uint32_t kxPlatformThreadId()
 
 kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument)
 {
-    static const bool isInstalled = installThreadSignal();
-    std::unique_ptr<kxPlatformThread> thread(isInstalled ? new (std::nothrow) kxPlatformThread(body, argument)
-                                                         : nullptr);
-    if (thread == nullptr || ::pthread_create(&thread->handle, nullptr, run, thread.get()) != 0)
-        return nullptr;
-    return thread.release();
+    return start(body, argument, true);
+}
+
+kxPlatformThread* kxPosixStartThreadWithoutFaults(kxPlatformThreadBody body, void* argument)
+{
+    return start(body, argument, false);
 }
 
 bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMilliseconds)
@@ -230,9 +246,10 @@ void kxPlatformThreadClose(kxPlatformThread* thread)
     delete thread;
 }
 
+// In the child of a fork the thread is the process.
 bool kxPosixMayKillCaller()
 {
-    return current != nullptr;
+    return current != nullptr && current->process == ::getpid();
 }
 
 void kxPlatformThreadKillCaller()

@@ -10,3 +10,5 @@ inline constexpr std::uint32_t KX_POSIX_PRINT_MILLISECONDS = 1000;  // standard 
 // A previous handler, until the program may end.
 inline constexpr std::uint32_t KX_POSIX_PREVIOUS_HANDLER_MILLISECONDS = 1000;
 inline constexpr std::uint32_t KX_POSIX_END_MILLISECONDS = 10000;  // the process, to end once that is settled
+// Whoever deals with a fault, until it is looked whether it is still there.
+inline constexpr std::uint32_t KX_POSIX_OWNER_MILLISECONDS = 1000;

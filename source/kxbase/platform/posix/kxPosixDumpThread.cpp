@@ -3,38 +3,38 @@
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
-#include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixSignals.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <atomic>
 #include <cstdlib>
 
-#include <pthread.h>
 #include <unistd.h>
 
 namespace {
 
 // How far the dump thread is.
 //
-//   IDLE -> ASKED          the faulting thread
-//   ASKED -> DUMPED        the dump thread, when the file is written
-//   DUMPED -> IDLE         the dump thread, when the user has been told
-//   ASKED -> LOST          the faulting thread, when that takes too long
-//   ASKED, DUMPED -> LOST  the dump thread, when it faults; it does nothing any more
-//   LOST -> IDLE           the dump thread, when it is done too late, and whoever has started one
-//   any -> LOST            a forked child
-enum Progress : std::uint32_t { LOST, IDLE, ASKED, DUMPED };
+//   NONE -> IDLE                 whoever has started one
+//   IDLE -> ASKED                the faulting thread
+//   ASKED -> DUMPED              the dump thread, when the file is written
+//   ASKED -> LATE                the faulting thread, when that takes too long
+//   ASKED, DUMPED, LATE -> IDLE  the dump thread, when it can or need do no more
+//   ASKED, DUMPED, LATE -> NONE  the dump thread, when it faults; it does nothing any more
+//   any -> NONE                  a forked child
+enum Progress : std::uint32_t { NONE, IDLE, ASKED, DUMPED, LATE };
 
-constinit std::atomic<std::uint32_t> progress{LOST};
+constinit std::atomic<std::uint32_t> progress{NONE};
 
 // Made before any fault.
 const kxPlatformCrashActions* actions = nullptr;
 constinit std::atomic<std::uint32_t> threadId{0};
 constinit std::atomic<pid_t> process{0};
 
-// The dump thread's from ASKED until it is done, else the faulting thread's.
+// The dump thread's from ASKED until it is done, else the faulting thread's, as is what has come of it.
 kxPlatformCrash crash;
 kxPosixDumpResult result = KX_POSIX_DUMP_LOST;
+bool isTold = false;
 
 void setProgress(Progress step)
 {
@@ -50,17 +50,26 @@ bool changeProgress(std::uint32_t from, Progress to)
     return true;
 }
 
+// What is thrown here must not end the program in another way than the fault does.
+void dumpAndTell()
+{
+    try {
+        result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_PASSED_ON;
+        if (!changeProgress(ASKED, DUMPED)) return;
+        actions->tell();
+        isTold = true;
+    } catch (...) {
+    }
+}
+
 // While it waits no signal may reach this thread; what is sent to the process is for the threads of the program.
 // What it does itself may fault.
 void serve()
 {
-    sigset_t faults;
-    sigemptyset(&faults);
-    for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&faults, signal);
-    pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-    result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_PASSED_ON;
-    if (changeProgress(ASKED, DUMPED)) actions->tell();
-    pthread_sigmask(SIG_BLOCK, &faults, nullptr);
+    {
+        const kxPosixFaultsUnblocked unblocked;
+        dumpAndTell();
+    }
     setProgress(IDLE);
 }
 
@@ -83,7 +92,7 @@ kxPlatformThread* start()
 {
     const kxPosixSignalsBlocked blocked;  // in the thread as well, which begins with the signals of this one
     static kxPlatformThread* thread;
-    thread = kxPlatformThreadStart(body, nullptr);
+    thread = kxPosixStartThreadWithoutFaults(body, nullptr);
     return thread;
 }
 
@@ -104,7 +113,7 @@ bool kxPosixStartDumpThread(const kxPlatformCrashActions& wanted)
 
 void kxPosixForgetDumpThread()
 {
-    progress.store(LOST);
+    progress.store(NONE);
     threadId.store(0);
 }
 
@@ -115,25 +124,32 @@ bool kxPosixIsDumpThread(std::uint32_t thread)
 
 void kxPosixLoseDumpThread()
 {
-    setProgress(LOST);
-    for (;;) kxPlatformWaitWhile(progress, LOST, KX_PLATFORM_WAIT_FOREVER);
+    setProgress(NONE);
+    for (;;) kxPlatformWaitWhile(progress, NONE, KX_PLATFORM_WAIT_FOREVER);
 }
 
-kxPlatformCrash* kxPosixDumpRoom()
+bool kxPosixMayDump()
 {
-    return progress.load() == IDLE ? &crash : nullptr;
+    return progress.load() == IDLE;
 }
 
-// The progress alone does not tell: it may be at LOST because of what has come after the dump.
+kxPlatformCrash& kxPosixDumpRoom()
+{
+    return crash;
+}
+
 kxPosixDumpResult kxPosixDump()
 {
     result = KX_POSIX_DUMP_LOST;
+    isTold = false;
     setProgress(ASKED);
-    const bool isInTime = kxPlatformWaitWhile(progress, ASKED, KX_POSIX_DUMP_MILLISECONDS);
-    return isInTime || !changeProgress(ASKED, LOST) ? result : KX_POSIX_DUMP_LOST;
+    kxPlatformWaitWhile(progress, ASKED, KX_POSIX_DUMP_MILLISECONDS);
+    // The result of one that is late stays with the dump thread.
+    if (changeProgress(ASKED, LATE)) return KX_POSIX_DUMP_LOST;
+    return result;
 }
 
 bool kxPosixTell()
 {
-    return kxPlatformWaitWhile(progress, DUMPED, KX_POSIX_TELL_MILLISECONDS) && progress.load() != LOST;
+    return kxPlatformWaitWhile(progress, DUMPED, KX_POSIX_TELL_MILLISECONDS) && isTold;
 }

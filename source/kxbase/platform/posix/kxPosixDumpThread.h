@@ -16,8 +16,10 @@ bool kxPosixIsDumpThread(std::uint32_t thread);
 // On the dump thread, when it has faulted: nothing may be expected of it any more.
 [[noreturn]] void kxPosixLoseDumpThread();
 
-// Where the fault is to be filled in before the thread is to serve; null when it does not, or not yet again.
-kxPlatformCrash* kxPosixDumpRoom();
+// Whether there is one that may be asked to serve.
+bool kxPosixMayDump();
+// Where the fault is to be filled in before it is.
+kxPlatformCrash& kxPosixDumpRoom();
 enum kxPosixDumpResult {
     KX_POSIX_DUMP_LOST,  // it has not come to its end
     KX_POSIX_DUMP_PASSED_ON,

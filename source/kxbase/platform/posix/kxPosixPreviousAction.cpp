@@ -6,14 +6,13 @@
 #include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <ctime>
 #include <iterator>
 
 #include <pthread.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
+#include <unwind.h>
 
 namespace {
 
@@ -21,9 +20,6 @@ namespace {
 constexpr pid_t kFirstProcess = 1;
 
 struct sigaction previousActions[std::size(KX_POSIX_FAULT_SIGNALS)];
-
-// The calling thread's frame of kxPosixCallPreviousHandler; where that handler has jumped, of the last one.
-constinit thread_local volatile std::uintptr_t frameOfCall = 0;
 
 const struct sigaction& previousAction(int signal)
 {
@@ -81,24 +77,21 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info)
     sigset_t mask;
     sigorset(&mask, &previous.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
     if ((previous.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
-    const void* const frame = __builtin_frame_address(0);
-    const std::uintptr_t outerFrame = kxPosixIsInPreviousHandler(frame) ? frameOfCall : 0;
-    frameOfCall = reinterpret_cast<std::uintptr_t>(frame);
     if (isPending(kxPosixThreadSignal())) sigaddset(&mask, kxPosixThreadSignal());
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);
     if ((previous.sa_flags & SA_SIGINFO) != 0)
         previous.sa_sigaction(info.si_signo, &info, context);
     else
         previous.sa_handler(info.si_signo);
-    frameOfCall = outerFrame;
     return kxPosixFaultsAgain(info) && isDefault(info.si_signo);
 }
 
-bool kxPosixIsInPreviousHandler(const void* frame)
+bool kxPosixIsInPreviousHandler(std::span<const kxPlatformFrame> frames)
 {
-    stack_t stack{};
-    return frameOfCall != 0 && ::sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_ONSTACK) != 0 &&
-           reinterpret_cast<std::uintptr_t>(frame) < frameOfCall;
+    return std::any_of(frames.begin(), frames.end(), [](const kxPlatformFrame& frame) {
+        void* const place = reinterpret_cast<void*>(frame.address);
+        return ::_Unwind_FindEnclosingFunction(place) == reinterpret_cast<void*>(kxPosixCallPreviousHandler);
+    });
 }
 
 void kxPosixEndByDefault(siginfo_t& info, void* context)
@@ -112,11 +105,12 @@ void kxPosixEndByDefault(siginfo_t& info, void* context)
     ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::syscall(SYS_gettid), info.si_signo, &info);
 }
 
-bool kxPosixTakePending(int signal)
+void kxPosixSendToProcess(siginfo_t& info, void* context)
 {
-    constexpr timespec kNoTime{};
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, signal);
-    return ::sigtimedwait(&set, nullptr, &kNoTime) == signal;
+    sigset_t own;
+    sigemptyset(&own);
+    sigaddset(&own, info.si_signo);
+    pthread_sigmask(SIG_BLOCK, &own, nullptr);
+    sigaddset(&static_cast<ucontext_t*>(context)->uc_sigmask, info.si_signo);
+    ::syscall(SYS_rt_sigqueueinfo, ::getpid(), info.si_signo, &info);
 }

@@ -4,8 +4,11 @@
 // Threads: signals are caught once, before any fault; everything else is for handlers.
 #pragma once
 
+#include "kxbase/platform/kxPlatformCrash.h"
+
 #include <csignal>
 #include <cstddef>
+#include <span>
 
 // Installs the handler for the signal of that index and remembers what was there. False when the system refuses.
 bool kxPosixCatchFault(std::size_t index, void (*handler)(int, siginfo_t*, void*));
@@ -25,14 +28,14 @@ kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info);
 // jumped to where the signals are as they were; behind a jump that leaves them as they are, until the thread next
 // allows to be killed.
 bool kxPosixCallPreviousHandler(siginfo_t& info, void* context);
-// Whether the handler with this frame interrupts one that kxPosixCallPreviousHandler has called on the same thread.
-// Should that have jumped, then the frame stands above the one that is remembered; without a stack for handlers that
-// cannot be told, and the answer is no.
-bool kxPosixIsInPreviousHandler(const void* frame);
+// Whether the frames are those of a handler that kxPosixCallPreviousHandler has called and that has neither returned
+// nor jumped, or of what it has called.
+bool kxPosixIsInPreviousHandler(std::span<const kxPlatformFrame> frames);
 
 // Makes the process end by the signal as soon as the handler that was given the context returns, with the registers
 // of the fault and before anything else can happen on the thread.
 void kxPosixEndByDefault(siginfo_t& info, void* context);
 
-// Takes a signal of the calling thread's that is blocked and waits. Answers whether there was one.
-bool kxPosixTakePending(int signal);
+// Leaves a signal that was sent to the other threads of the process. The calling one, as whose handler the context was
+// given, has it blocked from then on.
+void kxPosixSendToProcess(siginfo_t& info, void* context);

@@ -1,5 +1,7 @@
 #include "kxbase/platform/posix/kxPosixSignals.h"
 
+#include "kxbase/platform/posix/kxPosixFault.h"
+
 #include <pthread.h>
 
 void kxPosixRestoreDefaultAction(int signal)
@@ -20,6 +22,19 @@ sigset_t kxPosixBlockAllSignals()
 kxPosixSignalsBlocked::kxPosixSignalsBlocked() : before_(kxPosixBlockAllSignals()) {}
 
 kxPosixSignalsBlocked::~kxPosixSignalsBlocked()
+{
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+kxPosixFaultsUnblocked::kxPosixFaultsUnblocked()
+{
+    sigset_t faults;
+    sigemptyset(&faults);
+    for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&faults, signal);
+    pthread_sigmask(SIG_UNBLOCK, &faults, &before_);
+}
+
+kxPosixFaultsUnblocked::~kxPosixFaultsUnblocked()
 {
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }

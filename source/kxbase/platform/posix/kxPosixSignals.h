@@ -19,3 +19,15 @@ public:
 private:
     const sigset_t before_;
 };
+
+// Lets the signals of faults through to the calling thread while it lives.
+class kxPosixFaultsUnblocked {
+public:
+    kxPosixFaultsUnblocked();
+    ~kxPosixFaultsUnblocked();
+    kxPosixFaultsUnblocked(const kxPosixFaultsUnblocked&) = delete;
+    kxPosixFaultsUnblocked& operator=(const kxPosixFaultsUnblocked&) = delete;
+
+private:
+    sigset_t before_;
+};

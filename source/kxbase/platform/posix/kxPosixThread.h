@@ -1,5 +1,8 @@
-// What kxPlatformThreadPosix.cpp shares with this folder: how threads are killed.
+// What kxPlatformThreadPosix.cpp shares with this folder: how threads are killed, and started without the signals of
+// faults.
 #pragma once
+
+#include "kxbase/platform/kxPlatformThread.h"
 
 #include <csignal>
 
@@ -14,5 +17,9 @@ inline int kxPosixThreadSignal()
 #endif
 }
 
-// Whether kxPlatformThreadKillCaller would end the calling thread. May be called from a signal handler.
+// Whether kxPlatformThreadKillCaller would end the calling thread: one of kxPlatformThreadStart, in the process that
+// has started it. May be called from a signal handler.
 bool kxPosixMayKillCaller();
+
+// As kxPlatformThreadStart, but the signals of faults stay blocked in the thread if they are in the calling one.
+kxPlatformThread* kxPosixStartThreadWithoutFaults(kxPlatformThreadBody body, void* argument);
