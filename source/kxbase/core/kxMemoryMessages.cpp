@@ -108,7 +108,7 @@ void kxMemoryMessages::setCompact(bool on)
 
 void kxMemoryMessages::show()
 {
-    if (!kxMessageFilter::isWanted(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
+    kxMessageFilter::lowerTo(kTraceLevel);
 }
 
 void kxMemoryMessages::tellAllocated(const kxMemoryEntry& entry)

@@ -31,6 +31,15 @@ public:
     {
         replace([=](std::uint64_t set) { return word(set & (kOff | kOpen), level); });
     }
+    // Lowers the level to this one unless messages of it are wanted already. Always a change of the word, so that of
+    // two threads that lower and set it one sees what the other did before.
+    static void lowerTo(std::uint32_t level) noexcept
+    {
+        replace([=](std::uint64_t set) {
+            const std::uint64_t flags = set & (kOff | kOpen);
+            return admits(levelIn(set), level) ? set : word(flags, level);
+        });
+    }
     // While messaging is off nothing passes.
     static void setEnabled(bool enabled) noexcept
     {
@@ -70,7 +79,8 @@ private:
     template <typename Change> static void replace(Change change) noexcept
     {
         std::uint64_t set = set_.load(std::memory_order_relaxed);
-        while (!set_.compare_exchange_weak(set, change(set), std::memory_order_relaxed)) {
+        while (!set_.compare_exchange_weak(set, change(set), std::memory_order_acq_rel,
+                                           std::memory_order_relaxed)) {
         }
     }
 

@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMemCheck.h"
+#include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/core/kxUntrackedScope.h"
@@ -31,7 +32,6 @@ constexpr std::uint32_t kLongestStandingBackMilliseconds = 1000;
 
 std::uint32_t levelAtFirst()
 {
-    if (kxMemCheck::wasTracking()) return KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL;
     const char* const setting = kxPlatformEnvironment(kLevelVariable);
     return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
 }
@@ -161,6 +161,8 @@ kxMessageManager& kxMessageManager::instance()
 kxMessageManager::kxMessageManager() : module_(KX_MODULE_NAME), sender_(module_)
 {
     setLevel(levelAtFirst());
+    // Where the check was switched on before, or on another thread meanwhile, its own level counts.
+    if (kxMemCheck::wasTracking()) kxMemoryMessages::show();
 }
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
