@@ -1,6 +1,7 @@
 #include "kxbase/core/kxMemoryMessages.h"
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
@@ -113,16 +114,23 @@ void kxMemoryMessages::show()
 
 void kxMemoryMessages::tellAllocated(const kxMemoryEntry& entry)
 {
+    if (kxQuietScope::hold(entry, tellAllocated)) return;
     tellTrace(formats().allocated, entry);
 }
 
 void kxMemoryMessages::tellFreed(const kxMemoryEntry& entry)
 {
+    if (kxQuietScope::hold(entry, tellFreed)) return;
     const char* const data = entry.record.texts().data;
     if (data == nullptr)
         tellTrace(formats().freed, entry);
     else
         tellTrace(formats().freedWithData, entry, data);
+}
+
+void kxMemoryMessages::tellLeftOut(std::uint32_t lines)
+{
+    tell(kTraceLevel, "--!! (Thread:0x%x) %u lines left out\n", kxPlatformThreadId(), lines);
 }
 
 void kxMemoryMessages::tellLost(std::span<const kxMemoryEntry> lost)

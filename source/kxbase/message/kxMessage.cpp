@@ -1,6 +1,7 @@
 #include "kxbase/core/kxMessage.h"
 
 #include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/kxMessageManager.h"
 
@@ -30,7 +31,7 @@ std::string_view fileName(std::string_view path)
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
-void reportBadAlloc(const char* file, std::uint32_t line)
+void sendBadAlloc(const char* file, std::uint32_t line)
 {
     const kxString position =
         kxString::format("File: %s  Line: %d  Ver: %s", fileName(file), line, KX_LIBRARY_VERSION);
@@ -54,12 +55,12 @@ void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments)
     throw fatalError("Template-", format, arguments);
 }
 
-void kxThrowBadAlloc(const char* file, std::uint32_t line)
+void kxReportBadAlloc(const char* file, std::uint32_t line)
 {
-    if (isReportingBadAlloc) throw std::bad_alloc();
+    if (isReportingBadAlloc) return;
     isReportingBadAlloc = true;
     try {
-        reportBadAlloc(file, line);
+        sendBadAlloc(file, line);
     } catch (const abi::__forced_unwind&) {
         isReportingBadAlloc = false;  // the thread is ended from inside a receiver
         throw;
@@ -67,6 +68,11 @@ void kxThrowBadAlloc(const char* file, std::uint32_t line)
         // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
     }
     isReportingBadAlloc = false;
+}
+
+void kxThrowBadAlloc(const char* file, std::uint32_t line)
+{
+    if (!kxQuietScope::holdBadAlloc(file, line)) kxReportBadAlloc(file, line);
     throw std::bad_alloc();
 }
 

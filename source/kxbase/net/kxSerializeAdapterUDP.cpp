@@ -1,8 +1,8 @@
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
@@ -33,7 +33,7 @@ kxSerializeAdapterUDP::kxSerializeAdapterUDP(const kxString& url, kxString* erro
     if (!open(url) && errorOut != nullptr) {
         *errorOut = kxString::format(kxTranslate("Failed to open UDP url '%s'"), url);
     }
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     receivePending();
 }
 
@@ -171,7 +171,7 @@ bool kxSerializeAdapterUDP::joinGroup()
 
 bool kxSerializeAdapterUDP::isActive()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return isReceiving();
 }
 
@@ -187,19 +187,19 @@ kxPlatformSocketHandle kxSerializeAdapterUDP::receivingSocket() const
 
 void kxSerializeAdapterUDP::closeReceiving()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     receiveSocket_.close(false);
 }
 
 kxSocketAddress kxSerializeAdapterUDP::getLastSender()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return lastSender_;
 }
 
 std::uint64_t kxSerializeAdapterUDP::getEmptyDatagrams()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return emptyDatagrams_;
 }
 
@@ -267,7 +267,7 @@ std::int64_t kxSerializeAdapterUDP::sendOne(const std::uint8_t* bytes, std::uint
     for (;;) {
         kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
         {
-            const kxBodyGuard guard(lock_);
+            const kxQuietGuard guard(lock_);
             kxPlatformSocketResult sent = sendSocket_.trySendTo(destination_, bytes, count);
             if (sent.error == KX_SOCKET_WOULD_BLOCK) {
                 const double now = kxClock::seconds();
