@@ -74,8 +74,6 @@ void relay(int argumentCount, const char* const* arguments)
     }
     if (parser.hasOption("ping")) ping(*output);
     kxRelay(*input, inputUrl, *output, outputUrl).run();
-    output = nullptr;
-    input = nullptr;
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMemoryCheck.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxModule.h"
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/core/kxTransferBuffer.h"
 #include "kxbase/core/kxUndestroyed.h"

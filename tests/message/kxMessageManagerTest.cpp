@@ -3,7 +3,7 @@
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
-#include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/message/kxMessageLevelNames.h"
 #include "support/kxFatalText.h"
 #include "support/kxMessageRecorder.h"
 
@@ -244,7 +244,7 @@ TEST_F(kxMessageManagerTest, RaisesWithTheFinishedText)
     EXPECT_EQ(messages.texts().size(), 2U);
 }
 
-TEST(kxMessagePrefix, NamesLevelsAndFindsThem)
+TEST(kxMessageLevelNames, StandInPrefixesAndAreFound)
 {
     const std::tuple<std::uint32_t, const char*> prefixes[] = {
         {0x1001, " Perf::"}, {0x2800, " Internal Debug::"}, {0x4002, ""}, {0x4802, " Internal::"}};

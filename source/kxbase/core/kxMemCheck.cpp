@@ -18,7 +18,8 @@
 namespace {
 
 constexpr const char* kVariable = "KORVEX_MEMORY_CHECK";
-// Stands in the validity word once the tracker is set up; NOT_SET_UP says the same to those who look at the reasons.
+// Stands in the validity word once the tracker is set up. The word is the check against use before construction; the
+// detour NOT_SET_UP says the same and lets allocations test everything with one load.
 constexpr std::uint32_t kValid = 0xABCD1234;
 
 class RuntimeAllocator final : public kxMemoryAllocatorInterface {
@@ -59,36 +60,37 @@ void reportAtEnd()
 
 }  // namespace
 
-constinit std::atomic<std::uint32_t> kxMemCheck::reasons_{kxMemCheck::NOT_SET_UP | kxMemCheck::FIRST};
+constinit std::atomic<std::uint32_t> kxMemCheck::detours_{kxMemCheck::NOT_SET_UP |
+                                                          kxMemCheck::NOTHING_ALLOCATED};
 
 void kxMemCheck::setTracking(bool on)
 {
-    begin();
+    setUp();
     const kxBodyGuard guard(mutex.value);
     switchTracking(on);
 }
 
 bool kxMemCheck::isTracking()
 {
-    begin();
+    setUp();
     return has(TRACKING);
 }
 
 bool kxMemCheck::wasTracking()
 {
-    begin();
+    setUp();
     return wasOn.load(std::memory_order_relaxed);
 }
 
 void kxMemCheck::setTrace(bool on)
 {
-    begin();
+    setUp();
     isTraced.store(on, std::memory_order_relaxed);
 }
 
 void kxMemCheck::setCompact(bool on)
 {
-    begin();
+    setUp();
     kxMemoryMessages::setCompact(on);
 }
 
@@ -104,7 +106,7 @@ void kxMemCheck::leaveThisThreadOut() noexcept
 
 void kxMemCheck::describe(const void* block, const kxMemoryTexts& texts)
 {
-    if (!has(RECORDS) || isThreadLeftOut) return;
+    if (!has(HAS_RECORDS) || isThreadLeftOut) return;
     const kxBodyGuard guard(mutex.value);
     table.setTexts(addressOf(block), texts);
 }
@@ -136,33 +138,33 @@ void kxMemCheck::report()
 bool kxMemCheck::setAllocator(kxMemoryAllocatorInterface& replacement)
 {
     const kxBodyGuard guard(mutex.value);
-    if (has(INSTALLED)) return false;
+    if (has(OWN_ALLOCATOR)) return false;
     installedAllocator = &replacement;
-    std::uint32_t reasons = reasons_.load(std::memory_order_relaxed);
-    while ((reasons & FIRST) != 0)
-        if (reasons_.compare_exchange_weak(reasons, reasons | INSTALLED, std::memory_order_release))
+    std::uint32_t detours = detours_.load(std::memory_order_relaxed);
+    while ((detours & NOTHING_ALLOCATED) != 0)
+        if (detours_.compare_exchange_weak(detours, detours | OWN_ALLOCATOR, std::memory_order_release))
             return true;
-    installedAllocator = nullptr;  // nobody has looked at it without INSTALLED
+    installedAllocator = nullptr;  // nobody has looked at it without OWN_ALLOCATOR
     return false;
 }
 
 kxMemoryAllocatorInterface& kxMemCheck::allocator()
 {
-    if (has(INSTALLED)) return *installedAllocator;
+    if (has(OWN_ALLOCATOR)) return *installedAllocator;
     return runtimeAllocator.value;
 }
 
-void kxMemCheck::setReason(Reason reason, bool on) noexcept
+void kxMemCheck::setDetour(Detour detour, bool on) noexcept
 {
     if (on)
-        reasons_.fetch_or(reason, std::memory_order_release);
+        detours_.fetch_or(detour, std::memory_order_release);
     else
-        reasons_.fetch_and(~std::uint32_t{reason}, std::memory_order_release);
+        detours_.fetch_and(~std::uint32_t{detour}, std::memory_order_release);
 }
 
 void* kxMemCheck::allocate(std::size_t sizeBytes)
 {
-    beginAllocating();
+    setUpToAllocate();
     void* const block = allocator().allocate(roomFor(sizeBytes));
     if (block != nullptr && isRecording()) record(block, sizeBytes, 0);
     return block;
@@ -171,7 +173,7 @@ void* kxMemCheck::allocate(std::size_t sizeBytes)
 // The record goes before the block does, whose address may be another thread's at once.
 void* kxMemCheck::reallocate(void* block, std::size_t sizeBytes)
 {
-    beginAllocating();
+    setUpToAllocate();
     kxMemoryEntry before;
     const bool wasRecorded = take(block, &before);
     void* const grown = allocator().reallocate(block, roomFor(sizeBytes));
@@ -180,7 +182,7 @@ void* kxMemCheck::reallocate(void* block, std::size_t sizeBytes)
         return nullptr;
     }
     if (wasRecorded && isTracing()) kxMemoryMessages::tellFreed(before);
-    if (wasRecorded || isRecording()) record(grown, sizeBytes, before.record.reserved);
+    if (wasRecorded || isRecording()) record(grown, sizeBytes, before.record.textsAddress);
     return grown;
 }
 
@@ -197,7 +199,7 @@ void kxMemCheck::free(void* block) noexcept
 }
 
 // Sets the tracker up on its first use. What needs locks of the system comes before the mutex is taken.
-void kxMemCheck::begin()
+void kxMemCheck::setUp()
 {
     if (validity.load(std::memory_order_acquire) == kValid) return;
     static constinit kxPlatformForkGuard guard{
@@ -207,14 +209,14 @@ void kxMemCheck::begin()
     if (validity.load(std::memory_order_relaxed) == kValid) return;
     applyEnvironment();
     validity.store(kValid, std::memory_order_release);
-    setReason(NOT_SET_UP, false);
+    setDetour(NOT_SET_UP, false);
 }
 
 // A thread that is left out leaves the setting up to the others, but its blocks need their allocator too.
-void kxMemCheck::beginAllocating()
+void kxMemCheck::setUpToAllocate()
 {
-    if (has(NOT_SET_UP) && !isThreadLeftOut) begin();
-    if (has(FIRST)) setReason(FIRST, false);
+    if (has(NOT_SET_UP) && !isThreadLeftOut) setUp();
+    if (has(NOTHING_ALLOCATED)) setDetour(NOTHING_ALLOCATED, false);
 }
 
 void kxMemCheck::applyEnvironment()
@@ -236,8 +238,8 @@ void kxMemCheck::applyEnvironment()
 // Under the mutex.
 void kxMemCheck::switchTracking(bool on)
 {
-    setReason(TRACKING, on);
-    setReason(RECORDS, on || table.liveCount() != 0);
+    setDetour(TRACKING, on);
+    setDetour(HAS_RECORDS, on || table.liveCount() != 0);
     if (!on) return;
     wasOn.store(true, std::memory_order_relaxed);
     kxMemoryMessages::show();
@@ -256,20 +258,20 @@ bool kxMemCheck::isTracing()
     return isTraced.load(std::memory_order_relaxed) && isRecording();
 }
 
-void kxMemCheck::record(const void* block, std::size_t sizeBytes, std::uint64_t reserved)
+void kxMemCheck::record(const void* block, std::size_t sizeBytes, std::uint64_t textsAddress)
 {
     if (!isRoomSettled.load(std::memory_order_relaxed)) makeTable();
     const kxMemoryRecord record = {.address = addressOf(block),
                                    .sizeBytes = sizeBytes,
                                    .thread = kxPlatformThreadId(),
                                    .state = stateOfThread,
-                                   .reserved = reserved};
+                                   .textsAddress = textsAddress};
     kxMemoryEntry added;
     const bool isTold = isTracing();
     {
         const kxBodyGuard guard(mutex.value);
         if (!table.add(record, isTold ? &added : nullptr)) return;
-        if (!has(RECORDS)) setReason(RECORDS, true);
+        if (!has(HAS_RECORDS)) setDetour(HAS_RECORDS, true);
     }
     if (isTold) kxMemoryMessages::tellAllocated(added);
 }
@@ -299,10 +301,10 @@ void kxMemCheck::makeTable()
 // Forgets what was recorded of the block.
 bool kxMemCheck::take(const void* block, kxMemoryEntry* taken)
 {
-    if (block == nullptr || !has(RECORDS) || isThreadLeftOut) return false;
+    if (block == nullptr || !has(HAS_RECORDS) || isThreadLeftOut) return false;
     const kxBodyGuard guard(mutex.value);
     const bool wasRecorded = table.take(addressOf(block), taken);
-    if (table.liveCount() == 0 && !has(TRACKING)) setReason(RECORDS, false);
+    if (table.liveCount() == 0 && !has(TRACKING)) setDetour(HAS_RECORDS, false);
     return wasRecorded;
 }
 
@@ -310,5 +312,5 @@ void kxMemCheck::putBack(const kxMemoryEntry& entry)
 {
     const kxBodyGuard guard(mutex.value);
     table.putBack(entry);
-    setReason(RECORDS, true);
+    setDetour(HAS_RECORDS, true);
 }

@@ -1,5 +1,6 @@
 // The memory check: records every allocation of kxTrackedAllocate while it is on, tells of them as they come and go
-// if asked, and lists at the end of the process what was not freed.
+// if asked, and lists at the end of the process what was not freed. (kxMemoryCheck is the base of objects that it
+// leaves out.)
 //
 // The environment variable KORVEX_MEMORY_CHECK switches it on for the whole run: "yes" for the report, "trace" for a
 // message at each allocation and free as well, "compact" for the same in lines of bare numbers. Switching it on
@@ -69,23 +70,23 @@ private:
     friend void* kxTrackedReallocate(void*, std::size_t, const char*, std::uint32_t);
     friend void kxTrackedFree(void*) noexcept;
 
-    // Why tracked memory needs more than a call of the C library.
-    enum Reason : std::uint32_t {
+    // What keeps tracked memory from being a plain call of the C library.
+    enum Detour : std::uint32_t {
         NONE = 0,
-        NOT_SET_UP = 1,  // the tracker has not been used
-        FIRST = 2,       // no tracked allocation has come yet, and an allocator may be installed
-        TRACKING = 4,    // tracking is on
-        RECORDS = 8,     // blocks are recorded
-        INSTALLED = 16,  // there is an allocator
+        NOT_SET_UP = 1,         // the tracker has not been used
+        NOTHING_ALLOCATED = 2,  // no tracked allocation has come yet, and an allocator may be installed
+        TRACKING = 4,           // tracking is on
+        HAS_RECORDS = 8,        // blocks may be recorded
+        OWN_ALLOCATOR = 16,     // the program has installed one
     };
 
-    // A load that sees a reason also sees what was stored before the reason was set, such as the allocator.
-    static bool isBare() noexcept { return reasons_.load(std::memory_order_acquire) == NONE; }
-    static bool has(Reason reason) noexcept
+    // A load that sees a detour also sees what was stored before the detour was set, such as the allocator.
+    static bool hasNoDetour() noexcept { return detours_.load(std::memory_order_acquire) == NONE; }
+    static bool has(Detour detour) noexcept
     {
-        return (reasons_.load(std::memory_order_acquire) & reason) != 0;
+        return (detours_.load(std::memory_order_acquire) & detour) != 0;
     }
-    static void setReason(Reason reason, bool on) noexcept;
+    static void setDetour(Detour detour, bool on) noexcept;
 
     // Blocks of no bytes have an address of their own too.
     static std::size_t roomFor(std::size_t sizeBytes) noexcept { return sizeBytes != 0 ? sizeBytes : 1; }
@@ -94,17 +95,17 @@ private:
     static void* reallocate(void* block, std::size_t sizeBytes);
     static void free(void* block) noexcept;
 
-    static void begin();
-    static void beginAllocating();
+    static void setUp();
+    static void setUpToAllocate();
     static kxMemoryAllocatorInterface& allocator();
     static void applyEnvironment();
     static void switchTracking(bool on);
     static bool isRecording();
     static bool isTracing();
-    static void record(const void* block, std::size_t sizeBytes, std::uint64_t reserved);
+    static void record(const void* block, std::size_t sizeBytes, std::uint64_t textsAddress);
     static void makeTable();
     static bool take(const void* block, kxMemoryEntry* taken);
     static void putBack(const kxMemoryEntry& entry);
 
-    static constinit std::atomic<std::uint32_t> reasons_;
+    static constinit std::atomic<std::uint32_t> detours_;
 };

@@ -1,5 +1,5 @@
-// Base of objects that must survive until the lost-memory report, and are therefore never lost: an object made by
-// `new` stays outside the memory check. What its members allocate does not; see kxUntrackedScope.
+// Base of objects outside the memory check (which is kxMemCheck): made by `new` they are not recorded, so they may
+// outlive the lost-memory report. What their members allocate is recorded; see kxUntrackedScope.
 #pragma once
 
 #include "kxbase/core/kxSharedMemory.h"

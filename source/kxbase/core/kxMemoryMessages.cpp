@@ -1,5 +1,6 @@
 #include "kxbase/core/kxMemoryMessages.h"
 
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxUntrackedScope.h"
@@ -7,8 +8,6 @@
 
 #include <atomic>
 #include <string_view>
-
-#include <cxxabi.h>
 
 namespace {
 
@@ -21,6 +20,8 @@ constexpr const char* kReportBegin =
 constexpr const char* kReportEnd =
     "-- End of Lost Memory Report -----------------------------------------------\n";
 
+// The values of a trace line are thread, size, address, index, sequence number, total and data; those of a report
+// line are thread, size, address, data, sequence number, total, state and description.
 struct Formats {
     const char* allocated;
     const char* freed;
@@ -36,8 +37,11 @@ constexpr Formats kWords = {
     "!! (thread:0x%x) Lost mem %u bytes at 0x%x (data:%s) (count:%u) (tot:%u) (state:%d) -> %s\n",
 };
 constexpr Formats kNumbers = {
-    "M %u %u %u %u %u %u ?\n",    "F %u %u %u %u %u %u ?\n",     "F %u %u %u %u %u %u %s\n",
-    "L %u %u %u %u %u %d * %s\n", "L %u %u %u %u %u %d %s %s\n",
+    "M %u %u %u %u %u %u ?\n",
+    "F %u %u %u %u %u %u ?\n",
+    "F %u %u %u %u %u %u %s\n",
+    "L %1$u %2$u %3$u %5$u %6$u %7$d * %4$s\n",
+    "L %1$u %2$u %3$u %5$u %6$u %7$d %8$s %4$s\n",
 };
 
 constinit std::atomic<bool> isCompact{false};
@@ -65,39 +69,23 @@ void tell(std::uint32_t level, std::string_view format, const Arguments&... argu
 {
     const kxUntrackedScope scope;
     const CancelDelay delay;
-    try {
-        kxMessage(level, format, arguments...);
-    } catch (const abi::__forced_unwind&) {
-        throw;  // the thread is ended from inside a receiver
-    } catch (...) {
-    }
+    kxDropExceptions([&] { kxMessage(level, format, arguments...); });
 }
 
-template <typename... Texts>
-void tellTrace(const char* format, const kxMemoryEntry& entry, const Texts&... texts)
+void tellTrace(const char* format, const kxMemoryEntry& entry)
 {
     const kxMemoryRecord& record = entry.record;
     tell(kTraceLevel, format, record.thread, record.sizeBytes, record.address, entry.index, record.sequence,
-         entry.totalBytes, texts...);
+         entry.totalBytes, record.texts().data);
 }
 
 void tellLostBlock(const Formats& formats, const kxMemoryEntry& entry)
 {
-    const auto& [address, size, thread, count, state, reserved] = entry.record;
-    const std::uint64_t total = entry.totalBytes;
-    const kxMemoryTexts texts = entry.record.texts();
-    const char* const data = texts.data != nullptr ? texts.data : kUnknownData;
-    const char* const about = texts.description;
-    const char* const format = about != nullptr ? formats.lostWithDescription : formats.lost;
-    const bool isInWords = &formats == &kWords;
-    if (isInWords && about != nullptr)
-        tell(kReportLevel, format, thread, size, address, data, count, total, state, about);
-    else if (isInWords)
-        tell(kReportLevel, format, thread, size, address, data, count, total, state);
-    else if (about != nullptr)
-        tell(kReportLevel, format, thread, size, address, count, total, state, about, data);
-    else
-        tell(kReportLevel, format, thread, size, address, count, total, state, data);
+    const kxMemoryRecord& record = entry.record;
+    const auto [data, description] = record.texts();
+    const char* const format = description != nullptr ? formats.lostWithDescription : formats.lost;
+    tell(kReportLevel, format, record.thread, record.sizeBytes, record.address,
+         data != nullptr ? data : kUnknownData, record.sequence, entry.totalBytes, record.state, description);
 }
 
 }  // namespace
@@ -121,11 +109,8 @@ void kxMemoryMessages::tellAllocated(const kxMemoryEntry& entry)
 void kxMemoryMessages::tellFreed(const kxMemoryEntry& entry)
 {
     if (kxQuietScope::hold(entry, tellFreed)) return;
-    const char* const data = entry.record.texts().data;
-    if (data == nullptr)
-        tellTrace(formats().freed, entry);
-    else
-        tellTrace(formats().freedWithData, entry, data);
+    const bool hasData = entry.record.texts().data != nullptr;
+    tellTrace(hasData ? formats().freedWithData : formats().freed, entry);
 }
 
 void kxMemoryMessages::tellLeftOut(std::uint32_t lines)

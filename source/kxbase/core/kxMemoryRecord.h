@@ -17,16 +17,17 @@ struct kxMemoryRecord {
     std::uint32_t thread = 0;    // the system's id of the thread that allocated it
     std::uint32_t sequence = 0;  // how many records were filled before
     std::int32_t state = 0;      // the thread's own value at that time
-    std::uint64_t reserved = 0;  // the address of the texts about the block, 0 for none
+    // The layout's reserved word: the address of the texts about the block, 0 for none.
+    std::uint64_t textsAddress = 0;
 
     void setTexts(const kxMemoryTexts& texts) noexcept
     {
-        reserved = reinterpret_cast<std::uintptr_t>(&texts);
+        textsAddress = reinterpret_cast<std::uintptr_t>(&texts);
     }
     kxMemoryTexts texts() const noexcept
     {
-        if (reserved == 0) return {};
-        return *reinterpret_cast<const kxMemoryTexts*>(static_cast<std::uintptr_t>(reserved));
+        if (textsAddress == 0) return {};
+        return *reinterpret_cast<const kxMemoryTexts*>(static_cast<std::uintptr_t>(textsAddress));
     }
 };
 static_assert(sizeof(kxMemoryRecord) == 40);

@@ -5,18 +5,9 @@
 // Threads: concerns the calling thread alone; scopes nest.
 #pragma once
 
-#include <cstdint>
+#include "kxbase/core/kxThreadScope.h"
 
-class kxUntrackedScope {
+class kxUntrackedScope final : public kxThreadScope<kxUntrackedScope> {
 public:
-    kxUntrackedScope() noexcept { ++depth_; }
-    ~kxUntrackedScope() { --depth_; }
-    kxUntrackedScope(const kxUntrackedScope&) = delete;
-    kxUntrackedScope& operator=(const kxUntrackedScope&) = delete;
-
-    static bool isInside() noexcept { return depth_ != 0; }
-
-private:
-    // Trivial, so that it is there until the thread's very end.
-    static inline constinit thread_local std::uint32_t depth_ = 0;
+    kxUntrackedScope() noexcept = default;
 };

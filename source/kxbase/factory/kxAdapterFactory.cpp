@@ -1,4 +1,5 @@
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxThreadScope.h"
 #include "kxbase/factory/kxForeignAdapter.h"
 #include "kxbase/factory/kxUrlPieces.h"
 #include "kxbase/net/kxSerializeAdapterTCP.h"
@@ -175,20 +176,11 @@ constexpr struct {
 
 // ---- from the URL to the adapter
 
-// Counts the calls of the factory that are under way on a thread: those for URLs within URLs.
-class Nesting {
+// The calls of the factory that are under way on a thread: those for URLs within URLs.
+class Nesting : public kxThreadScope<Nesting> {
 public:
-    Nesting() { ++depth_; }
-    ~Nesting() { --depth_; }
-    Nesting(const Nesting&) = delete;
-    Nesting& operator=(const Nesting&) = delete;
-
-    bool isTooDeep() const { return depth_ > kDeepestNesting; }
-
-private:
-    static thread_local std::uint32_t depth_;
+    static bool isTooDeep() { return depth() > kDeepestNesting; }
 };
-thread_local std::uint32_t Nesting::depth_ = 0;
 
 std::optional<kxString> findUrl(const Request& request, std::string_view text)
 {

@@ -3,7 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/message/kxConsoleMutex.h"
-#include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/message/kxMessageLevelNames.h"
 #include "kxbase/platform/kxPlatformDialog.h"
 
 #include <cstdio>

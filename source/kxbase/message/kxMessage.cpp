@@ -1,20 +1,20 @@
 #include "kxbase/core/kxMessage.h"
 
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxQuietScope.h"
+#include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/kxMessageManager.h"
 
 #include <new>
 #include <string>
 
-#include <cxxabi.h>
-
 // Definitions of the calls that every folder may make.
 
 namespace {
 
-thread_local bool isReportingBadAlloc = false;
+class BadAllocReport : public kxThreadScope<BadAllocReport> {};
 
 kxFatalError fatalError(std::string_view prefix, std::string_view format, kxArgumentView arguments)
 {
@@ -57,17 +57,10 @@ void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments)
 
 void kxReportBadAlloc(const char* file, std::uint32_t line)
 {
-    if (isReportingBadAlloc) return;
-    isReportingBadAlloc = true;
-    try {
-        sendBadAlloc(file, line);
-    } catch (const abi::__forced_unwind&) {
-        isReportingBadAlloc = false;  // the thread is ended from inside a receiver
-        throw;
-    } catch (...) {
-        // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
-    }
-    isReportingBadAlloc = false;
+    if (BadAllocReport::isInside()) return;
+    const BadAllocReport scope;
+    // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
+    kxDropExceptions([=] { sendBadAlloc(file, line); });
 }
 
 void kxThrowBadAlloc(const char* file, std::uint32_t line)

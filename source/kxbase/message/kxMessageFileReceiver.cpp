@@ -5,7 +5,7 @@
 #include "kxbase/core/kxForkCount.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
-#include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/message/kxMessageLevelNames.h"
 
 #include <chrono>
 #include <cstdio>

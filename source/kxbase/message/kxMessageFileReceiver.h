@@ -1,5 +1,5 @@
 // Appends messages to a log file, each with the time, the sender and the level's prefix before its text:
-// "2024-02-29T23:59:59.999Z KorvexSDK Warning::text".
+// "2024-02-29T23:59:59.999Z KorvexSDK Warning::text". The prefix stays English although the text is translated.
 //
 // Lines are kept back until 65536 bytes are pending; a Warning or anything above it hands over at once what is
 // there, and so do flush() and the destructor. Each hand-over is one write, so that several processes may share

@@ -5,15 +5,14 @@
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxModule.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxUntrackedScope.h"
-#include "kxbase/core/kxVersion.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
-#include "kxbase/message/kxMessagePrefix.h"
-#include "kxbase/message/kxMessageSilence.h"
+#include "kxbase/message/kxMessageLevelNames.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformThread.h"
-#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
@@ -28,7 +27,9 @@ namespace {
 constexpr const char* kLevelVariable = "KORVEX_MESSAGE_LEVEL";
 constexpr std::uint32_t kDeepestNesting = 16;
 constexpr std::uint32_t kMostNestedSends = 1000;
-constexpr std::uint32_t kLongestStandingBackMilliseconds = 1000;
+
+// While such an object lives, the messages that the calling thread sends go nowhere, those of the memory check too.
+class Silence : public kxThreadScope<Silence> {};
 
 std::uint32_t levelAtFirst()
 {
@@ -63,41 +64,19 @@ struct kxMessageManager::Change {
     kxString sender = {};
 };
 
-// Holds senders back while a change waits for its turn.
-struct kxMessageManager::Waiting {
-    explicit Waiting(kxMessageManager& owner) : manager(owner)
-    {
-        ++manager.lastTicket_;
-        ++manager.waitingChanges_;
-    }
-    ~Waiting()
-    {
-        --manager.waitingChanges_;
-        kxPlatformWakeAll(manager.waitingChanges_);
-    }
-    Waiting(const Waiting&) = delete;
-    Waiting& operator=(const Waiting&) = delete;
-
-    kxMessageManager& manager;
-};
-
-// One send on the calling thread. The members of all threads are trivial, so that messages work while a
-// thread or the process ends.
-struct kxMessageManager::Delivery {
+// What a thread is sending. Trivial, so that messages work while a thread or the process ends.
+struct kxMessageManager::Sending {
     using Changes = std::vector<Change>;
 
-    static thread_local std::uint32_t depth;
-    static thread_local std::uint32_t nestedSends;  // within the outermost send
-    static thread_local std::uint32_t vainTicket;   // of the change stood back for in vain
-    static thread_local Changes* postponed;         // changes asked for by receivers
+    static constinit thread_local Sending ofThread;
 
-    static bool isInside() { return depth != 0; }
-    static bool mayBegin()
+    bool isInside() const { return depth != 0; }
+    bool mayBegin() const
     {
-        return !kxMessageSilence::isInside() && depth < kDeepestNesting && nestedSends < kMostNestedSends;
+        return !Silence::isInside() && depth < kDeepestNesting && nestedSends < kMostNestedSends;
     }
 
-    static bool isRemoved(const kxMessageReceiverInterface* receiver)
+    bool isRemoved(const kxMessageReceiverInterface* receiver) const
     {
         if (postponed == nullptr) return false;
         const auto last = std::find_if(postponed->rbegin(), postponed->rend(),
@@ -105,34 +84,42 @@ struct kxMessageManager::Delivery {
         return last != postponed->rend() && last->kind == Change::REMOVE;
     }
 
-    static void postpone(const Change& change)
+    void postpone(const Change& change)
     {
         if (postponed == nullptr) postponed = new Changes;
         postponed->push_back(change);
     }
 
-    explicit Delivery(kxMessageManager& owner) : manager(owner)
+    std::uint32_t depth = 0;
+    std::uint32_t nestedSends = 0;  // within the outermost send
+    std::uint32_t vainTicket = 0;   // see kxChangeTurn
+    Changes* postponed = nullptr;   // changes asked for by receivers
+};
+
+constinit thread_local kxMessageManager::Sending kxMessageManager::Sending::ofThread;
+
+// One send of the calling thread.
+class kxMessageManager::Delivery {
+public:
+    Delivery(kxMessageManager& manager, Sending& sending) : manager_(manager), sending_(sending)
     {
-        if (depth++ != 0) ++nestedSends;
+        if (sending_.depth++ != 0) ++sending_.nestedSends;
     }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
     ~Delivery()
     {
-        if (--depth != 0) return;
-        nestedSends = 0;
-        if (postponed == nullptr) return;
-        const std::unique_ptr<Changes> changes(std::exchange(postponed, nullptr));
-        for (Change& change : *changes) manager.apply(change);
+        if (--sending_.depth != 0) return;
+        sending_.nestedSends = 0;
+        if (sending_.postponed == nullptr) return;
+        const std::unique_ptr<Sending::Changes> changes(std::exchange(sending_.postponed, nullptr));
+        for (Change& change : *changes) manager_.apply(change);
     }
 
-    kxMessageManager& manager;
+private:
+    kxMessageManager& manager_;
+    Sending& sending_;
 };
-
-thread_local std::uint32_t kxMessageManager::Delivery::depth = 0;
-thread_local std::uint32_t kxMessageManager::Delivery::nestedSends = 0;
-thread_local std::uint32_t kxMessageManager::Delivery::vainTicket = 0;
-thread_local kxMessageManager::Delivery::Changes* kxMessageManager::Delivery::postponed = nullptr;
 
 // A fork happens while nobody changes the list: it is locked for reading, since a receiver may be what forks. In
 // the child a new lock takes the place of the old one, which threads that are not there may hold or wait for.
@@ -141,8 +128,9 @@ struct kxMessageManager::Fork {
     static void after() { instance().receiversLock_.unlock(); }
     static void afterInChild()
     {
-        std::construct_at(&instance().receiversLock_, kxSemaphoreStart{.holderCount = Delivery::depth});
-        instance().waitingChanges_ = 0;
+        std::construct_at(&instance().receiversLock_,
+                          kxSemaphoreStart{.holderCount = Sending::ofThread.depth});
+        instance().changeTurn_.forgetInChild();
     }
 };
 
@@ -167,22 +155,11 @@ kxMessageManager::kxMessageManager() : module_(KX_MODULE_NAME), sender_(module_)
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
 {
-    if (!kxMessageFilter::passes(level) || !Delivery::mayBegin()) return;
-    if (!Delivery::isInside()) letChangesPass();
-    const Delivery delivery(*this);
+    Sending& sending = Sending::ofThread;
+    if (!kxMessageFilter::passes(level) || !sending.mayBegin()) return;
+    if (!sending.isInside()) changeTurn_.letPass(sending.vainTicket);
+    const Delivery delivery(*this, sending);
     while (!deliver(level, format, arguments)) addDefaultReceiver();
-}
-
-// Readers come in whoever waits to write, as nested sends need; so senders that never leave the list free would
-// keep a change waiting for ever. A thread stands back once for each change, since the receiver that the change
-// waits for may itself be waiting, even for this thread.
-void kxMessageManager::letChangesPass() const
-{
-    const std::uint32_t waiting = waitingChanges_.load();
-    const std::uint32_t ticket = lastTicket_.load();
-    if (waiting == 0 || ticket == Delivery::vainTicket) return;
-    if (!kxPlatformWaitWhile(waitingChanges_, waiting, kLongestStandingBackMilliseconds))
-        Delivery::vainTicket = ticket;
 }
 
 // Answers false when there is nobody to deliver to.
@@ -194,7 +171,7 @@ bool kxMessageManager::deliver(std::uint32_t level, std::string_view format, kxA
     const kxString text = finishedText(level, format, arguments);
     const kxFormatFaultReceiving receiving;
     for (kxMessageReceiverInterface* const receiver : receivers_) {
-        if (!Delivery::isRemoved(receiver)) receiver->receive(sender_, level, text);
+        if (!Sending::ofThread.isRemoved(receiver)) receiver->receive(sender_, level, text);
     }
     return true;
 }
@@ -224,7 +201,7 @@ DefaultMessageReceiver& kxMessageManager::defaultReceiver()
 {
     const kxBodyGuard guard(kxProcessMutex<DefaultMessageReceiver>());
     if (defaultReceiver_ == nullptr) {
-        const kxMessageSilence silence;  // what its creation sends would ask for the receiver
+        const Silence silence;  // what its creation sends would ask for the receiver
         defaultReceiver_ = new DefaultMessageReceiver;
     }
     return *defaultReceiver_;
@@ -235,7 +212,7 @@ void kxMessageManager::addDefaultReceiver()
     DefaultMessageReceiver& receiver = defaultReceiver();
     const kxBodyWriteGuard writing(receiversLock_);
     if (receivers_.empty()) receivers_.push_back(&receiver);
-    kxMessageFilter::setOpen(false);
+    kxMessageFilter::setHasNoReceiver(false);
 }
 
 void kxMessageManager::setSender(const kxString& sender)
@@ -256,8 +233,9 @@ void kxMessageManager::removeReceiver(kxMessageReceiverInterface& receiver)
 
 void kxMessageManager::change(Change change)
 {
-    if (Delivery::isInside())
-        Delivery::postpone(change);
+    Sending& sending = Sending::ofThread;
+    if (sending.isInside())
+        sending.postpone(change);
     else
         apply(change);
 }
@@ -265,7 +243,7 @@ void kxMessageManager::change(Change change)
 // What the change replaces goes with the change, when the list is free again.
 void kxMessageManager::apply(Change& change)
 {
-    const Waiting waiting(*this);
+    const kxChangeTurn::Announced announced(changeTurn_);
     const kxBodyWriteGuard guard(receiversLock_);
     const auto place = std::find(receivers_.begin(), receivers_.end(), change.receiver);
     if (change.kind == Change::SENDER)
@@ -274,5 +252,5 @@ void kxMessageManager::apply(Change& change)
         receivers_.push_back(change.receiver);
     else if (change.kind == Change::REMOVE && place != receivers_.end())
         receivers_.erase(place);
-    kxMessageFilter::setOpen(receivers_.empty());
+    kxMessageFilter::setHasNoReceiver(receivers_.empty());
 }

@@ -3,8 +3,8 @@
 // also one that is then filtered out; what is sent while that is made goes nowhere. While messaging is switched off
 // nothing is added.
 //
-// Ownership: refers to receivers and to the translator; their owners remove them before destroying them. When
-//            a removal returns, the receiver is not called any more.
+// Ownership: refers to receivers and to the translator; their owners remove them before destroying them. When the
+//            removal of a receiver returns, it is not called any more; setTranslator() promises less.
 // Threads:   every operation may be called from any thread, also before main and after it. A change of the
 //            receivers waits for deliveries on other threads. While it waits, each thread that begins to send
 //            stands back for it, up to one second and then not again; so a change gets its turn as long as
@@ -23,6 +23,7 @@
 #include "kxbase/core/kxMessageFilter.h"
 #include "kxbase/message/kxMessageReceiverInterface.h"
 #include "kxbase/message/kxMessageTranslatorInterface.h"
+#include "kxbase/thread/kxChangeTurn.h"
 #include "kxbase/thread/kxReadWriteMutex.h"
 
 #include <atomic>
@@ -43,7 +44,8 @@ public:
     std::uint32_t level() const { return kxMessageFilter::level(); }
     // Switches all messages off and on.
     void setEnabled(bool enabled) { kxMessageFilter::setEnabled(enabled); }
-    // The name handed to receivers; "KorvexSDK" at first.
+    // The name handed to receivers; "KorvexSDK" at first. From inside a receiver it takes effect when the outermost
+    // delivery is over, as additions do.
     void setSender(const kxString& sender);
 
     // Adding a receiver that is there already changes nothing.
@@ -54,19 +56,20 @@ public:
     // The translator that the manager has at first; it lives as long as the process. Defined in
     // program/kxDefaultTranslator.cpp: it rests on adapters, which this folder does not know.
     static kxMessageTranslatorInterface& defaultTranslator();
-    // Null for none. Set before other threads send.
+    // Null for none. Unlike a removed receiver, the previous translator may still be at work on other threads when
+    // this returns, and must outlive that.
     void setTranslator(kxMessageTranslatorInterface* translator) { translator_.store(translator); }
-    // The translation of a text, or the text itself when there is none.
+    // The translation of a text, or the text itself when there is none. The level is handed to the translator; nothing
+    // is filtered by it.
     kxString translate(std::string_view text, std::uint32_t level);
 
 private:
+    class Delivery;
     struct Change;
-    struct Delivery;
     struct Fork;
-    struct Waiting;
+    struct Sending;
 
     kxMessageManager();
-    void letChangesPass() const;
     kxString finishedText(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     bool deliver(std::uint32_t level, std::string_view format, kxArgumentView arguments);
     void addDefaultReceiver();
@@ -77,9 +80,8 @@ private:
 
     std::atomic<kxMessageTranslatorInterface*> translator_{&defaultTranslator()};
     const kxString module_;
-    kxString sender_;                           // guarded as the receivers are
-    std::atomic<std::uint32_t> lastTicket_{0};  // every change has one
-    std::atomic<std::uint32_t> waitingChanges_{0};
+    kxString sender_;  // guarded as the receivers are
+    kxChangeTurn changeTurn_;
     kxReadWriteMutex receiversLock_;
     std::vector<kxMessageReceiverInterface*> receivers_;
     DefaultMessageReceiver* defaultReceiver_ = nullptr;  // under a mutex of the process

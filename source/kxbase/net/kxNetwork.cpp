@@ -7,7 +7,7 @@
 #include "kxbase/platform/kxPlatformInterfaces.h"
 #include "kxbase/platform/kxPlatformResolver.h"
 #include "kxbase/platform/kxPlatformSocket.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,10 +1,9 @@
 #include "kxbase/object/kxDestructorRelease.h"
 
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxMessage.h"
 
 #include <exception>
-
-#include <cxxabi.h>
 
 void kxDestructorRelease::raiseOrReport()
 {
@@ -13,7 +12,7 @@ void kxDestructorRelease::raiseOrReport()
         throw;
     } catch (const std::exception& error) {
         kxMessage(KX_MESSAGE_FATAL, "%s", error.what());
-    } catch (const abi::__forced_unwind&) {
+    } catch (const kxForcedUnwind&) {
         throw;
     } catch (...) {
         kxMessage(KX_MESSAGE_FATAL, "Unknown exception in a destructor");

@@ -1,18 +1,17 @@
 #include "kxbase/program/kxDefaultMessageTranslator.h"
 
 #include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformFile.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 #include "kxbase/serialize/kxSerializeAdapter.h"
 
 #include <algorithm>
 #include <array>
-
-#include <cxxabi.h>
 
 namespace {
 
@@ -81,13 +80,8 @@ kxString kxDefaultMessageTranslator::translate(std::string_view text, const kxSt
 
 void kxDefaultMessageTranslator::read()
 {
-    try {
-        publish(readLanguageFile());
-    } catch (const abi::__forced_unwind&) {
-        throw;
-    } catch (...) {
-        // Without memory or with a faulty adapter there are no translations.
-    }
+    // Without memory or with a faulty adapter there are no translations.
+    kxDropExceptions([this] { publish(readLanguageFile()); });
 }
 
 // A thread that forked while it was reading reads on in the child, where another one may have begun anew.

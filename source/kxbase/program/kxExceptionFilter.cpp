@@ -1,10 +1,10 @@
 #include "kxbase/program/kxExceptionFilter.h"
 
+#include "kxbase/core/kxAsciiCase.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/program/kxSymbolSearchPath.h"
 
-#include <algorithm>
 #include <string_view>
 
 namespace {
@@ -31,20 +31,11 @@ constexpr struct {
     {KX_FAULT_PRIV_INSTRUCTION, "EXCEPTION_PRIV_INSTRUCTION"},
 };
 
-char lowerCase(char character)
-{
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
 bool isOn(const char* setting)
 {
     const char* const value = kxPlatformEnvironment(setting);
     if (value == nullptr) return true;
-    const std::string_view given(value);
-    const auto says = [=](std::string_view word) {
-        return std::equal(given.begin(), given.end(), word.begin(), word.end(),
-                          [](char left, char right) { return lowerCase(left) == right; });
-    };
+    const auto says = [=](std::string_view word) { return kxEqualsIgnoreCase(value, word); };
     return !says("no") && !says("false") && !says("0") && !says("off");
 }
 

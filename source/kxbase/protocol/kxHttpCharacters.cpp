@@ -1,5 +1,6 @@
 #include "kxbase/protocol/kxHttpCharacters.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {

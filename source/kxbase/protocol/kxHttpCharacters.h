@@ -1,7 +1,6 @@
 // What each byte may be in a message (RFC 9110 5.6.2, RFC 3986).
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <initializer_list>
@@ -42,20 +41,6 @@ inline constexpr auto kxHttpCharacters = [] {
 constexpr bool kxHttpIs(char byte, std::uint32_t kinds) noexcept
 {
     return (kxHttpCharacters[static_cast<std::uint8_t>(byte)] & kinds) != 0;
-}
-
-// ASCII letters without their case; other bytes as they are.
-constexpr char kxHttpSmall(char byte) noexcept
-{
-    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte | 0x20) : byte;
-}
-
-// Names of headers and most words in values have no case.
-constexpr bool kxHttpSameWord(std::string_view left, std::string_view right) noexcept
-{
-    return left.size() == right.size() &&
-           std::equal(left.begin(), left.end(), right.begin(),
-                      [](char a, char b) { return kxHttpSmall(a) == kxHttpSmall(b); });
 }
 
 // The first control byte, or the end of the text.

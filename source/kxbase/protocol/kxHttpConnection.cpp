@@ -3,7 +3,7 @@
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/net/kxNetwork.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 
 namespace {
 

@@ -1,5 +1,7 @@
 #include "kxbase/protocol/kxHttpHeaderTable.h"
 
+#include "kxbase/core/kxAsciiCase.h"
+
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -38,7 +40,7 @@ bool takeDirective(kxHttpCursor& value, kxHttpFacts& facts, const char* fault)
     const char* const start = value.position();
     const std::string_view name = value.takeToken();
     for (const auto& directive : kDirectives) {
-        if (kxHttpSameWord(name, directive.name)) return directive.rule(value, facts);
+        if (kxEqualsIgnoreCase(name, directive.name)) return directive.rule(value, facts);
     }
     return value.failAt(start, fault);
 }
@@ -61,8 +63,8 @@ bool takeConnection(kxHttpCursor& value, kxHttpFacts& facts)
     do {
         const std::string_view type = value.takeToken();
         if (type.empty()) return value.fail("Missing Connection Type in Connection:");
-        facts.asksToClose |= kxHttpSameWord(type, "close");
-        facts.asksToKeepAlive |= kxHttpSameWord(type, "keep-alive");
+        facts.asksToClose |= kxEqualsIgnoreCase(type, "close");
+        facts.asksToKeepAlive |= kxEqualsIgnoreCase(type, "keep-alive");
     } while (value.takeComma());
     return true;
 }
@@ -159,8 +161,8 @@ bool takeTransferEncoding(kxHttpCursor& value, kxHttpFacts& facts)
         const std::string_view coding = value.takeToken();
         if (coding.empty()) return value.fail(kExtensionLineEnd);
         if (!takeParameters(value)) return false;
-        facts.isChunked = kxHttpSameWord(coding, "chunked");
-        facts.hasTransferCoding |= !kxHttpSameWord(coding, "identity");
+        facts.isChunked = kxEqualsIgnoreCase(coding, "chunked");
+        facts.hasTransferCoding |= !kxEqualsIgnoreCase(coding, "identity");
     } while (value.takeComma());
     return true;
 }
@@ -198,7 +200,8 @@ constexpr kxHttpHeaderRow kHeaders[] = {
 
 const kxHttpHeaderRow& kxHttpFindHeader(std::string_view name) noexcept
 {
-    const auto* const row = std::find_if(std::begin(kHeaders), std::end(kHeaders),
-                                         [=](const auto& entry) { return kxHttpSameWord(name, entry.name); });
+    const auto* const row = std::find_if(std::begin(kHeaders), std::end(kHeaders), [=](const auto& entry) {
+        return kxEqualsIgnoreCase(name, entry.name);
+    });
     return row != std::end(kHeaders) ? *row : kExtension;
 }

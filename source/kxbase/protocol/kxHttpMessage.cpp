@@ -1,6 +1,6 @@
 #include "kxbase/protocol/kxHttpMessage.h"
 
-#include "kxbase/protocol/kxHttpCharacters.h"
+#include "kxbase/core/kxAsciiCase.h"
 
 kxHttpHeader kxHttpMessage::header(std::uint32_t index) const
 {
@@ -28,7 +28,7 @@ bool kxHttpMessage::keepsAlive() const noexcept
 const kxHttpMessage::Header* kxHttpMessage::find(std::string_view name) const noexcept
 {
     for (const Header& header : headers_) {
-        if (kxHttpSameWord(view(header.name), name)) return &header;
+        if (kxEqualsIgnoreCase(view(header.name), name)) return &header;
     }
     return nullptr;
 }

@@ -1,7 +1,7 @@
 #include "kxbase/protocol/kxHttpReport.h"
 
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 
 #include <iterator>
 

@@ -1,8 +1,8 @@
 #include "kxbase/protocol/kxHttpUrl.h"
 
+#include "kxbase/core/kxAsciiCase.h"
 #include "kxbase/net/kxUrlPlace.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
-#include "kxbase/protocol/kxHttpCharacters.h"
 
 #include <algorithm>
 #include <optional>
@@ -55,7 +55,7 @@ kxNetUrl proxyOf(std::string_view text)
     constexpr std::string_view kScheme = "http:";
     const std::string_view behind = text.substr(std::min(kScheme.size(), text.size()));
     const bool hasScheme =
-        kxHttpSameWord(text.substr(0, kScheme.size()), kScheme) && behind.find_first_of("/\\") == 0;
+        kxEqualsIgnoreCase(text.substr(0, kScheme.size()), kScheme) && behind.find_first_of("/\\") == 0;
     std::string_view hostPart = kxUrlPlace(hasScheme ? behind : text).hostPart;
     takeUser(hostPart);
     return hostAndPort(hostPart, kxHttpUrl::kDefaultProxyPort);

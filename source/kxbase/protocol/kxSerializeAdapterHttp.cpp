@@ -4,7 +4,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/object/kxTypeTable.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 
 #include <algorithm>
 #include <initializer_list>

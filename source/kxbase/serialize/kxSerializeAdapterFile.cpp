@@ -2,7 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 #include "kxbase/serialize/kxShortName.h"
 #include "kxbase/serialize/kxSystemError.h"
 

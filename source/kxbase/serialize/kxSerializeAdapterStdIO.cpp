@@ -4,7 +4,7 @@
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/platform/kxPlatformThread.h"
-#include "kxbase/serialize/kxAdapterSilence.h"
+#include "kxbase/serialize/kxAdapterMessage.h"
 #include "kxbase/serialize/kxSystemError.h"
 
 #include <algorithm>

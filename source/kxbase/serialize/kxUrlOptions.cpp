@@ -1,5 +1,6 @@
 #include "kxbase/serialize/kxUrlOptions.h"
 
+#include "kxbase/core/kxAsciiCase.h"
 #include "kxbase/string/kxNumberScanner.h"
 
 #include <algorithm>
@@ -19,14 +20,6 @@ std::string_view takeItem(std::string_view& rest)
     rest.remove_prefix(std::min(item.size() + 1, rest.size()));
     if (rest.starts_with(kEscapeBehindAmpersand)) rest.remove_prefix(kEscapeBehindAmpersand.size());
     return item;
-}
-
-bool isSameInAnyCase(std::string_view text, std::string_view lowerCase)
-{
-    constexpr auto isSame = [](char left, char right) {
-        return (left >= 'A' && left <= 'Z' ? left - 'A' + 'a' : left) == right;
-    };
-    return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(), isSame);
 }
 
 }  // namespace
@@ -58,7 +51,7 @@ bool kxUrlOptions::getBool(std::string_view key, bool defaultValue) const noexce
 {
     const std::string_view value = find(key);
     for (const auto& row : kBooleans) {
-        if (isSameInAnyCase(value, row.text)) return row.value;
+        if (kxEqualsIgnoreCase(value, row.text)) return row.value;
     }
     return defaultValue;
 }

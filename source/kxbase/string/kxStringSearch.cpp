@@ -1,4 +1,5 @@
 // Searching in strings, and the strings that are made by searching.
+#include "kxbase/core/kxAsciiCase.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxStringBuild.h"
@@ -8,11 +9,6 @@
 #include <new>
 
 namespace {
-
-constexpr char lowered(char c) noexcept
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 constexpr char raised(char c) noexcept
 {
@@ -53,7 +49,7 @@ char* copyTo(char* to, std::string_view text) noexcept
 
 kxString kxString::lowerCase() const
 {
-    return built(length_, [this](char* to) { std::transform(begin(), end(), to, lowered); });
+    return built(length_, [this](char* to) { std::transform(begin(), end(), to, kxAsciiLower); });
 }
 
 kxString kxString::upperCase() const
@@ -63,8 +59,7 @@ kxString kxString::upperCase() const
 
 bool kxString::equalsIgnoreCase(std::string_view other) const noexcept
 {
-    return std::equal(begin(), end(), other.begin(), other.end(),
-                      [](char left, char right) { return lowered(left) == lowered(right); });
+    return kxEqualsIgnoreCase(view(), other);
 }
 
 std::uint32_t kxString::find(char character, std::size_t from) const noexcept

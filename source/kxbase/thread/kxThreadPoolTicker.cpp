@@ -1,10 +1,10 @@
 #include "kxbase/thread/kxThreadPoolTicker.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
-#include "kxbase/thread/kxDropExceptions.h"
 #include "kxbase/thread/kxEvent.h"
 #include "kxbase/thread/kxThread.h"
 
@@ -12,8 +12,6 @@
 #include <atomic>
 #include <exception>
 #include <list>
-
-#include <cxxabi.h>
 
 namespace {
 
@@ -180,7 +178,7 @@ private:
             return ticker.tick();
         } catch (const std::exception& error) {
             pool_.removeFailed(*this, slot, &ticker, error.what());
-        } catch (const abi::__forced_unwind&) {
+        } catch (const kxForcedUnwind&) {
             throw;
         } catch (...) {
             pool_.removeFailed(*this, slot, &ticker, "unknown exception");

@@ -2,19 +2,17 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
-#include "kxbase/thread/kxDropExceptions.h"
 #include "kxbase/thread/kxThread.h"
 #include "kxbase/thread/kxThreadExceptionInterface.h"
 
 #include <exception>
 #include <new>
 #include <utility>
-
-#include <cxxabi.h>
 
 namespace {
 
@@ -177,7 +175,7 @@ void kxThreadState::callProcess(kxThread& object)
         object.process();
     } catch (const std::exception& error) {
         reportException(error.what());
-    } catch (const abi::__forced_unwind&) {  // no exception, and must not be stopped
+    } catch (const kxForcedUnwind&) {
         throw;
     } catch (...) {
         reportException("unknown exception");

@@ -1,7 +1,7 @@
-#include "kxbase/message/kxMessagePrefix.h"
+#include "kxbase/message/kxMessageLevelNames.h"
 
+#include "kxbase/core/kxAsciiCase.h"
 #include "kxbase/core/kxMessageLevel.h"
-#include "kxbase/string/kxString.h"
 
 #include <charconv>
 
@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::string_view kInternal = " Internal";
 constexpr std::string_view kInternalAlone = " Internal::";
+constexpr std::string_view kPrefixEnd = "::";
 
 constexpr struct {
     std::uint32_t level;
@@ -16,7 +17,10 @@ constexpr struct {
 
     // " Internal Warning::" without its first word.
     constexpr std::string_view prefix() const { return internalPrefix.substr(kInternal.size()); }
-    constexpr std::string_view name() const { return prefix().substr(1, prefix().size() - 3); }
+    constexpr std::string_view name() const
+    {
+        return prefix().substr(1, prefix().size() - (kPrefixEnd.size() + 1));
+    }
 } kLevels[] = {
     {KX_MESSAGE_MEMORY, " Internal Memory::"},   {KX_MESSAGE_PERF, " Internal Perf::"},
     {KX_MESSAGE_DEBUG, " Internal Debug::"},     {KX_MESSAGE_NOTICE, " Internal Notice::"},
@@ -51,10 +55,10 @@ std::uint32_t kxMessageLevelNamed(std::string_view setting, std::uint32_t fallba
     if (parseNumber(setting, number)) return number;
 
     constexpr std::string_view kInternalWord = "Internal ";
-    const bool isInternal = kxString(setting.substr(0, kInternalWord.size())).equalsIgnoreCase(kInternalWord);
+    const bool isInternal = kxEqualsIgnoreCase(setting.substr(0, kInternalWord.size()), kInternalWord);
     if (isInternal) setting.remove_prefix(kInternalWord.size());
     for (const auto& row : kLevels) {
-        if (kxString(setting).equalsIgnoreCase(row.name()))
+        if (kxEqualsIgnoreCase(setting, row.name()))
             return row.level | (isInternal ? KX_MESSAGE_INTERNAL : 0);
     }
     return fallback;

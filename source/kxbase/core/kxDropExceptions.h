@@ -4,11 +4,14 @@
 
 #include <cxxabi.h>
 
+// What passes when a thread is ended from within. It is no exception: a handler for everything must not stop it.
+using kxForcedUnwind = abi::__forced_unwind;
+
 template <typename Call> void kxDropExceptions(Call call)
 {
     try {
         call();
-    } catch (const abi::__forced_unwind&) {
+    } catch (const kxForcedUnwind&) {
         throw;
     } catch (...) {
     }
