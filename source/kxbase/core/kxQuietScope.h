@@ -1,6 +1,6 @@
 // While such an object lives, what memory makes the calling thread say is held back: the lines of the memory check's
-// trace, and "Bad Alloc:". It is sent, in its order, when the outermost one goes. For code under a lock, since receivers
-// of messages may want the same lock, or hold one that its holder waits for; kxQuietGuard does both.
+// trace, and "Bad Alloc:". It is sent, in its order, when the outermost one goes. For code under a lock, which a
+// receiver of messages may want too, or wait for a thread that does. kxQuietGuard does both.
 //
 // Threads: concerns the calling thread alone; scopes nest.
 // Errors:  held back are at most KX_MOST_HELD_LINES lines; for those beyond, and those that there is no memory for, one
