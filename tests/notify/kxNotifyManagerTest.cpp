@@ -132,17 +132,20 @@ TEST(kxNotifyManager, OutlivesWhatSubscribersDo)
 TEST(kxNotifyManager, LetsOthersInWhileTheMemoryCheckTellsOfAPost)
 {
     struct Looker final : kxMessageReceiverInterface {
+        explicit Looker(const kxNotifyManager& itsManager) : manager(itsManager) {}
         void receive(const kxString&, std::uint32_t, const kxString&) override
         {
             std::thread([this] { counts.push_back(manager.getPendingCount()); }).join();
         }
-        kxNotifyManager manager;
+        const kxNotifyManager& manager;
         std::vector<std::uint32_t> counts;
-    } looker;
+    };
+    kxNotifyManager manager;
+    Looker looker(manager);
     kxMessageManager::instance().addReceiver(looker);
     {
         const kxMemoryTrace trace;
-        for (const std::int32_t priority : {1, 2}) looker.manager.post("x", priority);
+        for (const std::int32_t priority : {1, 2}) manager.post("x", priority);
     }
     kxMessageManager::instance().removeReceiver(looker);
     EXPECT_TRUE(std::is_sorted(looker.counts.begin(), looker.counts.end()));

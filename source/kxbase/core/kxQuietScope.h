@@ -1,6 +1,7 @@
 // While such an object lives, what memory makes the calling thread say is held back: the lines of the memory check's
 // trace, and "Bad Alloc:". It is sent, in its order, when the outermost one goes. For code under a lock, which a
-// receiver of messages may want too, or wait for a thread that does. kxQuietGuard does both.
+// receiver of messages may want too, or wait for a thread that does; kxQuietGuard does both. The delivery of a message
+// is such a scope.
 //
 // Threads: concerns the calling thread alone; scopes nest.
 // Errors:  held back are at most KX_MOST_HELD_LINES lines; for those beyond, and those that there is no memory for, one
@@ -9,7 +10,7 @@
 
 #include "kxbase/core/kxMemoryRecord.h"
 
-inline constexpr std::uint32_t KX_MOST_HELD_LINES = 65536;
+inline constexpr std::uint32_t KX_MOST_HELD_LINES = 16384;
 
 class kxQuietScope {
 public:

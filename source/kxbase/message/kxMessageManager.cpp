@@ -7,6 +7,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxModule.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
@@ -157,6 +158,7 @@ void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgu
 {
     Sending& sending = Sending::ofThread;
     if (!kxMessageFilter::passes(level) || !sending.mayBegin()) return;
+    const kxQuietScope quiet;  // a receiver that allocates is not called again before it is done
     if (!sending.isInside()) changeTurn_.letPass(sending.vainTicket);
     const Delivery delivery(*this, sending);
     while (!deliver(level, format, arguments)) addDefaultReceiver();
