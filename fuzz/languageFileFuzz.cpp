@@ -8,12 +8,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     kxTranslations whole;
     kxLanguageFileParser parser(whole);
-    parser.read(data, size);
+    parser.feed(data, size);
     parser.finish();
 
     kxTranslations pieces;
     kxLanguageFileParser pieceParser(pieces);
-    for (std::size_t at = 0; at < size; ++at) pieceParser.read(data + at, 1);
+    for (std::size_t at = 0; at < size; ++at) pieceParser.feed(data + at, 1);
     pieceParser.finish();
 
     if (whole.isEmpty() != pieces.isEmpty()) std::abort();

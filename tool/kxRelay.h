@@ -18,12 +18,12 @@ public:
     // One turn: input to output, then output to input. Answers false, and moves nothing, when the input
     // reports an error.
     bool turn();
-    void writeNotice();
 
     // Writes a ping, six characters and a zero byte, and flushes nothing: an output that buffers keeps it.
     static void writePing(kxSerializeAdapter& output);
 
 private:
+    void writeNotice();
     static void move(kxSerializeAdapter& source, kxSerializeAdapter& target);
 
     kxSerializeAdapter& input_;

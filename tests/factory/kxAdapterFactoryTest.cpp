@@ -1,3 +1,4 @@
+#include "kxbase/core/kxClock.h"
 #include "kxbase/factory/PurlURLManagerInterface.h"
 #include "kxbase/serialize/DummyURLManagerInterface.h"
 #include "kxbase/serialize/kxEncoderURLManager.h"
@@ -195,7 +196,8 @@ TEST_F(kxAdapterFactoryTest, AnAdapterIsFoundWholeOrNotAtAll)
     });
     int foundCount = 0;
     while (address == nullptr) std::this_thread::yield();
-    for (int round = 0; round < 3000; ++round) {
+    const double end = kxClock::seconds() + 10;
+    for (int round = 0; round < 3000 || (foundCount == 0 && kxClock::seconds() < end); ++round) {
         const Adapter found = kxSerializeAdapter::getAdapter(urlOf("adapt:", address.load()), 3, 1);
         if (!found) continue;
         ++foundCount;

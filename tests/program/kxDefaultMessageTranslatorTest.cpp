@@ -2,7 +2,7 @@
 
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxSerializeAdapterQueue.h"
@@ -47,7 +47,7 @@ std::string find(const std::string& bytes, std::string_view english, std::string
     kxTranslations translations;
     kxLanguageFileParser parser(translations);
     for (std::size_t at = 0; at < bytes.size(); at += pieceBytes) {
-        parser.read(reinterpret_cast<const std::uint8_t*>(bytes.data()) + at,
+        parser.feed(reinterpret_cast<const std::uint8_t*>(bytes.data()) + at,
                     std::min(pieceBytes, bytes.size() - at));
     }
     parser.finish();
@@ -199,8 +199,8 @@ TEST_F(kxDefaultMessageTranslatorTest, SaysNothingOfAFileThatCannotBeRead)
     });
     const kxMessageRecorder messages(KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL);
     for (const std::string& url :
-         {"file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
-          std::string("file:/dev/zero"), std::string("file:/proc/self/mem"), server.url("http:"),
+         {server.url("http:"), "file:" + directory.path(), std::string("nope:"), std::string("mem:1"),
+          std::string("file:/dev/zero"), std::string("file:/proc/self/mem"),
           "file:" + directory.write("bytes", "\xFF\"\"\xFF\xFE\n\n\"")}) {
         ::setenv("KORVEX_LANGUAGE_FILE", url.c_str(), 1);
         kxDefaultMessageTranslator own;

@@ -124,7 +124,7 @@ TEST(kxSerializeAdapterHttp, ReadsRepliesOfEveryKind)
             kxMessageRecorder recorder(KX_MESSAGE_WARNING);
             const Server server({c.reply}, c.then, byBytes && c.reply.size() < 1000 ? 1 : 1 << 20);
             Adapter adapter(kxString(server.url("/x")));
-            adapter.setTimeout(c.error == kTimeout ? 0.1 : 20);
+            adapter.setTimeout(c.error == kTimeout ? 1 : 20);
             EXPECT_FALSE(adapter.hasError());
             EXPECT_TRUE(readAll(adapter, byBytes ? static_cast<std::uint32_t>(c.reply.size() / 300 + 1)
                                                  : 1 << 30) == c.body);
@@ -156,7 +156,7 @@ TEST(kxSerializeAdapterHttp, HoldsLittleOfEndlessReplies)
         SCOPED_TRACE(c.why);
         const Server server({c.reply}, kHold, 1 << 20, c.forEver);
         Adapter adapter(kxString(server.url("/x")));
-        adapter.setTimeout(0.5);
+        adapter.setTimeout(2);
         EXPECT_TRUE(kxTestTake(adapter, 3000000) == std::string(c.isBody ? 3000000 : 0, 'a'));
         EXPECT_EQ(adapter.hasError(), !c.isBody);
         EXPECT_LT(adapter.length(), 3000000U) << "the rest waits in the connection";
@@ -292,7 +292,7 @@ TEST(kxSerializeAdapterHttp, KeepsWhatWasPushedBackAsLongAsItsResource)
     const Server first({length(5) + "h"});
     const Server second({length(1) + "b"});
     Adapter adapter(kxString(first.url()));
-    adapter.setTimeout(0.5);
+    adapter.setTimeout(2);
     adapter.pushBack('a');
     EXPECT_TRUE(adapter.ensureData(2)) << "the request loses nothing";
     EXPECT_TRUE(adapter.length() == 2 && adapter.ensureData(1) && adapter.isActive())
@@ -330,7 +330,7 @@ TEST(kxSerializeAdapterHttp, SendsNoFurtherThanAnEarlyReplyOrTheTimeout)
         });
         const double start = kxClock::seconds();
         EXPECT_EQ(adapter.get(), !c.reply.empty());
-        EXPECT_LT(kxClock::seconds() - start, 0.9);
+        EXPECT_LT(kxClock::seconds() - start, 10);
         isOver = true;
         server.join();
         EXPECT_EQ(readAll(adapter), c.reply.empty() ? "" : "large");
@@ -357,7 +357,7 @@ TEST(kxSerializeAdapterHttp, WaitsAsLongAsBytesCome)
 {
     kxTestSocket listener = kxTestSocket::listener();
     Adapter adapter(kxString(listener.url("")));
-    adapter.setTimeout(1);
+    adapter.setTimeout(1.2);
     kxTestSocket peer = listener.accept();
     peer.send(head("Transfer-Encoding: chunked\r\n"));
     std::thread server([&] {
@@ -379,7 +379,7 @@ TEST(kxSerializeAdapterHttp, LeavesTheConnectionToAThreadThatPumps)
     const double start = kxClock::seconds();
     EXPECT_EQ(adapter.length(), 0U);
     EXPECT_GE(kxClock::seconds() - start, 2.9) << "nobody pumps";
-    EXPECT_LT(kxClock::seconds() - start, 4.5);
+    EXPECT_LT(kxClock::seconds() - start, 10);
     EXPECT_FALSE(adapter.hasError());
     std::atomic<bool> isOver{false};
     std::thread pumping([&] {

@@ -72,6 +72,31 @@ TEST(kxSerializeAdapter, EnsureDataReadsAheadAndGivesBackInOrder)
     EXPECT_TRUE(kxTestTake(*source, 2500000) == bytes);
 }
 
+namespace {
+
+class Rejoining : public ByteSource {
+public:
+    explicit Rejoining(kxSerializeAdapter& adapter) : ByteSource(""), adapter_(adapter) {}
+    ~Rejoining() noexcept(false) override { adapter_.getInstanceDictionary().add(&adapter_, 5); }
+
+private:
+    kxSerializeAdapter& adapter_;
+};
+
+}  // namespace
+
+TEST(kxSerializeAdapter, AnInstanceThatIsReleasedMayAddAnother)
+{
+    kxRefPointer<ByteSource> adapter(new ByteSource(""));
+    adapter->getInstanceDictionary().add(new Rejoining(*adapter), 0);
+    adapter->resetInstances();
+    std::uint32_t id = 0;
+    EXPECT_TRUE(adapter->getInstanceDictionary().find(adapter.get(), id));
+    EXPECT_EQ(id, 5U);
+    EXPECT_EQ(adapter->getReferenceCount(), 2U);
+    adapter->resetInstances();
+}
+
 TEST(kxSerializeAdapter, KeepsInstancesAndOneAttachedObject)
 {
     kxRefPointer<ByteSource> adapter(new ByteSource(""));

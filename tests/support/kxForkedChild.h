@@ -9,7 +9,7 @@ template <typename Code> int kxStatusOfChild(Code code)
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        ::alarm(5);
+        ::alarm(20);
         ::_exit(code() ? 0 : 1);
     }
     int status = -1;

@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -55,6 +56,8 @@ struct Launch {
 
     [[noreturn]] void becomeProgram() const
     {
+        const rlimit none{};
+        ::setrlimit(RLIMIT_CORE, &none);
         for (int number = 0; number < 3; ++number) {
             if (standard[number] < 0) ::close(number);
             if (standard[number] >= 0) ::dup2(standard[number], number);
@@ -77,6 +80,16 @@ void moveJobToBackground(int)
     ::tcsetpgrp(STDIN_FILENO, ::getpid());
 }
 
+// The signals that move the job may interrupt the waiting.
+bool waitForJob(int& status)
+{
+    pid_t ended = -1;
+    do {
+        ended = ::waitpid(job, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    return ended == job;
+}
+
 // Reports the job's id and its wait status, and moves it on signals, until it is killed.
 void Launch::leadSession(int report, bool isBackground) const
 {
@@ -96,7 +109,7 @@ void Launch::leadSession(int report, bool isBackground) const
     std::signal(SIGUSR1, moveJobToForeground);
     std::signal(SIGUSR2, moveJobToBackground);
     int status = 0;
-    bool isTold = ::write(STDOUT_FILENO, &job, sizeof job) > 0 && ::waitpid(job, &status, 0) == job &&
+    bool isTold = ::write(STDOUT_FILENO, &job, sizeof job) > 0 && waitForJob(status) &&
                   ::write(STDOUT_FILENO, &status, sizeof status) > 0;
     while (isTold) ::pause();
     ::_exit(1);

@@ -5,7 +5,10 @@
 #include "support/kxTestTool.h"
 
 #include <csignal>
+#include <cstring>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -13,7 +16,26 @@ namespace {
 constexpr std::uint16_t kDefaultPort = 45455;
 constexpr std::uint32_t kEverybodyHere = 0x7FFFFFFF;  // 127.255.255.255
 
-// Others may be at the default port at the same time, so everybody there is spoken to, by an own word.
+// Typed letters travel one by one and would mix with those of another run of this test on the machine. So only one
+// run at a time speaks there: the one that holds a name which the system frees with its owner.
+class kxTurnAtDefaultPort {
+public:
+    kxTurnAtDefaultPort()
+    {
+        sockaddr_un name{AF_UNIX, {}};
+        std::strcpy(name.sun_path + 1, "kxtest-45455");  // behind the zero of a name without a file
+        isOurs_ = kxAwait(
+            [&] { return ::bind(descriptor_, reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0; });
+    }
+    ~kxTurnAtDefaultPort() { ::close(descriptor_); }
+    bool isOurs() const { return isOurs_; }
+
+private:
+    const int descriptor_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    bool isOurs_ = false;
+};
+
+// Others may be at the default port all the same, so everybody there is spoken to, by an own word.
 std::string ownWord(const std::string& word)
 {
     return word + "-" + std::to_string(::getpid());
@@ -23,6 +45,8 @@ std::string ownWord(const std::string& word)
 
 TEST(kxRelayNet, ShowsDatagramsAndSendsWhatIsTyped)
 {
+    const kxTurnAtDefaultPort turn;
+    ASSERT_TRUE(turn.isOurs());
     kxTestSocket other = kxTestSocket::datagram(kDefaultPort);
     kxPseudoTerminal terminal;
     kxProcess tool(KX_TEST_TOOL, {.terminal = &terminal});

@@ -21,6 +21,7 @@ bool kxRefInstanceDictionary::find(const kxReference* object, std::uint32_t& id)
 
 void kxRefInstanceDictionary::clear()
 {
+    kxList<Instance> released;
+    released.splice(instances_);
     index_.emplace(size_);
-    instances_.clear();
 }

@@ -1,6 +1,7 @@
 #include "kxbase/containers/kxThreadRecords.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/object/kxReleaseAll.h"
@@ -18,8 +19,7 @@ kxThreadRecords* firstLiving = nullptr;
 kxMutex& livingMutex()
 {
     static constinit kxUndestroyed<kxMutex> mutex;
-    static constinit kxPlatformForkGuard guard{kxThreadRecords::lockAll, kxThreadRecords::unlockAll};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({kxThreadRecords::lockAll, kxThreadRecords::unlockAll});
     return mutex.value;
 }
 

@@ -1,6 +1,6 @@
 #include "kxbase/core/kxForkCount.h"
 
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/core/kxForkGuard.h"
 
 namespace {
 
@@ -11,7 +11,6 @@ std::uint32_t count = 0;
 
 std::uint32_t kxForkCount()
 {
-    static constinit kxPlatformForkGuard guard{[] {}, [] {}, [] { ++count; }};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({[] {}, [] {}, [] { ++count; }});
     return count;
 }

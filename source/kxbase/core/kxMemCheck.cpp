@@ -1,6 +1,7 @@
 #include "kxbase/core/kxMemCheck.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/core/kxUntrackedScope.h"
@@ -202,9 +203,8 @@ void kxMemCheck::free(void* block) noexcept
 void kxMemCheck::setUp()
 {
     if (validity.load(std::memory_order_acquire) == kValid) return;
-    static constinit kxPlatformForkGuard guard{
-        .before = [] { mutex.value.lock(); }, .after = [] { mutex.value.unlock(); }, .isInnermost = true};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard(
+        {.before = [] { mutex.value.lock(); }, .after = [] { mutex.value.unlock(); }, .isInnermost = true});
     const kxBodyGuard body(mutex.value);
     if (validity.load(std::memory_order_relaxed) == kValid) return;
     applyEnvironment();

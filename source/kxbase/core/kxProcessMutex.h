@@ -4,14 +4,13 @@
 //          together.
 #pragma once
 
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMutex.h"
 #include "kxbase/core/kxUndestroyed.h"
-#include "kxbase/platform/kxPlatformThread.h"
 
 template <typename Name> kxMutex& kxProcessMutex()
 {
     static constinit kxUndestroyed<kxMutex> mutex;
-    static constinit kxPlatformForkGuard guard{[] { mutex.value.lock(); }, [] { mutex.value.unlock(); }};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({[] { mutex.value.lock(); }, [] { mutex.value.unlock(); }});
     return mutex.value;
 }

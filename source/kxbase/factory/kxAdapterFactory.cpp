@@ -226,7 +226,7 @@ Made make(const Request& request)
 {
     if (const auto manager = kxUrlRegistry::instance().findManager(request.parts.scheme)) {
         kxString reason;  // what the manager says of a failure, which the built-in scheme may make good
-        kxForeignAdapter::note(nullptr);
+        kxForeignAdapter::note(nullptr);  // what stays here is of factory calls that the manager makes
         const Adapter adapter =
             manager->create(request.url, request.mode, request.flags, request.context, &reason);
         if (adapter) return {adapter, manager->namesAdapters(), kxForeignAdapter::is(*adapter)};

@@ -1,13 +1,13 @@
 #include "kxbase/message/kxMessageFileReceiver.h"
 
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxCivilTime.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxForkCount.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/message/kxMessageLevelNames.h"
 
-#include <chrono>
 #include <cstdio>
 #include <utility>
 
@@ -22,16 +22,10 @@ kxMutex& sharedMutex()
 
 std::string timeText(double secondsSince1970)
 {
-    using namespace std::chrono;
-    const sys_time<milliseconds> time(milliseconds(static_cast<std::int64_t>(secondsSince1970 * 1000)));
-    const auto day = floor<days>(time);
-    const year_month_day date(day);
-    const hh_mm_ss clock(time - day);
+    const kxCivilTime time = kxCivilTime::at(static_cast<std::int64_t>(secondsSince1970 * 1000));
     char text[64];
-    std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(date.year()),
-                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
-                  static_cast<int>(clock.seconds().count()), static_cast<int>(clock.subseconds().count()));
+    std::snprintf(text, sizeof(text), "%04d-%02u-%02uT%02u:%02u:%02u.%03uZ", time.year, time.month, time.day,
+                  time.hour, time.minute, time.second, time.millisecond);
     return text;
 }
 

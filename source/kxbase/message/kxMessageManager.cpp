@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxMessage.h"
@@ -13,7 +14,7 @@
 #include "kxbase/message/DefaultMessageReceiver.h"
 #include "kxbase/message/kxMessageLevelNames.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/string/kxFormatFault.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
@@ -141,9 +142,8 @@ kxMessageManager& kxMessageManager::instance()
         const kxUntrackedScope scope;
         return new kxMessageManager;
     };
-    static constinit kxPlatformForkGuard guard{Fork::before, Fork::after, Fork::afterInChild};
     static kxMessageManager* const manager = make();
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({Fork::before, Fork::after, Fork::afterInChild});
     return *manager;
 }
 

@@ -54,7 +54,7 @@ public:
     // The receiver that a message adds when there is none; it may be switched off or removed.
     DefaultMessageReceiver& defaultReceiver();
     // The translator that the manager has at first; it lives as long as the process. Defined in
-    // program/kxDefaultTranslator.cpp: it rests on adapters, which this folder does not know.
+    // program/kxDefaultMessageTranslator.cpp: it rests on adapters, which this folder does not know.
     static kxMessageTranslatorInterface& defaultTranslator();
     // Null for none. Unlike a removed receiver, the previous translator may still be at work on other threads when
     // this returns, and must outlive that.

@@ -4,7 +4,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,5 +1,10 @@
 // The console: standard input and output of the process, and the terminal behind them.
 //
+// Ownership: the streams are the process's and are never closed.
+// Threads:   kxPlatformConsoleOpenStreams while no other thread opens or closes files; taking the terminal and asking
+//            for its erase key by one thread at a time; everything else by any, kxPlatformConsoleRestore in a signal
+//            handler as well.
+//
 // The terminal's mode belongs to the whole process. It is restored by kxPlatformConsoleRestore, at exit, on
 // terminating and crash signals that have no handler of the host's, and around a stop by the terminal.
 #pragma once
@@ -18,7 +23,7 @@ bool kxPlatformConsoleIsTerminal(kxPlatformFileHandle stream);
 // before each look at a terminal, since a stop or a shell may have taken it away. A terminal that hung up may be
 // read, which tells its end.
 bool kxPlatformConsoleTakeRaw();
-// Gives the terminal back as it was found. May be called from a signal handler.
+// Gives the terminal back as it was found.
 void kxPlatformConsoleRestore();
 // The byte that the terminal's erase key sends in raw mode, or -1.
 int kxPlatformConsoleEraseKey();

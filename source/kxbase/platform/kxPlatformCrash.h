@@ -3,12 +3,15 @@
 // A fault is caught by the handler on the thread that it happened on. What has to be done about it runs on a dump
 // thread, which may allocate and take locks that the faulting thread does not hold; when that does not come to
 // its end, because the fault left the program in disorder, the handler does without it.
+//
+// Threads: any, also before main. kxPlatformCrashFrames and kxPlatformCrashPrint are safe in a signal handler;
+//          kxPlatformCrashSymbols allocates and takes locks.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-// Kinds of faults, under the numbers by which crash reports have always known them.
+// Kinds of faults. Values: the exception codes of Windows, so that reports of both systems agree.
 enum kxPlatformFault : std::uint32_t {
     KX_FAULT_DATATYPE_MISALIGNMENT = 0x80000002,
     KX_FAULT_BREAKPOINT = 0x80000003,
@@ -56,26 +59,32 @@ struct kxPlatformCrashActions {
     bool (*dealInHandler)(const kxPlatformCrash& crash);
 };
 
-// Catches faults from now on, stack overflows included on those threads that have a stack for handlers: those of
-// kxPlatformThreadStart and the one that makes the first call, which therefore should be the main thread. On others
-// a stack overflow ends the process. The first fault wins, others wait until it has been dealt with.
+// Catches faults from now on. Stack overflows are caught on threads that have a stack for handlers: those of
+// kxPlatformThreadStart and the one that makes the first call (make it on the main thread). Elsewhere they end the
+// process.
 //
-// A fault that is handled ends its thread when that was started by kxPlatformThreadStart, else the process, with
-// the status that a shell gives for such an end. Any other goes on to what was there before. A handler is called as
-// the system would, and may return or jump; the next fault comes here first again, unless the handler itself has
-// changed that or was to be called once (SA_RESETHAND): when it leaves the default behind and returns to an instruction
-// that has faulted, or when there was no handler, the process ends. The terminal is given back first. A program that
-// ends by itself meanwhile waits for all of this, for the handler until a second after its call.
+// 1. The first fault wins; other threads that fault wait until it has been dealt with or has come to the handler of 4.
+// 2. The terminal is given back. Then dump and tell run on the dump thread, or dealInHandler in the handler; see
+//    kxPlatformCrashActions.
+// 3. Handled: the thread ends if kxPlatformThreadStart has started it, else the process, with the status that a shell
+//    gives for such an end.
+// 4. Not handled: the handler installed before is called as the system would call it. Without one the process ends by
+//    the signal; a signal that was sent and had been ignored is ignored.
+// 5. That handler may return or jump; the next fault begins at 1, unless the handler has changed the action or was
+//    installed for one call. If it leaves the default action and returns to an instruction that has faulted, the
+//    process ends. If it calls abort() on a thread that has a stack for handlers, that is the end of the same fault.
+//
+// A program that exits meanwhile waits for 1 to 4, for the handler of 4 until a second after its call.
 //
 // Only the first call in a process installs; in a forked child one more call starts the dump thread that the
 // child does not have, and until then the handler does its work. False when the system refuses; another call tries
 // again to start the thread.
 bool kxPlatformCrashInstall(const kxPlatformCrashActions& actions);
 
-// Fills in the frames of the calling thread, the caller's first. Safe in a signal handler.
+// Fills in the frames of the calling thread, the caller's first; answers how many.
 std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity);
 
-// Writes to standard error, in the handler as well. What that does not take within a second is dropped.
+// Writes to standard error. What that does not take within a second is dropped.
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes);
 
 // Where an address stands. Texts are cut to fit, and empty where nothing is known.

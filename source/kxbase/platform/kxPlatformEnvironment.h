@@ -1,4 +1,6 @@
-// The environment of the process, and where it stands. Safe in a signal handler.
+// Environment variables, the current directory and the program's own file.
+//
+// Threads: any, also before main and after it, while none changes the environment. Safe in a signal handler.
 #pragma once
 
 #include <cstddef>
@@ -10,3 +12,6 @@ const char* kxPlatformEnvironment(const char* name);
 // its terminating zero do not fit.
 bool kxPlatformCurrentDirectory(char* path, std::size_t sizeBytes);
 bool kxPlatformProgramFile(char* path, std::size_t sizeBytes);
+// The directory for temporary files that the environment names; false when it names none. An absolute path as well, but
+// with "/" at the end if it is named so.
+bool kxPlatformTemporaryDirectory(char* path, std::size_t sizeBytes);

@@ -1,10 +1,16 @@
 // Files and other byte streams that have a name or a descriptor.
 //
+// Ownership: a handle is the caller's until it is closed; those of the console are never closed.
+// Threads:   any, also before main and after it. One handle may be used by several threads, closing excepted; what they
+//            write at the same time may mix. Opening, writing and closing are safe in a handler of faults.
+// Errors:    the system's, for kxPlatformErrorText; each function says where they are found.
+//
 // Calls that a signal interrupts are repeated. Opened handles are not inherited by child processes and are
 // never those of the standard streams. Offsets and sizes are 64 bits wide.
 #pragma once
 
 #include "kxbase/platform/kxPlatformIo.h"
+#include "kxbase/platform/kxPlatformWait.h"
 
 using kxPlatformFileHandle = std::intptr_t;
 constexpr kxPlatformFileHandle KX_PLATFORM_NO_FILE = -1;
@@ -47,10 +53,9 @@ kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, st
 // says why it stopped.
 kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
 // Adds all of the bytes to a file that was opened for appending, or none: what a failure has left of them is taken
-// back, unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written. Safe in a
-// handler of faults, as opening, writing and closing are.
+// back, unless somebody else has added to the file meanwhile. Answers why not; 0 when they are written.
 kxPlatformError kxPlatformFileWriteWhole(kxPlatformFileHandle file, const void* bytes, std::size_t sizeBytes);
-// Looks for input, waiting at most the given time for the first byte.
+// Looks for input, waiting at most the given time or KX_PLATFORM_WAIT_FOREVER for the first byte.
 kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t waitMilliseconds);
 // Some systems report a failed write only here.
 kxPlatformError kxPlatformFileClose(kxPlatformFileHandle file);

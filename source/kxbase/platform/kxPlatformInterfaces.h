@@ -1,4 +1,6 @@
 // The network interfaces of this machine.
+//
+// Threads: any. Allocates, as the system does for the list.
 #pragma once
 
 #include <cstdint>

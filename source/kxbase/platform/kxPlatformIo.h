@@ -1,4 +1,6 @@
 // Results of input and output in the library's terms.
+//
+// Threads: any. kxPlatformErrorText allocates, and throws std::bad_alloc when there is no memory.
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,10 @@
-// A lock that is not recursive, in storage of the caller.
+// A lock that is not recursive.
 //
-// Storage of all zeros is an open lock, so that static locks need no start-up code. A lock must be released
-// by the thread that acquired it, and must not be acquired twice by one thread.
+// Ownership: the caller's storage, which is neither moved nor given up while the lock is in use.
+// Threads:   any, also before main and after it; not in a signal handler. A lock must be released by the thread that
+//            acquired it, and must not be acquired twice by one thread.
+//
+// Storage of all zeros is an open lock, so that static locks need no start-up code.
 #pragma once
 
 struct kxPlatformLock {

@@ -1,4 +1,6 @@
 // Blocks of memory as the system sees them.
+//
+// Threads: any, also before main and after it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,6 @@
 // Random bytes of the system's generator, fit for keys and identifiers.
+//
+// Threads: any, also before main and after it.
 #pragma once
 
 #include <cstddef>

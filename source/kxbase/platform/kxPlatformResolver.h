@@ -1,4 +1,6 @@
 // Names of hosts.
+//
+// Threads: any. Resolving allocates and takes locks of the C library.
 #pragma once
 
 #include <cstddef>

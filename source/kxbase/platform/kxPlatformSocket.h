@@ -1,10 +1,16 @@
 // Sockets of the internet protocols.
 //
+// Ownership: a handle is the caller's until it is closed.
+// Threads:   any. One handle may be used by several threads, closing excepted.
+// Errors:    as kxSocketError; nothing is thrown.
+//
 // Addresses are opaque bytes in the system's form, made and read by the functions at the end. Calls that a
 // signal interrupts are repeated, and waits go on for what is left of their time. Sockets are not inherited by
 // child processes and are never one of the standard streams. A peer that has gone is an error of the call, never
 // a signal. Urgent data of a stream arrives in line. A datagram socket hears only the groups that it has joined.
 #pragma once
+
+#include "kxbase/platform/kxPlatformWait.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -78,8 +84,6 @@ struct kxPlatformSocketResult {
 constexpr std::uint32_t KX_SOCKET_CAN_READ = 1;  // also: the peer has closed, or a call would report an error
 constexpr std::uint32_t KX_SOCKET_CAN_WRITE = 2;
 
-constexpr std::uint32_t KX_PLATFORM_WAIT_FOREVER = 0xFFFFFFFFU;
-
 // Makes the network usable; called once, before any other function.
 kxSocketError kxPlatformSocketStart();
 
@@ -104,11 +108,12 @@ kxSocketError kxPlatformSocketListen(kxPlatformSocketHandle socket, std::uint32_
 void kxPlatformSocketShutDownSending(kxPlatformSocketHandle socket);
 void kxPlatformSocketShutDownReceiving(kxPlatformSocketHandle socket);
 
-// Waits for any of the wanted readiness; `count` is what was found, 0 when the time passed.
+// Waits for any of the wanted readiness, at most the given time or KX_PLATFORM_WAIT_FOREVER; `count` is what was found,
+// 0 when the time passed.
 kxPlatformSocketResult kxPlatformSocketWait(kxPlatformSocketHandle socket, std::uint32_t wanted,
                                             std::uint32_t milliseconds);
-// Waits until either socket can be read or the time has passed. One that is none, or none any more, is not waited
-// for.
+// Waits until either socket can be read or the time, or KX_PLATFORM_WAIT_FOREVER, has passed. One that is none, or none
+// any more, is not waited for.
 void kxPlatformSocketWaitForEither(kxPlatformSocketHandle first, kxPlatformSocketHandle second,
                                    std::uint32_t milliseconds);
 // Bytes of a stream that are there to read, or those of the first datagram.

@@ -1,4 +1,8 @@
 // Threads of the system: their ids, and threads that the library starts.
+//
+// Ownership: a kxPlatformThread is the caller's from its start until it is closed.
+// Threads:   any, also before main and after it. Functions that take a kxPlatformThread may be called from any thread
+//            but itself, several at a time except closing. kxPlatformThreadKillCaller is safe in a signal handler.
 #pragma once
 
 #include <cstdint>
@@ -7,27 +11,7 @@
 // right in a forked child as well.
 std::uint32_t kxPlatformThreadId();
 
-// Sleeps at least the given time; signals do not cut it short.
-void kxPlatformSleep(std::uint32_t milliseconds);
-
-// What a process-wide object does around a fork, in whose child only the thread that forks goes on: `before` takes
-// the object's locks, so that no other thread is in the middle of a change, and `after` gives them back, in the
-// parent and in the child; where the child needs something else, `afterInChild` says what. All run in the thread
-// that forks, which keeps its id until all have run.
-struct kxPlatformForkGuard {
-    void (*before)();
-    void (*after)();
-    void (*afterInChild)() = after;
-    // Its locks may be taken while those of others are held: they come after all others.
-    bool isInnermost = false;
-    kxPlatformForkGuard* next = nullptr;  // the platform's own
-};
-// Puts the guard in force until the process ends. The locks of different guards must never be held
-// together, unless the inner ones are of guards that say so.
-void kxPlatformAddForkGuard(kxPlatformForkGuard& guard);
-
-// A thread that was started, until it is closed. Each function that takes one may be called from any thread
-// but itself, several at a time except closing.
+// A thread that was started, until it is closed.
 struct kxPlatformThread;
 using kxPlatformThreadBody = void (*)(void* argument);
 
@@ -45,7 +29,7 @@ bool kxPlatformThreadKill(kxPlatformThread& thread);
 // its stack behind.
 void kxPlatformThreadClose(kxPlatformThread* thread);
 // Ends the calling thread as kxPlatformThreadKill does; does nothing unless it was started by
-// kxPlatformThreadStart. May be called from a signal handler.
+// kxPlatformThreadStart.
 void kxPlatformThreadKillCaller();
 // Puts off that another thread kills the calling one, until that is allowed as many times.
 void kxPlatformThreadDelayKill();

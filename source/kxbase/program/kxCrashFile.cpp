@@ -7,41 +7,36 @@
 
 namespace {
 
-bool addCurrentFolder(kxCrashText& path)
+bool addFolder(kxCrashFile::Folder folder, kxCrashText& path)
 {
-    char folder[kxCrashText::kLineBytes];
-    const bool isKnown = kxPlatformCurrentDirectory(folder, sizeof(folder));
-    if (isKnown) path.add(folder);
+    char name[kxCrashText::kLineBytes];
+    const auto lookUp =
+        folder == kxCrashFile::CURRENT ? kxPlatformCurrentDirectory : kxPlatformTemporaryDirectory;
+    const bool isKnown = lookUp(name, sizeof(name));
+    if (isKnown) path.add(name);
     return isKnown;
-}
-
-bool addTemporaryFolder(kxCrashText& path)
-{
-    const char* const given = kxPlatformEnvironment("TMPDIR");
-    const std::string_view folder = given != nullptr ? given : "";
-    if (folder.empty()) return false;
-    if (!folder.starts_with('/')) {
-        if (!addCurrentFolder(path)) return false;
-        path.add("/");
-    }
-    path.add(folder);
-    return true;
 }
 
 }  // namespace
 
-bool kxCrashFile::makePath(Folder folder, const kxCrashTime& time, kxCrashText& path)
+bool kxCrashFile::makePath(Folder folder, const kxCivilTime& time, kxCrashText& path)
 {
     path.clear();
-    if (!(folder == CURRENT ? addCurrentFolder(path) : addTemporaryFolder(path))) return false;
+    if (!addFolder(folder, path)) return false;
     if (!path.view().ends_with('/')) path.add("/");
     path.addFileName(time);
     return !path.isFull();
 }
 
-kxCrashTime kxCrashFile::time()
+kxCivilTime kxCrashFile::now()
 {
-    return kxCrashTime::at(kxPlatformWallSeconds(), kxPlatformUtcOffsetSeconds());
+    return now(kxPlatformUtcOffsetSeconds());
+}
+
+kxCivilTime kxCrashFile::now(std::int32_t utcOffsetSeconds)
+{
+    const std::int64_t seconds = static_cast<std::int64_t>(kxPlatformWallSeconds()) + utcOffsetSeconds;
+    return kxCivilTime::at(seconds * 1000);
 }
 
 bool kxCrashFile::append(const char* path, std::string_view text)
@@ -55,11 +50,11 @@ bool kxCrashFile::append(const char* path, std::string_view text)
 void kxCrashFile::write(std::string_view text)
 {
     if (!path_.isEmpty() && append(path_.text(), text)) return;
-    const kxCrashTime now = time();
+    const kxCivilTime time = now();
     char room[kxCrashText::kLineBytes];
     kxCrashText path(room);
     for (const Folder folder : kFolders) {
-        if (!makePath(folder, now, path) || !append(path.text(), text)) continue;
+        if (!makePath(folder, time, path) || !append(path.text(), text)) continue;
         path_ = path.view();
         return;
     }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cstring>
 #include <iterator>
 
@@ -14,46 +13,45 @@ constexpr std::string_view kLineEnd = "\r\n";
 
 }  // namespace
 
-kxCrashTime kxCrashTime::at(double wallSeconds, std::int32_t utcOffsetSeconds)
-{
-    using namespace std::chrono;
-    const sys_seconds moment(seconds(static_cast<std::int64_t>(wallSeconds) + utcOffsetSeconds));
-    const auto midnight = floor<days>(moment);
-    const year_month_day date(midnight);
-    const hh_mm_ss clock(moment - midnight);
-    return {static_cast<int>(date.year()),
-            static_cast<unsigned>(date.month()),
-            static_cast<unsigned>(date.day()),
-            static_cast<unsigned>(clock.hours().count()),
-            static_cast<unsigned>(clock.minutes().count()),
-            static_cast<unsigned>(clock.seconds().count())};
-}
-
-void kxCrashText::addFileName(const kxCrashTime& time)
+void kxCrashText::addFileName(const kxCivilTime& time)
 {
     add(time.year, 4);
-    for (const unsigned number : {time.month, time.day}) add("_"), add(number, 2);
-    add("_");
-    for (const unsigned number : {time.hour, time.minute, time.second}) add("_"), add(number, 2);
+    addTwoDigits("_", time.month);
+    addTwoDigits("_", time.day);
+    addTwoDigits("__", time.hour);
+    addTwoDigits("_", time.minute);
+    addTwoDigits("_", time.second);
     add("_crash.txt");
 }
 
-void kxCrashText::addHeader(const kxCrashTime& time)
+void kxCrashText::addHeader(const kxCivilTime& time)
 {
     add("------ Crash Dump generated ");
     add(time.year, 4);
-    for (const unsigned number : {time.month, time.day}) add("-"), add(number, 2);
-    add(" "), add(time.hour, 2);
-    for (const unsigned number : {time.minute, time.second}) add(":"), add(number, 2);
-    add(" - KorvexSDK Ver:"), add(KX_LIBRARY_VERSION), add(" --------");
+    addTwoDigits("-", time.month);
+    addTwoDigits("-", time.day);
+    addTwoDigits(" ", time.hour);
+    addTwoDigits(":", time.minute);
+    addTwoDigits(":", time.second);
+    add(" - KorvexSDK Ver:");
+    add(KX_LIBRARY_VERSION);
+    add(" --------");
     endLine();
 }
 
 void kxCrashText::addLine(std::uint32_t number, const kxCrashLine& line)
 {
-    add(number), add(": In "), addName(line.function);
-    add("(+"), add(line.offset), add(") file:"), addName(line.file);
-    add(" line:"), add(line.line), add(" module:"), addName(line.module);
+    add(number);
+    add(": In ");
+    addName(line.function);
+    add("(+");
+    add(line.offset);
+    add(") file:");
+    addName(line.file);
+    add(" line:");
+    add(line.line);
+    add(" module:");
+    addName(line.module);
     endLine();
 }
 
@@ -71,6 +69,12 @@ void kxCrashText::add(std::int64_t number, std::size_t leastDigits)
     const std::string_view written(digits, static_cast<std::size_t>(end - digits));
     for (std::size_t count = written.size(); count < leastDigits; ++count) add("0");
     add(written);
+}
+
+void kxCrashText::addTwoDigits(std::string_view separator, unsigned number)
+{
+    add(separator);
+    add(number, 2);
 }
 
 const char* kxCrashText::text()

@@ -4,18 +4,12 @@
 // Errors:    what does not fit into a text is cut, its line end is not. In the line of a frame the names are cut.
 #pragma once
 
+#include "kxbase/core/kxCivilTime.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
-
-// A moment in local time.
-struct kxCrashTime {
-    std::int64_t year;
-    unsigned month, day, hour, minute, second;
-
-    static kxCrashTime at(double wallSeconds, std::int32_t utcOffsetSeconds);
-};
 
 // One frame, as kxStackItem has it.
 struct kxCrashLine {
@@ -35,8 +29,8 @@ public:
     constexpr explicit kxCrashText(std::span<char> room) noexcept : room_(room) {}
 
     // "2026_11_14__17_18_05_crash.txt"
-    void addFileName(const kxCrashTime& time);
-    void addHeader(const kxCrashTime& time);
+    void addFileName(const kxCivilTime& time);
+    void addHeader(const kxCivilTime& time);
     // Fits into kLineBytes.
     void addLine(std::uint32_t number, const kxCrashLine& line);
     void add(std::string_view text);
@@ -51,6 +45,7 @@ public:
 
 private:
     void addName(std::string_view name) { add(name.substr(0, kNameBytes)); }
+    void addTwoDigits(std::string_view separator, unsigned number);
     std::size_t mostBytes() const { return room_.size() - 1; }
     void endLine();
 

@@ -1,8 +1,8 @@
 #include "kxbase/program/kxCurrentLanguage.h"
 
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
-#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 
 #include <memory>
@@ -19,9 +19,8 @@ constexpr const char* kDefaultLanguage = "eng";
 kxCurrentLanguage::State& kxCurrentLanguage::state()
 {
     static kxUndestroyed<State> current;
-    static constinit kxPlatformForkGuard guard{[] { state().lock.readLock(); }, [] { state().lock.unlock(); },
-                                               [] { std::construct_at(&state().lock); }};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({[] { state().lock.readLock(); }, [] { state().lock.unlock(); },
+                                    [] { std::construct_at(&state().lock); }});
     return current.value;
 }
 

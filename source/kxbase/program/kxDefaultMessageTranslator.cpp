@@ -2,9 +2,11 @@
 
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxDropExceptions.h"
+#include "kxbase/core/kxUndestroyed.h"
+#include "kxbase/message/kxMessageManager.h"
 #include "kxbase/platform/kxPlatformEnvironment.h"
 #include "kxbase/platform/kxPlatformFile.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/program/kxCurrentLanguage.h"
 #include "kxbase/program/kxLanguageFileParser.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
@@ -32,7 +34,7 @@ void parse(kxSerializeAdapter& adapter, kxTranslations& translations)
         // A connection would wait for more than there is.
         const std::uint32_t wanted = std::min({left, kBlockBytes, adapter.length()});
         const std::uint32_t count = wanted != 0 ? adapter.read(block.data(), wanted) : 0;
-        parser.read(block.data(), count);
+        parser.feed(block.data(), count);
         left -= count;
         if (count != 0) continue;
         if (!wasActive || !adapter.hasEnd() || adapter.hasError()) return parser.finish();
@@ -91,4 +93,11 @@ void kxDefaultMessageTranslator::publish(std::unique_ptr<const kxTranslations> t
     if (translations && !translations->isEmpty() &&
         translations_.compare_exchange_strong(none, translations.get()))
         translations.release();
+}
+
+// Here, since the translator rests on adapters.
+kxMessageTranslatorInterface& kxMessageManager::defaultTranslator()
+{
+    static constinit kxUndestroyed<kxDefaultMessageTranslator> translator;
+    return translator.value;
 }

@@ -9,6 +9,7 @@
 
 namespace {
 
+// An illegal instruction has a dump but no report, hence no name.
 constexpr struct {
     kxPlatformFault fault;
     const char* name;

@@ -76,7 +76,7 @@ std::optional<std::string> unquoted(std::u16string_view quoted)
 
 }  // namespace
 
-void kxLanguageFileParser::read(const std::uint8_t* bytes, std::size_t count)
+void kxLanguageFileParser::feed(const std::uint8_t* bytes, std::size_t count)
 {
     for (const std::uint8_t* const end = bytes + count; bytes != end; ++bytes) {
         if (!firstByte_) {

@@ -34,7 +34,7 @@ class kxLanguageFileParser {
 public:
     explicit kxLanguageFileParser(kxTranslations& translations) : translations_(translations) {}
 
-    void read(const std::uint8_t* bytes, std::size_t count);
+    void feed(const std::uint8_t* bytes, std::size_t count);
     // Takes a last line without a line end.
     void finish() { takeLine(); }
 

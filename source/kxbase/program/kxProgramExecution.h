@@ -46,18 +46,21 @@ private:
     // functions of the source file could not reach what is private.
     struct Crash;
     struct Fork;
-    struct Message {
+    struct HeldBack {  // a message
         void (*send)(const kxString& text);
         kxString text;
     };
 
     kxProgramExecution();
-    kxString write(std::string_view text, bool isDump);
+    // Both answer the path of the file if the user is to be told of it: of every dump, and of a file made for a line.
+    // It is empty when no file has taken the text.
+    kxString appendLine(std::string_view line);
+    kxString writeWholeDump(std::string_view dump);
     void say(void (*send)(const kxString&), const kxString& text);
     void announce(const kxString& path);
 
     std::atomic<kxExceptionReportInterface*> report_{this};
     kxMutex mutex_;
-    kxCrashFile file_;               // under the mutex
-    std::vector<Message> heldBack_;  // used by the dump thread only
+    kxCrashFile file_;                // under the mutex
+    std::vector<HeldBack> heldBack_;  // used by the dump thread only
 };

@@ -2,8 +2,6 @@
 
 #include "kxbase/platform/kxPlatformEnvironment.h"
 
-#include <cstring>
-
 namespace {
 
 constexpr std::size_t kQueryBytes = 1000;

@@ -2,6 +2,7 @@
 
 #include "kxbase/containers/kxDict.h"
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
 #include "kxbase/core/kxQuietGuard.h"
@@ -22,12 +23,10 @@ public:
     static UseMutex& instance()
     {
         static constinit kxUndestroyed<UseMutex> mutex;
-        static constinit kxPlatformForkGuard guard{[] {}, [] {},
-                                                   [] {
-                                                       if (!mutex.value.isHeldByCaller())
-                                                           std::construct_at(&mutex.value);
-                                                   }};
-        [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+        const auto freeInChild = [] {
+            if (!mutex.value.isHeldByCaller()) std::construct_at(&mutex.value);
+        };
+        static const kxForkGuard guard({[] {}, [] {}, freeInChild});
         return mutex.value;
     }
 };

@@ -50,9 +50,6 @@ public:
     virtual bool hasCapability() const;
     // Whether the connection behind the adapter is alive; true where there is none.
     virtual bool isActive();
-    // Whether hasError() tells the end of the input, so that a caller who finds nothing may wait for it. The base,
-    // and adapters in memory, have no end: nothing more comes unless somebody writes it.
-    virtual bool hasEnd() const;
     virtual bool hasError();
     virtual kxString getError();
     virtual void setError(const kxString& text);
@@ -74,6 +71,9 @@ public:
     // Bytes that the adapter delivers now, not counting those pushed back.
     virtual std::uint32_t getDataLength();
     virtual bool hasData();
+    // Whether a caller who finds nothing may wait until bytes come or hasError() tells the end. Where it is false, as
+    // in the base and in memory, nothing more comes unless somebody writes it.
+    virtual bool hasEnd() const;
 
     // What callers use; each serves pushed-back bytes first and rests on the operations above, which a concrete
     // adapter supplies and which know nothing of pushed-back bytes.

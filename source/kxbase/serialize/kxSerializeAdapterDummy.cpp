@@ -1,6 +1,6 @@
 #include "kxbase/serialize/kxSerializeAdapterDummy.h"
 
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 
 namespace {
 

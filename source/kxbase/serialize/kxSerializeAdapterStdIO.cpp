@@ -3,7 +3,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/platform/kxPlatformConsole.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
 #include "kxbase/serialize/kxSystemError.h"
 

@@ -1,6 +1,6 @@
 #include "kxbase/serialize/kxStreamInput.h"
 
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 
 #include <algorithm>
 #include <limits>

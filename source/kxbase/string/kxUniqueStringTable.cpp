@@ -1,7 +1,7 @@
 #include "kxbase/string/kxUniqueStringTable.h"
 
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMessage.h"
-#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
 #include "kxbase/string/kxUniqueId.h"
 
@@ -49,11 +49,10 @@ private:
 
 kxUniqueStringTable& kxUniqueStringTable::instance()
 {
-    static constinit kxPlatformForkGuard guard{[] { kxPlatformLockAcquire(instance().lock_); },
-                                               [] { kxPlatformLockRelease(instance().lock_); }};
     try {
         static kxUniqueStringTable& table = *new kxUniqueStringTable;
-        [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+        static const kxForkGuard guard({[] { kxPlatformLockAcquire(instance().lock_); },
+                                        [] { kxPlatformLockRelease(instance().lock_); }});
         return table;
     } catch (const std::bad_alloc&) {
         // Reported below, where a receiver of the report may try again.

@@ -19,8 +19,7 @@ struct kxUniqueStringData {
     const char* text;
     std::uint32_t lengthPlusOne;  // 0 for a free slot; 32 bits, since the longest text has 65535 bytes
     std::uint32_t hash;
-    bool
-        hasFixedId;  // the id was asked for, not assigned; only told to whoever looks at the table in a debugger
+    bool hasFixedId;  // the id was asked for, not assigned; read only in a debugger
 
     std::string_view view() const noexcept { return {text, lengthPlusOne - 1}; }
 };

@@ -2,8 +2,8 @@
 
 #include "kxbase/containers/kxThreadData.h"
 #include "kxbase/core/kxBodyGuard.h"
+#include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxUndestroyed.h"
-#include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/string/kxString.h"
 
 #include <new>
@@ -96,9 +96,7 @@ using RingsOfThreads = kxThreadData<RingOfThread, 1>;
 RingsOfThreads& ringsOfThreads()
 {
     static kxUndestroyed<RingsOfThreads> rings;
-    static constinit kxPlatformForkGuard guard{[] { spareRings.value.lock(); },
-                                               [] { spareRings.value.unlock(); }};
-    [[maybe_unused]] static const bool isGuarded = (kxPlatformAddForkGuard(guard), true);
+    static const kxForkGuard guard({[] { spareRings.value.lock(); }, [] { spareRings.value.unlock(); }});
     return rings.value;
 }
 

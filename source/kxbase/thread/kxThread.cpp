@@ -1,6 +1,6 @@
 #include "kxbase/thread/kxThread.h"
 
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/thread/kxThreadState.h"
 
 kxThread::kxThread() : state_(*new kxThreadState(*this)) {}

@@ -1,23 +1,12 @@
 #include "kxbase/platform/kxPlatformClock.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <ctime>
 
-namespace {
-
-constexpr std::uint64_t kNanosecondsPerSecond = 1000000000;
-
-timespec timeOf(clockid_t clock)
-{
-    timespec time{};
-    ::clock_gettime(clock, &time);
-    return time;
-}
-
-}  // namespace
-
 double kxPlatformWallSeconds()
 {
-    const timespec time = timeOf(CLOCK_REALTIME);
+    timespec time{};
+    ::clock_gettime(CLOCK_REALTIME, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
@@ -30,9 +19,7 @@ std::int32_t kxPlatformUtcOffsetSeconds()
 
 std::uint64_t kxPlatformCounter()
 {
-    const timespec time = timeOf(CLOCK_MONOTONIC);
-    return static_cast<std::uint64_t>(time.tv_sec) * kNanosecondsPerSecond +
-           static_cast<std::uint64_t>(time.tv_nsec);
+    return static_cast<std::uint64_t>(kxPosixMonotonicNanoseconds());
 }
 
 double kxPlatformCounterSecondsPerTick()

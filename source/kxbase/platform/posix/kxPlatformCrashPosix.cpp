@@ -1,15 +1,17 @@
 #include "kxbase/platform/kxPlatformCrash.h"
+#include "kxbase/platform/kxPlatformFork.h"
 #include "kxbase/platform/kxPlatformThread.h"
 #include "kxbase/platform/kxPlatformWait.h"
-#include "kxbase/platform/posix/kxPosixActionBefore.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
 #include "kxbase/platform/posix/kxPosixDescriptor.h"
 #include "kxbase/platform/posix/kxPosixDumpThread.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
+#include "kxbase/platform/posix/kxPosixPreviousAction.h"
 #include "kxbase/platform/posix/kxPosixStackWalk.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,7 +19,6 @@
 #include <climits>
 #include <csetjmp>
 #include <cstdlib>
-#include <ctime>
 #include <iterator>
 
 #include <poll.h>
@@ -27,18 +28,18 @@
 
 namespace {
 
-// Who deals with a fault: a thread by its id, nobody, or the handler before, which the thread has called.
+// Who deals with a fault: a thread by its id, nobody, or the previous handler, which the thread has called.
 //
 //   kNobody, any passed on -> thread  the thread, when it faults or ends the process
 //   thread -> kNobody                 the same thread, when that is all; it stays the owner of a process that is to end
-//   thread -> its id, passed on       the same thread, when it calls the handler before
+//   thread -> its id, passed on       the same thread, when it calls the previous handler
 //   its id, passed on -> kNobody      the same thread, when that has returned; a handler that jumps leaves it behind
 //   any -> kNobody                    a forked child
 constexpr std::uint32_t kNobody = 0;
 constexpr std::uint32_t kPassedOn = 0x80000000;  // joined with the id
 
 constinit std::atomic<std::uint32_t> owner{kNobody};
-// When a handler before was last called.
+// When a previous handler was last called.
 constinit std::atomic<std::int64_t> passedOnAtMilliseconds{0};
 
 // Made before any fault.
@@ -55,17 +56,10 @@ std::uint32_t callingThread()
     return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
-std::int64_t nowMilliseconds()
-{
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
-}
-
 // Of a time that began then.
 std::uint32_t millisecondsLeft(std::int64_t beginMilliseconds, std::uint32_t milliseconds)
 {
-    const std::int64_t left = beginMilliseconds + milliseconds - nowMilliseconds();
+    const std::int64_t left = beginMilliseconds + milliseconds - kxPosixMonotonicMilliseconds();
     return static_cast<std::uint32_t>(std::max<std::int64_t>(left, 0));
 }
 
@@ -86,7 +80,7 @@ void becomeOwner(std::uint32_t thread)
         std::uint32_t present = owner.load();
         if (present == thread) return;
         if (present != kNobody && !isPassedOn(present))
-            kxPlatformWaitWhile(owner, present, kxPosixForEver);
+            kxPlatformWaitWhile(owner, present, KX_PLATFORM_WAIT_FOREVER);
         else if (owner.compare_exchange_strong(present, thread))
             return;
     }
@@ -173,23 +167,23 @@ void endByDefault(siginfo_t& info, void* context)
     kxPosixEndByDefault(info, context);
 }
 
-void callHandlerBefore(siginfo_t& info, void* context)
+void callPreviousHandler(siginfo_t& info, void* context)
 {
     const std::uint32_t thread = callingThread();
-    passedOnAtMilliseconds.store(nowMilliseconds());
+    passedOnAtMilliseconds.store(kxPosixMonotonicMilliseconds());
     changeOwner(thread, thread | kPassedOn);
-    if (kxPosixCallHandlerBefore(info, context)) return endByDefault(info, context);
+    if (kxPosixCallPreviousHandler(info, context)) return endByDefault(info, context);
     changeOwner(thread | kPassedOn, kNobody);
 }
 
-// To what was there before. A further fault goes on while another thread may own the next.
-void goOn(siginfo_t& info, void* context)
+// To the previous action. That of a further fault goes on while another thread may own the next.
+void passOn(siginfo_t& info, void* context)
 {
     switch (kxPosixNextStepOf(info)) {
     case KX_POSIX_IGNORE:
         return changeOwner(callingThread(), kNobody);
     case KX_POSIX_CALL_HANDLER:
-        return callHandlerBefore(info, context);
+        return callPreviousHandler(info, context);
     case KX_POSIX_END_PROCESS:
         return endByDefault(info, context);
     }
@@ -202,7 +196,7 @@ void goOn(siginfo_t& info, void* context)
         kxPlatformThreadKillCaller();
     }
     kxPosixTerminalMode::giveAllBackForGood();
-    ::_exit(kxPosixStatusOfSignal + signal);
+    ::_exit(KX_POSIX_STATUS_OF_SIGNAL + signal);
 }
 
 // A fault in the middle of dealing with one; the unwinder aborts where it is at a loss. What somebody sends meanwhile
@@ -210,7 +204,7 @@ void goOn(siginfo_t& info, void* context)
 void onFurtherFault(siginfo_t& info, void* context)
 {
     if (isGuarded.load() && (info.si_code > 0 || info.si_signo == SIGABRT)) siglongjmp(guardStart, 1);
-    if (info.si_code > 0) goOn(info, context);
+    if (info.si_code > 0) passOn(info, context);
 }
 
 void onFirstFault(siginfo_t& info, void* context)
@@ -222,7 +216,7 @@ void onFirstFault(siginfo_t& info, void* context)
     kxPosixTerminalMode::giveAllBack();
     const bool isDone = room != nullptr ? dealOnThread(crash) : dealWithoutThread(crash);
     if (isDone) endHandled(info.si_signo);
-    goOn(info, context);
+    passOn(info, context);
 }
 
 void onFault(int, siginfo_t* info, void* context)
@@ -233,19 +227,19 @@ void onFault(int, siginfo_t* info, void* context)
     if (kxPosixIsDumpThread(thread)) kxPosixLoseDumpThread();
     if (owner.load() == thread)
         onFurtherFault(*info, context);
-    else if (info->si_signo == SIGABRT && kxPosixIsWithinHandlerBefore(__builtin_frame_address(0)))
-        goOn(*info, context);  // it ends in this way what was a fault
+    else if (info->si_signo == SIGABRT && kxPosixIsInPreviousHandler(__builtin_frame_address(0)))
+        passOn(*info, context);  // it ends in this way what was a fault
     else
         onFirstFault(*info, context);
     errno = error;
 }
 
-// How long the end of the program may be put off. A handler before may have jumped, long since perhaps.
+// How long the end of the program may be put off. A previous handler may have jumped, long since perhaps.
 std::uint32_t longestWait(std::uint32_t present)
 {
     if (isPassedOn(present))
-        return millisecondsLeft(passedOnAtMilliseconds.load(), kxPosixHandlerMilliseconds);
-    return kxPosixDumpMilliseconds + kxPosixTellMilliseconds + kxPosixEndMilliseconds;
+        return millisecondsLeft(passedOnAtMilliseconds.load(), KX_POSIX_PREVIOUS_HANDLER_MILLISECONDS);
+    return KX_POSIX_DUMP_MILLISECONDS + KX_POSIX_TELL_MILLISECONDS + KX_POSIX_END_MILLISECONDS;
 }
 
 // A program that ends by itself meanwhile waits for the dump, and for the end that the fault brings. The dump thread is
@@ -276,21 +270,27 @@ bool install(const kxPlatformCrashActions& wanted)
     std::atexit(waitForOwner);
     std::at_quick_exit(waitForOwner);
     bool isInstalled = true;
-    for (std::size_t index = 0; index < std::size(kxPosixFaultSignals); ++index)
+    for (std::size_t index = 0; index < std::size(KX_POSIX_FAULT_SIGNALS); ++index)
         isInstalled = kxPosixCatchFault(index, onFault) && isInstalled;
     return isInstalled;
 }
 
 }  // namespace
 
+std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity)
+{
+    void* const caller = __builtin_extract_return_addr(__builtin_return_address(0));
+    return kxPosixWalkFrom(reinterpret_cast<std::uintptr_t>(caller), frames, capacity);
+}
+
 void kxPlatformCrashPrint(const char* text, std::size_t sizeBytes)
 {
     // What is ready takes that much without a wait: a pipe at least so, a terminal perhaps one byte only.
     const std::size_t mostBytes = ::isatty(STDERR_FILENO) != 0 ? 1 : PIPE_BUF;
-    const std::int64_t begin = nowMilliseconds();
+    const std::int64_t begin = kxPosixMonotonicMilliseconds();
     while (sizeBytes != 0) {
-        const std::uint32_t left = millisecondsLeft(begin, kxPosixPrintMilliseconds);
-        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, static_cast<int>(left)) & POLLOUT) == 0) return;
+        const std::uint32_t left = millisecondsLeft(begin, KX_POSIX_PRINT_MILLISECONDS);
+        if (left == 0 || (kxPosixWait(STDERR_FILENO, POLLOUT, left) & POLLOUT) == 0) return;
         const ssize_t count = ::write(STDERR_FILENO, text, std::min(sizeBytes, mostBytes));
         if (count < 0) return;
         text += count;

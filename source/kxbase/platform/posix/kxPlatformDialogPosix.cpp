@@ -1,7 +1,7 @@
 #include "kxbase/platform/kxPlatformDialog.h"
 
 #include "kxbase/platform/kxPlatformFile.h"
-#include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 
 #include <csignal>

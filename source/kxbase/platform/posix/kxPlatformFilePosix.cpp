@@ -14,7 +14,7 @@
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
-constexpr std::size_t kLargestCall = 0x40000000;  // beyond 2 GB a call is cut by the system anyway
+constexpr std::size_t kLargestCallBytes = 0x40000000;  // beyond 2 GB a call is cut by the system anyway
 
 int descriptorOf(kxPlatformFileHandle file)
 {
@@ -71,7 +71,7 @@ bool isToBeRepeated(int descriptor, short events)
 {
     if (errno == EINTR) return true;
     if (errno != EAGAIN && errno != EWOULDBLOCK) return false;
-    kxPosixWait(descriptor, events, -1);
+    kxPosixWait(descriptor, events, KX_PLATFORM_WAIT_FOREVER);
     return true;
 }
 
@@ -114,7 +114,7 @@ kxPlatformIoResult kxPlatformFileRead(kxPlatformFileHandle file, void* bytes, st
 {
     const int descriptor = descriptorOf(file);
     for (;;) {
-        const ssize_t count = ::read(descriptor, bytes, std::min(sizeBytes, kLargestCall));
+        const ssize_t count = ::read(descriptor, bytes, std::min(sizeBytes, kLargestCallBytes));
         if (count >= 0) return {count, 0};
         if (!isToBeRepeated(descriptor, POLLIN)) return {-1, errno};
     }
@@ -127,7 +127,7 @@ kxPlatformIoResult kxPlatformFileWrite(kxPlatformFileHandle file, const void* by
     std::size_t written = 0;
     while (written < sizeBytes) {
         const ssize_t count =
-            ::write(descriptor, begin + written, std::min(sizeBytes - written, kLargestCall));
+            ::write(descriptor, begin + written, std::min(sizeBytes - written, kLargestCallBytes));
         if (count > 0)
             written += static_cast<std::size_t>(count);
         else if (count == 0)
@@ -155,7 +155,7 @@ kxPlatformReady kxPlatformFileLook(kxPlatformFileHandle file, std::uint32_t wait
 {
     const int descriptor = descriptorOf(file);
     if (const std::uint32_t count = readyBytes(descriptor)) return {KX_PLATFORM_BYTES_READY, count};
-    if (kxPosixWait(descriptor, POLLIN, static_cast<int>(waitMilliseconds)) == 0) {
+    if (kxPosixWait(descriptor, POLLIN, waitMilliseconds) == 0) {
         return {KX_PLATFORM_NOTHING_READY, 0};
     }
     if (const std::uint32_t count = readyBytes(descriptor)) return {KX_PLATFORM_BYTES_READY, count};

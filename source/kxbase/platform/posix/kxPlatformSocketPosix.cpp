@@ -1,11 +1,11 @@
 #include "kxbase/platform/kxPlatformSocket.h"
 #include "kxbase/platform/posix/kxPosixDescriptor.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <ctime>
 #include <iterator>
 
 #include <arpa/inet.h>
@@ -141,7 +141,7 @@ int socketOf(kxSocketFamily family, kxSocketKind kind)
 }
 
 // What the contract promises of every socket; a system that refuses one of these behaves so by itself.
-void settle(int descriptor, kxSocketKind kind)
+void setDefaults(int descriptor, kxSocketKind kind)
 {
     if (kind != KX_SOCKET_DATAGRAM) {
         (void)setOption(descriptor, SOL_SOCKET, SO_OOBINLINE, 1);
@@ -157,21 +157,14 @@ const sockaddr* systemAddress(const std::uint8_t* address)
     return reinterpret_cast<const sockaddr*>(address);
 }
 
-std::int64_t millisecondsNow()
-{
-    timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
 int pollUntilDone(pollfd* wanted, nfds_t count, std::uint32_t milliseconds)
 {
     const bool isForever = milliseconds == KX_PLATFORM_WAIT_FOREVER;
-    const auto time = static_cast<int>(isForever ? -1 : std::min<std::int64_t>(milliseconds, INT_MAX));
-    const std::int64_t end = time > 0 ? millisecondsNow() + time : 0;
+    const int time = kxPosixPollTime(milliseconds);
+    const std::int64_t end = time > 0 ? kxPosixMonotonicMilliseconds() + time : 0;
     int found = ::poll(wanted, count, time);
     while (found < 0 && errno == EINTR) {
-        const auto left = static_cast<int>(std::max<std::int64_t>(end - millisecondsNow(), 0));
+        const auto left = static_cast<int>(std::max<std::int64_t>(end - kxPosixMonotonicMilliseconds(), 0));
         found = ::poll(wanted, count, isForever ? -1 : left);
     }
     return found;
@@ -190,14 +183,14 @@ std::int64_t receiveTimeoutMilliseconds(int descriptor)
 // what is left of it is waited for here.
 template <typename Call> ssize_t received(int descriptor, const Call& call)
 {
-    const std::int64_t start = millisecondsNow();
+    const std::int64_t start = kxPosixMonotonicMilliseconds();
     ssize_t count = call(0);
     if (count >= 0 || errno != EINTR) return count;
     const std::int64_t timeout = receiveTimeoutMilliseconds(descriptor);
     if (timeout == 0) return repeated([&] { return call(0); });
     pollfd state{descriptor, POLLIN, 0};
     do {
-        const std::int64_t left = std::max<std::int64_t>(start + timeout - millisecondsNow(), 0);
+        const std::int64_t left = std::max<std::int64_t>(start + timeout - kxPosixMonotonicMilliseconds(), 0);
         const auto wait = static_cast<std::uint32_t>(std::min<std::int64_t>(left, INT_MAX));
         const bool isReady = pollUntilDone(&state, 1, wait) > 0;
         count = repeated([&] { return call(MSG_DONTWAIT); });
@@ -219,7 +212,7 @@ kxPlatformSocketOpened kxPlatformSocketOpen(kxSocketFamily family, kxSocketKind 
         return {KX_PLATFORM_NO_SOCKET, KX_SOCKET_BAD_ADDRESS_FAMILY};
     const int descriptor = kxPosixAboveStandardStreams(socketOf(family, kind));
     if (descriptor < 0) return {KX_PLATFORM_NO_SOCKET, codeOf(errno)};
-    settle(descriptor, kind);
+    setDefaults(descriptor, kind);
     return {descriptor, KX_SOCKET_OK};
 }
 

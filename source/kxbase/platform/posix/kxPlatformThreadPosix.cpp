@@ -1,46 +1,174 @@
 #include "kxbase/platform/kxPlatformThread.h"
+#include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixFork.h"
+#include "kxbase/platform/posix/kxPosixHandlerStack.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <ctime>
+#include <memory>
+#include <new>
 
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+// Shared by the thread and the one that started it: the last to let go of it destroys it.
+struct kxPlatformThread {
+    // Joining is for one thread at a time.
+    enum Joining : std::uint32_t { IDLE, BUSY, DONE };
+    enum Holder : std::uint32_t { BOTH, ONE };
+
+    const kxPlatformThreadBody body;
+    void* const argument;
+    pthread_t handle{};
+    std::atomic<std::uint32_t> id{0};
+    std::atomic<std::uint32_t> joining{IDLE};
+    std::atomic<std::uint32_t> holders{BOTH};
+    std::atomic<bool> isKilled{false};
+    std::atomic<std::uint32_t> isOver{0};  // the body has returned or was killed; those who wait sleep on it
+    kxPosixHandlerStack handlerStack;
+
+    kxPlatformThread(kxPlatformThreadBody threadBody, void* bodyArgument)
+        : body(threadBody), argument(bodyArgument)
+    {}
+};
+
 namespace {
+
+constexpr int kNicePerStep = -5;
+constexpr long kShortestPauseNanoseconds = 50000;
+constexpr long kLongestPauseNanoseconds = 1000000;
 
 thread_local std::uint32_t cachedThreadId = 0;
 
-std::atomic<kxPlatformForkGuard*> forkGuards{nullptr};
-// Where the list began when this thread began to fork; another thread may add to it meanwhile.
-thread_local kxPlatformForkGuard* forkGuardsTaken = nullptr;
+// The calling thread's own, as long as it may be killed. Also read by the handler.
+thread_local kxPlatformThread* volatile current = nullptr;
+thread_local volatile int killDelays = 0;
 
-void takeForkGuards()
+void release(kxPlatformThread* thread)
 {
-    forkGuardsTaken = forkGuards.load();
-    for (const bool isInnermost : {false, true})
-        for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next)
-            if (guard->isInnermost == isInnermost) guard->before();
+    if (thread->holders.exchange(kxPlatformThread::ONE) == kxPlatformThread::ONE) delete thread;
 }
 
-void releaseForkGuards()
+void noteOver(kxPlatformThread& thread)
 {
-    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next) guard->after();
+    thread.isOver.store(1);
+    kxPlatformWakeAll(thread.isOver);
 }
 
-// The only thread of a forked child has a new id.
-void releaseForkGuardsInChild()
+// The signal may have been for another thread, whose id this one has got since.
+void endIfKilled()
 {
-    for (kxPlatformForkGuard* guard = forkGuardsTaken; guard != nullptr; guard = guard->next)
-        guard->afterInChild();
-    cachedThreadId = 0;
+    if (current != nullptr && current->isKilled.load() && killDelays == 0) kxPlatformThreadKillCaller();
 }
 
-void watchForks()
+void onThreadSignal(int)
 {
-    [[maybe_unused]] static const int result =
-        pthread_atfork(takeForkGuards, releaseForkGuards, releaseForkGuardsInChild);
+    endIfKilled();
+}
+
+bool installThreadSignal()
+{
+    struct sigaction action {};
+    action.sa_handler = onThreadSignal;
+    action.sa_flags = SA_RESTART | SA_ONSTACK;
+    return ::sigaction(kxPosixThreadSignal(), &action, nullptr) == 0;
+}
+
+// The starting thread may have blocked the signal.
+void unblockThreadSignal()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, kxPosixThreadSignal());
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+// Gives the thread a stack for handlers, unless something else did already, and takes it back.
+class HandlerStackScope {
+public:
+    explicit HandlerStackScope(kxPosixHandlerStack& stack) : isGiven_(kxPosixHandlerStack::isMissing())
+    {
+        if (isGiven_) stack.give();
+    }
+    ~HandlerStackScope()
+    {
+        if (isGiven_) kxPosixHandlerStack::takeAway();
+    }
+    HandlerStackScope(const HandlerStackScope&) = delete;
+    HandlerStackScope& operator=(const HandlerStackScope&) = delete;
+
+private:
+    const bool isGiven_;
+};
+
+// The thread's side, also when the body ends the thread by unwinding.
+class Running {
+public:
+    explicit Running(kxPlatformThread* thread) : thread_(thread)
+    {
+        thread->id.store(kxPlatformThreadId());
+        unblockThreadSignal();
+        current = thread;
+    }
+    ~Running()
+    {
+        current = nullptr;
+        noteOver(*thread_);
+        release(thread_);
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+private:
+    kxPlatformThread* const thread_;
+};
+
+void* run(void* argument)
+{
+    kxPlatformThread* const thread = static_cast<kxPlatformThread*>(argument);
+    const Running running(thread);
+    const HandlerStackScope stack(thread->handlerStack);
+    thread->body(thread->argument);
+    return nullptr;
+}
+
+// That of the first thread, when it is asked for first in a process, be it a forked one. What a thread has itself may
+// come from another one, whose priority is not the process's.
+int niceOfProcess()
+{
+    struct alignas(std::uint64_t) Known {  // aligned to be free of locks
+        pid_t process;
+        int nice;
+    };
+    static constinit std::atomic<Known> known{Known{0, 0}};
+    const pid_t process = ::getpid();
+    Known found = known.load();
+    if (found.process != process) {
+        found = {process, ::getpriority(PRIO_PROCESS, static_cast<id_t>(process))};
+        known.store(found);
+    }
+    return found.nice;
+}
+
+// Joins a thread that has ended. A caller that is killed in the middle of it would keep all others from it.
+bool join(kxPlatformThread& thread)
+{
+    kxPlatformThreadDelayKill();
+    std::uint32_t state = kxPlatformThread::IDLE;
+    if (thread.joining.compare_exchange_strong(state, kxPlatformThread::BUSY)) {
+        const bool isDone = ::pthread_tryjoin_np(thread.handle, nullptr) == 0;
+        state = isDone ? kxPlatformThread::DONE : kxPlatformThread::IDLE;
+        thread.joining.store(state);
+    }
+    kxPlatformThreadAllowKill();
+    return state == kxPlatformThread::DONE;
 }
 
 }  // namespace
@@ -48,18 +176,83 @@ void watchForks()
 std::uint32_t kxPlatformThreadId()
 {
     if (cachedThreadId == 0) {
-        watchForks();
+        // The only thread of a forked child has a new id.
+        kxPosixAtEndOfForkInChild([] { cachedThreadId = 0; });
         cachedThreadId = static_cast<std::uint32_t>(::syscall(SYS_gettid));
     }
     return cachedThreadId;
 }
 
-void kxPlatformAddForkGuard(kxPlatformForkGuard& guard)
+kxPlatformThread* kxPlatformThreadStart(kxPlatformThreadBody body, void* argument)
 {
-    watchForks();
-    guard.next = forkGuards.load();
-    while (!forkGuards.compare_exchange_weak(guard.next, &guard)) {
+    static const bool isInstalled = installThreadSignal();
+    std::unique_ptr<kxPlatformThread> thread(isInstalled ? new (std::nothrow) kxPlatformThread(body, argument)
+                                                         : nullptr);
+    if (thread == nullptr || ::pthread_create(&thread->handle, nullptr, run, thread.get()) != 0)
+        return nullptr;
+    return thread.release();
+}
+
+bool kxPlatformThreadHasEnded(kxPlatformThread& thread, std::uint32_t waitMilliseconds)
+{
+    if (join(thread)) return true;
+    if (waitMilliseconds == 0) return false;
+    const std::int64_t deadline =
+        kxPosixMonotonicNanoseconds() + waitMilliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND;
+    kxPlatformWaitWhile(thread.isOver, 0, waitMilliseconds);
+    // What is left to the thread, its thread-local objects, is done in no time as a rule.
+    timespec pause{0, kShortestPauseNanoseconds};
+    while (!join(thread)) {
+        if (kxPosixMonotonicNanoseconds() >= deadline) return false;
+        ::clock_nanosleep(CLOCK_MONOTONIC, 0, &pause, nullptr);
+        pause.tv_nsec = std::min(pause.tv_nsec * 2, kLongestPauseNanoseconds);
     }
+    return true;
+}
+
+bool kxPlatformThreadKill(kxPlatformThread& thread)
+{
+    thread.isKilled.store(true);
+    const long result =
+        ::syscall(SYS_tgkill, ::getpid(), static_cast<pid_t>(thread.id.load()), kxPosixThreadSignal());
+    if (result == 0 || errno == ESRCH) return true;
+    thread.isKilled.store(false);
+    return false;
+}
+
+void kxPlatformThreadClose(kxPlatformThread* thread)
+{
+    if (!join(*thread)) {
+        ::pthread_detach(thread->handle);
+        release(thread);
+        return;
+    }
+    delete thread;
+}
+
+bool kxPosixMayKillCaller()
+{
+    return current != nullptr;
+}
+
+void kxPlatformThreadKillCaller()
+{
+    if (!kxPosixMayKillCaller()) return;
+    // The next thread gets this one's memory, and must not find values of its own in it.
+    for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
+    noteOver(*current);
+    for (;;) ::syscall(SYS_exit, -1);
+}
+
+void kxPlatformThreadDelayKill()
+{
+    killDelays = killDelays + 1;
+}
+
+void kxPlatformThreadAllowKill()
+{
+    killDelays = killDelays - 1;
+    endIfKilled();
 }
 
 bool kxPlatformThreadAllowCancel(bool isAllowed)
@@ -69,9 +262,7 @@ bool kxPlatformThreadAllowCancel(bool isAllowed)
     return before == PTHREAD_CANCEL_ENABLE;
 }
 
-void kxPlatformSleep(std::uint32_t milliseconds)
+void kxPlatformThreadSetPriority(int steps)
 {
-    timespec left{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000};
-    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
-    }
+    ::setpriority(PRIO_PROCESS, kxPlatformThreadId(), niceOfProcess() + steps * kNicePerStep);
 }

@@ -1,8 +1,8 @@
 #include "kxbase/platform/kxPlatformWait.h"
+#include "kxbase/platform/posix/kxPosixTime.h"
 
 #include <cerrno>
 #include <climits>
-#include <ctime>
 
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -13,29 +13,28 @@ namespace {
 static_assert(sizeof(std::atomic<std::uint32_t>) == 4 && std::atomic<std::uint32_t>::is_always_lock_free,
               "the kernel sleeps on the number itself");
 
-constexpr long kNanosecondsPerSecond = 1000000000;
-
 timespec timeAfter(std::uint32_t milliseconds)
 {
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    time.tv_sec += static_cast<time_t>(milliseconds / 1000);
-    time.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
-    if (time.tv_nsec >= kNanosecondsPerSecond) {
-        time.tv_nsec -= kNanosecondsPerSecond;
-        ++time.tv_sec;
-    }
-    return time;
+    return kxPosixTimespecOf(kxPosixMonotonicNanoseconds() +
+                             milliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND);
 }
 
 }  // namespace
 
+void kxPlatformSleep(std::uint32_t milliseconds)
+{
+    timespec left = kxPosixTimespecOf(milliseconds * KX_POSIX_NANOSECONDS_PER_MILLISECOND);
+    while (::clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
 bool kxPlatformWaitWhile(const std::atomic<std::uint32_t>& word, std::uint32_t value,
                          std::uint32_t milliseconds)
 {
-    const timespec deadline = timeAfter(milliseconds);
+    const timespec end = timeAfter(milliseconds);
+    const timespec* const deadline = milliseconds != KX_PLATFORM_WAIT_FOREVER ? &end : nullptr;
     while (word.load(std::memory_order_acquire) == value) {
-        const long result = ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, value, &deadline, nullptr,
+        const long result = ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, value, deadline, nullptr,
                                       FUTEX_BITSET_MATCH_ANY);
         if (result != 0 && errno == ETIMEDOUT) return word.load(std::memory_order_acquire) != value;
     }

@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-inline constexpr std::uint32_t kxPosixDumpMilliseconds = 10000;  // the dump thread, to write everything down
-inline constexpr std::uint32_t kxPosixTellMilliseconds = 1000;   // the dump thread, to tell the user
-inline constexpr std::uint32_t kxPosixPrintMilliseconds = 1000;  // standard error, to take a text
-inline constexpr std::uint32_t kxPosixHandlerMilliseconds =
-    1000;  // a handler before ours, until the program may end
-inline constexpr std::uint32_t kxPosixEndMilliseconds = 10000;  // the process, to end once that is settled
-inline constexpr std::uint32_t kxPosixForEver = 0xFFFFFFFF;
+inline constexpr std::uint32_t KX_POSIX_DUMP_MILLISECONDS =
+    10000;  // the dump thread, to write everything down
+inline constexpr std::uint32_t KX_POSIX_TELL_MILLISECONDS = 1000;   // the dump thread, to tell the user
+inline constexpr std::uint32_t KX_POSIX_PRINT_MILLISECONDS = 1000;  // standard error, to take a text
+// A previous handler, until the program may end.
+inline constexpr std::uint32_t KX_POSIX_PREVIOUS_HANDLER_MILLISECONDS = 1000;
+inline constexpr std::uint32_t KX_POSIX_END_MILLISECONDS = 10000;  // the process, to end once that is settled

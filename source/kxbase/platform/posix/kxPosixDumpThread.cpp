@@ -4,6 +4,7 @@
 #include "kxbase/platform/kxPlatformWait.h"
 #include "kxbase/platform/posix/kxPosixCrashTimes.h"
 #include "kxbase/platform/posix/kxPosixFault.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -55,9 +56,9 @@ void serve()
 {
     sigset_t faults;
     sigemptyset(&faults);
-    for (const int signal : kxPosixFaultSignals) sigaddset(&faults, signal);
+    for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&faults, signal);
     pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
-    result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_GOES_ON;
+    result = actions->dump(crash) ? KX_POSIX_DUMP_HANDLED : KX_POSIX_DUMP_PASSED_ON;
     if (changeProgress(ASKED, DUMPED)) actions->tell();
     pthread_sigmask(SIG_BLOCK, &faults, nullptr);
     setProgress(IDLE);
@@ -72,7 +73,7 @@ void body(void*)
     threadId.store(kxPlatformThreadId());
     for (;;) {
         for (std::uint32_t step = progress.load(); step != ASKED; step = progress.load())
-            kxPlatformWaitWhile(progress, step, kxPosixForEver);
+            kxPlatformWaitWhile(progress, step, KX_PLATFORM_WAIT_FOREVER);
         serve();
     }
 }
@@ -80,12 +81,9 @@ void body(void*)
 // Serves until the process ends; nobody closes it.
 kxPlatformThread* start()
 {
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    const kxPosixSignalsBlocked blocked;  // in the thread as well, which begins with the signals of this one
     static kxPlatformThread* thread;
     thread = kxPlatformThreadStart(body, nullptr);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return thread;
 }
 
@@ -118,7 +116,7 @@ bool kxPosixIsDumpThread(std::uint32_t thread)
 void kxPosixLoseDumpThread()
 {
     setProgress(LOST);
-    for (;;) kxPlatformWaitWhile(progress, LOST, kxPosixForEver);
+    for (;;) kxPlatformWaitWhile(progress, LOST, KX_PLATFORM_WAIT_FOREVER);
 }
 
 kxPlatformCrash* kxPosixDumpRoom()
@@ -131,11 +129,11 @@ kxPosixDumpResult kxPosixDump()
 {
     result = KX_POSIX_DUMP_LOST;
     setProgress(ASKED);
-    const bool isInTime = kxPlatformWaitWhile(progress, ASKED, kxPosixDumpMilliseconds);
+    const bool isInTime = kxPlatformWaitWhile(progress, ASKED, KX_POSIX_DUMP_MILLISECONDS);
     return isInTime || !changeProgress(ASKED, LOST) ? result : KX_POSIX_DUMP_LOST;
 }
 
 bool kxPosixTell()
 {
-    return kxPlatformWaitWhile(progress, DUMPED, kxPosixTellMilliseconds) && progress.load() != LOST;
+    return kxPlatformWaitWhile(progress, DUMPED, KX_POSIX_TELL_MILLISECONDS) && progress.load() != LOST;
 }

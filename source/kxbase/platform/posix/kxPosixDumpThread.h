@@ -20,7 +20,7 @@ bool kxPosixIsDumpThread(std::uint32_t thread);
 kxPlatformCrash* kxPosixDumpRoom();
 enum kxPosixDumpResult {
     KX_POSIX_DUMP_LOST,  // it has not come to its end
-    KX_POSIX_DUMP_GOES_ON,
+    KX_POSIX_DUMP_PASSED_ON,
     KX_POSIX_DUMP_HANDLED,
 };
 // Waits for the `dump` of the actions, and answers what that does.

@@ -5,9 +5,9 @@
 #include <cstdint>
 
 // The signals that a fault sends.
-inline constexpr int kxPosixFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
+inline constexpr int KX_POSIX_FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
 // A process that ends because of a signal, but not by it, has this more than the signal's number as its status.
-inline constexpr int kxPosixStatusOfSignal = 128;
+inline constexpr int KX_POSIX_STATUS_OF_SIGNAL = 128;
 
 // One of kxPlatformFault, from what the system says of it.
 std::uint32_t kxPosixFaultOf(const siginfo_t& info);

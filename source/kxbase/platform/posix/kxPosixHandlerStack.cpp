@@ -3,21 +3,30 @@
 #include <atomic>
 #include <csignal>
 
-namespace {
+bool kxPosixHandlerStack::isMissing()
+{
+    stack_t present{};
+    return ::sigaltstack(nullptr, &present) == 0 && (present.ss_flags & SS_DISABLE) != 0;
+}
 
-constexpr std::size_t kStackBytes = 64 * 1024;
+void kxPosixHandlerStack::give()
+{
+    stack_t own{};
+    own.ss_sp = room_;
+    own.ss_size = sizeof(room_);
+    ::sigaltstack(&own, nullptr);
+}
 
-}  // namespace
+void kxPosixHandlerStack::takeAway()
+{
+    stack_t none{};
+    none.ss_flags = SS_DISABLE;
+    ::sigaltstack(&none, nullptr);
+}
 
 void kxPosixInstallHandlerStack()
 {
-    static char room[kStackBytes];
+    static kxPosixHandlerStack stack;
     static std::atomic<bool> isTaken{false};
-    stack_t present{};
-    if (::sigaltstack(nullptr, &present) != 0 || (present.ss_flags & SS_DISABLE) == 0) return;
-    if (isTaken.exchange(true)) return;
-    stack_t own{};
-    own.ss_sp = room;
-    own.ss_size = sizeof(room);
-    ::sigaltstack(&own, nullptr);
+    if (kxPosixHandlerStack::isMissing() && !isTaken.exchange(true)) stack.give();
 }

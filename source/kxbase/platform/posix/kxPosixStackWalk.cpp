@@ -70,11 +70,10 @@ void kxPosixWalkInterrupted(void* context, bool isBadCall, kxPlatformFrame* fram
     if (count == 0) count = 1;
 }
 
-std::uint32_t kxPlatformCrashFrames(kxPlatformFrame* frames, std::uint32_t capacity)
+std::uint32_t kxPosixWalkFrom(std::uintptr_t address, kxPlatformFrame* frames, std::uint32_t capacity)
 {
     volatile std::uint32_t count = 0;
-    Walk walk{frames, capacity, count,
-              reinterpret_cast<std::uintptr_t>(__builtin_extract_return_addr(__builtin_return_address(0)))};
+    Walk walk{frames, capacity, count, address};
     _Unwind_Backtrace(takeFrame, &walk);
     return count;
 }

@@ -11,3 +11,5 @@ std::uintptr_t kxPosixProgramCounter(const void* context);
 // up to date at any time, so that it holds when the walk itself faults.
 void kxPosixWalkInterrupted(void* context, bool isBadCall, kxPlatformFrame* frames, std::uint32_t capacity,
                             volatile std::uint32_t& count);
+// Writes the frames of the calling thread from the one that stands at the address on; answers how many.
+std::uint32_t kxPosixWalkFrom(std::uintptr_t address, kxPlatformFrame* frames, std::uint32_t capacity);

@@ -1,7 +1,8 @@
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
 
 #include "kxbase/platform/posix/kxPosixHandlerStack.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -22,26 +23,10 @@ constexpr int kNotEndingSignals[] = {SIGCHLD, SIGCONT, SIGURG,  SIGWINCH, SIGSTO
 // Set for good when the process begins to end, so that no other thread takes the terminal once more.
 std::atomic<bool> isEnding{false};
 
-// Keeps every signal away from a change of the mode: a stop in its middle would leave the terminal to the
-// shell half taken, and changing the mode from the background would stop the process.
-class SignalsBlocked {
-public:
-    SignalsBlocked()
-    {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_;
-};
-
-// Keeps the threads apart that take the terminal, give it back because of a fault and end the process. The holder's
-// process is noted, because that of a parent is not there in a forked child to let go. Signals must be blocked.
+// Held around a change of the mode. Keeps every signal away: a stop in its middle would leave the terminal to the
+// shell half taken, and changing the mode from the background would stop the process. Keeps the threads apart that take
+// the terminal, give it back because of a fault and end the process. The holder's process is noted, because that of a
+// parent is not there in a forked child to let go.
 class ChangeLock {
 public:
     ChangeLock()
@@ -59,6 +44,7 @@ public:
     ChangeLock& operator=(const ChangeLock&) = delete;
 
 private:
+    const kxPosixSignalsBlocked signalsBlocked_;
     static constinit inline std::atomic<pid_t> holder_{0};
 };
 
@@ -70,20 +56,13 @@ bool isInForegroundOf(int terminal)
     return foreground < 0 || foreground == ::getpgrp();
 }
 
-void defaultActionOf(int signal)
-{
-    struct sigaction action {};
-    action.sa_handler = SIG_DFL;
-    ::sigaction(signal, &action, nullptr);
-}
-
 // Ends the process by the same signal: it is pending until the handler returns. A fault that was not sent
 // happens again by itself.
 void onEndingSignal(int signal)
 {
     const int error = errno;
     kxPosixTerminalMode::giveAllBackForGood();
-    defaultActionOf(signal);
+    kxPosixRestoreDefaultAction(signal);
     ::raise(signal);
     errno = error;
 }
@@ -103,7 +82,7 @@ void onStop(int signal)
 {
     const int error = errno;
     kxPosixTerminalMode::giveAllBack();
-    defaultActionOf(signal);
+    kxPosixRestoreDefaultAction(signal);
     sigset_t stop, before;
     sigemptyset(&stop);
     sigaddset(&stop, signal);
@@ -141,7 +120,6 @@ bool kxPosixTerminalMode::take(int terminal)
     static const bool handlersInstalled = (installHandlers(), true);
     (void)handlersInstalled;
 
-    const SignalsBlocked blocked;
     const ChangeLock lock;
     if (isEnding.load() || !isInForegroundOf(terminal)) return false;
     // While the mode is still ours, what was found before it holds; else it is found anew.
@@ -165,7 +143,6 @@ bool kxPosixTerminalMode::isTaken() const
 
 void kxPosixTerminalMode::giveBack()
 {
-    const SignalsBlocked blocked;
     const ChangeLock lock;
     giveBackLocked();
 }
@@ -179,7 +156,6 @@ void kxPosixTerminalMode::giveBackLocked()
 
 void kxPosixTerminalMode::giveAllBack()
 {
-    const SignalsBlocked blocked;
     const ChangeLock lock;
     kxPosixDialogMode.giveBackLocked();
     kxPosixConsoleMode.giveBackLocked();

@@ -1,4 +1,5 @@
-// What the program did about a signal of kxPosixFaultSignals before it was caught: the action that comes next.
+// What the program did about a signal of KX_POSIX_FAULT_SIGNALS before it was caught: the previous action, which may
+// be to call a handler.
 //
 // Threads: signals are caught once, before any fault; everything else is for handlers.
 #pragma once
@@ -18,16 +19,16 @@ enum kxPosixNextStep {
 // not sent cannot be ignored.
 kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info);
 
-// Calls the handler before as the system would, on the stack that is in use now. It may jump, or return: then the
+// Calls the previous handler as the system would, on the stack that is in use now. It may jump, or return: then the
 // answer is whether the process is to end, because the handler has left the default action behind and what faulted
 // will do so again. An order to kill the thread that has come before waits until the handler has returned, or has
 // jumped to where the signals are as they were; behind a jump that leaves them as they are, until the thread next
 // allows to be killed.
-bool kxPosixCallHandlerBefore(siginfo_t& info, void* context);
-// Whether the handler with this frame interrupts one that kxPosixCallHandlerBefore has called on the same thread.
+bool kxPosixCallPreviousHandler(siginfo_t& info, void* context);
+// Whether the handler with this frame interrupts one that kxPosixCallPreviousHandler has called on the same thread.
 // Should that have jumped, then the frame stands above the one that is remembered; without a stack for handlers that
 // cannot be told, and the answer is no.
-bool kxPosixIsWithinHandlerBefore(const void* frame);
+bool kxPosixIsInPreviousHandler(const void* frame);
 
 // Makes the process end by the signal as soon as the handler that was given the context returns, with the registers
 // of the fault and before anything else can happen on the thread.

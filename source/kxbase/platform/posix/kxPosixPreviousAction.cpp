@@ -1,8 +1,9 @@
-#include "kxbase/platform/posix/kxPosixActionBefore.h"
+#include "kxbase/platform/posix/kxPosixPreviousAction.h"
 
 #include "kxbase/platform/posix/kxPosixFault.h"
+#include "kxbase/platform/posix/kxPosixSignals.h"
 #include "kxbase/platform/posix/kxPosixTerminalMode.h"
-#include "kxbase/platform/posix/kxPosixThreadSignal.h"
+#include "kxbase/platform/posix/kxPosixThread.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -19,22 +20,16 @@ namespace {
 // The system ends its first process, often the only one of a container, by no signal that was sent.
 constexpr pid_t kFirstProcess = 1;
 
-struct sigaction actionsBefore[std::size(kxPosixFaultSignals)];
+struct sigaction previousActions[std::size(KX_POSIX_FAULT_SIGNALS)];
 
-// The calling thread's frame of kxPosixCallHandlerBefore; where that handler has jumped, of the last one.
+// The calling thread's frame of kxPosixCallPreviousHandler; where that handler has jumped, of the last one.
 constinit thread_local volatile std::uintptr_t frameOfCall = 0;
 
-const struct sigaction& actionBefore(int signal)
+const struct sigaction& previousAction(int signal)
 {
-    return actionsBefore[std::find(std::begin(kxPosixFaultSignals), std::end(kxPosixFaultSignals), signal) -
-                         std::begin(kxPosixFaultSignals)];
-}
-
-void restoreDefault(int signal)
-{
-    struct sigaction action {};
-    action.sa_handler = SIG_DFL;
-    ::sigaction(signal, &action, nullptr);
+    return previousActions[std::find(std::begin(KX_POSIX_FAULT_SIGNALS), std::end(KX_POSIX_FAULT_SIGNALS),
+                                     signal) -
+                           std::begin(KX_POSIX_FAULT_SIGNALS)];
 }
 
 bool isDefault(int signal)
@@ -66,39 +61,40 @@ bool kxPosixCatchFault(std::size_t index, void (*handler)(int, siginfo_t*, void*
     action.sa_sigaction = handler;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     sigfillset(&action.sa_mask);
-    for (const int signal : kxPosixFaultSignals) sigdelset(&action.sa_mask, signal);
-    return ::sigaction(kxPosixFaultSignals[index], &action, &actionsBefore[index]) == 0;
+    for (const int signal : KX_POSIX_FAULT_SIGNALS) sigdelset(&action.sa_mask, signal);
+    return ::sigaction(KX_POSIX_FAULT_SIGNALS[index], &action, &previousActions[index]) == 0;
 }
 
 kxPosixNextStep kxPosixNextStepOf(const siginfo_t& info)
 {
-    const struct sigaction& before = actionBefore(info.si_signo);
-    if (before.sa_handler == SIG_IGN) return info.si_code <= 0 ? KX_POSIX_IGNORE : KX_POSIX_END_PROCESS;
-    const bool isDefault = before.sa_handler == SIG_DFL || kxPosixTerminalMode::isEndingBy(before.sa_handler);
+    const struct sigaction& previous = previousAction(info.si_signo);
+    if (previous.sa_handler == SIG_IGN) return info.si_code <= 0 ? KX_POSIX_IGNORE : KX_POSIX_END_PROCESS;
+    const bool isDefault =
+        previous.sa_handler == SIG_DFL || kxPosixTerminalMode::isEndingBy(previous.sa_handler);
     return isDefault ? KX_POSIX_END_PROCESS : KX_POSIX_CALL_HANDLER;
 }
 
-[[gnu::noinline]] bool kxPosixCallHandlerBefore(siginfo_t& info, void* context)
+[[gnu::noinline]] bool kxPosixCallPreviousHandler(siginfo_t& info, void* context)
 {
-    const struct sigaction& before = actionBefore(info.si_signo);
-    if ((before.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) restoreDefault(info.si_signo);
+    const struct sigaction& previous = previousAction(info.si_signo);
+    if ((previous.sa_flags & static_cast<int>(SA_RESETHAND)) != 0) kxPosixRestoreDefaultAction(info.si_signo);
     sigset_t mask;
-    sigorset(&mask, &before.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
-    if ((before.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
+    sigorset(&mask, &previous.sa_mask, &static_cast<ucontext_t*>(context)->uc_sigmask);
+    if ((previous.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, info.si_signo);
     const void* const frame = __builtin_frame_address(0);
-    const std::uintptr_t outerFrame = kxPosixIsWithinHandlerBefore(frame) ? frameOfCall : 0;
+    const std::uintptr_t outerFrame = kxPosixIsInPreviousHandler(frame) ? frameOfCall : 0;
     frameOfCall = reinterpret_cast<std::uintptr_t>(frame);
     if (isPending(kxPosixThreadSignal())) sigaddset(&mask, kxPosixThreadSignal());
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);
-    if ((before.sa_flags & SA_SIGINFO) != 0)
-        before.sa_sigaction(info.si_signo, &info, context);
+    if ((previous.sa_flags & SA_SIGINFO) != 0)
+        previous.sa_sigaction(info.si_signo, &info, context);
     else
-        before.sa_handler(info.si_signo);
+        previous.sa_handler(info.si_signo);
     frameOfCall = outerFrame;
     return kxPosixFaultsAgain(info) && isDefault(info.si_signo);
 }
 
-bool kxPosixIsWithinHandlerBefore(const void* frame)
+bool kxPosixIsInPreviousHandler(const void* frame)
 {
     stack_t stack{};
     return frameOfCall != 0 && ::sigaltstack(nullptr, &stack) == 0 && (stack.ss_flags & SS_ONSTACK) != 0 &&
@@ -107,13 +103,11 @@ bool kxPosixIsWithinHandlerBefore(const void* frame)
 
 void kxPosixEndByDefault(siginfo_t& info, void* context)
 {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    kxPosixBlockAllSignals();
     kxPosixTerminalMode::giveAllBackForGood();
-    restoreDefault(info.si_signo);
+    kxPosixRestoreDefaultAction(info.si_signo);
     if (::getpid() == kFirstProcess && !kxPosixFaultsAgain(info))
-        ::_exit(kxPosixStatusOfSignal + info.si_signo);
+        ::_exit(KX_POSIX_STATUS_OF_SIGNAL + info.si_signo);
     blockAllBut(info.si_signo, static_cast<ucontext_t*>(context)->uc_sigmask);
     ::syscall(SYS_rt_tgsigqueueinfo, ::getpid(), ::syscall(SYS_gettid), info.si_signo, &info);
 }

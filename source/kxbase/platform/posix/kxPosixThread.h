@@ -1,9 +1,10 @@
-// Killing threads. The signal that does it is an old one that nothing sends any more, and belongs to the library. A
-// real-time signal would not do, since it is refused when the queue of signals is full.
+// What kxPlatformThreadPosix.cpp shares with this folder: how threads are killed.
 #pragma once
 
 #include <csignal>
 
+// The signal that does it is an old one that nothing sends any more, and belongs to the library. A real-time signal
+// would not do, since it is refused when the queue of signals is full.
 inline int kxPosixThreadSignal()
 {
 #ifdef SIGSTKFLT
