@@ -3,21 +3,9 @@
 
 #include "kxbase/core/kxMemCheck.h"
 
-class kxMemoryTrace {
-public:
-    kxMemoryTrace()
-    {
-        kxMemCheck::setTracking(true);
-        kxMemCheck::setTrace(true);
-    }
-    ~kxMemoryTrace()
-    {
-        kxMemCheck::setTrace(false);
-        kxMemCheck::setTracking(wasTracking_);
-    }
-    kxMemoryTrace(const kxMemoryTrace&) = delete;
-    kxMemoryTrace& operator=(const kxMemoryTrace&) = delete;
+struct kxMemoryTrace {
+    kxMemoryTrace() { kxMemCheck::setTracking(true), kxMemCheck::setTrace(true); }
+    ~kxMemoryTrace() { kxMemCheck::setTrace(false), kxMemCheck::setTracking(wasTracking); }
 
-private:
-    const bool wasTracking_ = kxMemCheck::isTracking();
+    const bool wasTracking = kxMemCheck::isTracking();
 };

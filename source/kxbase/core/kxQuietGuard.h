@@ -10,6 +10,6 @@ public:
     explicit kxQuietGuard(kxMutex& mutex) : guard_(mutex) {}
 
 private:
-    const kxQuietScope quiet_;
-    const kxBodyGuard guard_;  // goes first
+    kxQuietScope quiet_;
+    kxBodyGuard guard_;  // goes first
 };
