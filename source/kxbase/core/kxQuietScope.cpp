@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/platform/kxPlatformThread.h"
 
 #include <memory>
 #include <new>
@@ -58,9 +59,10 @@ bool kxQuietScope::holdBadAlloc(const char* file, std::uint32_t line) noexcept
     return true;
 }
 
-// Receivers may come by here again.
+// Receivers may come by here again. A destructor is no place for the thread to be ended.
 void kxQuietScope::sendHeld() noexcept
 {
+    const bool wasCancelAllowed = kxPlatformThreadAllowCancel(false);
     state_.hasHeld = false;
     const Held sent = std::exchange(held, {});
     const std::unique_ptr<const Lines> lines(sent.lines);
@@ -68,4 +70,5 @@ void kxQuietScope::sendHeld() noexcept
         for (const Line& line : *lines) line.tell(line.entry);
     if (sent.leftOut != 0) kxMemoryMessages::tellLeftOut(sent.leftOut);
     if (sent.badAllocFile != nullptr) kxReportBadAlloc(sent.badAllocFile, sent.badAllocLine);
+    kxPlatformThreadAllowCancel(wasCancelAllowed);
 }
