@@ -5,6 +5,7 @@
 // lock takes and leaves that mutex twice where std::shared_mutex changes one atomic number twice.
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/thread/kxBodyReadGuard.h"
 #include "kxbase/thread/kxBodyWriteGuard.h"
 
@@ -29,6 +30,7 @@ using StandardGuard = std::lock_guard<std::recursive_mutex>;
 using StandardReadGuard = std::shared_lock<std::shared_mutex>;
 using StandardWriteGuard = std::lock_guard<std::shared_mutex>;
 BENCHMARK(lockAndUnlock<kxBodyGuard, kxMutex>)->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
+BENCHMARK(lockAndUnlock<kxQuietGuard, kxMutex>);
 BENCHMARK(lockAndUnlock<StandardGuard, StandardMutex>)->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
 BENCHMARK(lockAndUnlock<kxBodyReadGuard, kxReadWriteMutex>)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK(lockAndUnlock<StandardReadGuard, std::shared_mutex>)->Threads(1)->Threads(2)->UseRealTime();

@@ -2,7 +2,6 @@
 // this program itself to nowhere. As in `copyWithProgress file:big.iso file:copy.iso`; a file is appended to.
 
 #include "kxbase/kxbase.h"
-#include "kxbase/platform/kxPlatformConsole.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -51,11 +50,17 @@ Copied copy(kxSerializeAdapter& input, kxSerializeAdapter& output, kxProgressInt
     return copied;
 }
 
+void registerSchemes()
+{
+    const kxUntrackedScope scope;  // the registry keeps the manager as long as the process lives
+    kxUrlRegistry::instance().addManager("dummy:", kxMakeRef<DummyURLManagerInterface>());
+}
+
 }  // namespace
 
 int main(int argumentCount, char** arguments)
 {
-    kxUrlRegistry::instance().addManager("dummy:", kxMakeRef<DummyURLManagerInterface>());
+    registerSchemes();
     const kxString from = argumentCount > 1 ? kxString(arguments[1]) : kxString("file:") + arguments[0];
     const kxString to = argumentCount > 2 ? arguments[2] : "dummy:";
     const Adapter input = kxSerializeAdapter::getAdapter(from, KX_SERIALIZE_INPUT);
@@ -63,7 +68,7 @@ int main(int argumentCount, char** arguments)
     if (!input || !output) return 1;  // a Warning has said why
 
     kxDefaultProgressInterface line;
-    const bool isSeen = kxPlatformConsoleIsTerminal(kxPlatformConsoleOutput());
+    const bool isSeen = kxDefaultProgressInterface::isOnTerminal();
     const Copied copied = copy(*input, *output, isSeen ? &line : nullptr);
     std::printf("%llu bytes copied from %s\n", static_cast<unsigned long long>(copied.bytes), from.text());
     return copied.isWhole ? 0 : 1;  // less came than was there, or it could not be written

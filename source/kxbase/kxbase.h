@@ -21,6 +21,7 @@
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxModule.h"
 #include "kxbase/core/kxMutex.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/core/kxTransferBuffer.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/core/kxUntrackedScope.h"

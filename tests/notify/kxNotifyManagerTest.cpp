@@ -1,6 +1,7 @@
 #include "kxbase/notify/kxNotifyManager.h"
 
 #include "kxbase/core/kxClock.h"
+#include "support/kxMemoryTrace.h"
 #include "support/kxTest.h"
 
 #include <mutex>
@@ -125,6 +126,30 @@ TEST(kxNotifyManager, OutlivesWhatSubscribersDo)
     manager->deliver();
     EXPECT_EQ(manager, nullptr);
     EXPECT_EQ(first.names, Names({"throw", "plain", "destroy"}));
+}
+
+// Were a line sent under a lock of the manager, the other thread would wait for ever.
+TEST(kxNotifyManager, LetsOthersInWhileTheMemoryCheckTellsOfAPost)
+{
+    struct Looker final : kxMessageReceiverInterface {
+        explicit Looker(const kxNotifyManager& itsManager) : manager(itsManager) {}
+        void receive(const kxString&, std::uint32_t, const kxString&) override
+        {
+            std::thread([this] { counts.push_back(manager.getPendingCount()); }).join();
+        }
+        const kxNotifyManager& manager;
+        std::vector<std::uint32_t> counts;
+    };
+    kxNotifyManager manager;
+    Looker looker(manager);
+    kxMessageManager::instance().addReceiver(looker);
+    {
+        const kxMemoryTrace trace;
+        for (const std::int32_t priority : {1, 2}) manager.post("x", priority);
+    }
+    kxMessageManager::instance().removeReceiver(looker);
+    EXPECT_TRUE(std::is_sorted(looker.counts.begin(), looker.counts.end()));
+    EXPECT_EQ(looker.counts.back(), 2U) << "told of its place once it has it";
 }
 
 TEST(kxNotifyMessage, CopiesEveryFieldAndClonesWhatMayBeCloned)

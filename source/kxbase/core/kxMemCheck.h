@@ -16,11 +16,18 @@
 // of the recorded blocks that were freed. What the lines hold is told by kxMemoryMessages.
 //
 // Threads: every function may be called from any thread, also before main and after it. One mutex guards the records;
-//          under it no allocator runs and nothing is sent. What is allocated while a message is on its way is not
-//          recorded.
+//          under it no allocator runs and nothing is sent. What is allocated while one of the check's own messages
+//          is on its way, by its receivers too, is not recorded; around all other messages it is.
+//          A line of the trace is sent by the thread that allocates or frees: at once, but from under a lock of the
+//          library when that is free again, and from inside a receiver when the outermost message is delivered
+//          (kxQuietScope). A receiver of the trace may use what the library locks, but not an object without a lock
+//          that others use too, and which it may come upon in the middle of a change. It must not wait for another
+//          thread, which may itself be waiting for the receiver: it must not join or stop a kxThread, remove a
+//          ticker from a kxThreadPoolTicker or destroy the pool; it must not deliver, by kxNotifyManager::deliver or
+//          a post, nor unsubscribe or destroy a kxNotifyManager or a subscriber of one.
 // Errors:  tracking never fails an allocation: what cannot be recorded stays untracked, and so does everything when
 //          the 40 MB of the records cannot be had at the first allocation. A receiver of trace messages
-//          that ends its thread while it is told of a free ends the process.
+//          that ends its thread while it is told of a free, or of what was held back, ends the process.
 #pragma once
 
 #include "kxbase/core/kxMemoryAllocatorInterface.h"
@@ -47,7 +54,8 @@ public:
     // frees may stay listed. For a thread that must go on whatever has become of the others.
     static void leaveThisThreadOut() noexcept;
     // What lines about a recorded block are to say, also when it has been reallocated. Kept is the address of the
-    // struct: it and the texts in it must outlive the block and a report that runs meanwhile, constants as a rule.
+    // struct: it and the texts in it must outlive the block, its last line and a report that runs meanwhile, constants
+    // as a rule.
     static void describe(const void* block, const kxMemoryTexts& texts);
     static void describe(const void* block, kxMemoryTexts&& texts) = delete;
     // Sends the lost-memory report with what is recorded now.

@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
@@ -96,18 +97,25 @@ void kxMemoryMessages::setCompact(bool on)
 
 void kxMemoryMessages::show()
 {
-    if (!kxMessageFilter::isWanted(kTraceLevel)) kxMessageFilter::setLevel(kTraceLevel);
+    kxMessageFilter::lowerTo(kTraceLevel);
 }
 
 void kxMemoryMessages::tellAllocated(const kxMemoryEntry& entry)
 {
+    if (kxQuietScope::hold(entry, tellAllocated)) return;
     tellTrace(formats().allocated, entry);
 }
 
 void kxMemoryMessages::tellFreed(const kxMemoryEntry& entry)
 {
+    if (kxQuietScope::hold(entry, tellFreed)) return;
     const bool hasData = entry.record.texts().data != nullptr;
     tellTrace(hasData ? formats().freedWithData : formats().freed, entry);
+}
+
+void kxMemoryMessages::tellLeftOut(std::uint32_t lines)
+{
+    tell(kTraceLevel, "--!! (Thread:0x%x) %u lines left out\n", kxPlatformThreadId(), lines);
 }
 
 void kxMemoryMessages::tellLost(std::span<const kxMemoryEntry> lost)

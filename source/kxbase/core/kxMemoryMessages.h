@@ -13,8 +13,8 @@
 // state and the description (report only), data. Without data the line of a free in words ends before "->"; without
 // a description that of a lost block ends before " -> ", and in numbers it has "*" there.
 //
-// Threads: every function may be called from any thread. No lock may be held, since receivers of messages run. What
-//          is allocated on the way is not recorded.
+// Threads: every function may be called from any thread. No lock may be held, since receivers of messages run; but
+//          lines of the trace wait until the end of a kxQuietScope. What is allocated on the way is not recorded.
 // Errors:  what a receiver throws is dropped, and the thread is not cancelled meanwhile. A receiver that ends its
 //          thread from within unwinds the caller.
 #pragma once
@@ -33,6 +33,8 @@ public:
 
     static void tellAllocated(const kxMemoryEntry& entry);
     static void tellFreed(const kxMemoryEntry& entry);
+    // So many lines of the trace had no room while they were held back.
+    static void tellLeftOut(std::uint32_t lines);
     // The whole report.
     static void tellLost(std::span<const kxMemoryEntry> lost);
     // The report where there is no memory for its list.

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 
-// What the allocating code says of a block; null for nothing.
+// What the allocating code says of a block; null for nothing. Lines of the trace end with the data when the block is
+// freed. Those of the report have it in their middle and the description at the end, in compact form description and
+// data at the end.
 struct kxMemoryTexts {
     const char* data = nullptr;
     const char* description = nullptr;

@@ -31,6 +31,15 @@ public:
     {
         replace([=](std::uint64_t state) { return packed(state & (kOff | kNoReceiver), level); });
     }
+    // Lowers the level to this one unless messages of it are wanted already. Always a change of the word, so that of
+    // two threads that lower and set it one sees what the other did before.
+    static void lowerTo(std::uint32_t level) noexcept
+    {
+        replace([=](std::uint64_t state) {
+            const std::uint64_t flags = state & (kOff | kNoReceiver);
+            return admits(levelOf(state), level) ? state : packed(flags, level);
+        });
+    }
     // While messaging is off nothing passes.
     static void setEnabled(bool enabled) noexcept
     {
@@ -79,7 +88,8 @@ private:
     template <typename Change> static void replace(Change change) noexcept
     {
         std::uint64_t state = state_.load(std::memory_order_relaxed);
-        while (!state_.compare_exchange_weak(state, change(state), std::memory_order_relaxed)) {
+        while (!state_.compare_exchange_weak(state, change(state), std::memory_order_acq_rel,
+                                             std::memory_order_relaxed)) {
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxFatalError.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/kxMessageManager.h"
@@ -30,7 +31,7 @@ std::string_view fileName(std::string_view path)
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
-void reportBadAlloc(const char* file, std::uint32_t line)
+void sendBadAlloc(const char* file, std::uint32_t line)
 {
     const kxString position =
         kxString::format("File: %s  Line: %d  Ver: %s", fileName(file), line, KX_LIBRARY_VERSION);
@@ -54,13 +55,17 @@ void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments)
     throw fatalError("Template-", format, arguments);
 }
 
+void kxReportBadAlloc(const char* file, std::uint32_t line)
+{
+    if (BadAllocReport::isInside()) return;
+    const BadAllocReport scope;
+    // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
+    kxDropExceptions([=] { sendBadAlloc(file, line); });
+}
+
 void kxThrowBadAlloc(const char* file, std::uint32_t line)
 {
-    if (!BadAllocReport::isInside()) {
-        const BadAllocReport scope;
-        // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
-        kxDropExceptions([=] { reportBadAlloc(file, line); });
-    }
+    if (!kxQuietScope::holdBadAlloc(file, line)) kxReportBadAlloc(file, line);
     throw std::bad_alloc();
 }
 

@@ -4,9 +4,11 @@
 #include "kxbase/core/kxFatalError.h"
 #include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMemCheck.h"
+#include "kxbase/core/kxMemoryMessages.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxModule.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/message/DefaultMessageReceiver.h"
@@ -33,7 +35,6 @@ class Silence : public kxThreadScope<Silence> {};
 
 std::uint32_t levelAtFirst()
 {
-    if (kxMemCheck::wasTracking()) return KX_MESSAGE_MEMORY | KX_MESSAGE_INTERNAL;
     const char* const setting = kxPlatformEnvironment(kLevelVariable);
     return setting == nullptr ? KX_MESSAGE_NOTICE : kxMessageLevelNamed(setting, KX_MESSAGE_NOTICE);
 }
@@ -149,12 +150,15 @@ kxMessageManager& kxMessageManager::instance()
 kxMessageManager::kxMessageManager() : module_(KX_MODULE_NAME), sender_(module_)
 {
     setLevel(levelAtFirst());
+    // Where the check was switched on before, or on another thread meanwhile, its own level counts.
+    if (kxMemCheck::wasTracking()) kxMemoryMessages::show();
 }
 
 void kxMessageManager::send(std::uint32_t level, std::string_view format, kxArgumentView arguments)
 {
     Sending& sending = Sending::ofThread;
     if (!kxMessageFilter::passes(level) || !sending.mayBegin()) return;
+    const kxQuietScope quiet;  // a receiver that allocates is not called again before it is done
     if (!sending.isInside()) changeTurn_.letPass(sending.vainTicket);
     const Delivery delivery(*this, sending);
     while (!deliver(level, format, arguments)) addDefaultReceiver();

@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/platform/kxPlatformInterfaces.h"
 #include "kxbase/platform/kxPlatformResolver.h"
 #include "kxbase/platform/kxPlatformSocket.h"
@@ -113,13 +114,13 @@ kxArray<std::uint32_t> kxNetwork::hostAddresses()
 {
     const kxString name = hostName();
     {
-        const kxBodyGuard guard(addressMutex());
+        const kxQuietGuard guard(addressMutex());
         if (host().addresses) return arrayOf(*host().addresses);
     }
     // Asking may take long, so several threads may do it; the first answer counts.
     kxArray<std::uint32_t> found = name.isEmpty() ? kxArray<std::uint32_t>() : resolve(name);
     for (const kxPlatformInterface& entry : interfacesThatAreUp()) addNew(found, entry.address);
-    const kxBodyGuard guard(addressMutex());
+    const kxQuietGuard guard(addressMutex());
     if (!host().addresses) host().addresses.emplace(found.begin(), found.end());
     return arrayOf(*host().addresses);
 }

@@ -1,8 +1,8 @@
 #include "kxbase/net/kxSerializeAdapterNet.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxQuietGuard.h"
 
 #include <algorithm>
 #include <utility>
@@ -33,7 +33,7 @@ void kxSerializeAdapterNet::couldNotSend(const kxSocketAddress& destination, std
 bool kxSerializeAdapterNet::hasError()
 {
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         if (kxSerializeAdapter::hasError()) return true;
         if (hasPushBack() || !queue_.isEmpty() || isReceiving()) return false;
     }
@@ -43,13 +43,13 @@ bool kxSerializeAdapterNet::hasError()
 
 kxString kxSerializeAdapterNet::getError()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return kxSerializeAdapter::getError();
 }
 
 void kxSerializeAdapterNet::setError(const kxString& text)
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     kxSerializeAdapter::setError(text);
 }
 
@@ -65,7 +65,7 @@ std::uint32_t kxSerializeAdapterNet::readBlock(void* bytes, std::uint32_t count)
     std::uint32_t taken = 0;
     for (;;) {
         {
-            const kxBodyGuard guard(lock_);
+            const kxQuietGuard guard(lock_);
             taken += take(begin + taken, count - taken);
         }
         if (taken == count || bytesReady() == 0) return taken;
@@ -83,12 +83,12 @@ std::uint32_t kxSerializeAdapterNet::getDataLength()
 {
     if (hasPushBack()) {
         // There is something to read already.
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         return look();
     }
     std::uint32_t ready = bytesReady();
     if (ready == 0) ready = lookIdly();
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     if (ready != 0)
         pace_.moved();
     else
@@ -102,7 +102,7 @@ std::uint32_t kxSerializeAdapterNet::bytesReady()
     const double start = blocking_ ? kxClock::seconds() : 0;
     for (;;) {
         {
-            const kxBodyGuard guard(lock_);
+            const kxQuietGuard guard(lock_);
             const std::uint32_t ready = look();
             if (ready != 0 || !blocking_ || !isReceiving()) return ready;
         }
@@ -121,7 +121,7 @@ std::uint32_t kxSerializeAdapterNet::lookIdly()
     std::uint32_t milliseconds = 0;
     kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         socket = receivingSocket();
         if (hasWritten_.load(std::memory_order_relaxed)) {
             hasWritten_.store(false, std::memory_order_relaxed);
@@ -132,7 +132,7 @@ std::uint32_t kxSerializeAdapterNet::lookIdly()
     const kxPlatformSocketHandle other = std::exchange(lastIdleSocket, socket);
     if (milliseconds == 0) return 0;
     kxPlatformSocketWaitForEither(socket, other, milliseconds);
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return look();
 }
 
@@ -140,7 +140,7 @@ void kxSerializeAdapterNet::waitForInput(std::uint32_t milliseconds)
 {
     kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         socket = receivingSocket();
     }
     kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);

@@ -1,8 +1,8 @@
 #include "kxbase/net/kxSerializeAdapterTCP.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
@@ -58,7 +58,7 @@ bool kxSerializeAdapterTCP::open(const kxString& url)
 // Nothing of an earlier connection is left.
 void kxSerializeAdapterTCP::forget()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     queue_.clear();
     discardPushBack();
     sendError_.store(KX_SOCKET_OK, std::memory_order_relaxed);
@@ -112,15 +112,15 @@ void kxSerializeAdapterTCP::tuneConnection()
 
 void kxSerializeAdapterTCP::closeConnection()
 {
-    const kxBodyGuard writing(writeLock_);
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard writing(writeLock_);
+    const kxQuietGuard guard(lock_);
     if (std::exchange(hasSent_, false)) connection_.awaitPeerClose(kPeerCloseSeconds);
     connection_.close(false);
 }
 
 bool kxSerializeAdapterTCP::isActive()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return connection_.isActive();
 }
 
@@ -141,7 +141,7 @@ void kxSerializeAdapterTCP::closeReceiving()
     {
         // A write that stands still must let go first. What it has sent is still to arrive, so that receiving goes
         // on until the peer closes.
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         connection_.shutDownSending();
     }
     closeConnection();
@@ -197,7 +197,7 @@ void kxSerializeAdapterTCP::writeBlock(const void* bytes, std::uint32_t count)
     noteWritten();
     kxSocketAddress lostPeer;
     {
-        const kxBodyGuard writing(writeLock_);
+        const kxQuietGuard writing(writeLock_);
         if (getSendError() != KX_SOCKET_OK) return;
         sendAll(static_cast<const std::uint8_t*>(bytes), count);
         if (getSendError() == KX_SOCKET_OK) return;
@@ -228,13 +228,13 @@ void kxSerializeAdapterTCP::takeInputUntilRoom()
 {
     std::uint32_t wanted = KX_SOCKET_CAN_WRITE;
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         // A connection that has ended can always be read, and a full queue takes nothing.
         if (connection_.error() == KX_SOCKET_OK && !queue_.isFull()) wanted |= KX_SOCKET_CAN_READ;
     }
     const kxPlatformSocketResult ready =
         kxPlatformSocketWait(connection_.descriptor(), wanted, kWriteWaitMilliseconds);
     if (ready.count < 0 || (ready.count & KX_SOCKET_CAN_READ) == 0) return;
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     receivePending();
 }

@@ -1,7 +1,7 @@
 #include "kxbase/net/kxSerializeAdapterUDP.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/net/kxNetwork.h"
 #include "kxbase/object/kxTypeTable.h"
 
@@ -32,7 +32,7 @@ kxSerializeAdapterUDP::kxSerializeAdapterUDP(const kxString& url, kxString* erro
     if (!open(url) && errorOut != nullptr) {
         *errorOut = kxErrorText("Failed to open UDP url '%s'", url);
     }
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     receivePending();
 }
 
@@ -170,7 +170,7 @@ bool kxSerializeAdapterUDP::joinGroup()
 
 bool kxSerializeAdapterUDP::isActive()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return isReceiving();
 }
 
@@ -186,19 +186,19 @@ kxPlatformSocketHandle kxSerializeAdapterUDP::receivingSocket() const
 
 void kxSerializeAdapterUDP::closeReceiving()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     receiveSocket_.close(false);
 }
 
 kxSocketAddress kxSerializeAdapterUDP::getLastSender()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return lastSender_;
 }
 
 std::uint64_t kxSerializeAdapterUDP::getEmptyDatagrams()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return emptyDatagrams_;
 }
 
@@ -266,7 +266,7 @@ std::int64_t kxSerializeAdapterUDP::sendOne(const std::uint8_t* bytes, std::uint
     for (;;) {
         kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
         {
-            const kxBodyGuard guard(lock_);
+            const kxQuietGuard guard(lock_);
             kxPlatformSocketResult sent = sendSocket_.trySendTo(destination_, bytes, count);
             if (sent.error == KX_SOCKET_WOULD_BLOCK) {
                 const double now = kxClock::seconds();

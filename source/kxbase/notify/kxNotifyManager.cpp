@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/thread/kxThread.h"
 
 #include <algorithm>
@@ -120,7 +121,7 @@ void kxNotifyManager::post(const kxString& name, std::int32_t priority, double l
 
 void kxNotifyManager::insert(Entry entry)
 {
-    const kxBodyGuard guard(pendingLock_);
+    const kxQuietGuard guard(pendingLock_);
     if (pending_.isEmpty() || pending_.last()->key <= entry.key) {
         pending_.append(std::move(entry));
         return;

@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/message/kxConsoleMutex.h"
+#include "kxbase/platform/kxPlatformConsole.h"
 #include "kxbase/string/kxUtf.h"
 
 #include <cstdio>
@@ -30,4 +31,9 @@ void kxDefaultProgressInterface::progress(std::int32_t percentage, const kxStrin
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fflush(stdout);
     shown_ = next;
+}
+
+bool kxDefaultProgressInterface::isOnTerminal()
+{
+    return kxPlatformConsoleIsTerminal(kxPlatformConsoleOutput());
 }

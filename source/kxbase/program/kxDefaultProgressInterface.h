@@ -19,6 +19,9 @@ class kxDefaultProgressInterface : public kxProgressInterface {
 public:
     void progress(std::int32_t percentage, const kxString& text) override;
 
+    // Whether standard output is a terminal; elsewhere each line would stay.
+    static bool isOnTerminal();
+
 private:
     struct Shown {
         std::int32_t percentage;

@@ -1,9 +1,9 @@
 #include "kxbase/program/kxProgramExecution.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxMemCheck.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxModule.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformCrash.h"
 #include "kxbase/platform/kxPlatformFork.h"
@@ -127,7 +127,7 @@ void kxProgramExecution::exceptionLeftProcess(std::uint32_t threadId, const char
 kxString kxProgramExecution::appendLine(std::string_view line)
 {
     const kxUntrackedScope scope;
-    const kxBodyGuard guard(mutex_);
+    const kxQuietGuard guard(mutex_);
     const kxString pathBefore = file_.path();
     file_.write(line);
     const kxString path = file_.path();
@@ -138,7 +138,7 @@ kxString kxProgramExecution::appendLine(std::string_view line)
 kxString kxProgramExecution::writeWholeDump(std::string_view dump)
 {
     const kxUntrackedScope scope;
-    const kxBodyGuard guard(mutex_);
+    const kxQuietGuard guard(mutex_);
     file_.write(dump);
     const kxString path = file_.path();
     file_.close();

@@ -1,8 +1,8 @@
 #include "kxbase/protocol/kxSerializeAdapterHttp.h"
 
-#include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxQuietGuard.h"
 #include "kxbase/object/kxTypeTable.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
 #include "kxbase/serialize/kxErrorText.h"
@@ -68,7 +68,7 @@ bool kxSerializeAdapterHttp::open(const kxString& url)
 // one that has served must be free of remains; neither may have been closed by the server since.
 kxSerializeAdapterHttp::Fitness kxSerializeAdapterHttp::takeConnection()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     const bool isFresh = request_.phase == NOT_REQUESTED;
     std::uint32_t pending = 0;
     const bool isFit = connection_.isActive(pending) && (isFresh || (isConnectionUsable() && pending == 0));
@@ -86,7 +86,7 @@ bool kxSerializeAdapterHttp::connect()
 
 bool kxSerializeAdapterHttp::isActive()
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return connection_.isActive();
 }
 
@@ -136,7 +136,7 @@ bool kxSerializeAdapterHttp::sendRequest(Fitness fitness)
 {
     const bool isReady = fitness != UNFIT || connect();
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         request_ = {.phase = REQUESTED,
                     .isKeptAlive = fitness == KEPT_ALIVE,
                     .deadline = kxClock::seconds() + timeoutSeconds_};
@@ -162,7 +162,7 @@ void kxSerializeAdapterHttp::sendText()
 // whole request; the rest is not sent then, and the connection serves no other request.
 bool kxSerializeAdapterHttp::sendSome(std::string_view& left)
 {
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     if (!isHeadMissing()) return false;
     const kxPlatformSocketResult sent =
         connection_.trySend(left.data(), static_cast<std::uint32_t>(left.size()));
@@ -214,7 +214,7 @@ template <class Look> bool kxSerializeAdapterHttp::waitFor(Look look)
     for (;;) {
         double left = 0;
         {
-            const kxBodyGuard guard(lock_);
+            const kxQuietGuard guard(lock_);
             const std::optional<double> end = look();
             if (!end) return true;
             left = *end - kxClock::seconds();
@@ -243,7 +243,7 @@ bool kxSerializeAdapterHttp::pump(std::uint32_t milliseconds)
 {
     kxPlatformSocketHandle socket = KX_PLATFORM_NO_SOCKET;
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         if (receiveAhead()) return true;
         if (milliseconds == 0) return false;
         if (!canReceive()) {
@@ -254,7 +254,7 @@ bool kxSerializeAdapterHttp::pump(std::uint32_t milliseconds)
         socket = connection_.descriptor();
     }
     kxPlatformSocketWait(socket, KX_SOCKET_CAN_READ, milliseconds);
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return receiveAhead();
 }
 
@@ -355,7 +355,7 @@ std::uint32_t kxSerializeAdapterHttp::readBlock(void* bytes, std::uint32_t count
     std::uint32_t taken = 0;
     for (;;) {
         {
-            const kxBodyGuard guard(lock_);
+            const kxQuietGuard guard(lock_);
             taken += take(begin + taken, count - taken);
         }
         if (taken == count || awaitData() == 0) return taken;
@@ -373,7 +373,7 @@ std::uint32_t kxSerializeAdapterHttp::getDataLength()
 {
     if (!hasPushBack()) return awaitData();
     // There is something to read already.
-    const kxBodyGuard guard(lock_);
+    const kxQuietGuard guard(lock_);
     return look();
 }
 
@@ -400,7 +400,7 @@ bool kxSerializeAdapterHttp::awaitHead()
 {
     Phase phase = NOT_REQUESTED;
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         if (reader_.hasHead()) return true;
         phase = request_.phase;
         if (phase != NOT_REQUESTED ? isOver() : kxSerializeAdapter::hasError()) return false;
@@ -415,7 +415,7 @@ void kxSerializeAdapterHttp::giveUp()
 {
     const kxString text = kxErrorText(kTimedOut, getName());
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         if (isOver()) return;
         request_.failure = text;
         request_.isFailureTold = true;
@@ -439,7 +439,7 @@ bool kxSerializeAdapterHttp::concludeReply()
     bool hasBytes = hasPushBack();
     bool isTold = true;
     {
-        const kxBodyGuard guard(lock_);
+        const kxQuietGuard guard(lock_);
         // Without a connection there is nothing to come either.
         if (request_.phase != NOT_REQUESTED ? !isOver() : connection_.isOpen()) return false;
         text = request_.failure.isEmpty() ? reader_.errorText() : request_.failure;

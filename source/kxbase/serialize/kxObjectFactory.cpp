@@ -5,6 +5,7 @@
 #include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietGuard.h"
 
 #include <memory>
 #include <new>
@@ -68,7 +69,7 @@ bool kxObjectFactory::remove(std::uint32_t factoryId, kxObjectFactoryInterface& 
 kxRefPointer<kxReference> kxObjectFactory::create(std::uint32_t factoryId)
 {
     {
-        const kxBodyGuard guard(UseMutex::instance());
+        const kxQuietGuard guard(UseMutex::instance());
         kxObjectFactoryInterface* const factory =
             withTable([&](Factories& factories) { return factories.find(factoryId); });
         if (factory != nullptr) return factory->create(factoryId);

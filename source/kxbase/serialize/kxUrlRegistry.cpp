@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietGuard.h"
 
 #include <memory>
 #include <utility>
@@ -26,7 +27,7 @@ bool kxUrlRegistry::addManager(const kxString& scheme, Manager manager)
     if (!manager || !isScheme(scheme)) return false;
     const std::string key(scheme.view());
     // The manager before is let go when the lock is free again, by the parameter.
-    const kxBodyGuard guard(kxProcessMutex<kxUrlRegistry>());
+    const kxQuietGuard guard(kxProcessMutex<kxUrlRegistry>());
     if (Manager* const registered = managers_.find(key)) {
         registered->swap(manager);
         return true;

@@ -21,6 +21,7 @@ public:
 
     // The scheme ends with its colon; the empty one is that of URLs without a colon. A manager registered for the
     // scheme before is let go. False, and nothing is changed, for a null manager and a text that is no scheme.
+    // One that is never removed is made within a kxUntrackedScope, lest the memory check counts it as lost.
     bool addManager(const kxString& scheme, Manager manager);
     // False when the scheme has none.
     bool removeManager(const kxString& scheme);

@@ -4,6 +4,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxClock.h"
 #include "kxbase/core/kxProcessMutex.h"
+#include "kxbase/core/kxQuietGuard.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ std::uint32_t kxPerformanceThreadData::count()
 
 void kxPerformanceThreadData::enrol(std::uint32_t threadId)
 {
-    const kxBodyGuard guard(recordsMutex());
+    const kxQuietGuard guard(recordsMutex());
     // A thread that was killed but goes on for a while has not withdrawn.
     withdraw();
     records().insert(threadId, this);
