@@ -1,7 +1,6 @@
 #include "kxbase/program/kxCrashHandler.h"
 
 #include "kxbase/core/kxModule.h"
-#include "kxbase/core/kxVersion.h"
 #include "kxbase/platform/kxPlatformClock.h"
 #include "kxbase/platform/kxPlatformCrash.h"
 #include "kxbase/program/kxCrashFile.h"
