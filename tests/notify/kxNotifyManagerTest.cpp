@@ -128,30 +128,6 @@ TEST(kxNotifyManager, OutlivesWhatSubscribersDo)
     EXPECT_EQ(first.names, Names({"throw", "plain", "destroy"}));
 }
 
-// Were a line sent under a lock of the manager, the other thread would wait for ever.
-TEST(kxNotifyManager, LetsOthersInWhileTheMemoryCheckTellsOfAPost)
-{
-    struct Looker final : kxMessageReceiverInterface {
-        explicit Looker(const kxNotifyManager& itsManager) : manager(itsManager) {}
-        void receive(const kxString&, std::uint32_t, const kxString&) override
-        {
-            std::thread([this] { counts.push_back(manager.getPendingCount()); }).join();
-        }
-        const kxNotifyManager& manager;
-        std::vector<std::uint32_t> counts;
-    };
-    kxNotifyManager manager;
-    Looker looker(manager);
-    kxMessageManager::instance().addReceiver(looker);
-    {
-        const kxMemoryTrace trace;
-        for (const std::int32_t priority : {1, 2}) manager.post("x", priority);
-    }
-    kxMessageManager::instance().removeReceiver(looker);
-    EXPECT_TRUE(std::is_sorted(looker.counts.begin(), looker.counts.end()));
-    EXPECT_EQ(looker.counts.back(), 2U) << "told of its place once it has it";
-}
-
 TEST(kxNotifyMessage, CopiesEveryFieldAndClonesWhatMayBeCloned)
 {
     const auto plain = kxMakeRef<kxThreadSafeReference>();
@@ -202,4 +178,29 @@ TEST(kxNotifyManager, WithstandsEverythingAtOnce)
         repeat([&](const auto&, std::uint32_t number) { replace(number, true); });
     }
     EXPECT_GT(received, 0);
+}
+
+// Were a line sent under a lock of the manager, the other thread would wait for ever. Last, since it ends a trace that
+// the environment has begun.
+TEST(kxNotifyManager, LetsOthersInWhileTheMemoryCheckTellsOfAPost)
+{
+    struct Looker final : kxMessageReceiverInterface {
+        explicit Looker(const kxNotifyManager& itsManager) : manager(itsManager) {}
+        void receive(const kxString&, std::uint32_t, const kxString&) override
+        {
+            std::thread([this] { counts.push_back(manager.getPendingCount()); }).join();
+        }
+        const kxNotifyManager& manager;
+        std::vector<std::uint32_t> counts;
+    };
+    kxNotifyManager manager;
+    Looker looker(manager);
+    kxMessageManager::instance().addReceiver(looker);
+    {
+        const kxMemoryTrace trace;
+        for (const std::int32_t priority : {1, 2}) manager.post("x", priority);
+    }
+    kxMessageManager::instance().removeReceiver(looker);
+    EXPECT_TRUE(std::is_sorted(looker.counts.begin(), looker.counts.end()));
+    EXPECT_EQ(looker.counts.back(), 2U) << "told of its place once it has it";
 }
