@@ -3,6 +3,7 @@
 #include "kxbase/core/kxBodyGuard.h"
 #include "kxbase/core/kxForkGuard.h"
 #include "kxbase/core/kxMemoryMessages.h"
+#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxUndestroyed.h"
 #include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformEnd.h"
@@ -54,6 +55,7 @@ std::uint64_t addressOf(const void* block)
 
 void reportAtEnd()
 {
+    kxQuietScope::endAll();
     if (!kxMemCheck::isTracking()) return;
     kxMemoryMessages::show();  // the program may have raised the level meanwhile
     kxMemCheck::report();

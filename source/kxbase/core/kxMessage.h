@@ -22,11 +22,8 @@ void kxSendMessage(std::uint32_t level, std::string_view format, kxArgumentView 
 // The same with "Template-" put before the finished text; used by the element access of kxArray.
 [[noreturn]] void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments);
 
-// Sends "Bad Alloc:" with the source position, as far as there is memory for that; a failure inside the message sends
-// none. What a receiver throws is dropped.
-void kxReportBadAlloc(const char* file, std::uint32_t line);
-
-// The same, at the end of a kxQuietScope if there is one, and throws std::bad_alloc.
+// Sends "Bad Alloc:" with the source position and throws std::bad_alloc. Where there is not even memory for that
+// message, or a receiver throws, std::bad_alloc is thrown all the same; a failure inside the message sends none.
 [[noreturn]] void kxThrowBadAlloc(const char* file, std::uint32_t line);
 
 // The translation of an English text of the library, or the text itself when there is none.

@@ -1,7 +1,8 @@
 #include "kxbase/core/kxQuietScope.h"
 
+#include "kxbase/core/kxForkCount.h"
 #include "kxbase/core/kxMemoryMessages.h"
-#include "kxbase/core/kxMessage.h"
+#include "kxbase/core/kxUntrackedScope.h"
 #include "kxbase/platform/kxPlatformThread.h"
 
 #include <memory>
@@ -21,13 +22,13 @@ using Lines = std::vector<Line>;
 struct Held {
     Lines* lines = nullptr;
     std::uint32_t leftOut = 0;
-    const char* badAllocFile = nullptr;  // null where no allocation has failed
-    std::uint32_t badAllocLine = 0;
+    std::uint32_t forkCount = 0;
 };
 constinit thread_local Held held;
 
 bool keep(const Line& line) noexcept
 {
+    const kxUntrackedScope scope;
     if (held.lines != nullptr && held.lines->size() == KX_MOST_HELD_LINES) return false;
     try {
         if (held.lines == nullptr) held.lines = new Lines;
@@ -38,25 +39,36 @@ bool keep(const Line& line) noexcept
     }
 }
 
+void release(const Lines* lines) noexcept
+{
+    const kxUntrackedScope scope;
+    delete lines;
+}
+
+// What was held before a fork is the parent's to say.
+void forgetInChild() noexcept
+{
+    const std::uint32_t forkCount = kxForkCount();
+    if (held.forkCount == forkCount) return;
+    release(held.lines);
+    held = {.forkCount = forkCount};
+}
+
 }  // namespace
 
 bool kxQuietScope::hold(const kxMemoryEntry& entry, void (*tell)(const kxMemoryEntry&)) noexcept
 {
     if (state_.depth == 0) return false;
+    forgetInChild();
     state_.hasHeld = true;
     if (!keep({entry, tell})) ++held.leftOut;
     return true;
 }
 
-bool kxQuietScope::holdBadAlloc(const char* file, std::uint32_t line) noexcept
+void kxQuietScope::endAll() noexcept
 {
-    if (state_.depth == 0) return false;
-    state_.hasHeld = true;
-    if (held.badAllocFile == nullptr) {
-        held.badAllocFile = file;
-        held.badAllocLine = line;
-    }
-    return true;
+    state_.depth = 0;
+    if (state_.hasHeld) sendHeld();
 }
 
 // Receivers may come by here again. A destructor is no place for the thread to be ended.
@@ -64,11 +76,11 @@ void kxQuietScope::sendHeld() noexcept
 {
     const bool wasCancelAllowed = kxPlatformThreadAllowCancel(false);
     state_.hasHeld = false;
-    const Held sent = std::exchange(held, {});
-    const std::unique_ptr<const Lines> lines(sent.lines);
-    if (lines != nullptr)
-        for (const Line& line : *lines) line.tell(line.entry);
+    forgetInChild();
+    const Held sent = std::exchange(held, {.forkCount = held.forkCount});
+    if (sent.lines != nullptr)
+        for (const Line& line : *sent.lines) line.tell(line.entry);
     if (sent.leftOut != 0) kxMemoryMessages::tellLeftOut(sent.leftOut);
-    if (sent.badAllocFile != nullptr) kxReportBadAlloc(sent.badAllocFile, sent.badAllocLine);
+    release(sent.lines);
     kxPlatformThreadAllowCancel(wasCancelAllowed);
 }

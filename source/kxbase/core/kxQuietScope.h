@@ -1,11 +1,10 @@
-// While such an object lives, what memory makes the calling thread say is held back: the lines of the memory check's
-// trace, and "Bad Alloc:". It is sent, in its order, when the outermost one goes. For code under a lock, which a
-// receiver of messages may want too, or wait for a thread that does; kxQuietGuard does both. The delivery of a message
-// is such a scope.
+// While such an object lives, the lines of the memory check's trace that the calling thread causes are held back. They
+// are sent, in their order, when the outermost one goes. For code under a lock, which a receiver of messages may want
+// too, or wait for a thread that does; kxQuietGuard does both. The delivery of a message is such a scope.
 //
-// Threads: concerns the calling thread alone; scopes nest.
+// Threads: concerns the calling thread alone; scopes nest. A forked child sends nothing of what its parent held.
 // Errors:  held back are at most KX_MOST_HELD_LINES lines; for those beyond, and those that there is no memory for, one
-//          more line says how many they were. Of several failed allocations the first one is told.
+//          more line says how many they were.
 #pragma once
 
 #include "kxbase/core/kxMemoryRecord.h"
@@ -17,15 +16,16 @@ public:
     kxQuietScope() noexcept { ++state_.depth; }
     ~kxQuietScope()
     {
-        if (--state_.depth == 0 && state_.hasHeld) [[unlikely]]
+        if (state_.depth != 0 && --state_.depth == 0 && state_.hasHeld) [[unlikely]]
             sendHeld();
     }
     kxQuietScope(const kxQuietScope&) = delete;
     kxQuietScope& operator=(const kxQuietScope&) = delete;
 
-    // Inside a scope each takes a message in, to be sent later, and answers true.
+    // Inside a scope takes a line in, to be sent later, and answers true.
     static bool hold(const kxMemoryEntry& entry, void (*tell)(const kxMemoryEntry&)) noexcept;
-    static bool holdBadAlloc(const char* file, std::uint32_t line) noexcept;
+    // Ends the scopes that the process leaves open in the thread that ends it.
+    static void endAll() noexcept;
 
 private:
     struct State {

@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/lex/kxWordSplitter.h"
+#include "kxbase/serialize/kxErrorText.h"
 
 #include <cstdlib>
 #include <utility>
@@ -88,7 +89,7 @@ kxString kxArgumentParser::getOptionValue(const kxString& name, const kxString& 
         return argument->getValue();
     }
     if (useDefaultIfMissing) return defaultValue;
-    errorText_ = kxString::format(kxTranslate("Missing argument %d for option '-%s'"), argumentNumber, name);
+    errorText_ = kxErrorText("Missing argument %d for option '-%s'", argumentNumber, name);
     reportError();
     return {};
 }

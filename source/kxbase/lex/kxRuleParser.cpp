@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/lex/kxRuleScanner.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxShortName.h"
 
 #include <charconv>
@@ -270,6 +271,6 @@ bool kxRuleParser::fail(const char* format, std::size_t at)
     const kxTextPlace place = tree_.placeOf(at);
     const kxString rest = kxShortName(std::string_view(tree_.text()).substr(at));
     const kxString name = kxShortName(std::string_view(tree_.name()));
-    fault_ = kxString::format(kxTranslate(format), name, place.line, place.column, rest);
+    fault_ = kxErrorText(format, name, place.line, place.column, rest);
     return false;
 }

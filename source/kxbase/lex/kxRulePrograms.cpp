@@ -1,6 +1,7 @@
 #include "kxbase/lex/kxRulePrograms.h"
 
 #include "kxbase/core/kxMessage.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxShortName.h"
 
 #include <iterator>
@@ -29,7 +30,7 @@ kxString kxRulePrograms::faultOf(const kxRuleSet& set)
     const kxRuleTree& tree = set.rules()[place->rule].info->tree();
     const std::uint32_t offset = tree.nodes()[place->node].offset;
     const kxTextPlace at = tree.placeOf(offset);
-    return kxString::format(kxTranslate("Parse Error:'%s' in rule '%s' at (Line:%d,Col:%d) -> %s"),
-                            kxTranslate("Left recursion"), kxShortName(std::string_view(tree.name())),
-                            at.line, at.column, kxShortName(std::string_view(tree.text()).substr(offset)));
+    return kxErrorText("Parse Error:'%s' in rule '%s' at (Line:%d,Col:%d) -> %s",
+                       kxTranslate("Left recursion"), kxShortName(std::string_view(tree.name())), at.line,
+                       at.column, kxShortName(std::string_view(tree.text()).substr(offset)));
 }

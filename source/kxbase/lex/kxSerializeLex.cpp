@@ -6,6 +6,7 @@
 #include "kxbase/lex/kxRuleParser.h"
 #include "kxbase/lex/kxRuleSplitter.h"
 #include "kxbase/lex/kxScanPattern.h"
+#include "kxbase/serialize/kxErrorText.h"
 #include "kxbase/serialize/kxSerializeAdapterString.h"
 #include "kxbase/serialize/kxShortName.h"
 
@@ -142,7 +143,7 @@ kxLexResult kxSerializeLex::scan(std::string_view pattern)
     std::string rule;
     if (!kxScanPattern::toRule(pattern, decimalSeparator_, rule)) {
         kxMessage(KX_MESSAGE_WARNING, "Malformed rule in parser -> '%s'", kxShortName(pattern));
-        error_ = kxString::format(kxTranslate("Malformed rule in parser -> '%s'"), kxShortName(pattern));
+        error_ = kxErrorText("Malformed rule in parser -> '%s'", kxShortName(pattern));
         return KX_LEX_ERROR;
     }
     if (!addRule(rule)) return KX_LEX_ERROR;
@@ -157,7 +158,7 @@ kxLexResult kxSerializeLex::run(const kxString& rule)
     error_ = kxString();
     kxRuleInfo* const start = names_.findRule(rule);
     if (start == nullptr) {
-        fail(kxString::format(kxTranslate("Unknow parse function '%s'"), kxShortName(rule)));
+        fail(kxErrorText("Unknow parse function '%s'", kxShortName(rule)));
         return KX_LEX_ERROR;
     }
     const kxRuleCode kind = traces_ ? kxRuleCode::kPlain : kxRuleCode::kFast;
@@ -219,8 +220,8 @@ kxLexResult kxSerializeLex::matchAndDeliver(const kxRuleProgram& program)
     }
     const kxInstruction& instruction = program.code[machine_.instruction()];
     if (instruction.operation == KX_OP_UNKNOWN)
-        fail(kxString::format(kxTranslate("Unknow parse function '%s'"),
-                              kxShortName(std::string_view(program.names[instruction.a]))));
+        fail(kxErrorText("Unknow parse function '%s'",
+                         kxShortName(std::string_view(program.names[instruction.a]))));
     else
         setFault(program, kxTranslate(machine_.fault()), machine_.instruction(), machine_.position());
     return result;
@@ -244,7 +245,7 @@ void kxSerializeLex::setFault(const kxRuleProgram& program, const kxString& faul
     const kxRuleInfo& rule = program.ruleOf(instruction);
     const kxTextPlace place = input_.placeOf(position);
     const std::string_view rest = std::string_view(rule.text()).substr(program.code[instruction].offset);
-    fail(kxString::format(kxTranslate("Parse Error:'%s' in rule '%s' at (Line:%d,Col:%d) -> %s"), fault,
-                          kxShortName(std::string_view(rule.name())), place.line, place.column,
-                          kxShortName(rest)));
+    fail(kxErrorText("Parse Error:'%s' in rule '%s' at (Line:%d,Col:%d) -> %s", fault,
+                     kxShortName(std::string_view(rule.name())), place.line, place.column,
+                     kxShortName(rest)));
 }

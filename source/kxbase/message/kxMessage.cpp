@@ -2,7 +2,6 @@
 
 #include "kxbase/core/kxDropExceptions.h"
 #include "kxbase/core/kxFatalError.h"
-#include "kxbase/core/kxQuietScope.h"
 #include "kxbase/core/kxThreadScope.h"
 #include "kxbase/core/kxVersion.h"
 #include "kxbase/message/kxMessageManager.h"
@@ -55,17 +54,12 @@ void kxThrowTemplateFatal(std::string_view format, kxArgumentView arguments)
     throw fatalError("Template-", format, arguments);
 }
 
-void kxReportBadAlloc(const char* file, std::uint32_t line)
+void kxThrowBadAlloc(const char* file, std::uint32_t line)
 {
-    if (BadAllocReport::isInside()) return;
+    if (BadAllocReport::isInside()) throw std::bad_alloc();
     const BadAllocReport scope;
     // Memory is short, or a receiver failed; the failure itself is what the caller must learn of.
     kxDropExceptions([=] { sendBadAlloc(file, line); });
-}
-
-void kxThrowBadAlloc(const char* file, std::uint32_t line)
-{
-    if (!kxQuietScope::holdBadAlloc(file, line)) kxReportBadAlloc(file, line);
     throw std::bad_alloc();
 }
 

@@ -2,6 +2,7 @@
 
 #include "kxbase/core/kxMessage.h"
 #include "kxbase/serialize/kxAdapterMessage.h"
+#include "kxbase/serialize/kxErrorText.h"
 
 #include <iterator>
 
@@ -27,8 +28,7 @@ void kxHttpReport(kxHttpReportKind kind, kxTextPlace place, std::string_view fau
 
 kxString kxHttpReportText(kxHttpReportKind kind, kxTextPlace place, std::string_view fault)
 {
-    const kxString format = kxTranslate(kFormats[kind]);
     if (kind == KX_HTTP_PARSE_ERROR)
-        return kxString::format(format, kxTranslate(fault), place.line, place.column);
-    return kxString::format(format, place.line, place.column);
+        return kxErrorText(kFormats[kind], kxTranslate(fault), place.line, place.column);
+    return kxErrorText(kFormats[kind], place.line, place.column);
 }

@@ -91,7 +91,7 @@ void unblockSignals(bool areFaultsMeant)
     sigemptyset(&signals);
     sigaddset(&signals, kxPosixThreadSignal());
     if (areFaultsMeant)
-        for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&signals, signal);
+        for (const int signal : KX_POSIX_UNBLOCKABLE_FAULT_SIGNALS) sigaddset(&signals, signal);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 

@@ -6,6 +6,9 @@
 
 // The signals that a fault sends.
 inline constexpr int KX_POSIX_FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
+// Those of them that end the process at once when they are blocked. SIGABRT is only sent, and abort() lets it through by
+// itself.
+inline constexpr int KX_POSIX_UNBLOCKABLE_FAULT_SIGNALS[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
 // A process that ends because of a signal, but not by it, has this more than the signal's number as its status.
 inline constexpr int KX_POSIX_STATUS_OF_SIGNAL = 128;
 

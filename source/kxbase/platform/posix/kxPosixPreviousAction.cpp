@@ -112,5 +112,7 @@ void kxPosixSendToProcess(siginfo_t& info, void* context)
     sigaddset(&own, info.si_signo);
     pthread_sigmask(SIG_BLOCK, &own, nullptr);
     sigaddset(&static_cast<ucontext_t*>(context)->uc_sigmask, info.si_signo);
-    ::syscall(SYS_rt_sigqueueinfo, ::getpid(), info.si_signo, &info);
+    // Only the main thread may send with the sender of another signal.
+    if (::syscall(SYS_rt_sigqueueinfo, ::getpid(), info.si_signo, &info) != 0)
+        ::kill(::getpid(), info.si_signo);
 }

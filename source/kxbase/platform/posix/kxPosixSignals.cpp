@@ -30,7 +30,7 @@ kxPosixFaultsUnblocked::kxPosixFaultsUnblocked()
 {
     sigset_t faults;
     sigemptyset(&faults);
-    for (const int signal : KX_POSIX_FAULT_SIGNALS) sigaddset(&faults, signal);
+    for (const int signal : KX_POSIX_UNBLOCKABLE_FAULT_SIGNALS) sigaddset(&faults, signal);
     pthread_sigmask(SIG_UNBLOCK, &faults, &before_);
 }
 

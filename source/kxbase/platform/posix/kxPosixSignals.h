@@ -20,7 +20,7 @@ private:
     const sigset_t before_;
 };
 
-// Lets the signals of faults through to the calling thread while it lives.
+// Lets the signals of faults, but for that of abort(), which does so by itself, through to the calling thread while it lives.
 class kxPosixFaultsUnblocked {
 public:
     kxPosixFaultsUnblocked();

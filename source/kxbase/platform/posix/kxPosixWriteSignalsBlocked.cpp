@@ -3,6 +3,8 @@
 #include <ctime>
 
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 
@@ -26,7 +28,8 @@ kxPosixWriteSignalsBlocked::~kxPosixWriteSignalsBlocked()
     sigemptyset(&signals);
     for (const int signal : kSignals)
         if (sigismember(&pending_, signal) == 0) sigaddset(&signals, signal);
-    while (::sigtimedwait(&signals, nullptr, &kNoTime) > 0) {
+    // By the system alone: the call of the C library may end a thread that is being killed, here in a destructor.
+    while (::syscall(SYS_rt_sigtimedwait, &signals, nullptr, &kNoTime, std::size_t{_NSIG / 8}) > 0) {
     }
     pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
 }
